@@ -1,0 +1,30 @@
+#ifndef PRODUCT_STORAGE_COMMON_RESULT_CODES_H
+#define PRODUCT_STORAGE_COMMON_RESULT_CODES_H
+
+/// Results of the REST operations that are this library's own. Any other value is the array's error code, unchanged.
+namespace ResultCode {
+
+constexpr int OK = 0;
+constexpr int FAILED = -1;                      ///< not logged in, a missing or malformed member, a failed conversion
+constexpr int NAME_MISMATCH = -2;               ///< the id names an object that bears another name
+constexpr int TRANSPORT_ERROR = -20000;         ///< the HTTP client got no answer
+constexpr int CLUSTER_TRANSPORT_ERROR = 200000; ///< the same in the distributed storage client
+
+} // namespace ResultCode
+
+/// The array's error codes that the library treats specially, as the array sends them in decimal.
+namespace ArrayCode {
+
+constexpr int HOST_NOT_IN_HOST_GROUP = 1073745412;     // 0x40000E04
+constexpr int HOST_GROUP_NOT_IN_MAP_VIEW = 1073804552; // 0x4000F508
+constexpr int LUN_GROUP_NOT_IN_MAP_VIEW = 1073804554;  // 0x4000F50A
+constexpr int LUN_GROUP_GONE = 1077936861;             // 0x404002DD
+constexpr int HOST_GONE = 1077937498;                  // 0x4040055A
+constexpr int HOST_GROUP_GONE = 1077937500;            // 0x4040055C
+constexpr int MEMBER_NOT_IN_LUN_GROUP = 1077948996;    // 0x40403244
+constexpr int INITIATOR_NOT_ON_HOST = 1077950342;      // 0x40403786
+constexpr int MAP_VIEW_GONE = 1077951819;              // 0x40403D4B
+
+} // namespace ArrayCode
+
+#endif

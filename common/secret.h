@@ -1,0 +1,51 @@
+#ifndef PRODUCT_STORAGE_COMMON_SECRET_H
+#define PRODUCT_STORAGE_COMMON_SECRET_H
+
+#include <cstring>
+#include <string>
+
+/// Passwords and session tokens leave no trace in memory that their holder gives back.
+namespace Secret {
+
+/// Overwrites `size` bytes with zero bytes three times, by stores that no optimiser may remove.
+inline void WipeBytes(char* bytes, std::size_t size) noexcept
+{
+    constexpr int PASSES = 3;
+    for (int pass = 0; pass < PASSES; ++pass) {
+        explicit_bzero(bytes, size);
+    }
+}
+
+/// Wipes all that `text` holds, its spare capacity included, and empties it.
+inline void Wipe(std::string& text) noexcept
+{
+    text.resize(text.capacity()); // within the capacity: never moves, never throws
+    WipeBytes(text.data(), text.size());
+    text.clear();
+}
+
+/// Replaces `holder` by `value` without leaving the old text behind.
+inline void Replace(std::string& holder, const std::string& value)
+{
+    Wipe(holder);
+    holder = value;
+}
+
+/// Wipes a text when the scope ends, however it ends.
+class ScopedWipe {
+public:
+    explicit ScopedWipe(std::string& text) noexcept
+        : m_text(text)
+    {
+    }
+    ScopedWipe(const ScopedWipe&) = delete;
+    ScopedWipe& operator=(const ScopedWipe&) = delete;
+    ~ScopedWipe() { Wipe(m_text); }
+
+private:
+    std::string& m_text;
+};
+
+} // namespace Secret
+
+#endif

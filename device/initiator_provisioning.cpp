@@ -1,0 +1,215 @@
+#include "device/device_operate.h"
+
+#include "common/device_keys.h"
+#include "common/log.h"
+#include "common/result_codes.h"
+#include "rest/zav_rest_api.h"
+
+#include <exception>
+
+namespace {
+
+const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
+
+// Lines whose level is not a failure's own are level 1 here, failures of the SAN library included, on purpose: the
+// operation that drives these steps reports the failure at level 4.
+
+} // namespace
+
+/// In which words and by which handler an initiator of one protocol is attached to a host.
+struct DeviceOperate::InitiatorKind {
+    std::string_view operation;
+    HANDLERTYPE type;
+    const char* createFailed;
+    bool tellsCause;     ///< the cause follows `createFailed`
+    const char* created; ///< after the parent's line; null for none
+    const char* beginAdd;
+};
+
+/// Which host an initiator goes to that has none yet.
+struct DeviceOperate::HostChoice {
+    std::string& hostId;            ///< the host to use; receives the one that is created
+    std::string& hostName;          ///< the name to create it with; receives that of a host found on the array
+    std::set<std::string>& hostIds; ///< receives the host that the initiator ends on
+    bool create;
+    const boost::shared_ptr<ZavRestApi>& api;
+};
+
+// Creates or fetches the initiator and sees to it that it belongs to a host: the one that it has, the one that is
+// given, or a new one.
+template <typename Record>
+bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
+                                    const HostChoice& host, Record& initiator)
+{
+    CHandler* handler = nullptr;
+    if (!GetHandler(manager, &handler, kind.type)) {
+        PS_LOG_AS(kind.operation, 1) << "get handler failed.";
+        return false;
+    }
+    try {
+        initiator = dynamic_cast<CInitiatorHandler<Record>&>(*handler).Create(initiator);
+    } catch (const std::exception& error) {
+        PS_LOG_AS(kind.operation, 1) << kind.createFailed << (kind.tellsCause ? error.what() : "");
+        return false;
+    }
+    PS_LOG_AS(kind.operation, 1) << "initiator parent id is:" << initiator.parentId;
+    if (kind.created != nullptr) {
+        PS_LOG_AS(kind.operation, 1) << kind.created;
+    }
+    m_deviceMessage.doNotDeleteHost = DeviceWord::DELETE_HOST;
+    if (!initiator.parentId.empty()) {
+        host.hostIds.insert(initiator.parentId);
+        UpdateConfigFile(key, host.api, initiator.parentId, host.hostName);
+        return true;
+    }
+    PS_LOG_AS(kind.operation, 1) << "HOSTNAME: " << host.hostName;
+    if (host.create && !SetHostInfo(key, manager, host.hostName, host.hostId)) {
+        PS_LOG_AS(kind.operation, 1) << "set host failed. device id is :" << key;
+        return false;
+    }
+    if (!host.hostId.empty()) {
+        host.hostIds.insert(host.hostId); // so that the host group holds the node's host
+    }
+    PS_LOG_AS(kind.operation, 1) << kind.beginAdd;
+    try {
+        dynamic_cast<CInitiatorHandler<Record>&>(*handler).AddToHost(initiator, host.hostId);
+    } catch (const std::exception& error) {
+        PS_LOG_AS(kind.operation, 1) << "add init to host failed. oLib ex:" << error.what();
+        return false;
+    }
+    return true;
+}
+
+bool DeviceOperate::SetInitiatorInfo(std::string key, CDeviceManager* manager,
+                                     const std::vector<std::string>& targetIps, std::string& hostId,
+                                     std::string& hostName, std::set<std::string>& hostIds, bool createHost,
+                                     const boost::shared_ptr<ZavRestApi>& api)
+{
+    PS_LOG(1) << "begin create initiator.";
+    if (manager == nullptr) {
+        PS_LOG(4) << "devicemanager point is null.";
+        return false;
+    }
+    const std::string givenHostId = hostId;
+    bool result = SetFCInitorInfo(key, manager, hostId, hostName, hostIds, createHost, api);
+    const bool hasMadeHost = hostId != givenHostId;
+    if (!hostId.empty() && (result || hasMadeHost)) {
+        hostIds.insert(hostId);
+    }
+    if (result) {
+        PS_LOG(1) << "using FC initiator.";
+    } else {
+        // A host that the FC attempt made is used, not doubled.
+        result =
+            SetIscsiInitorInfo(key, manager, targetIps, hostId, hostName, hostIds, createHost && !hasMadeHost, api);
+        PS_LOG(1) << "create " << key << " iscsi initor result is :" << result;
+    }
+    PS_LOG(1) << "create initiator finished.";
+    return result;
+}
+
+bool DeviceOperate::SetIscsiInitorInfo(std::string key, CDeviceManager* manager,
+                                       const std::vector<std::string>& targetIps, std::string& hostId,
+                                       std::string& hostName, std::set<std::string>& hostIds, bool createHost,
+                                       const boost::shared_ptr<ZavRestApi>& api)
+{
+    PS_LOG(1) << "begin check iscsi initiator.";
+    if (manager == nullptr) {
+        PS_LOG(4) << "devicemanager point is null.";
+        return false;
+    }
+    std::string iqn;
+    if (!GetIscsiInitor(iqn)) {
+        PS_LOG(4) << "get IQN failed.";
+        return false;
+    }
+    PS_LOG(1) << "get IQN successed.";
+    IscsiInitiatorMO initiator;
+    initiator.id = iqn;
+    const InitiatorKind kind = {__func__, HANDLER_ISCSI_INITIATOR, "create Iscsi initiator failed. oLib ex:", true,
+                                nullptr,  "begin add initiator."};
+    if (!AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, createHost, api}, initiator)) {
+        return false;
+    }
+    std::string loginName = iqn;
+    const bool result = SetIscsiInitorInfoInner(key, manager, targetIps, iqn, initiator, loginName);
+    PS_LOG(1) << "create iscsi initiator finish.";
+    return result;
+}
+
+bool DeviceOperate::SetIscsiInitorInfoInner(std::string key, CDeviceManager* manager,
+                                            const std::vector<std::string>& targetIps, const std::string& /*iqn*/,
+                                            IscsiInitiatorMO& initiator, std::string& loginName)
+{
+    PS_TRACE();
+    if (manager == nullptr) {
+        return false;
+    }
+    std::map<std::string, std::string> info = {{DeviceKey::ISCSI_INITIATOR_NAME, initiator.id}};
+    WriteInfoToJson(key, info);
+    m_deviceMessage.iscsiInitiatorName = initiator.id;
+    if (targetIps.empty()) {
+        return true;
+    }
+    for (const std::string& targetIp : targetIps) {
+        DevChAPInfo chap;
+        const int code = LoginIscsiTarget(loginName, targetIp, key, chap);
+        if (code == ResultCode::OK) {
+            PS_LOG(2) << "login iscsi target success! target ip is" << targetIp;
+            return true;
+        }
+        PS_LOG(4) << "login iscsi target failed, errornum is:" << code;
+    }
+    PS_LOG(4) << "login iscsi target failed!";
+    return false;
+}
+
+bool DeviceOperate::SetFCInitorInfo(std::string key, CDeviceManager* manager, std::string& hostId,
+                                    std::string& hostName, std::set<std::string>& hostIds, bool createHost,
+                                    const boost::shared_ptr<ZavRestApi>& api)
+{
+    PS_LOG(1) << "set fc initiator.";
+    if (manager == nullptr) {
+        PS_LOG(4) << "devicemanager point is null.";
+        return false;
+    }
+    std::vector<std::string> wwpns;
+    if (!GetFCInitor(wwpns)) {
+        PS_LOG(1) << "get WWPN failed.";
+        return false;
+    }
+    PS_LOG(1) << "get WWPN COUNT is:" << wwpns.size();
+    std::string recordedNames;
+    bool isAnyOnline = false;
+    for (const std::string& wwpn : wwpns) {
+        if (!CreateFCInitorOnDev(manager, wwpn, hostId, key, hostName, hostIds, createHost, api)) {
+            PS_LOG(1) << "create initor failed";
+            return false;
+        }
+        std::string errorText;
+        isAnyOnline = api->IsOnlineFCInitiator(wwpn, errorText) == ResultCode::OK || isAnyOnline;
+        recordedNames += ";" + wwpn;
+    }
+    if (!isAnyOnline) {
+        return false; // nothing is recorded: the node does not reach the array by FC
+    }
+    std::map<std::string, std::string> info = {{DeviceKey::FC_INITIATOR_NAME, recordedNames}};
+    WriteInfoToJson(key, info);
+    m_deviceMessage.fcInitiatorName = recordedNames;
+    PS_LOG(1) << "set fc initiator finish.";
+    return true;
+}
+
+bool DeviceOperate::CreateFCInitorOnDev(CDeviceManager* manager, const std::string& wwpn, std::string& hostId,
+                                        std::string key, std::string& hostName, std::set<std::string>& hostIds,
+                                        bool createHost, const boost::shared_ptr<ZavRestApi>& api)
+{
+    PS_LOG(1) << "begin create FC initiator.";
+    FCInitiatorMO initiator;
+    initiator.id = wwpn;
+    const InitiatorKind kind = {__func__, HANDLER_FC_INITIATOR,          "create FC initiator failed.",
+                                false,    "create fc initiator finish.", "begin add initiator to host."};
+    // Several port names share the host that is made for the first.
+    const bool mustCreate = createHost && hostId.empty();
+    return AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, mustCreate, api}, initiator);
+}

@@ -1,0 +1,190 @@
+#include "device/device_operate.h"
+
+#include "common/device_keys.h"
+#include "common/log.h"
+
+#include <exception>
+
+namespace {
+
+const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
+
+// Failures of the SAN library, and of looking up its handlers, are level-1 lines in this file, on purpose: the
+// operation that drives these steps reports the failure at level 4.
+
+template <typename Record>
+Record CreateNamed(CHandler& handler, const std::string& name)
+{
+    Record record;
+    record.name = name;
+    return dynamic_cast<CRecordHandler<Record>&>(handler).Create(record);
+}
+
+} // namespace
+
+/// One member of the family of creation steps.
+struct DeviceOperate::Creation {
+    std::string_view operation;
+    HANDLERTYPE type;
+    const std::string& idKey;
+    const std::string& nameKey;
+    std::string& id;   ///< of the device message
+    std::string& name; ///< of the device message
+    const char* begin;
+    const char* failed;
+    const char* end;
+};
+
+bool DeviceOperate::GetHandler(CDeviceManager* manager, CHandler** handler, HANDLERTYPE type)
+{
+    PS_LOG(1) << "begin get handler.";
+    if (manager == nullptr) {
+        PS_LOG(4) << "devicemanager pointer is null.";
+        return false;
+    }
+    *handler = manager->GetHandler(type);
+    if (*handler == nullptr) {
+        PS_LOG(4) << "get handler failed, handler is null.";
+        return false;
+    }
+    PS_LOG(1) << "get handler finish.";
+    return true;
+}
+
+// `create` makes the object, and whatever belongs to it, and returns its id.
+bool DeviceOperate::CreateObject(const Creation& creation, const std::string& key, CDeviceManager* manager,
+                                 const std::string& name, const std::function<std::string(CHandler&)>& create)
+{
+    PS_LOG_AS(creation.operation, 1) << creation.begin;
+    if (manager == nullptr) {
+        PS_LOG_AS(creation.operation, 4) << "devicemanager point is null.";
+        return false;
+    }
+    CHandler* handler = nullptr;
+    if (!GetHandler(manager, &handler, creation.type)) {
+        PS_LOG_AS(creation.operation, 1) << "get handler failed.";
+        return false;
+    }
+    std::string id;
+    try {
+        id = create(*handler);
+    } catch (const std::exception& error) {
+        PS_LOG_AS(creation.operation, 1) << creation.failed << error.what();
+        return false;
+    }
+    std::map<std::string, std::string> info = {{creation.idKey, id}, {creation.nameKey, name}};
+    WriteInfoToJson(key, info); // a file that cannot be written does not stop provisioning
+    creation.id = id;
+    creation.name = name;
+    PS_LOG_AS(creation.operation, 1) << creation.end;
+    return true;
+}
+
+bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
+                                    std::string& lunGroupId)
+{
+    const Creation creation = {__func__,
+                               HANDLER_LUN_GROUP,
+                               DeviceKey::LUN_GROUP_ID,
+                               DeviceKey::LUN_GROUP_NAME,
+                               m_deviceMessage.lunGroupId,
+                               m_deviceMessage.lunGroupName,
+                               "begin create lun group.",
+                               "create lun group failed.oLib ex:",
+                               "create lun group finish."};
+    return CreateObject(creation, key, manager, name,
+                        [&](CHandler& handler) { return lunGroupId = CreateNamed<LunGroupMO>(handler, name).id; });
+}
+
+bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const std::string& name, std::string& hostId)
+{
+    const Creation creation = {__func__,
+                               HANDLER_HOST,
+                               DeviceKey::HOST_ID,
+                               DeviceKey::HOST_NAME,
+                               m_deviceMessage.hostId,
+                               m_deviceMessage.hostName,
+                               "begin create host.",
+                               "create host failed.oLib ex:",
+                               "create host finish."};
+    return CreateObject(creation, key, manager, name,
+                        [&](CHandler& handler) { return hostId = CreateNamed<HostMO>(handler, name).id; });
+}
+
+bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
+                                     const std::set<std::string>& hostIds, std::string& hostGroupId)
+{
+    const Creation creation = {__func__,
+                               HANDLER_HOST_GROUP,
+                               DeviceKey::HOST_GROUP_ID,
+                               DeviceKey::HOST_GROUP_NAME,
+                               m_deviceMessage.hostGroupId,
+                               m_deviceMessage.hostGroupName,
+                               "begin create host group.",
+                               "create host group failed. oLib ex:",
+                               "create host group finish."};
+    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        hostGroupId = CreateNamed<HostGroupMO>(handler, name).id;
+        for (const std::string& hostId : hostIds) {
+            dynamic_cast<CHostGroupHandler&>(handler).AddHost(hostId, hostGroupId);
+        }
+        return hostGroupId;
+    });
+}
+
+bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, const std::string& name,
+                                   const std::string& firstGroupId, const std::string& secondGroupId)
+{
+    const Creation creation = {__func__,
+                               HANDLER_MAPPING_VIEW,
+                               DeviceKey::MAP_VIEW_ID,
+                               DeviceKey::MAP_VIEW_NAME,
+                               m_deviceMessage.mapViewId,
+                               m_deviceMessage.mapViewName,
+                               "begin create mapview.",
+                               "create mapview failed.oLib ex:",
+                               "create mapview finish."};
+    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        const std::string mapViewId = CreateNamed<MappingViewMO>(handler, name).id;
+        auto& views = dynamic_cast<CMappingViewHandler&>(handler);
+        views.AddHostGroup(mapViewId, secondGroupId);
+        views.AddLunGroup(mapViewId, firstGroupId);
+        return mapViewId;
+    });
+}
+
+bool DeviceOperate::GetSelfLunGroupInfo(const Zav::SessionInfo& /*session*/, std::string& lunGroupId,
+                                        std::string& lunGroupName)
+{
+    PS_LOG(1) << "begin get lun group id";
+    if (m_deviceMessage.lunGroupId.empty()) {
+        PS_LOG(4) << "there is no have lun group id.";
+        return false;
+    }
+    lunGroupId = m_deviceMessage.lunGroupId;
+    if (m_deviceMessage.lunGroupName.empty()) {
+        PS_LOG(4) << "there is no have lun group name.";
+        return false;
+    }
+    lunGroupName = m_deviceMessage.lunGroupName;
+    PS_LOG(1) << "get lun group id finish, lun group id is:" << lunGroupId;
+    return true;
+}
+
+bool DeviceOperate::GetSelfMapviewInfo(const Zav::SessionInfo& /*session*/, std::string& mapViewId,
+                                       std::string& mapViewName)
+{
+    PS_LOG(1) << "begin get Mapview info.";
+    if (m_deviceMessage.mapViewId.empty()) {
+        PS_LOG(4) << "there is no have mapview id.";
+        return false;
+    }
+    mapViewId = m_deviceMessage.mapViewId;
+    if (m_deviceMessage.mapViewName.empty()) {
+        PS_LOG(4) << "there is no have mapview name.";
+        return false;
+    }
+    mapViewName = m_deviceMessage.mapViewName;
+    PS_LOG(1) << "get Mapview info finish.";
+    return true;
+}

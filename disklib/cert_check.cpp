@@ -1,0 +1,61 @@
+#include "disklib/zav_storage_disk_lib.h"
+
+#include "common/framework/cert.h"
+#include "common/log.h"
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+#include <exception>
+#include <vector>
+
+namespace {
+
+const std::string LOG_MODULE = "ZavStorageDiskLib";
+
+const std::string CERT_ROLE = "BackupNode";
+constexpr int PROTOCOL_HTTPS = 0;
+constexpr std::size_t SLASHES = 2; // in front of the address, in the URL's second ':'-separated piece
+
+bool VerifyCert(const EnvironmentPath& env, unsigned long requestId)
+{
+    EnvironmentPath result;
+    VerifiedCertInfo certInfo;
+    try {
+        return Cert::VerifyCertForEnv(env, result, LOG_MODULE, certInfo, true, CERT_ROLE, requestId);
+    } catch (const std::exception&) {
+        return false; // an error of the service is a refusal
+    }
+}
+
+} // namespace
+
+void ZavStorageDiskLib::CheckEnvCertForNewMgmtIP(const EnvironmentPath& env, const Zav::DeviceInfo& info)
+{
+    if (env.protocols().empty() || env.protocols(0) != PROTOCOL_HTTPS || env.certificates().empty()) {
+        return; // nothing to verify, and so nothing to say, not even that it was asked
+    }
+    PS_TRACE();
+    std::vector<std::string> pieces;
+    boost::split(pieces, info.url, boost::is_any_of(":"));
+    if (pieces.size() < 2 || pieces[1].size() <= SLASHES) {
+        PS_LOG(3) << "Failed to verify cert, due to wrong url pattern :" << info.url;
+        return;
+    }
+    const std::string address = pieces[1].substr(SLASHES);
+    EnvironmentPath newEnv(env);
+    newEnv.clear_management_ips();
+    newEnv.add_management_ips(address);
+
+    const unsigned long requestId = TSP_RequestID.get();
+    if (!VerifyCert(newEnv, requestId)) {
+        PS_LOG(3) << "Failed to verify cert for this new Zav mgmt IP:" << address;
+        return;
+    }
+    PS_LOG(1) << "Succeed to verify cert for this new Zav mgmt IP:" << address;
+    // One verified address vouches for the whole array: the alerts of all its addresses are cleared.
+    for (const std::string& other : info.otherMgmtIps) {
+        PS_LOG(1) << "Resume alert for env:" << other;
+        Cert::ResumeAlertForEnv(other, CERT_ROLE, requestId);
+    }
+}

@@ -1,0 +1,66 @@
+#ifndef PRODUCT_STORAGE_DISKLIB_MESSAGE_LOOP_H
+#define PRODUCT_STORAGE_DISKLIB_MESSAGE_LOOP_H
+
+#include <boost/function.hpp>
+#include <boost/interprocess/sync/interprocess_semaphore.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+/// Runs closures one at a time on the thread that calls Run, in the order of their due times.
+///
+/// Any thread posts; one thread runs. The loop sleeps in epoll_wait and is woken through a pipe to itself. Without a
+/// pipe (the process is out of descriptors) it still works by its timeouts, but a post does not wake it.
+/// To stop it: clear `keep_running` under `lock`, call WakeUp, and join the running thread.
+class MessageLoop {
+public:
+    struct PendingTask {
+        boost::function<void()> task;
+        std::int64_t delayed_run_time = 0; ///< steady clock, nanoseconds; 0: run as soon as it is taken
+        std::uint64_t sequence_num = 0;    ///< posting order
+    };
+
+    /// Throws the threading library's resource error when the mutex cannot be made. Failures to make the epoll instance
+    /// or the pipe are not reported; see above.
+    MessageLoop() = default;
+    MessageLoop(const MessageLoop&) = delete;
+    MessageLoop& operator=(const MessageLoop&) = delete;
+
+    /// Destroys the tasks that are still queued without running them.
+    ~MessageLoop();
+
+    /// Makes the descriptors that the loop sleeps on; once, before Run.
+    void OpenDescriptors();
+
+    /// Posts `task` to run `delay` milliseconds from now. Any thread. Throws the threading library's lock error.
+    void PostDelayedTask(const boost::function<void()>& task, unsigned long delay);
+
+    /// Runs tasks until `keep_running` is false. A task that throws ends it with its exception.
+    void Run();
+
+    /// Takes what was posted. True when it ran a task: one without a due time. Run only.
+    bool DoWork();
+
+    /// Ends a sleep of the loop. Any thread.
+    void WakeUp() const;
+
+    std::deque<PendingTask> incoming_queue;      // guarded by lock; any thread, first in first out
+    std::vector<PendingTask> delayed_work_queue; // worker only; heap: earliest due first, then posting order
+    std::int64_t recent_time = 0;                // worker only; steady clock, nanoseconds
+    boost::mutex lock;                           // never held while a task runs
+    std::atomic<bool> keep_running{true};        // written under lock, read by the worker without it
+    std::uint64_t next_sequence_num = 0;         // guarded by lock
+    std::int32_t epoll_fd = -1;
+    std::int32_t wakeup_read_fd = -1;
+    std::int32_t wakeup_write_fd = -1;
+    boost::interprocess::interprocess_semaphore running{0}; // posted when Run begins: a stop is not lost from then on
+
+private:
+    bool RunDueTask(int& waitMilliseconds);
+    void Sleep(int waitMilliseconds);
+};
+
+#endif

@@ -1,0 +1,29 @@
+#include "disklib/qen_thread.h"
+
+#include <boost/bind/bind.hpp>
+
+#include <exception>
+
+bool QenThread::Start()
+{
+    try {
+        message_loop = std::make_unique<MessageLoop>();
+        message_loop->OpenDescriptors();
+        if (thread != nullptr && thread->joinable()) {
+            std::terminate(); // its owner started it twice: the loop of the thread that runs is gone already
+        }
+        thread = std::make_unique<boost::thread>(boost::bind(&QenThread::ThreadMain, this));
+    } catch (const std::exception&) {
+        message_loop.reset();
+        thread.reset();
+        return false;
+    }
+    // From here on the owner may take the loop away, and a stop cannot be overrun by the beginning of Run.
+    message_loop->running.wait();
+    return true;
+}
+
+void QenThread::ThreadMain()
+{
+    message_loop->Run();
+}

@@ -1,0 +1,259 @@
+#include "rest/zav_rest_api.h"
+
+#include "common/framework/config_reader.h"
+#include "common/json_text.h"
+#include "common/log.h"
+#include "common/result_codes.h"
+#include "common/secret.h"
+#include "common/time_source.h"
+#include "rest/secret_request.h"
+#include "rest/zav_json.h"
+#include "rest/zav_rest_call.h"
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+#include <utility>
+
+namespace {
+
+const std::string LOG_MODULE = "ZavRestApi";
+
+constexpr unsigned int REQUEST_TIMEOUT_SECONDS = 90;
+
+int DosRequestInterval()
+{
+    return ConfigReader::getInt("BackupNode", "DosRequestInterval", true);
+}
+
+std::string LoginBody(const std::string& userName, const std::string& password)
+{
+    Json::Value body;
+    body["username"] = userName;
+    body["scope"] = 0;
+    return JsonText::WriteWithSecret(body, "password", password, JsonText::Style::Indented);
+}
+
+} // namespace
+
+ZavRestApi::ZavRestApi(std::string optionText)
+    : m_httpClient(QEN::IHttpClient::CreateClient())
+    , m_optionText(std::move(optionText))
+{
+}
+
+ZavRestApi::~ZavRestApi()
+{
+    Secret::Wipe(m_token);
+    Secret::Wipe(m_cookie);
+}
+
+int ZavRestApi::Login(const std::string& baseUrl, const std::string& userName, const std::string& password,
+                      std::string& errorText)
+{
+    PS_TRACE();
+    SecretRequest request;
+    request.method = "POST";
+    // No device id is known before the login: its segment is empty, hence the two slashes.
+    request.url = baseUrl + "/deviceManager/rest//sessions";
+    request.optionText = m_optionText;
+    request.body = LoginBody(userName, password);
+
+    SecretAnswer answer;
+    int result = SendAndParseRsp(request, answer.data, errorText, true);
+    if (result == ResultCode::OK) {
+        result = ParseLoginRespons(answer.data);
+    }
+    if (result == ResultCode::OK) {
+        m_isLogined = true;
+        m_baseUrl = baseUrl;
+    }
+    return result;
+}
+
+int ZavRestApi::Logout(std::string& errorText)
+{
+    PS_TRACE();
+    if (!m_isLogined) {
+        PS_LOG(3) << "The device has Logouted before.";
+        return ResultCode::OK;
+    }
+    m_isLogined = false;
+    SecretRequest request;
+    request.method = "DELETE";
+    BuildBaseRequest(request, "sessions");
+    Json::Value data;
+    return SendAndParseRsp(request, data, errorText, false);
+}
+
+bool ZavRestApi::GetSession(Zav::SessionInfo& session)
+{
+    PS_TRACE();
+    if (!m_isLogined) {
+        return false;
+    }
+    session.baseUrl = m_baseUrl;
+    session.deviceId = m_deviceId;
+    session.token = m_token;
+    session.cookie = m_cookie;
+    return true;
+}
+
+void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& resource)
+{
+    request.optionText = m_optionText;
+    request.url = m_baseUrl + "/deviceManager/rest/" + m_deviceId + "/" + resource;
+    request.headers.emplace("Cookie", m_cookie);
+    request.headers.emplace("iBaseToken", m_token);
+}
+
+std::string ZavRestApi::ToQueryString(const std::map<std::string, std::string>& parameters)
+{
+    std::string query;
+    for (const auto& [key, value] : parameters) {
+        query += (query.empty() ? "" : "&") + key + "=" + value;
+    }
+    return query;
+}
+
+bool ZavRestApi::CheckDosAttack()
+{
+    const boost::lock_guard<boost::recursive_mutex> guard(m_guardLock);
+    const int interval = DosRequestInterval();
+    const int limit = ConfigReader::getInt("BackupNode", "DosRequestCount", true);
+    const std::int64_t now = TimeSource::WallSeconds();
+
+    // All comparisons are unsigned: a clock that went backwards makes the distance huge and so restarts the count, and
+    // a negative interval or limit is one that no distance or count reaches.
+    const auto distance = static_cast<std::uint64_t>(now) - static_cast<std::uint64_t>(m_guardTime);
+    const auto unsignedInterval = static_cast<std::uint64_t>(static_cast<std::int64_t>(interval));
+    const auto unsignedLimit = static_cast<std::uint64_t>(static_cast<std::int64_t>(limit));
+
+    std::uint64_t count = 1;
+    if (distance < unsignedInterval) {
+        if (m_guardCount >= unsignedLimit) {
+            PS_LOG(3) << "The REST request exceed " << limit << " per " << interval << " seconds";
+            return true;
+        }
+        count = m_guardCount + 1;
+    }
+    m_guardTime = now; // of this request, not of the burst's first: the interval slides with every request that passes
+    m_guardCount = count;
+    PS_LOG(1) << "The REST request counts is " << m_guardCount;
+    return false;
+}
+
+int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data, std::string& errorText,
+                                bool parseCookie)
+{
+    if (CheckDosAttack()) {
+        const int interval = DosRequestInterval();
+        PS_LOG(3) << "sleep " << interval << "seconds to avoid generating dos attack to web server";
+        TimeSource::SleepFor(boost::chrono::seconds(interval)); // then it is sent anyway: the guard only delays
+    }
+    const boost::shared_ptr<QEN::IHttpResponse> response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
+    if (response == nullptr) {
+        PS_LOG(4) << "Return response is empty. ";
+        return ResultCode::FAILED;
+    }
+    if (response->IsSuccess()) {
+        const int result = ParseRsp(response->GetBody(), data, errorText);
+        return result != ResultCode::OK || !parseCookie ? result : ParseCookie(response->GetCookies());
+    }
+    if (response->IsNetworkError() != 0) {
+        errorText = response->GetErrorText();
+        PS_LOG(4) << "Send http request occur network error. Error  is " << errorText;
+        return ResultCode::TRANSPORT_ERROR;
+    }
+    errorText = response->GetHttpStatusText();
+    PS_LOG(4) << "Http response error. Error  is " << errorText;
+    return ResultCode::FAILED;
+}
+
+int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string& errorText)
+{
+    Json::Value root;
+    if (!JsonText::Parse(body, root)) {
+        errorText = "Parse json string failed";
+        PS_LOG(4) << "Parse json string failed.";
+        return ResultCode::FAILED;
+    }
+    ZavJson::EnvelopeError error;
+    if (!ZavJson::DecodeEnvelopeError(root, "error", error)) {
+        errorText = "Json object format is error. ";
+        PS_LOG(4) << "Json object error.";
+        return ResultCode::FAILED;
+    }
+    if (error.code != 0) {
+        PS_LOG(4) << "code : " << error.code << ", Describe : " << error.description;
+        errorText = error.description;
+        return error.code;
+    }
+    if (root.isMember("data")) {
+        data.swap(root["data"]); // moved, so that no second copy of a login's token is left behind
+    }
+    return ResultCode::OK;
+}
+
+int ZavRestApi::ParseLoginRespons(const Json::Value& data)
+{
+    std::string token;
+    std::string deviceId;
+    const Secret::ScopedWipe wipeToken(token);
+    if (!ZavJson::FindText(data, "iBaseToken", token) || !ZavJson::FindText(data, "deviceid", deviceId)) {
+        PS_LOG(4) << "Login response data is missing.";
+        return ResultCode::FAILED;
+    }
+    Secret::Replace(m_token, token);
+    m_deviceId = deviceId;
+    return ResultCode::OK;
+}
+
+int ZavRestApi::ParseCookie(const std::set<std::string>& cookies)
+{
+    if (cookies.empty()) {
+        PS_LOG(4) << "Cookie is empty.";
+        return ResultCode::FAILED;
+    }
+    std::vector<std::string> pieces;
+    boost::split(pieces, *cookies.begin(), boost::is_any_of(";"));
+    if (pieces.empty()) {
+        return ResultCode::FAILED;
+    }
+    const Secret::ScopedWipe wipePiece(pieces.front());
+    Secret::Replace(m_cookie, pieces.front());
+    return ResultCode::OK;
+}
+
+bool ZavRestApi::IsReadyFor(const Call& call) const
+{
+    if (!m_isLogined) {
+        PS_LOG_AS(call.operation, 4) << call.notLogined;
+    }
+    return m_isLogined;
+}
+
+int ZavRestApi::Send(const Call& call, Json::Value& data, std::string& errorText)
+{
+    SecretRequest request;
+    request.method = call.method;
+    BuildBaseRequest(request, call.resource);
+    if (!call.query.empty()) {
+        request.url += "?" + ToQueryString(call.query);
+    }
+    request.body = call.body;
+    return SendAndParseRsp(request, data, errorText, call.parseCookie);
+}
+
+int ZavRestApi::Perform(const Call& call, Json::Value& data, std::string& errorText)
+{
+    if (!IsReadyFor(call)) {
+        return ResultCode::FAILED;
+    }
+    const int result = Send(call, data, errorText);
+    if (result != ResultCode::OK && !call.failed.empty()) {
+        PS_LOG_AS(call.operation, 4) << call.failed;
+    }
+    return result;
+}
