@@ -1,0 +1,31 @@
+#ifndef PRODUCT_STORAGE_CLI_ARRAY_LOGIN_H
+#define PRODUCT_STORAGE_CLI_ARRAY_LOGIN_H
+
+#include "common/framework/product_messages.pb.h"
+#include "common/records.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <string>
+
+class ZavRestApi;
+
+/// A login into an environment's array for the length of a command: logged out, and its password wiped, at the end.
+class ArrayLogin {
+public:
+    /// Logs in and says where. Throws Failure when no management address takes the login; `name` names the environment.
+    ArrayLogin(const std::string& name, const EnvironmentPath& env);
+    ArrayLogin(const ArrayLogin&) = delete;
+    ArrayLogin& operator=(const ArrayLogin&) = delete;
+    ~ArrayLogin();
+
+    const Zav::DeviceInfo& Device() const noexcept { return m_device; }
+
+    /// The session, from the library's cache. Hold it no longer than needed: one that is held never expires.
+    boost::shared_ptr<ZavRestApi> Api() const;
+
+private:
+    Zav::DeviceInfo m_device;
+};
+
+#endif

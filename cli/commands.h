@@ -1,0 +1,20 @@
+#ifndef PRODUCT_STORAGE_CLI_COMMANDS_H
+#define PRODUCT_STORAGE_CLI_COMMANDS_H
+
+#include "cli/exit_code.h"
+
+#include <CLI/App.hpp>
+
+#include <functional>
+
+/// A command adds itself to the command line and leaves in `run` what is to be done when it was the one that was called.
+/// `run` throws Failure.
+using Run = std::function<ExitCode()>;
+
+void AddInitCommand(CLI::App& app, Run& run);
+void AddInventoryCommand(CLI::App& app, Run& run);
+void AddCleanupCommand(CLI::App& app, Run& run);
+void AddPasswordCommand(CLI::App& app, Run& run);
+void AddConfigCommand(CLI::App& app, Run& run);
+
+#endif

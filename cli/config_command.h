@@ -1,0 +1,7 @@
+#ifndef PRODUCT_STORAGE_CLI_CONFIG_COMMAND_H
+#define PRODUCT_STORAGE_CLI_CONFIG_COMMAND_H
+
+/// Throws Failure, after printing every problem, when the configuration cannot be used as it stands.
+void RequireSoundConfiguration();
+
+#endif

@@ -1,0 +1,34 @@
+#ifndef PRODUCT_STORAGE_CLI_DEVICE_RECORD_H
+#define PRODUCT_STORAGE_CLI_DEVICE_RECORD_H
+
+#include "common/records.h"
+
+#include <map>
+#include <string>
+
+/// An array's record in the device-information file, as the library wrote it.
+class DeviceRecord {
+public:
+    /// Throws Failure when the file is no such record.
+    explicit DeviceRecord(const std::string& deviceId);
+
+    const std::string& Path() const noexcept { return m_path; }
+    bool IsEmpty() const noexcept { return m_members.empty(); }
+
+    /// The node found its host on the array and must leave it there.
+    bool KeepsHost() const;
+    DeviceMessage Message() const;
+
+    /// Takes the record out of the file, and the file away when it held no other. Throws Failure, with the file as it
+    /// was, when it cannot.
+    void Remove() const;
+
+private:
+    std::string Member(const std::string& key) const;
+
+    const std::string m_deviceId;
+    const std::string m_path;
+    std::map<std::string, std::string> m_members;
+};
+
+#endif

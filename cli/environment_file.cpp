@@ -1,0 +1,27 @@
+#include "cli/environment_file.h"
+
+#include "cli/failure.h"
+
+#include <google/protobuf/util/json_util.h>
+
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+EnvironmentPath ReadEnvironment(const std::string& path)
+{
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (!file) {
+        const std::string reason = errno != 0 ? std::generic_category().message(errno) : "cannot be read";
+        throw Failure(ExitCode::BadInput, "environment " + path + ": " + reason);
+    }
+    EnvironmentPath env;
+    const auto status = google::protobuf::util::JsonStringToMessage(text, &env);
+    if (!status.ok()) {
+        throw Failure(ExitCode::BadInput, "environment " + path + ": " + std::string(status.message()));
+    }
+    return env;
+}
