@@ -23,6 +23,11 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
     }
     const Secret::ScopedWipe wipePassword(devices.front().password);
     m_device = devices.front();
+    Zav::SessionInfo session;
+    const Secret::ScopedWipe wipeToken(session.token);
+    const Secret::ScopedWipe wipeCookie(session.cookie);
+    Api()->GetSession(session);
+    m_deviceId = session.deviceId;
     Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
                  (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
 }

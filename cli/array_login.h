@@ -19,6 +19,8 @@ public:
     ArrayLogin& operator=(const ArrayLogin&) = delete;
     ~ArrayLogin();
 
+    /// The id under which the array's record is kept.
+    const std::string& DeviceId() const noexcept { return m_deviceId; }
     const Zav::DeviceInfo& Device() const noexcept { return m_device; }
 
     /// The session, from the library's cache. Hold it no longer than needed: one that is held never expires.
@@ -26,6 +28,7 @@ public:
 
 private:
     Zav::DeviceInfo m_device;
+    std::string m_deviceId;
 };
 
 #endif

@@ -5,7 +5,6 @@
 #include "cli/environment_file.h"
 #include "cli/failure.h"
 #include "cli/options.h"
-#include "common/secret.h"
 #include "device/delete_resource.h"
 #include "rest/zav_rest_api.h"
 
@@ -14,31 +13,27 @@
 
 namespace {
 
-// The id under which the array's record is kept; known since the login.
-std::string DeviceId(ZavRestApi& api)
-{
-    Zav::SessionInfo session;
-    const Secret::ScopedWipe wipeToken(session.token);
-    const Secret::ScopedWipe wipeCookie(session.cookie);
-    api.GetSession(session);
-    return session.deviceId;
-}
+struct CleanupOptions {
+    std::string environmentPath;
+    bool deletesHost = false;
+};
 
-ExitCode RunCleanup(const std::string& environmentPath)
+ExitCode RunCleanup(const CleanupOptions& options)
 {
-    const ArrayLogin login(environmentPath, ReadEnvironment(environmentPath));
+    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
     const boost::shared_ptr<ZavRestApi> api = login.Api();
-    const DeviceRecord record(DeviceId(*api));
+    const DeviceRecord record(login.DeviceId());
     if (record.IsEmpty()) {
         Report::Step(record.Path() + ": nothing is recorded for this array");
         return ExitCode::Done;
     }
     const DeviceMessage message = record.Message();
+    const bool keepsHost = record.KeepsHost() && !options.deletesHost;
     Report::Step(login.Device().url + ": removing mapping view " + message.mapViewId + ", host group " +
-                 message.hostGroupId + ", host " + message.hostId + (record.KeepsHost() ? " (kept)" : "") +
-                 ", LUN group " + message.lunGroupId);
+                 message.hostGroupId + ", host " + message.hostId + (keepsHost ? " (kept)" : "") + ", LUN group " +
+                 message.lunGroupId);
     DeleteResource cleanup;
-    cleanup.m_deleteHost = !record.KeepsHost();
+    cleanup.m_deleteHost = !keepsHost;
     const int code = cleanup.DeleteCreatedResource(message, Zav::SessionInfo(), api);
     if (code != 0) {
         throw Failure(ExitCode::Failed, login.Device().url + ": cleanup stopped with code " + std::to_string(code) +
@@ -53,9 +48,11 @@ ExitCode RunCleanup(const std::string& environmentPath)
 
 void AddCleanupCommand(CLI::App& app, Run& run)
 {
-    const auto environmentPath = std::make_shared<std::string>();
+    const auto options = std::make_shared<CleanupOptions>();
     CLI::App* const command =
         app.add_subcommand("cleanup", "Take apart on an array what is recorded as prepared for this node");
-    Options::AddEnvironment(*command, *environmentPath);
-    command->callback([environmentPath, &run] { run = [environmentPath] { return RunCleanup(*environmentPath); }; });
+    Options::AddEnvironment(*command, options->environmentPath);
+    command->add_flag("--delete-host", options->deletesHost,
+                      "Remove the host too when it is recorded as found there, as it is after a second init");
+    command->callback([options, &run] { run = [options](LogTail&) { return RunCleanup(*options); }; });
 }

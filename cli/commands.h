@@ -2,14 +2,15 @@
 #define PRODUCT_STORAGE_CLI_COMMANDS_H
 
 #include "cli/exit_code.h"
+#include "cli/log_tail.h"
 
 #include <CLI/App.hpp>
 
 #include <functional>
 
-/// A command adds itself to the command line and leaves in `run` what is to be done when it was the one that was called.
-/// `run` throws Failure.
-using Run = std::function<ExitCode()>;
+/// A command adds itself to the command line and leaves in `run` what is to be done when it was the one that was
+/// called. `run` throws Failure; what the library logged of its cause is then printed for it.
+using Run = std::function<ExitCode(LogTail& log)>;
 
 void AddInitCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);

@@ -12,9 +12,12 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/thread/lock_guard.hpp>
 
-#include <exception>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <fstream>
-#include <sstream>
+#include <system_error>
 
 DeviceRecord::DeviceRecord(const std::string& deviceId)
     : m_deviceId(deviceId)
@@ -22,10 +25,24 @@ DeviceRecord::DeviceRecord(const std::string& deviceId)
 {
     try {
         if (!DeviceSetOperator::GetDeviceSetOperator()->ReadInfoFromJson(deviceId, m_members)) {
-            throw Failure(ExitCode::BadInput, m_path + ": not JSON; nothing was removed");
+            throw Failure(ExitCode::BadInput, m_path + ": not JSON; nothing was changed");
         }
     } catch (const Json::Exception& error) {
         throw Failure(ExitCode::BadInput, m_path + ": not a device record: " + error.what());
+    }
+}
+
+void DeviceRecord::RequireWritable() const
+{
+    constexpr mode_t MODE = 0644;
+    const bool isThere = boost::filesystem::exists(m_path);
+    const int descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, MODE); // changes nothing that is there
+    if (descriptor == -1) {
+        throw Failure(ExitCode::BadInput, m_path + ": cannot be written: " + std::generic_category().message(errno));
+    }
+    close(descriptor);
+    if (!isThere) {
+        unlink(m_path.c_str());
     }
 }
 

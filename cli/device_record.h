@@ -15,6 +15,9 @@ public:
     const std::string& Path() const noexcept { return m_path; }
     bool IsEmpty() const noexcept { return m_members.empty(); }
 
+    /// Throws Failure when the file could not be written.
+    void RequireWritable() const;
+
     /// The node found its host on the array and must leave it there.
     bool KeepsHost() const;
     DeviceMessage Message() const;

@@ -5,8 +5,8 @@
 
 #include <string>
 
-/// Reads an environment from a file that holds the message as protobuf JSON. Throws Failure when the file cannot be read
-/// or is no such message.
+/// Reads an environment from a file that holds the message as protobuf JSON. Throws Failure when the file cannot be
+/// read or is no such message.
 EnvironmentPath ReadEnvironment(const std::string& path);
 
 #endif

@@ -4,9 +4,9 @@
 /// What zavctl ends with; docs/zavctl.md tells users.
 enum class ExitCode : int {
     Done = 0,
-    Failed = 1,         ///< the array, the node or the library refused; the reason was printed
-    Usage = 2,          ///< the command line is wrong
-    BadInput = 3,       ///< a file or text that was given cannot be used
+    Failed = 1,   ///< the array, the node or the library refused; the reason was printed
+    Usage = 2,    ///< the command line is wrong
+    BadInput = 3, ///< a file or text that was given cannot be used
     BadConfiguration = 4,
 };
 

@@ -4,6 +4,7 @@
 #include "cli/environment_file.h"
 #include "cli/failure.h"
 #include "cli/map_info_report.h"
+#include "cli/node_check.h"
 #include "cli/options.h"
 #include "cli/stop_signals.h"
 #include "disklib/zav_storage_disk_lib.h"
@@ -25,33 +26,49 @@ struct InitOptions {
     std::optional<unsigned int> watchSeconds;
 };
 
-// The library drops a session that lay idle for five seconds. After a round that failed it gets the time to, so that the
-// next round starts with a login.
+// The library drops a session that lay idle for five seconds. After a round that failed it gets the time to, so that
+// the next round starts with a login.
 constexpr boost::chrono::seconds PAUSE_AFTER_FAILURE(7);
 
-struct NamedEnvironment {
-    std::string path;
+/// One array to prepare this node on.
+struct Target {
+    std::string path; ///< of the environment
     EnvironmentPath env;
+    std::unique_ptr<ArrayLogin> login;
 };
 
-// One round over all environments. False when one failed; `infos` then holds the others.
-bool PrepareNode(const std::vector<NamedEnvironment>& environments, std::vector<ZavMapInfo>& infos)
+using MapInfos = std::vector<ZavMapInfo>;
+
+void Prepare(const Target& target, MapInfos& infos)
 {
-    infos.clear();
-    bool isDone = true;
-    for (const NamedEnvironment& named : environments) {
-        ZavMapInfo info;
-        if (ZavStorageDiskLib::GetInstance()->Init(named.env, info)) {
-            infos.push_back(info);
-        } else {
-            Report::Step(named.path + ": this node could not be prepared");
-            isDone = false;
-        }
+    NodeCheck::RequireUsableRecord(*target.login);
+    ZavMapInfo info;
+    if (!ZavStorageDiskLib::GetInstance()->Init(target.env, info)) {
+        throw Failure(ExitCode::Failed,
+                      target.path + ": this node could not be prepared on " + target.login->Device().url);
     }
-    return isDone;
+    infos.push_back(info);
+    NodeCheck::RequireConnectedNode(*target.login);
 }
 
-bool AreEqual(const std::vector<ZavMapInfo>& left, const std::vector<ZavMapInfo>& right)
+// One round over all arrays; one that fails does not keep the others from theirs.
+ExitCode PrepareAll(const std::vector<Target>& targets, LogTail& log, MapInfos& infos)
+{
+    ExitCode code = ExitCode::Done;
+    infos.clear();
+    for (const Target& target : targets) {
+        try {
+            Prepare(target, infos);
+        } catch (const Failure& failure) {
+            log.PrintFailures();
+            Report::Step(failure.what());
+            code = failure.Code();
+        }
+    }
+    return code;
+}
+
+bool AreEqual(const MapInfos& left, const MapInfos& right)
 {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& one, const auto& other) {
         return google::protobuf::util::MessageDifferencer::Equals(one, other);
@@ -59,50 +76,49 @@ bool AreEqual(const std::vector<ZavMapInfo>& left, const std::vector<ZavMapInfo>
 }
 
 // Prints the first round and every one that found or made something else.
-ExitCode Watch(const std::vector<NamedEnvironment>& environments, const InitOptions& options,
-               const StopSignals& stopSignals)
+ExitCode Watch(const std::vector<Target>& targets, const InitOptions& options, const StopSignals& stopSignals,
+               LogTail& log)
 {
-    std::vector<ZavMapInfo> printed;
-    bool isDone = false;
-    bool isStopped = false;
-    while (!isStopped) {
-        std::vector<ZavMapInfo> infos;
-        isDone = PrepareNode(environments, infos);
-        if (isDone && !AreEqual(infos, printed)) {
+    const boost::chrono::seconds pace(*options.watchSeconds);
+    MapInfos printed;
+    for (;;) {
+        MapInfos infos;
+        const ExitCode code = PrepareAll(targets, log, infos);
+        if (code == ExitCode::Done && !AreEqual(infos, printed)) {
+            log.PrintFailures(); // why it changed
             PrintMapInfos(infos, options.format);
             printed = infos;
         }
-        const boost::chrono::seconds pace(*options.watchSeconds);
-        isStopped = stopSignals.WaitFor(isDone ? pace : std::max(pace, PAUSE_AFTER_FAILURE));
+        if (stopSignals.WaitFor(code == ExitCode::Done ? pace : std::max(pace, PAUSE_AFTER_FAILURE))) {
+            Report::Step("stopped");
+            return code;
+        }
     }
-    Report::Step("stopped");
-    return isDone ? ExitCode::Done : ExitCode::Failed;
 }
 
-ExitCode RunInit(const InitOptions& options)
+ExitCode RunInit(const InitOptions& options, LogTail& log)
 {
-    std::vector<NamedEnvironment> environments;
+    std::vector<Target> targets;
     for (const std::string& path : options.environmentPaths) {
-        environments.push_back({path, ReadEnvironment(path)});
+        targets.push_back({path, ReadEnvironment(path), nullptr});
     }
+    // Before the first login, which starts the library's thread.
     const std::unique_ptr<StopSignals> stopSignals =
         options.watchSeconds.has_value() ? std::make_unique<StopSignals>() : nullptr;
-
-    std::vector<std::unique_ptr<ArrayLogin>> logins;
-    for (const NamedEnvironment& named : environments) {
-        logins.push_back(std::make_unique<ArrayLogin>(named.path, named.env));
-        Report::Step(named.path + ": preparing this node");
+    for (Target& target : targets) {
+        target.login = std::make_unique<ArrayLogin>(target.path, target.env);
     }
+    Report::Step("preparing this node");
     if (stopSignals != nullptr) {
-        return Watch(environments, options, *stopSignals);
+        return Watch(targets, options, *stopSignals, log);
     }
-    std::vector<ZavMapInfo> infos;
-    const bool isDone = PrepareNode(environments, infos);
+    MapInfos infos;
+    const ExitCode code = PrepareAll(targets, log, infos);
     PrintMapInfos(infos, options.format);
-    if (isDone) {
+    if (code == ExitCode::Done) {
         Report::Step("this node is prepared");
     }
-    return isDone ? ExitCode::Done : ExitCode::Failed;
+    return code;
 }
 
 } // namespace
@@ -115,10 +131,11 @@ void AddInitCommand(CLI::App& app, Run& run)
     command
         ->add_option("--env", options->environmentPaths,
                      "An environment: a file with the EnvironmentPath message as protobuf JSON; may be repeated")
-        ->required();
+        ->required()
+        ->allow_extra_args(false);
     Options::AddFormat(*command, options->format);
     command->add_option("--watch", options->watchSeconds, "Stay and see every SECONDS that the node is still prepared")
         ->option_text("SECONDS")
         ->check(CLI::Range(1U, 86400U));
-    command->callback([options, &run] { run = [options] { return RunInit(*options); }; });
+    command->callback([options, &run] { run = [options](LogTail& log) { return RunInit(*options, log); }; });
 }

@@ -1,6 +1,7 @@
 #include "cli/commands.h"
 #include "cli/config_command.h"
 #include "cli/failure.h"
+#include "cli/log_tail.h"
 #include "cli/report.h"
 
 #include <CLI/Config.hpp>
@@ -15,11 +16,19 @@ namespace {
 
 constexpr const char* CONSOLE_LEVEL = "PRODUCT_STORAGE_LOG_CONSOLE";
 
-// The library tells what fails, and why, in its log: those lines belong on standard error of a command.
-void ShowLog(bool isVerbose)
+ExitCode RunCommand(const Run& run, bool isVerbose)
 {
-    const int keepsWhatTheUserSet = isVerbose ? 1 : 0;
-    setenv(CONSOLE_LEVEL, isVerbose ? "1" : "3", keepsWhatTheUserSet);
+    if (isVerbose) {
+        setenv(CONSOLE_LEVEL, "1", 1);
+    }
+    RequireSoundConfiguration();
+    LogTail log(std::getenv(CONSOLE_LEVEL) != nullptr);
+    try {
+        return run(log);
+    } catch (const std::exception&) {
+        log.PrintFailures(); // the cause, in front of what came of it
+        throw;
+    }
 }
 
 ExitCode Main(int argc, char** argv)
@@ -40,10 +49,8 @@ ExitCode Main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? ExitCode::Done : ExitCode::Usage; // --help and --version come this way too
     }
-    ShowLog(isVerbose);
     try {
-        RequireSoundConfiguration();
-        return run();
+        return RunCommand(run, isVerbose);
     } catch (const Failure& failure) {
         Report::Step(failure.what());
         return failure.Code();

@@ -10,7 +10,7 @@
 
 namespace {
 
-ExitCode EncryptPassword()
+ExitCode EncryptPassword(LogTail& /*log*/)
 {
     std::string password;
     const Secret::ScopedWipe wipePassword(password);

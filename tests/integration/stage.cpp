@@ -1,0 +1,270 @@
+#include "tests/integration/stage.h"
+
+#include "common/framework/security.h"
+#include "disklib/zav_storage_disk_lib.h"
+
+#include <json/reader.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+std::string MakeDirectory()
+{
+    std::string name = (fs::temp_directory_path() / "product-storage-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("cannot make a folder " + name);
+    }
+    return name;
+}
+
+int NextNumber()
+{
+    static std::atomic<int> count(0);
+    constexpr int FIRST = 4096; // leaves 127.0.x.x to others
+    constexpr int RANGE = (1 << 20) - FIRST;
+    constexpr int STEP = 7919; // processes that start at once have numbers that lie close together
+    return FIRST + (getpid() + ++count * STEP) % RANGE;
+}
+
+std::string ProgramFolder()
+{
+    return fs::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+void MakeScript(const std::string& path, const std::string& content)
+{
+    WriteFile(path, content);
+    fs::permissions(path, fs::owner_all);
+}
+
+} // namespace
+
+std::string ProgramPath(const std::string& name)
+{
+    return ProgramFolder() + "/" + name;
+}
+
+Stage::Stage()
+    : m_directory(MakeDirectory())
+    , m_number(NextNumber())
+{
+    fs::create_directories(fs::path(ProgramFolder()).parent_path() / "conf");
+    for (const char* const folder : {"node/bin", "product/bin", "product/conf", "ca"}) {
+        fs::create_directories(fs::path(m_directory) / folder);
+    }
+    fs::copy_file(ProgramPath("zavctl"), ProductPath("bin/zavctl"));
+    m_settings = {{"Log.File", m_directory + "/library.log"},
+                  {"Http.CaFile", m_directory + "/ca/ca.pem"},
+                  {"Security.KeyFile", m_directory + "/product.key"},
+                  {"Shell.Path", m_directory + "/node/bin:" + ProgramPath("node")},
+                  {"Cert.AlertDir", m_directory + "/alerts"}};
+    WriteConfiguration();
+    MakeNode();
+    setenv("PRODUCT_STORAGE_CONFIG", (m_directory + "/backupnode.ini").c_str(), 1);
+    setenv("ZAVSIM_NODE_INITIATOR_FILE", (m_directory + "/node/initiatorname.iscsi").c_str(), 1);
+    setenv("ZAVSIM_NODE_STATE", (m_directory + "/node/state").c_str(), 1);
+}
+
+Stage::~Stage()
+{
+    ZavStorageDiskLib::GetInstance()->StopCheckThread();
+    Run(m_directory, {ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
+    if (m_hasTargets) {
+        Run(m_directory, {ProgramPath("zavsim-target"), "stop", "--folder", m_directory + "/targets"});
+    }
+    for (const std::unique_ptr<Array>& array : m_arrays) {
+        fs::remove(RecordPath(*array));
+    }
+    m_arrays.clear();
+    boost::system::error_code ignored;
+    fs::remove_all(m_directory, ignored);
+}
+
+std::string Stage::Address(int number) const
+{
+    constexpr int PER_TEST = 16;
+    const int host = m_number * PER_TEST + number;
+    return "127." + std::to_string(host >> 16) + "." + std::to_string((host >> 8) & 255) + "." +
+           std::to_string(host & 255);
+}
+
+Array& Stage::StartArray(ArrayOptions options)
+{
+    const int index = static_cast<int>(m_arrays.size());
+    constexpr int FIRST_SERVICE_ADDRESS = 8;
+    if (options.serial.empty()) {
+        options.serial = "21" + std::to_string(m_number) + std::to_string(index);
+    }
+    if (options.managementIps.empty()) {
+        options.managementIps = {Address(2 * index)};
+    }
+    if (options.serviceIps.empty()) {
+        options.serviceIps = {Address(FIRST_SERVICE_ADDRESS + index)};
+    }
+    if (options.caFolder.empty()) {
+        options.caFolder = m_directory + "/ca";
+    }
+    m_arrays.push_back(std::make_unique<Array>(m_directory, options));
+    return *m_arrays.back();
+}
+
+void Stage::StartTargets(const std::vector<std::string>& addresses)
+{
+    Process::Arguments command = {ProgramPath("zavsim-target"), "start", "--folder", m_directory + "/targets"};
+    command.insert(command.end(), addresses.begin(), addresses.end());
+    m_hasTargets = true;
+    const Outcome outcome = Run(m_directory, command);
+    if (outcome.status != 0) {
+        throw std::runtime_error("no iSCSI targets: " + outcome.output + outcome.errors);
+    }
+}
+
+EnvironmentPath Stage::EnvironmentOf(const Array& array) const
+{
+    EnvironmentPath env;
+    env.add_management_ips(array.Options().managementIps.front());
+    env.add_user_names("admin");
+    env.add_encrypted_passwords(EncryptedPassword());
+    env.add_certificates("array");
+    env.add_ports(Array::PORT);
+    env.add_protocols(array.Options().protocol == "http" ? 1 : 0);
+    for (const std::string& address : array.Options().managementIps) {
+        env.add_all_management_ips(address);
+    }
+    return env;
+}
+
+std::string Stage::EnvironmentFileOf(const Array& array) const
+{
+    const auto quoted = [](const std::string& text) { return "\"" + text + "\""; };
+    std::string allIps;
+    for (const std::string& address : array.Options().managementIps) {
+        allIps += (allIps.empty() ? "" : ", ") + quoted(address);
+    }
+    const std::string path = m_directory + "/" + array.Options().serial + ".json";
+    WriteFile(path, R"({"managementIps": [)" + quoted(array.Options().managementIps.front()) +
+                        R"(], "userNames": ["admin"], "encryptedPasswords": [)" + quoted(EncryptedPassword()) +
+                        R"(], "certificates": ["array"], "ports": [)" + std::to_string(Array::PORT) +
+                        R"(], "protocols": [)" + (array.Options().protocol == "http" ? "1" : "0") +
+                        R"(], "allManagementIps": [)" + allIps + "]}\n");
+    return path;
+}
+
+void Stage::SetFcPorts(const std::vector<std::string>& portNames) const
+{
+    const fs::path folder = fs::path(m_directory) / "node/fc_host";
+    fs::remove_all(folder);
+    for (std::size_t i = 0; i < portNames.size(); ++i) {
+        const fs::path host = folder / ("host" + std::to_string(i));
+        fs::create_directories(host);
+        WriteFile((host / "port_name").string(), portNames[i] + "\n");
+    }
+}
+
+void Stage::SetInitiatorFile(const std::string& content) const
+{
+    WriteFile(m_directory + "/node/initiatorname.iscsi", content);
+}
+
+void Stage::Configure(const std::map<std::string, std::string>& settings)
+{
+    for (const auto& [name, value] : settings) {
+        m_settings[name] = value;
+    }
+    WriteConfiguration();
+}
+
+Outcome Stage::RunZavctl(const Process::Arguments& arguments) const
+{
+    Process::Arguments command = {ProductPath("bin/zavctl")};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return Run(m_directory, command);
+}
+
+std::unique_ptr<Process> Stage::StartZavctl(const Process::Arguments& arguments) const
+{
+    Process::Arguments command = {ProductPath("bin/zavctl")};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return std::make_unique<Process>(m_directory, command);
+}
+
+std::string Stage::RecordPath(const Array& array) const
+{
+    return fs::path(ProgramFolder()).parent_path().string() + "/conf/" + array.Options().serial + "-info.conf";
+}
+
+std::string Stage::ZavctlRecordPath(const Array& array) const
+{
+    return ProductPath("conf/" + array.Options().serial + "-info.conf");
+}
+
+std::map<std::string, std::string> Stage::ReadRecord(const std::string& path)
+{
+    Json::Value root;
+    std::string errors;
+    std::istringstream stream(ReadFile(path));
+    if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &root, &errors) || root.size() != 1) {
+        throw std::runtime_error(path + " does not hold one record: " + ReadFile(path));
+    }
+    std::map<std::string, std::string> record;
+    const Json::Value& members = *root.begin();
+    for (const std::string& name : members.getMemberNames()) {
+        record[name] = members[name].asString();
+    }
+    return record;
+}
+
+std::string Stage::LogText() const
+{
+    return ReadFile(m_directory + "/library.log");
+}
+
+// The files that a Linux node has under /etc and /sys, and a `cat` that finds them here.
+void Stage::MakeNode() const
+{
+    SetInitiatorFile("## DO NOT EDIT OR REMOVE THIS FILE!\nInitiatorName=" + std::string(NODE_IQN) + "\n");
+    MakeScript(m_directory + "/node/bin/cat", "#!/bin/sh\n"
+                                              "case $1 in\n"
+                                              "    /etc/iscsi/initiatorname.iscsi) exec /bin/cat '" +
+                                                  m_directory +
+                                                  "/node/initiatorname.iscsi' ;;\n"
+                                                  "    /sys/class/fc_host/*) exec /bin/cat '" +
+                                                  m_directory +
+                                                  "'/node/fc_host/host*/port_name ;;\n"
+                                                  "esac\n"
+                                                  "exec /bin/cat \"$@\"\n");
+}
+
+void Stage::WriteConfiguration() const
+{
+    std::map<std::string, std::string> sections;
+    for (const auto& [name, value] : m_settings) {
+        const std::size_t dot = name.find('.');
+        sections[name.substr(0, dot)] += name.substr(dot + 1) + " = " + value + "\n";
+    }
+    std::string content;
+    for (const auto& [section, keys] : sections) {
+        content += "[" + section + "]\n" + keys;
+    }
+    WriteFile(m_directory + "/backupnode.ini", content);
+}
+
+std::string Stage::EncryptedPassword() const
+{
+    std::string cipher;
+    std::string errorText;
+    if (!SecuritySS::ZelkEncryptInfo(PASSWORD, cipher, errorText)) {
+        throw std::runtime_error("no encrypted password: " + errorText);
+    }
+    return cipher;
+}

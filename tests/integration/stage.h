@@ -1,0 +1,87 @@
+#ifndef PRODUCT_STORAGE_TESTS_INTEGRATION_STAGE_H
+#define PRODUCT_STORAGE_TESTS_INTEGRATION_STAGE_H
+
+#include "common/framework/product_messages.pb.h"
+#include "tests/integration/array.h"
+#include "tests/integration/process.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// The path of one of our programs, which lie beside the test program or in its folders.
+std::string ProgramPath(const std::string& name);
+
+/// Everything that a story needs around the library, for itself alone: a folder, loopback addresses that no other test
+/// uses, a configuration, a node with an initiator name and no FC ports whose iscsiadm is the stand-in, arrays and
+/// iSCSI targets.
+///
+/// The node's files are handed to the library's shell commands by a `cat` of our own, first on the shell's path, so
+/// that no test needs another user's rights. The library itself runs in the test program; zavctl runs in a product
+/// folder inside the test's folder.
+class Stage : public ::testing::Test {
+protected:
+    static constexpr const char* NODE_IQN = "iqn.2020-01.local.node:01";
+    static constexpr const char* PASSWORD = "zavsim-admin";
+
+    Stage();
+    ~Stage() override;
+
+    /// An address of 127.0.0.0/8 that only this test uses; the same number gives the same address.
+    std::string Address(int number) const;
+
+    /// An array with one management address and one service address, unless told otherwise, whose serial number no
+    /// other test uses. Lives as long as the test.
+    Array& StartArray(ArrayOptions options = {});
+
+    /// Starts a target on port 3260 of each address.
+    void StartTargets(const std::vector<std::string>& addresses);
+
+    /// The array as an environment: all its management addresses, the encrypted password, a certificate.
+    EnvironmentPath EnvironmentOf(const Array& array) const;
+
+    /// The same in a file, for zavctl.
+    std::string EnvironmentFileOf(const Array& array) const;
+
+    /// The node has these FC port names from now on, as sysfs tells them.
+    void SetFcPorts(const std::vector<std::string>& portNames) const;
+    void SetInitiatorFile(const std::string& content) const;
+
+    /// Rewrites the configuration with "section.key" set to a value each; nothing else of the stage's changes.
+    void Configure(const std::map<std::string, std::string>& settings);
+
+    /// Runs zavctl to its end in the test's product folder.
+    Outcome RunZavctl(const Process::Arguments& arguments) const;
+
+    /// The same without waiting for its end.
+    std::unique_ptr<Process> StartZavctl(const Process::Arguments& arguments) const;
+
+    /// The device-information file of `array` that the library in this program, or zavctl, writes.
+    std::string RecordPath(const Array& array) const;
+    std::string ZavctlRecordPath(const Array& array) const;
+
+    /// The one record in such a file.
+    static std::map<std::string, std::string> ReadRecord(const std::string& path);
+
+    /// What the library logged so far.
+    std::string LogText() const;
+
+    const std::string& Directory() const noexcept { return m_directory; }
+    std::string ProductPath(const std::string& name) const { return m_directory + "/product/" + name; }
+
+private:
+    void MakeNode() const;
+    void WriteConfiguration() const;
+    std::string EncryptedPassword() const;
+
+    const std::string m_directory;
+    const int m_number; ///< tells the tests that run at the same time apart
+    std::map<std::string, std::string> m_settings;
+    std::vector<std::unique_ptr<Array>> m_arrays;
+    bool m_hasTargets = false;
+};
+
+#endif
