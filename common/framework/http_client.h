@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_FRAMEWORK_HTTP_CLIENT_H
 #define PRODUCT_STORAGE_COMMON_FRAMEWORK_HTTP_CLIENT_H
 
+#include "common/framework/export.h"
+
 #include <boost/shared_ptr.hpp>
 
 #include <cstdint>
@@ -27,7 +29,7 @@ namespace QEN {
 
 /// What came back for one request: an answer with a success status, an answer with another status, or no answer.
 /// Immutable; belongs to the caller. Body and cookies may hold session secrets and are wiped on destruction.
-class IHttpResponse {
+class PRODUCT_FRAMEWORK_API IHttpResponse {
 public:
     virtual ~IHttpResponse() = default;
 
@@ -41,7 +43,7 @@ public:
 };
 
 /// A client that keeps connections alive between requests. One client serves several threads at once.
-class IHttpClient {
+class PRODUCT_FRAMEWORK_API IHttpClient {
 public:
     /// A new client; empty when none can be made.
     static boost::shared_ptr<IHttpClient> CreateClient();
