@@ -1,0 +1,65 @@
+#ifndef ZAVSIM_ARRAY_ARRAY_SYSTEM_H
+#define ZAVSIM_ARRAY_ARRAY_SYSTEM_H
+
+#include "simulator/array/accounts.h"
+#include "simulator/array/inventory.h"
+#include "simulator/array/sessions.h"
+#include "simulator/array/state.h"
+#include "simulator/array/state_file.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace ZavSim {
+
+/// Bounds of the array's logins.
+struct SessionLimits {
+    std::size_t sessions = 32;
+    std::chrono::seconds idle{1200};
+};
+
+/// One simulated array: its generated part, what clients made on it, and their sessions. Any thread may call.
+class ArraySystem {
+public:
+    /// With a state file the objects come from it and every change goes to it; throws what StateFile::Load and Save
+    /// throw.
+    ArraySystem(ArrayShape shape, Accounts accounts, SessionLimits limits, Clock clock,
+                std::unique_ptr<const StateFile> file);
+
+    const Inventory& GetInventory() const noexcept { return m_inventory; }
+
+    /// Throws Refusal with LoginRefused or SessionLimitReached.
+    Session Login(const std::string& user, const std::string& password);
+
+    /// Throws Refusal with SessionLapsed.
+    Session RequireSession(const std::string& token, const std::vector<std::string>& cookies);
+    void Logout(std::uint64_t session);
+    void EndAllSessions();
+    std::vector<SessionTable::Standing> ListSessions();
+
+    /// Runs `read` on the objects, under the lock, and returns what it returns.
+    template <typename Read>
+    auto Look(Read read) const
+    {
+        const std::lock_guard<std::mutex> guard(m_objectsLock);
+        return read(static_cast<const State&>(m_objects));
+    }
+
+    /// Runs `change` on the objects. What it throws passes on, and then nothing is changed; throws Refusal with
+    /// StateNotSaved, also with nothing changed, when the state file cannot be written.
+    void Change(const std::function<void(State&)>& change);
+
+private:
+    const Inventory m_inventory;
+    const Accounts m_accounts;
+    const std::unique_ptr<const StateFile> m_file; ///< null: nothing is kept; saved under m_objectsLock
+    mutable std::mutex m_objectsLock;
+    State m_objects; ///< guarded by m_objectsLock
+    std::mutex m_sessionsLock;
+    SessionTable m_sessions; ///< guarded by m_sessionsLock
+};
+
+} // namespace ZavSim
+
+#endif

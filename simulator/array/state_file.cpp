@@ -1,0 +1,34 @@
+#include "simulator/array/state_file.h"
+
+#include "simulator/array/state_json.h"
+#include "simulator/base/file_io.h"
+#include "simulator/base/json_io.h"
+
+#include <stdexcept>
+
+namespace ZavSim {
+
+State StateFile::Load(std::uint64_t lunCount) const
+{
+    const auto text = ReadFileIfThere(m_path);
+    if (!text) {
+        return State(lunCount);
+    }
+    std::string problem;
+    const auto root = ParseJson(*text, problem);
+    if (!root) {
+        throw std::runtime_error("the state file " + m_path + " is not JSON: " + problem);
+    }
+    try {
+        return StateFromJson(*root, m_serial, lunCount);
+    } catch (const std::exception& error) {
+        throw std::runtime_error("the state file " + m_path + " is not usable: " + error.what());
+    }
+}
+
+void StateFile::Save(const State& state) const
+{
+    WriteFileAtomically(m_path, WriteJsonIndented(StateToJson(state, m_serial)), 0600);
+}
+
+} // namespace ZavSim

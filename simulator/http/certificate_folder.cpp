@@ -1,0 +1,118 @@
+#include "simulator/http/certificate_folder.h"
+
+#include "simulator/base/file_io.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <stdexcept>
+
+namespace ZavSim {
+
+namespace {
+
+constexpr unsigned FOLDER_MODE = 0755;
+constexpr unsigned CERTIFICATE_MODE = 0644;
+constexpr unsigned KEY_MODE = 0600;
+
+/// Keeps other processes out of the folder; released with the descriptor.
+Descriptor LockFolder(const std::string& folder)
+{
+    const std::string path = folder + "/lock";
+    Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, KEY_MODE));
+    if (!lock.IsOpen()) {
+        ThrowErrno("cannot write", path);
+    }
+    while (::flock(lock.Get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            ThrowErrno("cannot lock", path);
+        }
+    }
+    return lock;
+}
+
+void Store(const Identity& identity, const std::string& certificatePath, const std::string& keyPath)
+{
+    WriteFileAtomically(keyPath, KeyToPem(identity), KEY_MODE);
+    WriteFileAtomically(certificatePath, CertificateToPem(identity), CERTIFICATE_MODE);
+}
+
+std::optional<Identity> LoadIfThere(const std::string& certificatePath, const std::string& keyPath)
+{
+    const auto certificate = ReadFileIfThere(certificatePath);
+    const auto key = ReadFileIfThere(keyPath);
+    if (!certificate && !key) {
+        return std::nullopt;
+    }
+    if (!certificate || !key) {
+        throw std::runtime_error((certificate ? keyPath : certificatePath) + " is missing beside " +
+                                 (certificate ? certificatePath : keyPath));
+    }
+    try {
+        return IdentityFromPem(*certificate, *key);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(certificatePath + ": " + error.what());
+    }
+}
+
+Identity LoadOrMakeAuthority(const std::string& folder)
+{
+    if (::mkdir(folder.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
+        ThrowErrno("cannot make the folder", folder);
+    }
+    const Descriptor lock = LockFolder(folder);
+    auto authority = LoadIfThere(folder + "/ca.pem", folder + "/ca.key");
+    if (!authority) {
+        authority = MakeAuthority();
+        Store(*authority, folder + "/ca.pem", folder + "/ca.key");
+    }
+    if (!IsWithinDates(*authority)) {
+        throw std::runtime_error(folder + "/ca.pem is out of date; remove the folder to have a new authority made");
+    }
+    return std::move(*authority);
+}
+
+} // namespace
+
+CertificateFolder::CertificateFolder(std::string folder)
+    : m_folder(std::move(folder))
+    , m_authority(LoadOrMakeAuthority(m_folder))
+{
+}
+
+Identity CertificateFolder::LoadOrMakeServer(const std::string& address) const
+{
+    std::string name = address;
+    std::replace(name.begin(), name.end(), ':', '_'); // an IPv6 address as a file name that every tool takes
+    const std::string base = m_folder + "/server-" + name;
+    const Descriptor lock = LockFolder(m_folder);
+    try {
+        auto server = LoadIfThere(base + ".pem", base + ".key");
+        if (server && IsUsableFor(*server, m_authority, address)) {
+            return std::move(*server);
+        }
+    } catch (const std::exception&) {
+        // Nobody trusts a server certificate by itself, so a damaged one is simply replaced.
+    }
+    Identity server = MakeServerIdentity(m_authority, address);
+    Store(server, base + ".pem", base + ".key");
+    return server;
+}
+
+TlsContextHandle CertificateFolder::ServerContext(const std::string& address) const
+{
+    const Identity server = LoadOrMakeServer(address);
+    TlsContextHandle context(SSL_CTX_new(TLS_server_method()));
+    if (!context || SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION) != 1 ||
+        SSL_CTX_use_certificate(context.get(), server.certificate.get()) != 1 ||
+        SSL_CTX_use_PrivateKey(context.get(), server.key.get()) != 1) {
+        ThrowOpenSsl("cannot set up TLS for " + address);
+    }
+    return context;
+}
+
+} // namespace ZavSim

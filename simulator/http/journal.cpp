@@ -1,0 +1,102 @@
+#include "simulator/http/journal.h"
+
+#include "simulator/http/masking.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+namespace ZavSim {
+
+namespace {
+
+std::int64_t Milliseconds(std::chrono::nanoseconds duration)
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
+}
+
+std::string UtcText(std::chrono::system_clock::time_point time)
+{
+    const std::int64_t milliseconds = Milliseconds(time.time_since_epoch());
+    const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm parts{};
+    ::gmtime_r(&seconds, &parts);
+    char text[32];
+    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    std::snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
+    return text;
+}
+
+} // namespace
+
+std::uint64_t Journal::Begin(const HttpRequest& request)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    Json::Value record(Json::objectValue);
+    record["time"] = UtcText(std::chrono::system_clock::now());
+    record["monotonicMs"] = Json::Int64(Milliseconds(begin.time_since_epoch()));
+    record["listener"] = request.listener;
+    record["peer"] = request.peer;
+    record["connection"] = Json::UInt64(request.connection);
+    record["method"] = request.method;
+    record["target"] = MaskTarget(request.target);
+    const Json::Value body = MaskBody(request.body);
+    if (!body.isNull()) {
+        record["body"] = body;
+    }
+    const std::lock_guard<std::mutex> guard(m_lock);
+    record["number"] = Json::UInt64(++m_last);
+    m_entries.push_back({m_last, begin, std::move(record)});
+    if (m_entries.size() > m_capacity) {
+        m_entries.pop_front();
+    }
+    return m_last;
+}
+
+void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::string& fault)
+{
+    const auto end = std::chrono::steady_clock::now();
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_entries.empty() || number < m_entries.front().number || number > m_entries.back().number) {
+        return; // cleared or pushed out meanwhile
+    }
+    Entry& entry = m_entries[static_cast<std::size_t>(number - m_entries.front().number)];
+    Json::Value& record = entry.record;
+    record["durationMs"] = Json::Int64(Milliseconds(end - entry.begin));
+    record["status"] = answer.delivery == Delivery::Nothing ? 0 : answer.status;
+    if (answer.code) {
+        record["code"] = Json::Int64(*answer.code);
+    }
+    if (answer.session != 0) {
+        record["session"] = Json::UInt64(answer.session);
+    }
+    if (!fault.empty()) {
+        record["fault"] = fault;
+    }
+}
+
+Json::Value Journal::Since(std::uint64_t since) const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    Json::Value answer(Json::objectValue);
+    answer["last"] = Json::UInt64(m_last);
+    const std::uint64_t oldest = m_entries.empty() ? m_last + 1 : m_entries.front().number;
+    const std::uint64_t seen = std::max(since, m_cleared);
+    answer["lost"] = Json::UInt64(oldest > seen + 1 ? oldest - seen - 1 : 0);
+    answer["entries"] = Json::arrayValue;
+    for (const Entry& entry : m_entries) {
+        if (entry.number > since) {
+            answer["entries"].append(entry.record);
+        }
+    }
+    return answer;
+}
+
+void Journal::Clear()
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_entries.clear();
+    m_cleared = m_last;
+}
+
+} // namespace ZavSim

@@ -1,0 +1,29 @@
+#ifndef ZAVSIM_HTTP_LISTEN_ADDRESS_H
+#define ZAVSIM_HTTP_LISTEN_ADDRESS_H
+
+#include <string>
+
+namespace ZavSim {
+
+/// Where a listener stands: http or https, a numeric address, a port.
+struct ListenAddress {
+    bool tls = true;
+    std::string host; ///< "127.0.0.1" or "::1", without brackets
+    int port = 0;     ///< 0: any that is free
+
+    std::string Url() const;
+};
+
+/// Reads "https://127.0.0.1:8088" or "http://[::1]:8088". Throws std::invalid_argument naming the text and what is
+/// wrong.
+ListenAddress ParseListenAddress(const std::string& text);
+
+/// True for a numeric IPv4 or IPv6 address without brackets.
+bool IsNumericAddress(const std::string& text);
+
+/// True for 127.0.0.0/8 and ::1, also when the latter wraps an IPv4 address.
+bool IsLoopback(const std::string& address);
+
+} // namespace ZavSim
+
+#endif

@@ -1,0 +1,40 @@
+#ifndef ZAVSIM_OPTIONS_H
+#define ZAVSIM_OPTIONS_H
+
+#include "simulator/array/accounts.h"
+#include "simulator/array/array_system.h"
+#include "simulator/faults/fault.h"
+#include "simulator/http/http_server.h"
+#include "simulator/http/listen_address.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ZavSim {
+
+/// What the command line asks for, checked as far as that goes without opening anything but password files.
+struct Options {
+    std::vector<ListenAddress> listen;
+    ArrayShape shape;
+    Accounts accounts;
+    SessionLimits sessions;
+    ServerLimits server;
+    std::string certificateFolder = "zavsim-ca";
+    std::string stateFile; ///< empty: nothing is kept
+    std::size_t journal = 10000;
+    std::uint64_t seed = 1;
+    std::vector<Fault> faults;
+    std::vector<std::string> onlinePorts;
+};
+
+constexpr const char* STANDARD_USER = "admin";
+constexpr const char* STANDARD_PASSWORD = "zavsim-admin";
+
+/// Reads the command line. Without a value the program is to end at once with the status put into `status`: 0 after
+/// --help, 2 after a bad argument, which is told on standard error.
+std::optional<Options> ParseOptions(int argc, const char* const* argv, int& status);
+
+} // namespace ZavSim
+
+#endif

@@ -1,0 +1,43 @@
+#ifndef ZAVSIM_SIMULATION_H
+#define ZAVSIM_SIMULATION_H
+
+#include "simulator/http/certificate_folder.h"
+#include "simulator/http/listener_set.h"
+#include "simulator/options.h"
+#include "simulator/service/admin_service.h"
+#include "simulator/service/array_service.h"
+
+#include <memory>
+
+namespace ZavSim {
+
+/// Everything that one zavsim process is made of, put together from its options.
+class Simulation {
+public:
+    /// Loads or makes certificates and state; listens on nothing yet. Throws std::runtime_error.
+    explicit Simulation(const Options& options, const Clock& clock = &std::chrono::steady_clock::now);
+    ~Simulation();
+    Simulation(const Simulation&) = delete;
+    Simulation& operator=(const Simulation&) = delete;
+
+    /// Clients can connect when it returns. Throws std::runtime_error naming the address that cannot be had.
+    void Start();
+
+    /// Path of the authority's certificate; empty when no address is https.
+    std::string AuthorityPath() const;
+    const ListenerSet& Listeners() const noexcept { return m_listeners; }
+
+private:
+    std::unique_ptr<const CertificateFolder> m_certificates; ///< null when no address is https
+    ArraySystem m_array;
+    Journal m_journal;
+    FaultPlan m_faults;
+    ListenerSet m_listeners; // above its users, which look at it; emptied of threads first, in the destructor
+    ArrayService m_arrayService;
+    AdminService m_adminService;
+    Dispatcher m_dispatcher;
+};
+
+} // namespace ZavSim
+
+#endif
