@@ -6,20 +6,21 @@
 
 #include <cerrno>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <system_error>
 
 EnvironmentPath ReadEnvironment(const std::string& path)
 {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file) {
+    std::ostringstream text;
+    text << file.rdbuf();
+    if (!file || errno != 0) {
         const std::string reason = errno != 0 ? std::generic_category().message(errno) : "cannot be read";
         throw Failure(ExitCode::BadInput, "environment " + path + ": " + reason);
     }
     EnvironmentPath env;
-    const auto status = google::protobuf::util::JsonStringToMessage(text, &env);
+    const auto status = google::protobuf::util::JsonStringToMessage(text.str(), &env);
     if (!status.ok()) {
         throw Failure(ExitCode::BadInput, "environment " + path + ": " + std::string(status.message()));
     }

@@ -31,19 +31,19 @@ std::unique_ptr<httplib::Client> ClientOf(const std::string& url)
     return client;
 }
 
-std::string Exchange(httplib::Client& client, const std::string& method, const std::string& target,
-                     const httplib::Headers& headers, const std::string& body, httplib::Response& response)
+httplib::Response Exchange(httplib::Client& client, const std::string& method, const std::string& target,
+                           const std::string& body, const httplib::Headers& headers = {})
 {
     httplib::Request request;
     request.method = method;
     request.path = target;
     request.headers = headers;
     request.body = body;
-    httplib::Error error = httplib::Error::Success;
-    if (!client.send(request, response, error)) {
-        throw std::runtime_error(method + " " + target + ": " + httplib::to_string(error));
+    const httplib::Result result = client.send(request);
+    if (!result) {
+        throw std::runtime_error(method + " " + target + ": " + httplib::to_string(result.error()));
     }
-    return response.body;
+    return *result;
 }
 
 } // namespace
@@ -101,7 +101,8 @@ void Array::ClearJournal() const
 std::vector<std::string> Array::Ids(const std::string& kind) const
 {
     std::vector<std::string> ids;
-    for (const Json::Value& object : Admin("GET", "objects")[kind]) {
+    const Json::Value objects = Admin("GET", "objects");
+    for (const Json::Value& object : objects[kind]) {
         ids.push_back(object["id"].asString());
     }
     return ids;
@@ -109,7 +110,8 @@ std::vector<std::string> Array::Ids(const std::string& kind) const
 
 Json::Value Array::Object(const std::string& kind, const std::string& id) const
 {
-    for (const Json::Value& object : Admin("GET", "objects")[kind]) {
+    const Json::Value objects = Admin("GET", "objects");
+    for (const Json::Value& object : objects[kind]) {
         if (object["id"].asString() == id) {
             return object;
         }
@@ -120,7 +122,8 @@ Json::Value Array::Object(const std::string& kind, const std::string& id) const
 std::vector<std::string> Array::Members(const std::string& kind, const std::string& id, const std::string& member) const
 {
     std::vector<std::string> members;
-    for (const Json::Value& memberId : Object(kind, id)["members"][member]) {
+    const Json::Value object = Object(kind, id);
+    for (const Json::Value& memberId : object["members"][member]) {
         members.push_back(memberId.asString());
     }
     return members;
@@ -160,29 +163,27 @@ std::size_t Array::SessionCount() const
 Json::Value Array::Operate(const std::string& method, const std::string& resource, const std::string& body) const
 {
     const auto client = ClientOf(Url(m_adminListener));
-    httplib::Response response;
-    const Json::Value login =
-        ParseJson(Exchange(*client, "POST", "/deviceManager/rest//sessions", {},
-                           R"({"username": "admin", "password": "zavsim-admin", "scope": 0})", response));
-    const std::string cookie = response.get_header_value("Set-Cookie");
+    const httplib::Response loginAnswer = Exchange(*client, "POST", "/deviceManager/rest//sessions",
+                                                   R"({"username": "admin", "password": "zavsim-admin", "scope": 0})");
+    const Json::Value login = ParseJson(loginAnswer.body);
+    const std::string cookie = loginAnswer.get_header_value("Set-Cookie");
     const httplib::Headers headers = {{"iBaseToken", login["data"]["iBaseToken"].asString()},
                                       {"Cookie", cookie.substr(0, cookie.find(';'))}};
     const std::string base = "/deviceManager/rest/" + login["data"]["deviceid"].asString() + "/";
-    const Json::Value answer = ParseJson(Exchange(*client, method, base + resource, headers, body, response));
+    const Json::Value answer = ParseJson(Exchange(*client, method, base + resource, body, headers).body);
     if (answer["error"]["code"].asInt64() != 0) {
         throw std::runtime_error(method + " " + resource + ": " + answer["error"]["description"].asString());
     }
-    Exchange(*client, "DELETE", base + "sessions", headers, {}, response);
+    Exchange(*client, "DELETE", base + "sessions", {}, headers);
     return answer["data"];
 }
 
 Json::Value Array::Admin(const std::string& method, const std::string& resource, const std::string& body) const
 {
     const auto client = ClientOf(Url(m_adminListener));
-    httplib::Response response;
-    const Json::Value answer = ParseJson(Exchange(*client, method, "/zavsim/" + resource, {}, body, response));
+    const httplib::Response response = Exchange(*client, method, "/zavsim/" + resource, body);
     if (response.status != 200) {
         throw std::runtime_error(method + " /zavsim/" + resource + ": " + response.body);
     }
-    return answer;
+    return ParseJson(response.body);
 }

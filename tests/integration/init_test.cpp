@@ -89,7 +89,7 @@ TEST_F(InitTest, InitLogsTheNodeIntoTheFirstServiceAddressThatAnswers)
     ASSERT_TRUE(Init(array)) << LogText();
     EXPECT_THAT(LogText(), AllOf(HasSubstr("Target address is unreachable, address is " + Address(8)),
                                  HasSubstr("login iscsi target success! target ip is" + Address(9))));
-    const Outcome sessions = Run(Directory(), {ProgramPath("node/iscsiadm"), "-m", "session", "-P", "1"});
+    const Outcome sessions = RunProgram(Directory(), {ProgramPath("node/iscsiadm"), "-m", "session", "-P", "1"});
     EXPECT_THAT(sessions.output, HasSubstr("Current Portal: " + Address(9) + ":3260,1"));
 }
 

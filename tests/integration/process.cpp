@@ -80,11 +80,9 @@ Process::~Process()
         return;
     }
     Signal(SIGTERM);
-    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
-    while (!HasEnded() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(BETWEEN_LOOKS);
-    }
-    if (!HasEnded()) {
+    try {
+        WaitUntil(m_name + " to end", [this] { return HasEnded(); });
+    } catch (const std::exception&) {
         Signal(SIGKILL);
         Wait();
     }
@@ -92,27 +90,24 @@ Process::~Process()
 
 void Process::WaitForLine(const std::string& beginning)
 {
-    WaitFor("a line that begins with \"" + beginning + "\"", "\n" + beginning, &Process::Output);
+    WaitFor("\n" + beginning, &Process::Output);
 }
 
 void Process::WaitForError(const std::string& part)
 {
-    WaitFor("\"" + part + "\" on standard error", part, &Process::Errors);
+    WaitFor(part, &Process::Errors);
 }
 
-void Process::WaitFor(const std::string& what, const std::string& text, std::string (Process::*read)() const)
+void Process::WaitFor(const std::string& text, std::string (Process::*read)() const)
 {
-    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
-    for (;;) {
-        const bool isLast = HasEnded() || std::chrono::steady_clock::now() > deadline;
-        if (("\n" + (this->*read)()).find(text) != std::string::npos) {
-            return;
+    WaitUntil(m_name + " to say " + text, [&] {
+        const bool isLast = HasEnded(); // what it said before it ended counts
+        const bool isThere = ("\n" + (this->*read)()).find(text) != std::string::npos;
+        if (isLast && !isThere) {
+            throw std::runtime_error(m_name + " ended without " + text + ":\n" + Output() + Errors());
         }
-        if (isLast) {
-            throw std::runtime_error(m_name + " did not show " + what + ":\n" + Output() + Errors());
-        }
-        std::this_thread::sleep_for(BETWEEN_LOOKS);
-    }
+        return isThere;
+    });
 }
 
 void Process::Signal(int number) const
@@ -148,7 +143,19 @@ std::string Process::Errors() const
     return ReadFile(m_errorPath);
 }
 
-Outcome Run(const std::string& directory, const Process::Arguments& command, const Process::Arguments& environment)
+void WaitUntil(const std::string& what, const std::function<bool()>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("waited in vain for " + what);
+        }
+        std::this_thread::sleep_for(BETWEEN_LOOKS);
+    }
+}
+
+Outcome RunProgram(const std::string& directory, const Process::Arguments& command,
+                   const Process::Arguments& environment)
 {
     Process process(directory, command, environment);
     Outcome outcome;

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,7 @@ public:
 
 private:
     bool HasEnded();
-    void WaitFor(const std::string& what, const std::string& text, std::string (Process::*read)() const);
+    void WaitFor(const std::string& text, std::string (Process::*read)() const);
 
     std::string m_name;
     std::string m_outputPath;
@@ -47,6 +48,10 @@ private:
     int m_status = 0;
 };
 
+/// Waits until `condition` holds, looking again and again because another process brings it about. Throws
+/// std::runtime_error naming `what` after half a minute.
+void WaitUntil(const std::string& what, const std::function<bool()>& condition);
+
 /// What a program did that has ended.
 struct Outcome {
     int status = -1;
@@ -55,8 +60,8 @@ struct Outcome {
 };
 
 /// Runs a program to its end.
-Outcome Run(const std::string& directory, const Process::Arguments& command,
-            const Process::Arguments& environment = {});
+Outcome RunProgram(const std::string& directory, const Process::Arguments& command,
+                   const Process::Arguments& environment = {});
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);

@@ -64,7 +64,6 @@ Stage::Stage()
     }
     fs::copy_file(ProgramPath("zavctl"), ProductPath("bin/zavctl"));
     m_settings = {{"Log.File", m_directory + "/library.log"},
-                  {"Http.CaFile", m_directory + "/ca/ca.pem"},
                   {"Security.KeyFile", m_directory + "/product.key"},
                   {"Shell.Path", m_directory + "/node/bin:" + ProgramPath("node")},
                   {"Cert.AlertDir", m_directory + "/alerts"}};
@@ -78,9 +77,9 @@ Stage::Stage()
 Stage::~Stage()
 {
     ZavStorageDiskLib::GetInstance()->StopCheckThread();
-    Run(m_directory, {ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
+    RunProgram(m_directory, {ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
     if (m_hasTargets) {
-        Run(m_directory, {ProgramPath("zavsim-target"), "stop", "--folder", m_directory + "/targets"});
+        RunProgram(m_directory, {ProgramPath("zavsim-target"), "stop", "--folder", m_directory + "/targets"});
     }
     for (const std::unique_ptr<Array>& array : m_arrays) {
         fs::remove(RecordPath(*array));
@@ -115,6 +114,9 @@ Array& Stage::StartArray(ArrayOptions options)
         options.caFolder = m_directory + "/ca";
     }
     m_arrays.push_back(std::make_unique<Array>(m_directory, options));
+    if (options.caFolder == m_directory + "/ca") {
+        Configure({{"Http.CaFile", m_directory + "/ca/ca.pem"}}); // there since the array made it
+    }
     return *m_arrays.back();
 }
 
@@ -123,7 +125,7 @@ void Stage::StartTargets(const std::vector<std::string>& addresses)
     Process::Arguments command = {ProgramPath("zavsim-target"), "start", "--folder", m_directory + "/targets"};
     command.insert(command.end(), addresses.begin(), addresses.end());
     m_hasTargets = true;
-    const Outcome outcome = Run(m_directory, command);
+    const Outcome outcome = RunProgram(m_directory, command);
     if (outcome.status != 0) {
         throw std::runtime_error("no iSCSI targets: " + outcome.output + outcome.errors);
     }
@@ -188,7 +190,7 @@ Outcome Stage::RunZavctl(const Process::Arguments& arguments) const
 {
     Process::Arguments command = {ProductPath("bin/zavctl")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return Run(m_directory, command);
+    return RunProgram(m_directory, command);
 }
 
 std::unique_ptr<Process> Stage::StartZavctl(const Process::Arguments& arguments) const

@@ -1,0 +1,198 @@
+#include "tests/integration/stage.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/filesystem/operations.hpp>
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+namespace {
+
+/// Whatever is wrong around zavctl: a clear text that names what and where, a status that is not 0, and nothing lost.
+class BadInputTest : public Stage {
+protected:
+    Outcome Init(const Array& array) const { return RunZavctl({"init", "--env", EnvironmentFileOf(array)}); }
+};
+
+TEST_F(BadInputTest, EnvironmentFileThatIsMissingIsNamed)
+{
+    const Outcome outcome = RunZavctl({"init", "--env", "/no/such/env.json"});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ("zavctl: environment /no/such/env.json: No such file or directory\n", outcome.errors);
+}
+
+TEST_F(BadInputTest, EnvironmentFileThatIsADirectoryIsNamed)
+{
+    const Outcome outcome = RunZavctl({"init", "--env", Directory()});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ("zavctl: environment " + Directory() + ": Is a directory\n", outcome.errors);
+}
+
+TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
+{
+    const std::string path = Directory() + "/env.json";
+    WriteFile(path, R"({"managementIps": ["10.0.0.1"], "userNames": )");
+    Outcome outcome = RunZavctl({"init", "--env", path});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: environment " + path + ": "), HasSubstr("Expected a value")));
+
+    WriteFile(path, R"({"managementIp": ["10.0.0.1"]})");
+    outcome = RunZavctl({"init", "--env", path});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("managementIp: Cannot find field"));
+}
+
+TEST_F(BadInputTest, EnvironmentWithoutAPortIsRefusedByName)
+{
+    const std::string path = Directory() + "/env.json";
+    WriteFile(path, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
+    const Outcome outcome = RunZavctl({"init", "--env", path});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("The environment has no entry in its port list."));
+}
+
+TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
+{
+    const Array& array = StartArray();
+    WriteFile(Directory() + "/password", "something else\n");
+    ArrayOptions options;
+    options.further = {"--user", "admin", "--password-file", Directory() + "/password"};
+    const Array& other = StartArray(options);
+    const Outcome outcome = Init(other);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Login zav device failed. Error code is "),
+                                      HasSubstr("cannot log into the array at " + other.Options().managementIps[0])));
+    EXPECT_THAT(array.Requests(), IsEmpty());
+}
+
+TEST_F(BadInputTest, PasswordThatWasNotEncryptedHereIsNotSentAnywhere)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    std::string text = ReadFile(env);
+    const std::size_t cipher = text.find("\"encryptedPasswords\": [\"") + 24;
+    text[cipher + 10] = text[cipher + 10] == 'A' ? 'B' : 'A';
+    WriteFile(env, text);
+    const Outcome outcome = RunZavctl({"init", "--env", env});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Decrypt password failed. User is admin"));
+    EXPECT_THAT(array.Requests(), IsEmpty());
+}
+
+TEST_F(BadInputTest, CertificateOfAnotherAuthorityIsRefused)
+{
+    ArrayOptions options;
+    options.caFolder = Directory() + "/foreign";
+    StartArray(); // makes the authority that is trusted
+    const Array& array = StartArray(options);
+    const Outcome outcome = Init(array);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("certificate"), HasSubstr(array.Options().managementIps[0])));
+    EXPECT_THAT(array.Requests(), IsEmpty());
+}
+
+TEST_F(BadInputTest, ArrayThatDoesNotListenIsNamed)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)};
+    const Array& array = StartArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    array.SetListening(0, false);
+    WriteFile(env, ReadFile(env).replace(ReadFile(env).find(", \"" + Address(1) + "\""), Address(1).size() + 4, ""));
+    const Outcome outcome = RunZavctl({"init", "--env", env});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Send http request occur network error."), HasSubstr(Address(0)),
+                                      HasSubstr("Login zav device failed. Error code is -20000")));
+}
+
+TEST_F(BadInputTest, AnswerThatIsCutOffOrNoJsonOrNeverComesIsTold)
+{
+    const Array& array = StartArray();
+    array.AddFault(R"({"kind": "garbage", "target": "sessions"})");
+    Outcome outcome = Init(array);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Parse json string failed"));
+
+    array.AddFault(R"({"kind": "cut", "target": "sessions"})");
+    outcome = Init(array);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Send http request occur network error."));
+
+    array.AddFault(R"({"kind": "silent", "milliseconds": 500, "target": "sessions"})");
+    outcome = Init(array);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Send http request occur network error."));
+}
+
+TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIsMade)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string content = R"({"half a record": {"HOSTID": "12", )";
+    WriteFile(ZavctlRecordPath(array), content);
+    for (const char* const command : {"init", "cleanup"}) {
+        const Outcome outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
+        EXPECT_EQ(3, outcome.status);
+        EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": not JSON; nothing was changed"));
+        EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
+    }
+    EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(BadInputTest, DeviceInformationFileThatCannotBeWrittenIsToldBeforeAnythingIsMade)
+{
+    const Array& array = StartArray();
+    boost::filesystem::create_directory(ZavctlRecordPath(array));
+    const Outcome outcome = Init(array);
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": cannot be written: Is a directory"));
+    EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(BadInputTest, NodeWithoutIscsiadmIsTold)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    Configure({{"Shell.Path", Directory() + "/node/bin"}});
+    const std::string tools = Directory() + "/tools";
+    boost::filesystem::create_directory(tools);
+    for (const char* const tool : {"cat", "grep", "awk"}) {
+        boost::filesystem::create_symlink(std::string("/usr/bin/") + tool, tools + "/" + tool);
+    }
+    const Outcome outcome = RunProgram(
+        Directory(), {ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)}, {"PATH=" + tools});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("discovery target failed, return error is:127"),
+                                      HasSubstr("this node has no online FC port and no iSCSI session with any of " +
+                                                array.Options().serviceIps[0])));
+}
+
+TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    SetInitiatorFile("# no name in here\n");
+    const Outcome outcome = Init(array);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("get iscsi Initiator ID error.  (GetIscsiInitor)"),
+                                      HasSubstr("the record is not complete")));
+}
+
+TEST_F(BadInputTest, ConfigurationThatIsMalformedEndsEveryCommandWithFour)
+{
+    const Array& array = StartArray();
+    Configure({{"BackupNode.DosRequestInterval", "often"}});
+    for (const Process::Arguments& command :
+         {Process::Arguments{"config", "check"}, Process::Arguments{"init", "--env", EnvironmentFileOf(array)}}) {
+        const Outcome outcome = RunZavctl(command);
+        EXPECT_EQ(4, outcome.status);
+        EXPECT_THAT(outcome.errors, AllOf(HasSubstr(Directory() + "/backupnode.ini"), HasSubstr("DosRequestInterval"),
+                                          HasSubstr("often")));
+    }
+    EXPECT_THAT(array.Requests(), IsEmpty());
+}
+
+} // namespace

@@ -1,0 +1,191 @@
+#include "tests/integration/stage.h"
+
+#include <json/reader.h>
+
+#include <gmock/gmock.h>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+#include <csignal>
+#include <sstream>
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+namespace {
+
+Json::Value ParseJson(const std::string& text)
+{
+    Json::Value value;
+    std::string errors;
+    std::istringstream stream(text);
+    EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors)) << errors << text;
+    return value;
+}
+
+class ZavctlTest : public Stage {};
+
+TEST_F(ZavctlTest, InitPrintsTheNineFieldsAsATable)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const Outcome outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    ASSERT_EQ(0, outcome.status) << outcome.errors;
+    std::vector<std::string> titles;
+    std::istringstream lines(outcome.output);
+    for (std::string line; std::getline(lines, line);) {
+        titles.push_back(line.substr(0, line.find("  ")));
+    }
+    EXPECT_THAT(titles, ElementsAre("DEVICE KEY", "HOST GROUP ID", "HOST GROUP NAME", "HOST ID", "HOST NAME",
+                                    "LUN GROUP ID", "LUN GROUP NAME", "MAPPING VIEW ID", "MAPPING VIEW NAME"));
+    EXPECT_THAT(outcome.output, HasSubstr("DEVICE KEY         " + array.Options().serial + "\n"));
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("logged in at " + array.Url()), HasSubstr("this node is prepared"),
+                                      Not(HasSubstr(PASSWORD))));
+    EXPECT_EQ(0U, array.SessionCount()) << "a command leaves no session behind";
+}
+
+TEST_F(ZavctlTest, InitOfSeveralEnvironmentsPrintsAColumnOrObjectEach)
+{
+    const Array& first = StartArray();
+    const Array& second = StartArray();
+    StartTargets({first.Options().serviceIps[0], second.Options().serviceIps[0]});
+    const Outcome outcome =
+        RunZavctl({"init", "--env", EnvironmentFileOf(first), "--env", EnvironmentFileOf(second), "-o", "json"});
+    ASSERT_EQ(0, outcome.status) << outcome.errors;
+    const Json::Value arrays = ParseJson(outcome.output);
+    ASSERT_EQ(2U, arrays.size());
+    EXPECT_EQ(first.Options().serial, arrays[0]["device_key"].asString());
+    EXPECT_EQ(second.Options().serial, arrays[1]["device_key"].asString());
+    EXPECT_THAT(arrays[0].getMemberNames(), SizeIs(9));
+}
+
+TEST_F(ZavctlTest, WatchPreparesTheNodeAnewWhenAnObjectIsGoneAndStopsOnSignal)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
+    zavctl->WaitForLine("MAPPING VIEW NAME");
+    const std::string firstView = array.Ids("mappingview").at(0);
+    array.DeleteBehindBack("mappingview", firstView);
+
+    zavctl->WaitForError("The MapView has been deleted!");
+    WaitUntil("a second table", [&zavctl] {
+        const std::string output = zavctl->Output();
+        return output.find("DEVICE KEY") != output.rfind("DEVICE KEY") && output.back() == '\n';
+    });
+    EXPECT_THAT(array.Ids("mappingview"), AllOf(SizeIs(1), Not(ElementsAre(firstView))));
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+    EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: stopped\n"));
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlTest, WatchLogsInAnewAfterTheArrayDroppedTheSession)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
+    zavctl->WaitForLine("MAPPING VIEW NAME");
+    array.EndSessions();
+    array.ClearJournal();
+    zavctl->WaitForError("could not be prepared");
+    WaitUntil("a new session", [&array] { return array.SessionCount() == 1; });
+    zavctl->Signal(SIGINT);
+    EXPECT_EQ(0, zavctl->Wait()) << zavctl->Errors();
+}
+
+TEST_F(ZavctlTest, InventoryPrintsSystemPortsPoolsAndEveryLun)
+{
+    ArrayOptions options;
+    options.further = {"--luns", "1234", "--pools", "3"};
+    const Array& array = StartArray(options);
+    const Outcome table = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "--page-size", "100"});
+    ASSERT_EQ(0, table.status) << table.errors;
+    EXPECT_THAT(table.output, AllOf(HasSubstr("SERIAL NUMBER     " + array.Options().serial + "\n"),
+                                    HasSubstr("SERVICE PORTS     " + array.Options().serviceIps[0] + "\n"),
+                                    HasSubstr("LUNS              1234\n")));
+
+    const Outcome json = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "-o", "json"});
+    ASSERT_EQ(0, json.status) << json.errors;
+    const Json::Value inventory = ParseJson(json.output);
+    EXPECT_EQ(3U, inventory["pools"].size());
+    ASSERT_EQ(1234U, inventory["luns"].size());
+    for (Json::ArrayIndex i = 1; i < inventory["luns"].size(); ++i) {
+        ASSERT_EQ(inventory["luns"][i - 1]["id"].asUInt64() + 1, inventory["luns"][i]["id"].asUInt64());
+    }
+    EXPECT_GT(inventory["luns"][0]["capacity_bytes"].asUInt64(), 0U);
+}
+
+TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    ASSERT_EQ(0, cleanup.status) << cleanup.errors;
+    for (const char* const kind : {"mappingview", "hostgroup", "lungroup", "host"}) {
+        EXPECT_THAT(array.Ids(kind), IsEmpty()) << kind;
+    }
+    EXPECT_EQ("", ReadFile(ZavctlRecordPath(array)));
+
+    const Outcome again = RunZavctl({"cleanup", "--env", env});
+    EXPECT_EQ(0, again.status);
+    EXPECT_THAT(again.errors, HasSubstr("nothing is recorded for this array"));
+}
+
+TEST_F(ZavctlTest, CleanupKeepsAHostThatASecondInitFoundUnlessItIsToldToRemoveIt)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const Outcome cleanup = RunZavctl({"cleanup", "--env", env, "--delete-host"});
+    ASSERT_EQ(0, cleanup.status) << cleanup.errors;
+    EXPECT_THAT(array.Ids("host"), IsEmpty());
+}
+
+TEST_F(ZavctlTest, CleanupKeepsTheRecordOfWhatItCouldNotRemove)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const std::string record = ReadFile(ZavctlRecordPath(array));
+    array.AddFault(
+        R"({"kind": "code", "code": 42, "description": "no way", "method": "DELETE", "target": "/hostgroup/"})");
+    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    EXPECT_EQ(1, cleanup.status);
+    EXPECT_THAT(cleanup.errors,
+                AllOf(HasSubstr("DeleteHostGroup failed! reason: no way"),
+                      HasSubstr("cleanup stopped with code 42; the record stays in " + ZavctlRecordPath(array))));
+    EXPECT_EQ(record, ReadFile(ZavctlRecordPath(array)));
+    EXPECT_EQ(0, RunZavctl({"cleanup", "--env", env}).status) << "a second run finishes it";
+}
+
+TEST_F(ZavctlTest, ConfigCheckPrintsEverySetting)
+{
+    const Outcome outcome = RunZavctl({"config", "check"});
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_THAT(outcome.output, AllOf(StartsWith("SECTION"), HasSubstr("DosRequestInterval"), HasSubstr("VerifyPeer")));
+}
+
+TEST_F(ZavctlTest, CommandLineThatIsWrongEndsWithTwo)
+{
+    EXPECT_EQ(2, RunZavctl({}).status);
+    EXPECT_EQ(2, RunZavctl({"init"}).status);
+    EXPECT_EQ(2, RunZavctl({"init", "--env", "x", "-o", "xml"}).status);
+    EXPECT_EQ(2, RunZavctl({"init", "--env", "x", "--watch", "0"}).status);
+    EXPECT_EQ(2, RunZavctl({"nonsense"}).status);
+    EXPECT_EQ(0, RunZavctl({"--help"}).status);
+    EXPECT_EQ(0, RunZavctl({"--version"}).status);
+}
+
+} // namespace
