@@ -85,7 +85,9 @@ ExitCode Watch(const std::vector<Target>& targets, const InitOptions& options, c
         MapInfos infos;
         const ExitCode code = PrepareAll(targets, log, infos);
         if (code == ExitCode::Done && !AreEqual(infos, printed)) {
-            log.PrintFailures(); // why it changed
+            if (!printed.empty()) {
+                log.PrintFailures(); // why it changed
+            }
             PrintMapInfos(infos, options.format);
             printed = infos;
         }
