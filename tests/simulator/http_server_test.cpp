@@ -202,7 +202,7 @@ TEST_F(HttpServerTest, EndDoesNotWaitForIdleConnections)
 TEST_F(HttpServerTest, TlsChainVerifiesWithTheAuthorityInTheFolder)
 {
     UseTls();
-    for (const std::size_t listener : {0, 1}) {
+    for (const std::size_t listener : {std::size_t(0), std::size_t(1)}) {
         ArrayClient client(Url(listener), Authority());
         EXPECT_CODE(Code::Success, client.Login()) << Url(listener);
         EXPECT_EQ(0, client.Http().get_openssl_verify_result());

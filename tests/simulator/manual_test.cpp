@@ -54,7 +54,7 @@ std::string MoveAddresses(const std::string& text)
     const std::string network =
         "127." + std::to_string(32 + number / 65536 % 32) + "." + std::to_string(number / 256 % 256) + ".";
     return std::regex_replace(text, std::regex("127\\.0\\.0\\.([0-9])"),
-                              network + std::to_string(10 + number % 24) + "$1");
+                              network + std::to_string(1 + number % 24) + "$1");
 }
 
 TEST(ManualTest, CommandsPrintWhatTheManualShows)

@@ -367,7 +367,8 @@ TEST_F(TargetScriptTest, StartTwiceOrOnATakenAddressLeavesWhatIsThere)
     const Finished other =
         Execute({ZAVSIM_TARGET, "start", "--folder", folder.File("other"), there, here}, environment);
     EXPECT_EQ(1, other.status);
-    EXPECT_THAT(other.err, HasSubstr(here + ":3260 is in use already"));
+    EXPECT_THAT(other.err, HasSubstr("tgtd does not serve " + here + ":3260"));
+    EXPECT_THAT(other.err, HasSubstr("Address already in use"));
     EXPECT_TRUE(std::filesystem::is_empty(folder.File("other"))) << "what it had begun is undone";
     EXPECT_EQ(11, Discover(there).status);
     EXPECT_EQ(0, Discover(here).status);
