@@ -1,0 +1,169 @@
+#include "tests/simulator/support/running_simulation.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+
+namespace ZavSimTest {
+namespace {
+
+using ZavSim::Code;
+
+class FaultsOverHttpTest : public SimulationTest {
+protected:
+    FaultsOverHttpTest()
+    {
+        Start();
+        client = Client();
+    }
+
+    void Inject(const std::string& fault)
+    {
+        const Reply reply = Admin("POST", "faults", fault);
+        ASSERT_EQ(200, reply.status) << reply.body;
+    }
+
+    Json::Value LastEntry()
+    {
+        const Json::Value entries = Admin("GET", "journal").json["entries"];
+        return entries[entries.size() - 1];
+    }
+
+    bool HasHost() { return Admin("GET", "objects").json["host"].size() == 1; }
+
+    std::unique_ptr<ArrayClient> client;
+    const std::string host = R"({"NAME":"h","TYPE":"21"})";
+};
+
+TEST_F(FaultsOverHttpTest, CodeIsAnsweredInTheEnvelopeAndNothingIsDone)
+{
+    Inject(R"({"kind":"code","code":1077949001,"description":"busy","method":"POST","target":"/host$"})");
+    const Reply reply = client->Post("host", host);
+    EXPECT_EQ(200, reply.status);
+    EXPECT_CODE(1077949001, reply);
+    EXPECT_EQ("busy", reply.json["error"]["description"].asString());
+    EXPECT_FALSE(HasHost());
+    EXPECT_EQ("code", LastEntry()["fault"].asString());
+    EXPECT_CODE(Code::Success, client->Post("host", host)) << "one request only";
+}
+
+TEST_F(FaultsOverHttpTest, StatusIsAnsweredAndNothingIsDone)
+{
+    Inject(R"({"kind":"status","status":503})");
+    EXPECT_EQ(503, client->Post("host", host).status);
+    EXPECT_FALSE(HasHost());
+    EXPECT_EQ(503, LastEntry()["status"].asInt());
+}
+
+TEST_F(FaultsOverHttpTest, DropEndsTheConnectionBeforeAnythingIsDone)
+{
+    Inject(R"({"kind":"drop"})");
+    EXPECT_EQ(0, client->Post("host", host).status);
+    EXPECT_FALSE(HasHost());
+    EXPECT_EQ(0, LastEntry()["status"].asInt());
+    EXPECT_CODE(Code::Success, client->Post("host", host)) << "a new connection works";
+}
+
+TEST_F(FaultsOverHttpTest, DropAnswerEndsTheConnectionAfterItIsDone)
+{
+    Inject(R"({"kind":"drop-answer"})");
+    EXPECT_EQ(0, client->Post("host", host).status);
+    EXPECT_TRUE(HasHost());
+    EXPECT_CODE(Code::NameTaken, client->Post("host", host));
+}
+
+TEST_F(FaultsOverHttpTest, CutSendsHalfOfTheBody)
+{
+    Inject(R"({"kind":"cut"})");
+    httplib::Headers headers{{"Cookie", client->cookie}, {"iBaseToken", client->token}};
+    std::string received;
+    const auto result = client->Http().Get("/deviceManager/rest/" + client->device + "/lun/count", headers,
+                                           [&received](const char* data, std::size_t size) {
+                                               received.append(data, size);
+                                               return true;
+                                           });
+    EXPECT_FALSE(result);
+    const std::string whole = client->Get("lun/count").body;
+    EXPECT_EQ(whole.substr(0, whole.size() / 2), received);
+}
+
+TEST_F(FaultsOverHttpTest, GarbageIsNoJson)
+{
+    Inject(R"({"kind":"garbage"})");
+    const Reply reply = client->Post("host", host);
+    EXPECT_EQ(200, reply.status);
+    EXPECT_TRUE(reply.json.isNull()) << reply.body;
+    EXPECT_TRUE(HasHost());
+}
+
+TEST_F(FaultsOverHttpTest, NoCookieLeavesTheRestOfTheAnswerAlone)
+{
+    client->Post("host", host);
+    client->Post("iscsi_initiator", R"({"ID":"iqn.x","TYPE":"222"})");
+    Inject(R"({"kind":"no-cookie","method":"PUT"})");
+    const std::string body = R"({"TYPE":"222","ID":"iqn.x","PARENTTYPE":"21","PARENTID":"1"})";
+    const Reply reply = client->Put("iscsi_initiator/add_iscsi_to_host", body);
+    EXPECT_CODE(Code::Success, reply);
+    EXPECT_EQ("", reply.Cookie());
+    EXPECT_NE("", client->Put("iscsi_initiator/remove_iscsi_from_host", R"({"TYPE":"222","ID":"iqn.x"})").Cookie());
+}
+
+TEST_F(FaultsOverHttpTest, DelayAnswersLaterAndInFull)
+{
+    Inject(R"({"kind":"delay","milliseconds":150})");
+    EXPECT_CODE(Code::Success, client->Post("host", host));
+    EXPECT_GE(LastEntry()["durationMs"].asInt(), 150);
+    EXPECT_EQ("delay", LastEntry()["fault"].asString());
+}
+
+TEST_F(FaultsOverHttpTest, SilentNeverAnswersUntilTheClientGivesUp)
+{
+    Inject(R"({"kind":"silent"})");
+    client->Http().set_read_timeout(0, 200000);
+    EXPECT_EQ(0, client->Get("lun/count").status);
+    client->Http().set_read_timeout(20);
+    EXPECT_CODE(Code::Success, client->Get("lun/count"));
+}
+
+TEST_F(FaultsOverHttpTest, SilentForATimeThenDropsTheConnection)
+{
+    Inject(R"({"kind":"silent","milliseconds":100})");
+    EXPECT_EQ(0, client->Get("lun/count").status);
+    EXPECT_GE(LastEntry()["durationMs"].asInt(), 100);
+}
+
+TEST_F(FaultsOverHttpTest, SilenceDoesNotKeepTheSimulatorFromEnding)
+{
+    Inject(R"({"kind":"silent"})");
+    auto waiting = std::async(std::launch::async, [this] { return client->Get("lun/count").status; });
+    while (Admin("GET", "journal").json["entries"].size() < 2) { // until the request has come in
+        std::this_thread::yield();
+    }
+    simulation.reset();
+    EXPECT_EQ(0, waiting.get());
+}
+
+TEST_F(FaultsOverHttpTest, FaultsOfTheCommandLineAreInForceFromTheStart)
+{
+    options.faults = {ZavSim::FaultFromText(R"({"kind":"code","code":5,"target":"sessions"})")};
+    Start();
+    EXPECT_CODE(5, ArrayClient(Url()).Login());
+    EXPECT_CODE(Code::Success, ArrayClient(Url()).Login());
+}
+
+TEST_F(FaultsOverHttpTest, ListShowsWhatIsLeftAndDeleteTakesItAway)
+{
+    Inject(R"({"kind":"drop","target":"nowhere"})");
+    Inject(R"({"kind":"status","status":500,"count":0})");
+    EXPECT_EQ(500, client->Get("lun/count").status);
+    const Json::Value list = Admin("GET", "faults").json;
+    ASSERT_EQ(2U, list.size());
+    EXPECT_EQ(1, list[1]["hits"].asInt());
+    EXPECT_EQ(200, Admin("DELETE", "faults/2").status);
+    EXPECT_EQ(200, client->Get("lun/count").status);
+    Admin("DELETE", "faults");
+    EXPECT_EQ(0U, Admin("GET", "faults").json.size());
+}
+
+} // namespace
+} // namespace ZavSimTest

@@ -1,0 +1,145 @@
+#include "simulator/base/json_io.h"
+#include "simulator/http/journal.h"
+#include "simulator/http/listen_address.h"
+#include "simulator/http/masking.h"
+#include "simulator/http/target.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace ZavSim {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::Pair;
+
+TEST(TargetTest, ParseKeepsEmptyPiecesAndDecodesEach)
+{
+    const auto target = ParseTarget("/a//b%2Fc/?range=[0-100]&k=%41+b&bare&k=second");
+    ASSERT_TRUE(target);
+    EXPECT_THAT(target->pieces, ElementsAre("a", "", "b/c", ""));
+    EXPECT_THAT(target->query, ElementsAre(Pair("bare", ""), Pair("k", "A+b"), Pair("range", "[0-100]")));
+}
+
+TEST(TargetTest, ParseRefusesABrokenPercentSign)
+{
+    EXPECT_FALSE(ParseTarget("/a%2"));
+    EXPECT_FALSE(ParseTarget("/a%zz"));
+    EXPECT_FALSE(ParseTarget("/a?b=%"));
+}
+
+TEST(MaskingTest, BodyShowsEverythingButSecretsAtAnyDepth)
+{
+    EXPECT_EQ(R"({"a":[{"iBaseToken":"***"}],"password":"***","scope":0,"username":"u"})",
+              WriteJson(MaskBody(R"({"username":"u","password":"p","scope":0,"a":[{"iBaseToken":"t"}]})")));
+    EXPECT_TRUE(MaskBody("").isNull());
+    EXPECT_EQ("(13 bytes that are not JSON)", MaskBody("password=mine").asString());
+}
+
+TEST(MaskingTest, TargetShowsEverythingButSecrets)
+{
+    EXPECT_EQ("/a?x=1&iBaseToken=***&y=2", MaskTarget("/a?x=1&iBaseToken=abc&y=2"));
+    EXPECT_EQ("/a?pass%77ord=***", MaskTarget("/a?pass%77ord=abc"));
+    EXPECT_EQ("/a/token", MaskTarget("/a/token"));
+}
+
+TEST(ListenAddressTest, ParseUnderstandsBothFamiliesAndGivesTheUrlBack)
+{
+    EXPECT_EQ("https://127.0.0.1:8088", ParseListenAddress("https://127.0.0.1:8088").Url());
+    const ListenAddress six = ParseListenAddress("http://[::1]:0");
+    EXPECT_FALSE(six.tls);
+    EXPECT_EQ("::1", six.host);
+    EXPECT_EQ("http://[::1]:0", six.Url());
+}
+
+TEST(ListenAddressTest, ParseRefusesEverythingElseAndNamesIt)
+{
+    for (const char* const text : {"127.0.0.1:1", "ftp://127.0.0.1:1", "https://127.0.0.1", "https://localhost:1",
+                                   "https://::1:1", "https://[127.0.0.1]:1", "https://127.0.0.1:65536",
+                                   "https://127.0.0.1:", "https://127.0.0.1:1x", "https://:1"}) {
+        try {
+            ParseListenAddress(text);
+            ADD_FAILURE() << text;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_THAT(error.what(), HasSubstr(text));
+        }
+    }
+}
+
+TEST(ListenAddressTest, LoopbackIsKnownInEachForm)
+{
+    for (const char* const address : {"127.0.0.1", "127.255.0.9", "::1", "::ffff:127.0.0.1"}) {
+        EXPECT_TRUE(IsLoopback(address)) << address;
+    }
+    for (const char* const address : {"128.0.0.1", "10.127.0.1", "::2", "::ffff:10.0.0.1", "", "127.evil"}) {
+        EXPECT_FALSE(IsLoopback(address)) << address;
+    }
+}
+
+class JournalTest : public ::testing::Test {
+protected:
+    std::uint64_t Note(const std::string& target)
+    {
+        HttpRequest request;
+        request.method = "GET";
+        request.target = target;
+        return journal.Begin(request);
+    }
+
+    Journal journal{3};
+};
+
+TEST_F(JournalTest, SinceGivesLaterEntriesAndCountsTheLost)
+{
+    for (const char* const target : {"/1", "/2", "/3", "/4", "/5"}) {
+        Note(target);
+    }
+    const Json::Value all = journal.Since(0);
+    EXPECT_EQ(5, all["last"].asInt());
+    EXPECT_EQ(2, all["lost"].asInt());
+    ASSERT_EQ(3U, all["entries"].size());
+    EXPECT_EQ("/3", all["entries"][0]["target"].asString());
+    const Json::Value some = journal.Since(4);
+    EXPECT_EQ(0, some["lost"].asInt());
+    ASSERT_EQ(1U, some["entries"].size());
+    EXPECT_EQ(5, some["entries"][0]["number"].asInt());
+}
+
+TEST_F(JournalTest, EntryWithoutAnswerShowsNoStatusUntilItIsGiven)
+{
+    const std::uint64_t number = Note("/slow");
+    EXPECT_FALSE(journal.Since(0)["entries"][0].isMember("status"));
+    HttpAnswer answer;
+    answer.status = 200;
+    answer.code = 5;
+    answer.session = 9;
+    journal.End(number, answer, "delay");
+    const Json::Value entry = journal.Since(0)["entries"][0];
+    EXPECT_EQ(200, entry["status"].asInt());
+    EXPECT_EQ(5, entry["code"].asInt());
+    EXPECT_EQ(9, entry["session"].asInt());
+    EXPECT_EQ("delay", entry["fault"].asString());
+}
+
+TEST_F(JournalTest, ClearForgetsEntriesButNotNumbers)
+{
+    const std::uint64_t number = Note("/1");
+    journal.Clear();
+    journal.End(number, HttpAnswer(), "");
+    EXPECT_EQ(0U, journal.Since(0)["entries"].size());
+    EXPECT_EQ(0, journal.Since(0)["lost"].asInt());
+    EXPECT_EQ(2U, Note("/2"));
+}
+
+TEST_F(JournalTest, EntryTellsTheTimeInBothClocks)
+{
+    Note("/1");
+    const Json::Value entry = journal.Since(0)["entries"][0];
+    EXPECT_THAT(entry["time"].asString(), ::testing::MatchesRegex("....-..-..T..:..:..\\....Z"));
+    EXPECT_GT(entry["monotonicMs"].asInt64(), 0);
+}
+
+} // namespace
+} // namespace ZavSim

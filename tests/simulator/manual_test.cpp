@@ -1,0 +1,118 @@
+#include "simulator/array/codes.h"
+#include "tests/simulator/support/child_process.h"
+#include "tests/simulator/support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace ZavSimTest {
+namespace {
+
+std::vector<std::string> ManualLines()
+{
+    std::ifstream manual(ZAVSIM_MANUAL);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(manual, line);) {
+        lines.push_back(line);
+    }
+    EXPECT_FALSE(lines.empty()) << ZAVSIM_MANUAL;
+    return lines;
+}
+
+struct Step {
+    std::string command;
+    std::string output;
+};
+
+/// The commands of all console blocks with the output that the manual shows below them.
+std::vector<Step> ConsoleSteps()
+{
+    std::vector<Step> steps;
+    bool inside = false;
+    for (const std::string& line : ManualLines()) {
+        if (line.rfind("```", 0) == 0) {
+            inside = line == "```console";
+        } else if (inside && line.rfind("$ ", 0) == 0) {
+            steps.push_back({line.substr(2), ""});
+        } else if (inside && !steps.empty()) {
+            steps.back().output += line + "\n";
+        }
+    }
+    return steps;
+}
+
+/// Addresses that no other run of the test has.
+std::string MoveAddresses(const std::string& text)
+{
+    const int number = static_cast<int>(::getpid());
+    const std::string network =
+        "127." + std::to_string(32 + number / 65536 % 32) + "." + std::to_string(number / 256 % 256) + ".";
+    return std::regex_replace(text, std::regex("127\\.0\\.0\\.([0-9])"),
+                              network + std::to_string(1 + number % 24) + "$1");
+}
+
+TEST(ManualTest, CommandsPrintWhatTheManualShows)
+{
+    const auto steps = ConsoleSteps();
+    ASSERT_GT(steps.size(), 20U);
+    const std::string marker = "=== end of a step ===";
+    std::string script;
+    std::string expected;
+    for (const Step& step : steps) {
+        script += MoveAddresses(step.command) + "\necho '" + marker + "'\n";
+        expected += MoveAddresses(step.output) + marker + "\n";
+    }
+    const TemporaryFolder folder;
+    folder.Write("script", "cd " + folder.Path() + "\n" + script);
+    const std::string programs = std::string(ZAVSIM_PROGRAM).substr(0, std::string(ZAVSIM_PROGRAM).rfind('/'));
+    const Finished finished = Execute({"timeout", "90", "/bin/bash", folder.File("script")},
+                                      {"PATH=" + programs + ":" + ::getenv("PATH") + ":/usr/sbin:/sbin"});
+    EXPECT_EQ(expected, finished.out);
+    EXPECT_EQ("", finished.err);
+}
+
+TEST(ManualTest, CodesAreThoseOfTheManual)
+{
+    std::string expected;
+    for (const ZavSim::CodeInfo& info : ZavSim::AllCodes()) {
+        if (info.code != ZavSim::Code::Success) {
+            expected += "| " + std::to_string(static_cast<std::int64_t>(info.code)) + " | " + info.name + " | " +
+                        info.description + " |\n";
+        }
+    }
+    std::string shown;
+    for (const std::string& line : ManualLines()) {
+        if (std::regex_match(line, std::regex("\\| -?[0-9]+ \\| [A-Z][A-Za-z]+ \\| .* \\|"))) {
+            shown += line + "\n";
+        }
+    }
+    EXPECT_EQ(expected, shown);
+}
+
+TEST(ManualTest, OptionsAreThoseOfTheProgram)
+{
+    const std::string help = Execute({ZAVSIM_PROGRAM, "--help"}).out;
+    std::set<std::string> offered;
+    const std::regex option("--[a-z-]+");
+    for (std::sregex_iterator each(help.begin(), help.end(), option), end; each != end; ++each) {
+        offered.insert(each->str());
+    }
+    offered.erase("--help");
+    std::set<std::string> shown;
+    for (const std::string& line : ManualLines()) {
+        std::smatch found;
+        if (std::regex_search(line, found, std::regex("^\\| `(--[a-z-]+) "))) {
+            shown.insert(found[1]);
+        }
+    }
+    EXPECT_EQ(offered, shown);
+}
+
+} // namespace
+} // namespace ZavSimTest

@@ -1,0 +1,210 @@
+#include "tests/simulator/support/array_client.h"
+#include "tests/simulator/support/child_process.h"
+#include "tests/simulator/support/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <regex>
+
+namespace ZavSimTest {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
+using ZavSim::Code;
+
+class ProgramTest : public ::testing::Test {
+protected:
+    Finished RunZavsim(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), ZAVSIM_PROGRAM);
+        words.insert(words.end(), {"--ca", folder.File("ca")});
+        return Execute(words);
+    }
+
+    /// The first address that the program told.
+    static std::string UrlOf(const ChildProcess& zavsim)
+    {
+        std::smatch url;
+        const std::string line = zavsim.OutputSoFar();
+        EXPECT_TRUE(std::regex_search(line, url, std::regex("https?://[0-9.:]+"))) << line;
+        return url[0].str();
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnBothSignals)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        ChildProcess zavsim({ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen", "https://127.0.0.1:0", "--listen",
+                             "http://[::1]:0", "--luns", "100000"});
+        zavsim.AwaitOutput("http://[::1]");
+        zavsim.Signal(signal);
+        const Finished finished = zavsim.Wait();
+        EXPECT_EQ(0, finished.status);
+        EXPECT_EQ("", finished.err);
+        EXPECT_THAT(finished.out, MatchesRegex("zavsim: listening on https://127\\.0\\.0\\.1:[0-9]+ \\(certificate "
+                                               "authority .*/ca\\.pem\\)\nzavsim: listening on "
+                                               "http://\\[::1\\]:[0-9]+\n"));
+    }
+}
+
+TEST_F(ProgramTest, ServesWithTheOptionsGiven)
+{
+    folder.Write("password", "from-a-file\nsecond line\n");
+    ChildProcess zavsim({ZAVSIM_PROGRAM,
+                         "--ca",
+                         folder.File("ca"),
+                         "--listen",
+                         "https://127.0.0.1:0",
+                         "--user",
+                         "u",
+                         "--password-file",
+                         folder.File("password"),
+                         "--serial",
+                         "XY",
+                         "--luns",
+                         "3",
+                         "--service",
+                         "127.0.0.5",
+                         "--service",
+                         "127.0.0.6",
+                         "--session-limit",
+                         "1",
+                         "--fc-online",
+                         "2100000000000001",
+                         "--fault",
+                         R"({"kind":"code","code":9,"target":"system"})"});
+    zavsim.AwaitOutput("\n");
+    const std::string url = UrlOf(zavsim);
+    ArrayClient client(url, folder.File("ca/ca.pem"));
+    EXPECT_CODE(Code::LoginRefused, client.Login());
+    EXPECT_CODE(Code::Success, client.Login("u", "from-a-file"));
+    EXPECT_EQ("XY", client.device);
+    EXPECT_CODE(9, client.Get("system/"));
+    EXPECT_EQ("3", client.Get("lun/count").Data()["COUNT"].asString());
+    EXPECT_EQ(2U, client.Get("eth_port?LOGICTYPE=0").Data().size());
+    EXPECT_CODE(Code::SessionLimitReached, ArrayClient(url, folder.File("ca/ca.pem")).Login("u", "from-a-file"));
+}
+
+TEST_F(ProgramTest, LunsThatNobodyTouchedCostNoMemory)
+{
+    const auto residentKilobytes = [](const char* luns) {
+        ChildProcess zavsim({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--luns", luns});
+        zavsim.AwaitOutput("\n");
+        ArrayClient client(UrlOf(zavsim));
+        client.Login();
+        EXPECT_EQ(luns, client.Get("lun/count").Data()["COUNT"].asString());
+        std::ifstream status("/proc/" + std::to_string(zavsim.Pid()) + "/status");
+        std::string word;
+        while (status >> word && word != "VmRSS:") {
+        }
+        long kilobytes = 0;
+        status >> kilobytes;
+        EXPECT_GT(kilobytes, 0);
+        return kilobytes;
+    };
+    EXPECT_LT(residentKilobytes("10000000"), residentKilobytes("16") + 10000) << "not one byte for each of ten million";
+}
+
+TEST_F(ProgramTest, AddressInUseEndsItWithAMessage)
+{
+    ChildProcess first({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0"});
+    first.AwaitOutput("\n");
+    const std::string url = UrlOf(first);
+    const Finished second = RunZavsim({"--listen", url});
+    EXPECT_EQ(1, second.status);
+    EXPECT_EQ("zavsim: cannot listen on " + url + ": Address already in use\n", second.err);
+    EXPECT_EQ("", second.out);
+}
+
+TEST_F(ProgramTest, AddressThatIsNotOfThisMachineEndsItWithAMessage)
+{
+    const Finished finished = RunZavsim({"--listen", "http://192.0.2.1:8088"});
+    EXPECT_EQ(1, finished.status);
+    EXPECT_THAT(finished.err, HasSubstr("cannot listen on http://192.0.2.1:8088: Cannot assign requested address"));
+}
+
+TEST_F(ProgramTest, BadArgumentEndsItWithAMessageThatNamesIt)
+{
+    folder.Write("empty", "\n");
+    const struct {
+        std::vector<std::string> words;
+        const char* complaint;
+    } cases[] = {
+        {{"--listen", "127.0.0.1:1"}, "\"127.0.0.1:1\" is not a listen address"},
+        {{"--luns", "-1"}, "--luns"},
+        {{"--luns", "many"}, "--luns"},
+        {{"--luns", "10000001"}, "--luns"},
+        {{"--pools", "0"}, "--pools"},
+        {{"--service", "host.name"}, "--service: \"host.name\""},
+        {{"--user", "u"}, "--password-file"},
+        {{"--user", "u", "--password-file", folder.File("none")}, "there is no file"},
+        {{"--user", "u", "--password-file", folder.File("empty")}, "is empty"},
+        {{"--serial", "a/b"}, "--serial"},
+        {{"--serial", ""}, "--serial"},
+        {{"--session-limit", "0"}, "--session-limit"},
+        {{"--session-idle", "0"}, "--session-idle"},
+        {{"--fault", "{"}, "--fault: not JSON"},
+        {{"--fault", R"({"kind":"x"})"}, "--fault: kind"},
+        {{"--what"}, "--what"},
+    };
+    for (const auto& each : cases) {
+        const Finished finished = RunZavsim(each.words);
+        EXPECT_EQ(2, finished.status) << each.words.front();
+        EXPECT_THAT(finished.err, StartsWith("zavsim: "));
+        EXPECT_THAT(finished.err, HasSubstr(each.complaint));
+    }
+    EXPECT_EQ(1, RunZavsim({"--listen", "http://127.0.0.1:0", "--fc-online", "12"}).status);
+}
+
+TEST_F(ProgramTest, FolderThatCannotBeUsedEndsItWithAMessage)
+{
+    folder.Write("file", "");
+    const Finished ca = Execute({ZAVSIM_PROGRAM, "--listen", "https://127.0.0.1:0", "--ca", folder.File("file")});
+    EXPECT_EQ(1, ca.status);
+    EXPECT_THAT(ca.err, HasSubstr(folder.File("file")));
+    const Finished state = RunZavsim({"--listen", "http://127.0.0.1:0", "--state", folder.File("no/state")});
+    EXPECT_EQ(1, state.status);
+    EXPECT_THAT(state.err, HasSubstr(folder.File("no/state")));
+}
+
+TEST_F(ProgramTest, StateSurvivesTheEndByForce)
+{
+    const std::vector<std::string> words{ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--state",
+                                         folder.File("state")};
+    {
+        ChildProcess zavsim(words);
+        zavsim.AwaitOutput("\n");
+        ArrayClient client(UrlOf(zavsim));
+        client.Login();
+        client.Make("host", "kept");
+        zavsim.Signal(SIGKILL);
+        EXPECT_EQ(128 + SIGKILL, zavsim.Wait().status);
+    }
+    ChildProcess zavsim(words);
+    zavsim.AwaitOutput("\n");
+    ArrayClient client(UrlOf(zavsim));
+    client.Login();
+    EXPECT_EQ("kept", client.Get("host/1").Data()["NAME"].asString());
+}
+
+TEST_F(ProgramTest, HelpTellsEveryOption)
+{
+    const Finished help = Execute({ZAVSIM_PROGRAM, "--help"});
+    EXPECT_EQ(0, help.status);
+    for (const char* const option :
+         {"--listen", "--service", "--luns", "--pools", "--serial", "--product-mode", "--user", "--password-file",
+          "--ca", "--state", "--session-limit", "--session-idle", "--connections", "--journal", "--fc-online", "--seed",
+          "--fault"}) {
+        EXPECT_THAT(help.out, HasSubstr(option));
+    }
+}
+
+} // namespace
+} // namespace ZavSimTest
