@@ -19,7 +19,7 @@ bool QenThread::Start()
         return false;
     }
     // From here on the owner may take the loop away, and a stop cannot be overrun by the beginning of Run.
-    message_loop->running.wait();
+    message_loop->running.Await();
     return true;
 }
 
