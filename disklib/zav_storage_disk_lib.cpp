@@ -201,6 +201,7 @@ int ZavStorageDiskLib::GetLoginedZavRestApi(const Zav::DeviceInfo& info, boost::
 {
     PS_TRACE();
     const boost::lock_guard<boost::recursive_mutex> guard(lock);
+    api.reset(); // empty on every failure
     const auto found = sessions.find(info.url);
     if (check_thread.thread == nullptr && !StartCheckThread()) {
         return ResultCode::FAILED;
