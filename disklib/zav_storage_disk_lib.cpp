@@ -118,6 +118,7 @@ void ZavStorageDiskLib::StopCheckThread()
         thread = std::move(check_thread.thread);
         loop = std::move(check_thread.message_loop);
     }
+    const boost::this_thread::disable_interruption untilJoined; // leaving now would destroy the loop under its thread
     thread->join(); // without the lock: a check that waits for it can finish
 }
 
@@ -276,7 +277,10 @@ void ZavStorageDiskLib::DoCheck()
         api->Logout(ignoredErrorText);
         entry = sessions.erase(entry);
     }
-    if (check_thread.thread != nullptr && check_thread.message_loop != nullptr) {
+    // Only for the thread that runs this: a round that was overtaken by a stop and a new start would else begin a
+    // second series of checks on the new thread.
+    if (check_thread.thread != nullptr && check_thread.message_loop != nullptr &&
+        check_thread.thread->get_id() == boost::this_thread::get_id()) {
         check_thread.message_loop->PostDelayedTask(boost::bind(&ZavStorageDiskLib::DoCheck, this),
                                                    CHECK_INTERVAL_MILLISECONDS);
     }
