@@ -246,6 +246,7 @@ bool ZavStorageDiskLib::StartCheckThread()
 
 bool ZavStorageDiskLib::CheckIfNeedToRetry(const int& code)
 {
+    PS_TRACE();
     const bool isFinal =
         code == ResultCode::OK || ConfigReader::getNerovaxDiskArrayNotRetryErrorCode().count(code) != 0;
     if (isFinal) {
@@ -258,6 +259,7 @@ bool ZavStorageDiskLib::CheckIfNeedToRetry(const int& code)
 
 bool ZavStorageDiskLib::IsRetryable(int code)
 {
+    PS_TRACE();
     return retryable_error_codes.count(code) != 0;
 }
 
