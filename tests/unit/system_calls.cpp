@@ -2,83 +2,19 @@
 
 #include "tests/fakes/fakes.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
-#include <semaphore.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
-#include <cstring>
-#include <ctime>
 
 namespace {
 
-// Set before any thread could look: these functions are called while the program is still being loaded.
+// Set before any code runs: the functions are called while the program is still being loaded.
 std::atomic<SystemCalls*> active{nullptr};
-
-template <typename Function>
-Function* Real(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-template <typename... Values>
-std::string Join(const Values&... values)
-{
-    std::string text;
-    ((text += (text.empty() ? "" : ", ") + values), ...);
-    return text;
-}
-
-std::string Text(int number)
-{
-    return std::to_string(number);
-}
-
-// For functions that return an error number: the scripted one, or what `real` gives.
-template <typename Call>
-int ErrorNumber(const char* function, const Call& real)
-{
-    if (SystemCalls* const calls = active) {
-        if (const auto scripted = calls->Script(function, "")) {
-            return scripted->result == -1 ? scripted->error : scripted->result;
-        }
-    }
-    return real();
-}
-
-// For functions that return -1 and set errno.
-template <typename Call>
-int Result(const char* function, const std::string& arguments, const Call& real)
-{
-    if (SystemCalls* const calls = active) {
-        if (const auto scripted = calls->Script(function, arguments)) {
-            errno = scripted->error;
-            return scripted->result;
-        }
-    }
-    return real();
-}
-
-int RealEpollWait(int epollFd, epoll_event* events, int capacity, int milliseconds)
-{
-    static auto* const real = Real<decltype(::epoll_wait)>("epoll_wait");
-    return real(epollFd, events, capacity, milliseconds);
-}
-
-int RealClose(int descriptor)
-{
-    static auto* const real = Real<decltype(::close)>("close");
-    return real(descriptor);
-}
 
 bool IsReadable(int epollFd)
 {
@@ -86,125 +22,12 @@ bool IsReadable(int epollFd)
     return poll(&descriptor, 1, 0) > 0;
 }
 
-// The undefined-behaviour sanitizer probes memory through pipes of its own.
-bool IsSanitizers(const void* caller)
-{
-    Dl_info place = {};
-    return dladdr(caller, &place) != 0 && std::strstr(place.dli_fname, "san.so") != nullptr;
-}
-
 } // namespace
 
-// The functions of the system. Visible, so that shared libraries find them.
-
-#define SYSTEM_CALL extern "C" __attribute__((visibility("default")))
-
-SYSTEM_CALL int epoll_create(int size) noexcept
+SystemCalls* SystemCalls::Active()
 {
-    static auto* const real = Real<decltype(::epoll_create)>("epoll_create");
-    const int epollFd = Result("epoll_create", Text(size), [&] { return real(size); });
-    if (SystemCalls* const calls = active) {
-        calls->EpollCreated(epollFd);
-    }
-    return epollFd;
+    return active;
 }
-
-SYSTEM_CALL int epoll_ctl(int epollFd, int operation, int descriptor, epoll_event* event) noexcept
-{
-    static auto* const real = Real<decltype(::epoll_ctl)>("epoll_ctl");
-    const std::string name = operation == EPOLL_CTL_ADD ? "EPOLL_CTL_ADD" : Text(operation);
-    const std::string events = event == nullptr ? "none" : std::to_string(event->events);
-    return Result("epoll_ctl", Join(Text(epollFd), name, Text(descriptor), events),
-                  [&] { return real(epollFd, operation, descriptor, event); });
-}
-
-SYSTEM_CALL int epoll_wait(int epollFd, epoll_event* events, int capacity, int milliseconds)
-{
-    if (SystemCalls* const calls = active) {
-        return calls->Wait(epollFd, events, capacity, milliseconds);
-    }
-    return RealEpollWait(epollFd, events, capacity, milliseconds);
-}
-
-SYSTEM_CALL int pipe(int* ends) noexcept
-{
-    static auto* const real = Real<decltype(::pipe)>("pipe");
-    if (IsSanitizers(__builtin_return_address(0))) {
-        return real(ends);
-    }
-    return Result("pipe", "", [&] { return real(ends); });
-}
-
-SYSTEM_CALL int fcntl(int descriptor, int command, ...)
-{
-    static auto* const real = Real<decltype(::fcntl)>("fcntl");
-    std::va_list arguments;
-    va_start(arguments, command);
-    void* const argument = va_arg(arguments, void*); // whatever it is: an int, a pointer, or nothing
-    va_end(arguments);
-    const auto number = static_cast<int>(reinterpret_cast<std::intptr_t>(argument));
-    const std::string words = command == F_GETFL   ? "F_GETFL"
-                              : command == F_SETFL ? Join(std::string("F_SETFL"), Text(number))
-                                                   : Text(command);
-    return Result("fcntl", Join(Text(descriptor), words), [&] { return real(descriptor, command, argument); });
-}
-
-SYSTEM_CALL int close(int descriptor)
-{
-    return Result("close", Text(descriptor), [&] { return RealClose(descriptor); });
-}
-
-SYSTEM_CALL int sem_wait(sem_t* semaphore)
-{
-    static auto* const real = Real<decltype(::sem_wait)>("sem_wait");
-    return Result("sem_wait", "", [&] { return real(semaphore); });
-}
-
-SYSTEM_CALL int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                               void* argument) noexcept
-{
-    static auto* const real = Real<decltype(::pthread_create)>("pthread_create");
-    return ErrorNumber("pthread_create", [&] { return real(thread, attributes, body, argument); });
-}
-
-SYSTEM_CALL int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) noexcept
-{
-    static auto* const real = Real<decltype(::pthread_mutex_init)>("pthread_mutex_init");
-    return ErrorNumber("pthread_mutex_init", [&] { return real(mutex, attributes); });
-}
-
-SYSTEM_CALL int pthread_mutexattr_init(pthread_mutexattr_t* attributes) noexcept
-{
-    static auto* const real = Real<decltype(::pthread_mutexattr_init)>("pthread_mutexattr_init");
-    return ErrorNumber("pthread_mutexattr_init", [&] { return real(attributes); });
-}
-
-SYSTEM_CALL int pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int kind) noexcept
-{
-    static auto* const real = Real<decltype(::pthread_mutexattr_settype)>("pthread_mutexattr_settype");
-    return ErrorNumber("pthread_mutexattr_settype", [&] { return real(attributes, kind); });
-}
-
-SYSTEM_CALL void explicit_bzero(void* bytes, std::size_t size) noexcept
-{
-    static auto* const real = Real<decltype(::explicit_bzero)>("explicit_bzero");
-    if (SystemCalls* const calls = active) {
-        calls->Wiping(std::string(static_cast<const char*>(bytes), size));
-    }
-    real(bytes, size);
-}
-
-boost::chrono::steady_clock::time_point boost::chrono::steady_clock::now() BOOST_NOEXCEPT
-{
-    if (SystemCalls* const calls = active) {
-        return calls->Now();
-    }
-    timespec reading = {};
-    clock_gettime(CLOCK_MONOTONIC, &reading);
-    return time_point(boost::chrono::seconds(reading.tv_sec) + boost::chrono::nanoseconds(reading.tv_nsec));
-}
-
-// The script.
 
 SystemCalls::SystemCalls()
 {
@@ -333,7 +156,8 @@ void SystemCalls::EpollCreated(int epollFd)
 
 int SystemCalls::Wait(int epollFd, epoll_event* events, int capacity, int milliseconds)
 {
-    const auto scripted = Script("epoll_wait", Join(Text(epollFd), Text(capacity), Text(milliseconds)));
+    const auto scripted = Script("epoll_wait", std::to_string(epollFd) + ", " + std::to_string(capacity) + ", " +
+                                                   std::to_string(milliseconds));
     std::function<void(int)> step;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
@@ -347,7 +171,7 @@ int SystemCalls::Wait(int epollFd, epoll_event* events, int capacity, int millis
         errno = scripted->error;
         return scripted->result;
     }
-    const int ready = RealEpollWait(epollFd, events, capacity, 0);
+    const int ready = RealCalls::EpollWait(epollFd, events, capacity, 0);
     return step || ready != 0 ? ready : Sleep(epollFd, events, capacity, milliseconds);
 }
 
@@ -371,13 +195,13 @@ int SystemCalls::Sleep(int epollFd, epoll_event* events, int capacity, int milli
             eventfd_t rings = 0;
             eventfd_read(self.alarm, &rings);
         }
-        ready = RealEpollWait(epollFd, events, capacity, 0);
+        ready = RealCalls::EpollWait(epollFd, events, capacity, 0);
     }
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_sleepers.erase(epollFd);
     }
-    RealClose(self.alarm);
+    RealCalls::Close(self.alarm);
     return ready;
 }
 

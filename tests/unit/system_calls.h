@@ -14,6 +14,14 @@
 
 struct epoll_event;
 
+/// The functions behind those that SystemCalls needs itself.
+namespace RealCalls {
+
+int EpollWait(int epollFd, epoll_event* events, int capacity, int milliseconds);
+int Close(int descriptor);
+
+} // namespace RealCalls
+
 /// The system calls and the clock of the message loop, its thread and the mutexes, in a test's hands.
 ///
 /// The unit tests' program defines these functions itself, so that libraries find its definitions first: epoll_create,
@@ -76,6 +84,7 @@ public:
     };
 
     // What the functions call. Script records the call.
+    static SystemCalls* Active(); ///< null: nobody scripts
     std::optional<Scripted> Script(const std::string& function, const std::string& arguments);
     void EpollCreated(int epollFd);
     int Wait(int epollFd, epoll_event* events, int capacity, int milliseconds);
