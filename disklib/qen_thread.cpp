@@ -6,12 +6,12 @@
 
 bool QenThread::Start()
 {
+    if (thread != nullptr && thread->joinable()) {
+        std::terminate(); // its owner started it twice, and would take the loop from the thread that runs
+    }
     try {
         message_loop = std::make_unique<MessageLoop>();
         message_loop->OpenDescriptors();
-        if (thread != nullptr && thread->joinable()) {
-            std::terminate(); // its owner started it twice: the loop of the thread that runs is gone already
-        }
         thread = std::make_unique<boost::thread>(boost::bind(&QenThread::ThreadMain, this));
     } catch (const std::exception&) {
         message_loop.reset();

@@ -310,7 +310,7 @@ TEST_F(QenThreadDeathTest, StartWhileTheThreadRunsTerminatesTheProcess)
             thread.Start();
             thread.Start();
         },
-        ::testing::KilledBySignal(SIGABRT), "terminate");
+        ::testing::KilledBySignal(SIGABRT), "terminate called without an active exception");
 }
 
 TEST_F(QenThreadDeathTest, TaskThatThrowsTerminatesTheProcess)
