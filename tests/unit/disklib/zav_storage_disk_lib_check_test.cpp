@@ -161,6 +161,7 @@ TEST_F(ZavStorageDiskLibDoCheckTest, SessionWhoseLogoutFailsIsForgottenAllTheSam
     m_keeper.DoCheck();
     Check();
     EXPECT_THAT(m_http.Requests(), IsEmpty());
+    EXPECT_THAT(KeeperLines(), ElementsAre(IsLine(0, BEGIN)));
 }
 
 TEST_F(ZavStorageDiskLibDoCheckTest, NothingIsLoggedInAgain)
