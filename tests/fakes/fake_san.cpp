@@ -177,6 +177,12 @@ void FakeSan::HaveNoManager()
     m_hasManager = false;
 }
 
+void FakeSan::ObserveRelease(const std::function<void()>& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_releaseObserver = observer;
+}
+
 void FakeSan::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -186,6 +192,7 @@ void FakeSan::Clear()
     m_missingHandlers.clear();
     m_isRefusing = false;
     m_hasManager = true;
+    m_releaseObserver = nullptr;
     m_calls.clear();
     m_connections.clear();
     m_arguments.clear();
@@ -236,8 +243,15 @@ CDeviceManager* FakeSan::MakeManager(unsigned int mode, unsigned int limit)
 
 void FakeSan::CountRelease()
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    ++m_released;
+    std::function<void()> observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        ++m_released;
+        observer = m_releaseObserver;
+    }
+    if (observer) {
+        observer();
+    }
 }
 
 bool FakeSan::Connect(const Connection& connection)
