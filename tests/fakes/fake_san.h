@@ -35,7 +35,7 @@ public:
     /// The array knows the initiator already, as one of `hostId`.
     void InitiatorBelongsTo(const std::string& initiatorId, const std::string& hostId);
 
-    /// The operation throws std::runtime_error with `text`.
+    /// The operation throws what is a std::exception and nothing more, with `text`.
     void Fail(const std::string& operation, const std::string& text);
 
     /// The operation throws something that is no std::exception: `thrown`.

@@ -14,6 +14,17 @@ using ::testing::Pair;
 
 namespace {
 
+TEST(DeviceMessageFieldsTest, FieldsLieInTheOrderThatOtherCodeFillsThemIn)
+{
+    const DeviceMessage message = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13"};
+    const std::vector<std::string> fields = {message.hostGroupId,     message.hostGroupName, message.hostId,
+                                             message.hostName,        message.spare1,        message.iscsiInitiatorName,
+                                             message.fcInitiatorName, message.lunGroupId,    message.lunGroupName,
+                                             message.mapViewId,       message.mapViewName,   message.spare2,
+                                             message.doNotDeleteHost};
+    EXPECT_THAT(fields, ElementsAre("1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13"));
+}
+
 class DeviceOperateMessageTest : public DeviceTest {
 protected:
     DeviceOperate m_device;
