@@ -1,11 +1,8 @@
 #include "tests/unit/device/delete_resource_test.h"
 
-using ::testing::AllOf;
 using ::testing::Contains;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 namespace {

@@ -9,18 +9,20 @@
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <fstream>
+#include <array>
 #include <functional>
-#include <iterator>
+#include <utility>
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::Field;
-using ::testing::IsEmpty;
+using ::testing::EndsWith;
 using ::testing::Pair;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -45,6 +47,40 @@ public:
 
 private:
     const std::string m_path;
+};
+
+// The end of a pipe that a device writes its file into.
+class PipeReader {
+public:
+    explicit PipeReader(const std::string& path)
+        : m_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK))
+    {
+    }
+    PipeReader(const PipeReader&) = delete;
+    PipeReader& operator=(const PipeReader&) = delete;
+    ~PipeReader() { close(m_descriptor); }
+
+    // Blocks until something is written; false when nothing comes in a time that is too long for it.
+    bool AwaitText() const
+    {
+        constexpr int TOO_LONG = 20000; // milliseconds
+        pollfd awaited = {m_descriptor, POLLIN, 0};
+        return poll(&awaited, 1, TOO_LONG) == 1 && (awaited.revents & POLLIN) != 0;
+    }
+
+    std::string ReadToTheEnd() const
+    {
+        fcntl(m_descriptor, F_SETFL, 0); // from now on reading waits for the writer
+        std::string text;
+        std::array<char, 4096> piece = {};
+        for (ssize_t size = 0; (size = read(m_descriptor, piece.data(), piece.size())) > 0;) {
+            text.append(piece.data(), static_cast<std::size_t>(size));
+        }
+        return text;
+    }
+
+private:
+    const int m_descriptor;
 };
 
 class DeviceOperateFileTest : public DeviceTest {
@@ -200,6 +236,7 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonHoldsTheFileLockFromReadingUntilTh
     // A writer cannot come to the end of a pipe before somebody reads more than the pipe holds.
     const std::string pipe = Root() + "/pipe";
     ASSERT_EQ(0, mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR));
+    const PipeReader reader(pipe);
     const DeviceSystemCalls::LockWatch watch(g_infoFileMutext);
     ElsewhereDevice device(pipe);
     bool wasHeldWhenReading = false;
@@ -210,11 +247,9 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonHoldsTheFileLockFromReadingUntilTh
         isWritten = device.WriteInfoToJson(KEY, info);
     });
 
-    std::ifstream reader(pipe);
-    std::string text(1, '\0');
-    reader.read(text.data(), 1);
+    const bool isWriting = reader.AwaitText();
     const bool wasHeldWhenWriting = watch.IsHeld();
-    text.append(std::istreambuf_iterator<char>(reader), {});
+    const std::string text = isWriting ? reader.ReadToTheEnd() : "";
     writer.join();
 
     EXPECT_TRUE(isWritten);
@@ -222,8 +257,8 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonHoldsTheFileLockFromReadingUntilTh
     EXPECT_TRUE(wasHeldWhenWriting);
     EXPECT_EQ(1, watch.Locks());
     EXPECT_FALSE(watch.IsHeld());
-    EXPECT_EQ('{', text.front());
-    EXPECT_EQ('}', text.back());
+    EXPECT_THAT(text, StartsWith("{"));
+    EXPECT_THAT(text, EndsWith("}"));
 }
 
 TEST_F(DeviceOperateWriteTest, WriteInfoToJsonOfSeveralThreadsLosesNothing)

@@ -4,15 +4,11 @@
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
 
-#include <stdexcept>
-
-using ::testing::_;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Key;
-using ::testing::Not;
 using ::testing::Pair;
 using ::testing::SizeIs;
 using ::testing::StartsWith;

@@ -5,8 +5,6 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/thread/exceptions.hpp>
 
-#include <stdexcept>
-
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

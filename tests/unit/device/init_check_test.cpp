@@ -2,7 +2,6 @@
 #include "tests/unit/device/provisioning_test.h"
 #include "tests/unit/named_row.h"
 
-using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
