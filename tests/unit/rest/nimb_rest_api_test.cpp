@@ -1,10 +1,9 @@
 #include "tests/unit/rest/nimb_rest_test.h"
+#include "tests/unit/virtual_slot.h"
 
 #include "common/framework/log_proxy.h"
 
 #include <boost/thread/thread.hpp>
-
-#include <cstring>
 
 using ::testing::Contains;
 using ::testing::Each;
@@ -309,15 +308,6 @@ TEST_F(NimbRestApiDestructionTest, DestructionIsNotInterrupted)
     thread.join();
     EXPECT_TRUE(wasEnabledBefore);
     EXPECT_FALSE(isEnabledWithin);
-}
-
-// Programs that were built against this library call its virtual operations by their places.
-template <typename Member>
-std::ptrdiff_t SlotOf(Member member)
-{
-    std::ptrdiff_t words[sizeof(member) / sizeof(std::ptrdiff_t)] = {};
-    std::memcpy(words, &member, sizeof(member));
-    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)); // the Itanium ABI's virtual member pointer
 }
 
 TEST_F(NimbRestApiDestructionTest, TheQueriesHaveTheSlotsBehindTheDestructor)

@@ -2,7 +2,6 @@
 
 #include "common/json_text.h"
 #include "common/records.h"
-#include "common/secret.h"
 #include "rest/nimb_rest_api.h"
 #include "rest/zav_rest_api.h"
 #include "tests/fakes/fakes.h"
@@ -11,7 +10,6 @@
 #include <boost/make_shared.hpp>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 using ::testing::Each;
@@ -366,35 +364,5 @@ TEST_P(NimbRestApiSecretsTest, ARenewedSessionLeavesNothing)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, NimbRestApiSecretsTest, SIZES, CaseName);
-
-// ---- the look-out itself
-
-class FreedMemoryTest : public ::testing::Test {};
-
-TEST_F(FreedMemoryTest, ASecretThatIsFreedIsFound)
-{
-    const std::string secret = "found-in-freed-memory";
-    FreedMemory memory({secret, "another"});
-    std::optional<std::string> text(secret + " behind it");
-    memory.Follow(*text);
-    memory.During([&text] { text.reset(); });
-    EXPECT_EQ(1, memory.Holding(secret));
-    EXPECT_EQ(0, memory.Holding("another"));
-    EXPECT_FALSE(memory.WasFreedWiped());
-}
-
-TEST_F(FreedMemoryTest, ATextThatIsWipedBeforeItIsFreedIsNotFound)
-{
-    const std::string secret = "found-in-freed-memory";
-    FreedMemory memory({secret});
-    std::optional<std::string> text(secret);
-    memory.Follow(*text);
-    memory.During([&text] {
-        Secret::Wipe(*text);
-        text.reset();
-    });
-    EXPECT_EQ(0, memory.Holding(secret));
-    EXPECT_TRUE(memory.WasFreedWiped());
-}
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "tests/unit/rest/rest_test.h"
+#include "tests/unit/virtual_slot.h"
 
 #include <boost/thread/exceptions.hpp>
 
 #include <cerrno>
-#include <cstring>
 #include <pthread.h>
 
 using ::testing::HasSubstr;
@@ -89,15 +89,6 @@ TEST_F(ZavRestApiConstructionTest, AMutexThatCannotBeMadeIsAnErrorThatNamesTheSt
     EXPECT_THAT(ConstructionError(Failing::MutexInit),
                 HasSubstr("boost:: recursive_mutex constructor failed in pthread_mutex_init"));
     EXPECT_EQ("constructed", ConstructionError(Failing::Nothing));
-}
-
-// Programs that were built against this library call its virtual operations by their places.
-template <typename Member>
-std::ptrdiff_t SlotOf(Member member)
-{
-    std::ptrdiff_t words[sizeof(member) / sizeof(std::ptrdiff_t)] = {};
-    std::memcpy(words, &member, sizeof(member));
-    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)); // the Itanium ABI's virtual member pointer
 }
 
 TEST_F(ZavRestApiConstructionTest, TheDestructorAndTheSessionOperationsHaveTheFirstSlots)
