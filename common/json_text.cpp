@@ -118,12 +118,6 @@ const Json::Value* FindMember(const Json::Value& object, const char* name)
 
 bool ToText(const Json::Value& value, std::string& text)
 {
-    const char* begin = nullptr;
-    const char* end = nullptr;
-    if (value.getString(&begin, &end)) {
-        text.assign(begin, end); // straight from the value: it may be a secret, of which no copy shall be left behind
-        return true;
-    }
     if (!value.isConvertibleTo(Json::stringValue)) {
         return false;
     }

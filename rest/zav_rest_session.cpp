@@ -195,7 +195,7 @@ int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string
         return error.code;
     }
     if (root.isMember("data")) {
-        data.swap(root["data"]); // moved, so that no second copy of a login's token is left behind
+        data.swap(root["data"]);
     }
     return ResultCode::OK;
 }

@@ -51,6 +51,13 @@ TEST_F(JsonTextTest, WriteIndentsWithTabsOrNotAtAll)
     EXPECT_EQ("\"  \"", JsonText::Write("  "));
 }
 
+TEST_F(JsonTextTest, WriteLeavesNoWhiteSpaceAtTheEnds)
+{
+    Json::Value root = 1;
+    root.setComment(std::string("// a comment is written too "), Json::commentAfter);
+    EXPECT_EQ("1\n// a comment is written too", JsonText::Write(root));
+}
+
 /// What the writer makes of `root` when it is given the secret like any other text.
 std::string Plainly(Json::Value root, const std::string& name, const std::string& secret, Style style)
 {

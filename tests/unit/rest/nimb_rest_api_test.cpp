@@ -118,7 +118,7 @@ TEST_F(NimbRestApiLoginTest, LoginAgainReplacesAddressAndTokenAndBearsTheOldToke
     LogIn();
     m_http.Next(Granted(R"({"x_auth_token": "TOK2"})"));
     EXPECT_EQ(1, m_api->Login("10.0.0.10", "443", "root", "other", m_errorText));
-    EXPECT_THAT(m_http.Lines(), ElementsAre("POST https://10.0.0.10:443/api/v2/aa/sessions"));
+    ASSERT_THAT(m_http.Lines(), ElementsAre("POST https://10.0.0.10:443/api/v2/aa/sessions"));
     EXPECT_THAT(m_http.Requests().front().headers, Contains(Pair("X-Auth-Token", "TOK1")));
     EXPECT_EQ(R"({"password":"other","user_name":"root"})", m_http.Requests().front().body);
     EXPECT_EQ("TOK2", Token());

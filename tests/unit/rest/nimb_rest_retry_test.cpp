@@ -100,6 +100,18 @@ TEST_F(NimbRestApiRetryTest, FourFailuresArePausedByThreeSecondsEach)
     EXPECT_THAT(m_log.Told(), ElementsAreArray(lines));
 }
 
+TEST_F(NimbRestApiRetryTest, APauseIsLoggedWhenItIsOver)
+{
+    m_http.Next(NoResponse());
+    m_http.Next(Body(R"({"result": 0})"));
+    std::vector<LogLine> linesBefore;
+    m_clock.ObserveSleeps([this, &linesBefore] { linesBefore = m_log.Told(); });
+    EXPECT_EQ(0, Send());
+    ASSERT_THAT(linesBefore, SizeIs(3));
+    EXPECT_THAT(linesBefore.back(), Line("SendRequest", 1, "try send request, times is  1"));
+    EXPECT_THAT(m_log.Told()[3], Line("SendRequest", 3, "send failed. Retry 1 time. url=" + Url(RESOURCE)));
+}
+
 TEST_F(NimbRestApiRetryTest, EveryAttemptSendsTheSameRequest)
 {
     m_http.Always("GET", RESOURCE, NoResponse());
@@ -178,7 +190,7 @@ TEST_F(NimbRestApiRetryTest, AnUnauthorizedCallerHasTheSessionRenewedAfterAFaile
     m_http.On("GET", RESOURCE, Body(R"({"result": 0})"));
     EXPECT_EQ(0, Send(-401));
 
-    EXPECT_THAT(m_http.Lines(), ElementsAre("GET " + Url(RESOURCE), "DELETE " + Url(SESSIONS), "POST " + Url(SESSIONS),
+    ASSERT_THAT(m_http.Lines(), ElementsAre("GET " + Url(RESOURCE), "DELETE " + Url(SESSIONS), "POST " + Url(SESSIONS),
                                             "GET " + Url(RESOURCE)));
     EXPECT_THAT(m_pauses, ElementsAre(0, 0, 0, 3));
     const std::vector<TMSHttpRequest> requests = m_http.Requests();

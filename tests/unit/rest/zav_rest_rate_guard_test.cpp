@@ -186,7 +186,10 @@ TEST_F(ZavRestApiRateGuardTest, TheSleepComesBeforeTheRequest)
     Limit(7, 0);
     EXPECT_EQ(0, Send());
     std::vector<std::string> order;
-    m_clock.ObserveSleeps([&order] { order.emplace_back("sleep"); });
+    m_clock.ObserveSleeps([this, &order] {
+        order.emplace_back("sleep");
+        EXPECT_EQ("sleep 7seconds to avoid generating dos attack to web server", m_log.Lines().back().text);
+    });
     m_http.Observe([&order](const TMSHttpRequest&) { order.emplace_back("request"); });
     EXPECT_EQ(0, Send());
     EXPECT_THAT(order, ElementsAre("sleep", "request"));
