@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_FRAMEWORK_HTTP_CLIENT_H
 #define PRODUCT_STORAGE_COMMON_FRAMEWORK_HTTP_CLIENT_H
 
+#include "common/framework/export.h"
+
 #include <boost/shared_ptr.hpp>
 
 #include <cstdint>
@@ -27,7 +29,7 @@ namespace QEN {
 
 /// What came back for one request: an answer with a success status, an answer with another status, or no answer.
 /// Immutable; belongs to the caller. Body and cookies may hold session secrets and are wiped on destruction.
-class IHttpResponse {
+class PRODUCT_FRAMEWORK_API IHttpResponse {
 public:
     virtual ~IHttpResponse() = default;
 
@@ -41,20 +43,21 @@ public:
 };
 
 /// A client that keeps connections alive between requests. One client serves several threads at once.
-class IHttpClient {
+class PRODUCT_FRAMEWORK_API IHttpClient {
 public:
     /// A new client; empty when none can be made.
     static boost::shared_ptr<IHttpClient> CreateClient();
 
     virtual ~IHttpClient() = default;
 
-    /// Performs `request` within `timeoutSeconds`. Follows no redirect. Null when the client could not even try.
-    /// Keeps no copy of the request's body. Throws nothing.
+    /// Performs `request` within `timeoutSeconds`. Follows no redirect. Null when the client could not even try. A
+    /// request that could change its form on the way, such as one with a line end in a header, is not sent; that is a
+    /// network error. Keeps no copy of the request's body. Throws nothing.
     virtual boost::shared_ptr<IHttpResponse> SendRequest(const TMSHttpRequest& request,
                                                          unsigned int timeoutSeconds) = 0;
 
-    /// True when the address of `url` accepts a TCP connection within `timeoutSeconds`. Nothing is sent. Throws
-    /// nothing.
+    /// True when the address of `url` accepts a TCP connection within `timeoutSeconds`; a number below 1 counts
+    /// as 1. Nothing is sent. Throws nothing.
     virtual bool TestConnection(const std::string& url, int timeoutSeconds) = 0;
 };
 

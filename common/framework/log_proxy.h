@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_FRAMEWORK_LOG_PROXY_H
 #define PRODUCT_STORAGE_COMMON_FRAMEWORK_LOG_PROXY_H
 
+#include "common/framework/export.h"
+
 #include <iosfwd>
 #include <memory>
 #include <ostream>
@@ -17,11 +19,11 @@ enum class severity_level : int {
 
 /// One log line: construct it, stream into it, and it is written when it is destroyed.
 ///
-/// The first integer streamed is the line's code (0 for every line of the storage library); all that follows is its
+/// An integer streamed first is the line's code (0 for every line of the storage library); all that follows is its
 /// text. A line below the configured level formats nothing.
 /// Threads: one object belongs to one thread; any number of threads may log at once. Nothing is thrown: a line that
 /// cannot be written is lost.
-class LogProxy {
+class PRODUCT_FRAMEWORK_API LogProxy {
 public:
     /// `moduleName` and `functionName` must outlive the object; both are text that lives as long as the program.
     LogProxy(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName, int line);
@@ -49,17 +51,18 @@ private:
 };
 
 /// The operation's own name out of the compiler's full signature text: "int ZavRestApi::Logout(std::string&)" gives
-/// "Logout". A lambda bears the name of the operation that it stands in. The result points into `signature`.
-std::string_view GetFunctionName(std::string_view signature) noexcept;
+/// "Logout". A lambda bears the name of the operation that it stands in, and is "lambda" outside of any. The result
+/// points into `signature` or is a text that lives as long as the program.
+PRODUCT_FRAMEWORK_API std::string_view GetFunctionName(std::string_view signature) noexcept;
 
 /// A number that each thread of the product holds for itself; 0 in a thread that never set it.
-class QENTSP {
+class PRODUCT_FRAMEWORK_API QENTSP {
 public:
     unsigned long get() const noexcept;
     void set(unsigned long value) noexcept;
 };
 
 /// The id of the request that the calling thread works on.
-extern QENTSP TSP_RequestID;
+extern PRODUCT_FRAMEWORK_API QENTSP TSP_RequestID;
 
 #endif

@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_FRAMEWORK_SAN_MANAGER_H
 #define PRODUCT_STORAGE_COMMON_FRAMEWORK_SAN_MANAGER_H
 
+#include "common/framework/export.h"
+
 #include <string>
 
 /// Which handler a CDeviceManager hands out.
@@ -51,13 +53,13 @@ struct FCInitiatorMO {
 ///
 /// Each operation of the handlers below reports failure by throwing an exception derived from std::exception whose text
 /// names the operation, the object and the array's answer. One thread at a time.
-class CHandler {
+class PRODUCT_FRAMEWORK_API CHandler {
 public:
     virtual ~CHandler() = default;
 };
 
 template <typename Record>
-class CRecordHandler : public CHandler {
+class PRODUCT_FRAMEWORK_API CRecordHandler : public CHandler {
 public:
     /// Creates the object. An initiator that the array knows already is fetched instead.
     virtual Record Create(const Record& record) = 0;
@@ -67,19 +69,19 @@ public:
 using CLunGroupHandler = CRecordHandler<LunGroupMO>;
 using CHostHandler = CRecordHandler<HostMO>;
 
-class CHostGroupHandler : public CRecordHandler<HostGroupMO> {
+class PRODUCT_FRAMEWORK_API CHostGroupHandler : public CRecordHandler<HostGroupMO> {
 public:
     virtual void AddHost(const std::string& hostId, const std::string& hostGroupId) = 0;
 };
 
-class CMappingViewHandler : public CRecordHandler<MappingViewMO> {
+class PRODUCT_FRAMEWORK_API CMappingViewHandler : public CRecordHandler<MappingViewMO> {
 public:
     virtual void AddHostGroup(const std::string& mapViewId, const std::string& hostGroupId) = 0;
     virtual void AddLunGroup(const std::string& mapViewId, const std::string& lunGroupId) = 0;
 };
 
 template <typename Record>
-class CInitiatorHandler : public CRecordHandler<Record> {
+class PRODUCT_FRAMEWORK_API CInitiatorHandler : public CRecordHandler<Record> {
 public:
     virtual void AddToHost(const Record& initiator, const std::string& hostId) = 0;
 };
@@ -88,7 +90,7 @@ using CIscsiInitiatorHandler = CInitiatorHandler<IscsiInitiatorMO>;
 using CFCInitiatorHandler = CInitiatorHandler<FCInitiatorMO>;
 
 /// A handle of the SAN management library, attached to one array by Connect.
-class CDeviceManager {
+class PRODUCT_FRAMEWORK_API CDeviceManager {
 public:
     /// A new handle, or null. The library always passes 0 and 500000, whose meaning is the product's.
     /// The caller gives it back with releaseInstance.
@@ -100,7 +102,8 @@ public:
     /// The handler for `type`; null when there is none. It belongs to the manager.
     virtual CHandler* GetHandler(HANDLERTYPE type) = 0;
 
-    /// Attaches the handle to the management session that a login opened. False when the array does not take it.
+    /// Attaches the handle to the management session that a login opened. False when the array does not take it. A
+    /// `port` of 0 stands for that of http, and receives it.
     virtual bool Connect(const std::string& address, unsigned int& port, const std::string& deviceId,
                          const std::string& token, const std::string& cookie) = 0;
 

@@ -1,6 +1,7 @@
 #ifndef PRODUCT_STORAGE_COMMON_FRAMEWORK_SHELL_RUNNER_H
 #define PRODUCT_STORAGE_COMMON_FRAMEWORK_SHELL_RUNNER_H
 
+#include "common/framework/export.h"
 #include "common/framework/log_proxy.h"
 
 #include <string>
@@ -16,6 +17,7 @@
 /// not be started). A template whose '?' and parameters differ in number, or a parameter with a NUL byte, is not run
 /// and gives 126, with the reason in `err`. Any thread may call; nothing is thrown.
 /// `level` is the severity of the line that records the run, under `module` and `requestId`; no parameter is logged.
+PRODUCT_FRAMEWORK_API
 int runShellCmdWithOutput(const severity_level& level, const std::string& module, const unsigned long& requestId,
                           const std::string& command, std::vector<std::string> params, std::vector<std::string>& out,
                           std::vector<std::string>& err);
