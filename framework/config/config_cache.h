@@ -1,0 +1,42 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_CACHE_H
+#define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_CACHE_H
+
+#include "framework/config/config_file.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Framework {
+
+/// The configuration file's values, read again when the file has changed; an unchanged file costs a stat.
+class ConfigCache {
+public:
+    /// The values of the file as it is now; what was last read well when it cannot be read. Each problem of a changed
+    /// file is logged once.
+    std::shared_ptr<const ConfigValues> Current();
+
+    std::uint64_t Generation() const noexcept { return m_generation.load(std::memory_order_acquire); }
+
+private:
+    std::shared_ptr<const ConfigValues> Refresh(std::vector<std::string>& problems);
+    bool IsFresh(const std::string& path, const FileState& state) const;
+    void Read(const std::string& path, std::vector<std::string>& problems);
+    void Accept(const ConfigReading& reading, std::vector<std::string>& problems);
+    void Publish(ConfigValues values);
+
+    std::mutex m_mutex;
+    std::string m_path;                           // guarded by m_mutex
+    FileState m_state;                            // guarded by m_mutex; of the file at m_path when it was last read
+    std::string m_text;                           // guarded by m_mutex; what was read then
+    bool m_isSettled = false;                     // guarded by m_mutex; m_state tells every later change
+    std::shared_ptr<const ConfigValues> m_values; // guarded by m_mutex; null before the first read
+    std::atomic<std::uint64_t> m_generation = 0;  // of m_values; written under m_mutex
+};
+
+} // namespace Framework
+
+#endif

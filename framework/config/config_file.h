@@ -1,0 +1,53 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_FILE_H
+#define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_FILE_H
+
+#include "framework/config/settings.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace Framework {
+
+/// The value of every setting.
+struct ConfigValues {
+    std::array<SettingValue, SETTING_COUNT> values;
+    std::uint64_t generation = 0; ///< greater than that of all values read before in this process
+
+    const SettingValue& Of(Setting setting) const { return values[static_cast<std::size_t>(setting)]; }
+};
+
+/// What one reading of a configuration file gave.
+struct ConfigReading {
+    ConfigValues values;               ///< defaults where the file says nothing or something malformed
+    std::vector<std::string> problems; ///< each names the file, the place and what is wrong
+    bool isUsable = true;              ///< false: the text is no configuration file; all values are defaults
+};
+
+/// Interprets `text`, the content of the file at `path`.
+ConfigReading InterpretConfig(const std::string& path, const std::string& text);
+
+/// The file that is read: the one that the environment names, else the product's.
+std::string ConfigFilePath();
+
+/// What stat says of a file; a changed file has another state.
+struct FileState {
+    int error = 0; ///< the error number when the file cannot be looked at; ENOENT for a missing one
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t size = 0;
+    std::int64_t modifiedNanoseconds = 0;
+    std::int64_t changedNanoseconds = 0; ///< of the content or of the file's own data, such as its mode
+
+    bool operator==(const FileState& other) const;
+    bool operator!=(const FileState& other) const { return !(*this == other); }
+};
+
+FileState LookAtFile(const std::string& path);
+
+/// Reads the file. `state` is that of the very file that was read; its error is that of the reading.
+void ReadConfigText(const std::string& path, std::string& text, FileState& state);
+
+} // namespace Framework
+
+#endif

@@ -1,0 +1,88 @@
+#include "framework/http/curl_library.h"
+
+#include "framework/support/files.h"
+
+#include <openssl/crypto.h>
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+namespace Framework {
+
+namespace {
+
+// The memory functions that libcurl is given. All that a block holds is overwritten before it is given back.
+
+void FreeWiped(void* block)
+{
+    if (block != nullptr) {
+        OPENSSL_cleanse(block, ::malloc_usable_size(block));
+        std::free(block); // NOLINT: this is an allocator
+    }
+}
+
+// A block that grows is always moved, because realloc would give the old one back as it is.
+void* ReallocWiped(void* block, size_t size)
+{
+    void* const larger = std::malloc(std::max<size_t>(size, 1)); // NOLINT: this is an allocator
+    if (larger == nullptr || block == nullptr) {
+        return larger;
+    }
+    std::memcpy(larger, block, std::min(size, ::malloc_usable_size(block)));
+    FreeWiped(block);
+    return larger;
+}
+
+char* CopyText(const char* text)
+{
+    return ::strdup(text);
+}
+
+void InitialiseOnce()
+{
+    static std::once_flag isInitialised;
+    std::call_once(isInitialised, curl_global_init_mem, CURL_GLOBAL_DEFAULT, std::malloc, FreeWiped, ReallocWiped,
+                   CopyText, std::calloc);
+}
+
+} // namespace
+
+CurlHandle MakeCurlHandle()
+{
+    InitialiseOnce();
+    return CurlHandle(curl_easy_init());
+}
+
+CurlMultiHandle MakeCurlMultiHandle()
+{
+    InitialiseOnce();
+    return CurlMultiHandle(curl_multi_init());
+}
+
+std::string FailureText(CURL* curl, CURLcode code, const char* details)
+{
+    std::string text = *details != '\0' ? details : curl_easy_strerror(code);
+    long systemError = 0;
+    if (code == CURLE_COULDNT_CONNECT && curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError) == CURLE_OK &&
+        systemError != 0) {
+        text += ": " + ErrorText(static_cast<int>(systemError));
+    }
+    return text;
+}
+
+bool CurlList::Append(const std::string& text)
+{
+    curl_slist* const longer = curl_slist_append(m_list.get(), text.c_str());
+    if (longer == nullptr) {
+        return false;
+    }
+    static_cast<void>(m_list.release()); // it is the beginning of the longer list, or was empty
+    m_list.reset(longer);
+    return true;
+}
+
+} // namespace Framework

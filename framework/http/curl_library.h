@@ -1,0 +1,43 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
+#define PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
+
+#include "framework/support/openssl_handles.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <string>
+
+namespace Framework {
+
+using CurlHandle = std::unique_ptr<CURL, FreeBy<curl_easy_cleanup>>;
+using CurlMultiHandle = std::unique_ptr<CURLM, FreeBy<curl_multi_cleanup>>;
+using CurlUrl = std::unique_ptr<CURLU, FreeBy<curl_url_cleanup>>;
+
+/// A new handle for one transfer at a time; null when there is none. The first call of the process initialises libcurl
+/// such that it wipes each of its buffers when it gives it back: they hold passwords, tokens and cookies. Where another
+/// part of the program has initialised libcurl before, its buffers are given back as they are.
+CurlHandle MakeCurlHandle();
+
+/// What keeps connections alive between the transfers of several handles, one transfer at a time; null when there is
+/// none.
+CurlMultiHandle MakeCurlMultiHandle();
+
+/// Why a transfer failed. `details` is the handle's error buffer.
+std::string FailureText(CURL* curl, CURLcode code, const char* details);
+
+/// A list of texts as libcurl takes it.
+class CurlList {
+public:
+    /// False when there is no memory.
+    bool Append(const std::string& text);
+
+    curl_slist* Get() const { return m_list.get(); }
+
+private:
+    std::unique_ptr<curl_slist, FreeBy<curl_slist_free_all>> m_list;
+};
+
+} // namespace Framework
+
+#endif

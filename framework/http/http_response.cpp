@@ -1,0 +1,96 @@
+#include "framework/http/http_response.h"
+
+#include "framework/support/wipe.h"
+
+#include <boost/algorithm/string/predicate.hpp>
+
+#include <algorithm>
+
+namespace Framework {
+
+namespace {
+
+constexpr std::string_view SET_COOKIE = "set-cookie:";
+
+bool IsBlank(char character)
+{
+    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+}
+
+std::string_view Trim(std::string_view text)
+{
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// "Not Found" of "HTTP/1.1 404 Not Found"; without control characters, because messages show it.
+std::string Reason(std::string_view statusLine)
+{
+    const std::size_t afterVersion = statusLine.find(' ');
+    const std::size_t afterStatus = statusLine.find(' ', std::min(afterVersion, statusLine.size() - 1) + 1);
+    if (afterStatus == std::string_view::npos) {
+        return {};
+    }
+    std::string reason(Trim(statusLine.substr(afterStatus)));
+    reason.erase(std::remove_if(reason.begin(), reason.end(),
+                                [](char character) { return static_cast<unsigned char>(character) < 0x20; }),
+                 reason.end());
+    return reason;
+}
+
+} // namespace
+
+HttpResponse::~HttpResponse()
+{
+    Drop();
+}
+
+bool HttpResponse::IsSuccess() const
+{
+    return m_networkError == 0 && m_status >= 200 && m_status < 300;
+}
+
+void HttpResponse::TakeHeadLine(std::string_view line)
+{
+    if (boost::starts_with(line, "HTTP/")) {
+        Wipe(m_cookies);
+        m_reason = Reason(line);
+    } else if (boost::istarts_with(line, SET_COOKIE)) {
+        m_cookies.emplace(Trim(line.substr(SET_COOKIE.size())));
+    }
+}
+
+void HttpResponse::TakeBody(const char* bytes, std::size_t size)
+{
+    AppendSecret(m_body, bytes, size);
+}
+
+void HttpResponse::Complete(int status, const std::string& request)
+{
+    m_status = status;
+    if (!IsSuccess()) {
+        m_statusText = "HTTP status " + std::to_string(status) + (m_reason.empty() ? "" : " (" + m_reason + ")") +
+                       " in answer to " + request;
+    }
+}
+
+void HttpResponse::Fail(int code, const std::string& errorText)
+{
+    Drop();
+    m_status = 0;
+    m_networkError = code;
+    m_errorText = errorText;
+}
+
+void HttpResponse::Drop() noexcept
+{
+    Wipe(m_body);
+    Wipe(m_cookies);
+}
+
+} // namespace Framework

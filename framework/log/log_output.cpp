@@ -1,0 +1,196 @@
+#include "framework/log/log_output.h"
+
+#include "framework/support/files.h"
+#include "framework/support/immortal.h"
+#include "framework/support/unique_fd.h"
+
+#include <spdlog/details/log_msg.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <exception>
+
+namespace Framework {
+
+namespace {
+
+constexpr std::int64_t LOOK_SECONDS = 1;
+constexpr std::int64_t REOPEN_SECONDS = 10;
+
+// Moves in steps of a few milliseconds, and costs no system call.
+std::int64_t MonotonicSeconds() noexcept
+{
+    timespec now = {};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return now.tv_sec;
+}
+
+// The level that the environment asks the console for; `none` when it asks for nothing that is a number.
+int PersonLevel(int none)
+{
+    const char* const text = std::getenv("PRODUCT_STORAGE_LOG_CONSOLE");
+    int level = none;
+    if (text != nullptr && std::from_chars(text, text + std::strlen(text), level).ec != std::errc()) {
+        return none;
+    }
+    return level;
+}
+
+void WriteToStandardError(std::string line)
+{
+    line += '\n';
+    WriteWhole(STDERR_FILENO, line);
+}
+
+} // namespace
+
+LogOutput& LogOutput::Instance() noexcept
+{
+    return Immortal<LogOutput>();
+}
+
+LogOutput::LogOutput()
+    : m_personLevel(PersonLevel(NO_LEVEL))
+{
+}
+
+bool LogOutput::Wants(int level) noexcept
+{
+    if (Config::Generation() != m_generation.load(std::memory_order_relaxed) || IsLookDue()) {
+        Look();
+    }
+    return level >= m_threshold.load(std::memory_order_relaxed);
+}
+
+// True for one of the threads that ask in the same second.
+bool LogOutput::IsLookDue() noexcept
+{
+    const std::int64_t now = MonotonicSeconds();
+    std::int64_t due = m_nextLookSeconds.load(std::memory_order_relaxed);
+    return now >= due && m_nextLookSeconds.compare_exchange_strong(due, now + LOOK_SECONDS, std::memory_order_relaxed);
+}
+
+void LogOutput::Look() noexcept
+{
+    try {
+        // Without the lock: a problem of the file is logged in here, by way of this very object.
+        const auto values = Config::Current();
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        if (values->generation > m_generation.load(std::memory_order_relaxed)) {
+            Apply(*values);
+        }
+    } catch (const std::exception&) {
+        return; // out of memory: what was in force stays so
+    }
+}
+
+void LogOutput::Apply(const ConfigValues& values)
+{
+    const std::string& path = values.Of(Setting::LogFile).text;
+    const auto maxBytes = static_cast<std::size_t>(values.Of(Setting::LogMaxFileBytes).number);
+    const auto maxFiles = static_cast<std::size_t>(values.Of(Setting::LogMaxFiles).number);
+    if (path != m_path || maxBytes != m_maxBytes || maxFiles != m_maxFiles) {
+        m_path = path;
+        m_maxBytes = maxBytes;
+        m_maxFiles = maxFiles;
+        m_file.reset();
+        m_isLossSaid = false;
+        m_nextOpenSeconds = 0;
+    }
+    m_isConsoleOn = values.Of(Setting::LogConsole).number != 0;
+    const auto level = static_cast<int>(values.Of(Setting::LogLevel).number);
+    const bool isForm = m_personLevel == NO_LEVEL && m_isConsoleOn;
+    m_fileLevel = m_path.empty() && !isForm ? NO_LEVEL : level;
+    m_threshold.store(std::min(m_fileLevel, m_personLevel), std::memory_order_relaxed);
+    m_generation.store(values.generation, std::memory_order_relaxed);
+}
+
+void LogOutput::Write(const LogRecord& record) noexcept
+{
+    try {
+        const std::string line = FormatForFile(record);
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        WriteToConsole(record, line);
+        if (!m_path.empty() && record.level >= m_fileLevel) {
+            WriteToFile(line);
+        }
+    } catch (const std::exception&) {
+        return; // out of memory: the line is lost
+    }
+}
+
+void LogOutput::WriteToConsole(const LogRecord& record, const std::string& fileLine)
+{
+    if (m_personLevel != NO_LEVEL) {
+        if (record.level >= m_personLevel) {
+            WriteToStandardError(FormatForPerson(record));
+        }
+    } else if (m_isConsoleOn && record.level >= m_fileLevel) {
+        WriteToStandardError(fileLine);
+    }
+}
+
+void LogOutput::WriteToFile(const std::string& line)
+{
+    if (m_file == nullptr) {
+        OpenFile();
+    }
+    if (m_file == nullptr) {
+        return;
+    }
+    try {
+        m_file->log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
+        m_file->flush(); // a line is in the file when it is written, whatever becomes of the process
+    } catch (const std::exception& error) {
+        LoseFile(error.what());
+    }
+}
+
+void LogOutput::OpenFile()
+{
+    const std::int64_t now = MonotonicSeconds();
+    if (now < m_nextOpenSeconds) {
+        return;
+    }
+    m_nextOpenSeconds = now + REOPEN_SECONDS;
+    // The sink would sleep and try again several times when it cannot open the file; whether it can is known first.
+    MakeParentDirectory(m_path);
+    const UniqueFd probe(::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+    if (!probe.IsOpen()) {
+        LoseFile(ErrorText(errno));
+        return;
+    }
+    try {
+        spdlog::file_event_handlers handlers;
+        handlers.after_open = [](const spdlog::filename_t&, std::FILE* file) {
+            ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
+        };
+        m_file =
+            std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);
+        m_file->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
+        m_isLossSaid = false;
+    } catch (const std::exception& failure) {
+        LoseFile(failure.what());
+    }
+}
+
+// The lines are lost until the file can be opened again; that is said once.
+void LogOutput::LoseFile(const std::string& reason)
+{
+    m_file.reset();
+    if (!m_isLossSaid) {
+        m_isLossSaid = true;
+        WriteToStandardError("The log file " + m_path + " cannot be written, lines are lost: " + reason);
+    }
+}
+
+} // namespace Framework

@@ -1,0 +1,61 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_LOG_LOG_OUTPUT_H
+#define PRODUCT_STORAGE_FRAMEWORK_LOG_LOG_OUTPUT_H
+
+#include "framework/config/config_values.h"
+#include "framework/log/log_record.h"
+
+#include <spdlog/sinks/sink.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace Framework {
+
+/// Where the lines of the log go: the file and the console that the configuration names.
+///
+/// Any thread may call; there is one object, which lives as long as the process. Nothing is thrown.
+class LogOutput {
+public:
+    static LogOutput& Instance() noexcept;
+
+    LogOutput();
+
+    /// Whether a line of `level` goes anywhere. Looks at the configuration when another of its readers saw it change,
+    /// and once a second; otherwise it costs a few atomic loads and a look at the clock.
+    bool Wants(int level) noexcept;
+
+    void Write(const LogRecord& record) noexcept;
+
+private:
+    bool IsLookDue() noexcept;
+    void Look() noexcept;
+    void Apply(const ConfigValues& values);
+    void OpenFile();
+    void WriteToFile(const std::string& line);
+    void WriteToConsole(const LogRecord& record, const std::string& fileLine);
+    void LoseFile(const std::string& reason);
+
+    static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
+
+    std::atomic<int> m_threshold = 0;                // the least level that goes anywhere
+    std::atomic<std::uint64_t> m_generation = 0;     // of the configuration that is in force; 0 is none yet
+    std::atomic<std::int64_t> m_nextLookSeconds = 0; // monotonic clock
+
+    const int m_personLevel; // least level for the console in a person's form; NO_LEVEL is none
+    std::mutex m_mutex;
+    int m_fileLevel = NO_LEVEL;                  // guarded by m_mutex
+    bool m_isConsoleOn = false;                  // guarded by m_mutex
+    std::string m_path;                          // guarded by m_mutex; empty for no file
+    std::size_t m_maxBytes = 0;                  // guarded by m_mutex
+    std::size_t m_maxFiles = 0;                  // guarded by m_mutex
+    std::int64_t m_nextOpenSeconds = 0;          // guarded by m_mutex; monotonic clock; when a lost file is tried again
+    bool m_isLossSaid = false;                   // guarded by m_mutex
+    std::shared_ptr<spdlog::sinks::sink> m_file; // guarded by m_mutex; null while there is none
+};
+
+} // namespace Framework
+
+#endif

@@ -1,0 +1,99 @@
+#include "common/framework/log_proxy.h"
+
+#include "framework/log/log_output.h"
+
+#include <exception>
+#include <locale>
+#include <streambuf>
+#include <string>
+
+using Framework::LogOutput;
+using Framework::LogRecord;
+
+namespace {
+
+/// Collects what is streamed in a text.
+class TextBuffer : public std::streambuf {
+public:
+    const std::string& Text() const { return m_text; }
+
+protected:
+    int_type overflow(int_type character) override
+    {
+        if (!traits_type::eq_int_type(character, traits_type::eof())) {
+            m_text += traits_type::to_char_type(character);
+        }
+        return traits_type::not_eof(character);
+    }
+
+    std::streamsize xsputn(const char* bytes, std::streamsize count) override
+    {
+        m_text.append(bytes, static_cast<std::size_t>(count));
+        return count;
+    }
+
+private:
+    std::string m_text;
+};
+
+} // namespace
+
+struct LogProxy::Line {
+    Line(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName, int number)
+        : stream(&buffer)
+    {
+        stream.imbue(std::locale::classic()); // numbers look the same whatever locale the program has
+        record.level = level;
+        record.moduleName = moduleName;
+        record.requestId = requestId;
+        record.functionName = functionName;
+        record.line = number;
+    }
+
+    LogRecord record;
+    bool isCodeOpen = true; ///< nothing was streamed yet
+    TextBuffer buffer;
+    std::ostream stream;
+};
+
+LogProxy::LogProxy(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
+                   int line)
+{
+    if (!LogOutput::Instance().Wants(level)) {
+        return;
+    }
+    try {
+        m_line = std::make_unique<Line>(level, moduleName, requestId, functionName, line);
+    } catch (const std::exception&) {
+        m_line.reset(); // out of memory: the line is lost
+    }
+}
+
+LogProxy::~LogProxy()
+{
+    if (m_line != nullptr) {
+        m_line->record.text = m_line->buffer.Text();
+        LogOutput::Instance().Write(m_line->record);
+    }
+}
+
+LogProxy& LogProxy::operator<<(int value)
+{
+    if (m_line == nullptr) {
+        return *this;
+    }
+    if (m_line->isCodeOpen) {
+        m_line->isCodeOpen = false;
+        m_line->record.code = value;
+    } else {
+        Text() << value;
+    }
+    return *this;
+}
+
+std::ostream& LogProxy::Text()
+{
+    m_line->isCodeOpen = false;
+    m_line->stream.clear(); // a null text that was streamed must not silence all that follows
+    return m_line->stream;
+}

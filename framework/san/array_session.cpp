@@ -1,0 +1,133 @@
+#include "framework/san/array_session.h"
+
+#include "framework/support/wipe.h"
+
+#include <json/reader.h>
+#include <json/writer.h>
+
+#include <memory>
+
+namespace Framework {
+
+namespace {
+
+constexpr unsigned int TIMEOUT_SECONDS = 90;
+
+/// A request that wipes its headers, the session's secrets, when it is released.
+struct SessionRequest : TMSHttpRequest {
+    SessionRequest() = default;
+    SessionRequest(const SessionRequest&) = delete;
+    SessionRequest& operator=(const SessionRequest&) = delete;
+
+    ~SessionRequest()
+    {
+        while (!headers.empty()) {
+            Wipe(headers.extract(headers.begin()).value().second);
+        }
+    }
+};
+
+std::string ToJson(const ArraySession::Members& members)
+{
+    Json::Value object(Json::objectValue);
+    for (const auto& [name, value] : members) {
+        object[name] = value;
+    }
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, object);
+}
+
+[[noreturn]] void ThrowMalformed(const std::string& what)
+{
+    throw ArrayError(what + " failed: the array's answer is not of the form that it should have");
+}
+
+// The "data" of the envelope {"data":…, "error":{"code":…, "description":…}}.
+Json::Value Unwrap(const std::string& what, const std::string& body)
+{
+    Json::Value root;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    if (!reader->parse(body.data(), body.data() + body.size(), &root, nullptr) || !root.isObject() ||
+        !root["error"].isObject() || !root["error"]["code"].isInt64()) {
+        ThrowMalformed(what);
+    }
+    const Json::Int64 code = root["error"]["code"].asInt64();
+    if (code != 0) {
+        const Json::Value& description = root["error"]["description"];
+        throw ArrayRefusal(what + " failed: the array answered with error " + std::to_string(code) + ": " +
+                           (description.isString() ? description.asString() : "no description"));
+    }
+    return root["data"];
+}
+
+} // namespace
+
+std::string PercentEncode(const std::string& text)
+{
+    constexpr char DIGITS[] = "0123456789ABCDEF";
+    constexpr std::string_view PLAIN = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~";
+    std::string encoded;
+    for (const char character : text) {
+        if (PLAIN.find(character) != std::string_view::npos) {
+            encoded += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            encoded += '%';
+            encoded += DIGITS[byte >> 4];
+            encoded += DIGITS[byte & 0xF];
+        }
+    }
+    return encoded;
+}
+
+ArraySession::~ArraySession()
+{
+    Detach();
+}
+
+void ArraySession::Detach() noexcept
+{
+    m_client.reset();
+    Wipe(m_token);
+    Wipe(m_cookie);
+}
+
+void ArraySession::Attach(const std::string& server, const std::string& deviceId, const std::string& token,
+                          const std::string& cookie)
+{
+    Detach();
+    m_client = QEN::IHttpClient::CreateClient();
+    m_baseUrl = server + "/deviceManager/rest/" + PercentEncode(deviceId) + "/";
+    m_token = token;
+    m_cookie = cookie;
+}
+
+Json::Value ArraySession::Call(const std::string& what, const std::string& method, const std::string& resource,
+                               const Members& body)
+{
+    if (m_client == nullptr) {
+        throw ArrayError(what + " failed: there is no connection to an array");
+    }
+    SessionRequest request;
+    request.method = method;
+    request.url = m_baseUrl + resource;
+    request.headers.emplace("Cookie", m_cookie);
+    request.headers.emplace("iBaseToken", m_token);
+    request.body = body.empty() ? std::string() : ToJson(body);
+    const boost::shared_ptr<QEN::IHttpResponse> response = m_client->SendRequest(request, TIMEOUT_SECONDS);
+    if (response == nullptr) {
+        throw ArrayError(what + " failed: no request can be sent");
+    }
+    if (!response->IsSuccess()) {
+        throw ArrayError(what + " failed: " +
+                         (response->IsNetworkError() != 0 ? response->GetErrorText() : response->GetHttpStatusText()));
+    }
+    try {
+        return Unwrap(what, response->GetBody());
+    } catch (const Json::Exception&) {
+        ThrowMalformed(what); // nested too deeply
+    }
+}
+
+} // namespace Framework

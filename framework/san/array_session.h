@@ -1,0 +1,63 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_SAN_ARRAY_SESSION_H
+#define PRODUCT_STORAGE_FRAMEWORK_SAN_ARRAY_SESSION_H
+
+#include "common/framework/http_client.h"
+
+#include <json/value.h>
+
+#include <map>
+#include <stdexcept>
+#include <string>
+
+namespace Framework {
+
+/// An operation of the array failed. The text names the operation, its object and the cause.
+class ArrayError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The array itself answered, and refused.
+class ArrayRefusal : public ArrayError {
+public:
+    using ArrayError::ArrayError;
+};
+
+/// A management session that a login opened, as the SAN handlers use it. It is neither opened nor closed here. One
+/// thread at a time. Token and cookie are wiped when it is released or attached to another session.
+class ArraySession {
+public:
+    /// The members of a request's JSON body, all texts.
+    using Members = std::map<std::string, std::string>;
+
+    ArraySession() = default;
+    ArraySession(const ArraySession&) = delete;
+    ArraySession& operator=(const ArraySession&) = delete;
+    ~ArraySession();
+
+    /// `server` is "scheme://host:port".
+    void Attach(const std::string& server, const std::string& deviceId, const std::string& token,
+                const std::string& cookie);
+
+    /// Wipes what Attach was given; calls fail again.
+    void Detach() noexcept;
+
+    /// Sends one request and returns the "data" of its answer, null when there is none. `resource` is what follows the
+    /// device's part of the URL. `what` names operation and object, as in `create host "node1"`. No body is sent when
+    /// `body` is empty. Throws ArrayError, and ArrayRefusal where the array's envelope says so.
+    Json::Value Call(const std::string& what, const std::string& method, const std::string& resource,
+                     const Members& body = {});
+
+private:
+    boost::shared_ptr<QEN::IHttpClient> m_client;
+    std::string m_baseUrl; // up to the resource; empty before Attach
+    std::string m_token;
+    std::string m_cookie;
+};
+
+/// `text` as one segment of a URL's path: each byte but letters, digits and "-._~" as '%' and two digits.
+std::string PercentEncode(const std::string& text);
+
+} // namespace Framework
+
+#endif

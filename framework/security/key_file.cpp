@@ -1,0 +1,165 @@
+#include "framework/security/key_file.h"
+
+#include "common/framework/random_bytes.h"
+#include "framework/support/files.h"
+#include "framework/support/unique_fd.h"
+#include "framework/support/wipe.h"
+
+#include <boost/algorithm/hex.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <iterator>
+
+namespace Framework {
+
+namespace {
+
+constexpr std::size_t HEX_SIZE = Key::SIZE * 2;
+constexpr unsigned int MODE_BITS = 07777;
+constexpr unsigned int KEY_MODE = 0600;
+
+// Why the open file is no place for a key; empty when it is one.
+std::string FindFileProblem(int fd)
+{
+    struct stat status = {};
+    if (::fstat(fd, &status) != 0) {
+        return ErrorText(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return "it is no regular file";
+    }
+    if (status.st_uid != ::geteuid()) {
+        return "it belongs to user " + std::to_string(status.st_uid) + ", not to " + std::to_string(::geteuid());
+    }
+    if ((status.st_mode & MODE_BITS) != KEY_MODE) {
+        return "others than its owner may use it: its mode must be 0600";
+    }
+    return {};
+}
+
+// Reads at most one byte more than a key with its line end has. No buffer but `text` ever holds the key.
+int ReadKeyText(int fd, std::string& text)
+{
+    constexpr std::size_t LIMIT = HEX_SIZE + 3;
+    text.resize(LIMIT);
+    std::size_t size = 0;
+    while (size < LIMIT) {
+        const ssize_t count = ::read(fd, text.data() + size, LIMIT - size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return errno;
+        }
+        if (count == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(count);
+    }
+    text.resize(size);
+    return 0;
+}
+
+bool Decode(const std::string& text, Key& key)
+{
+    std::size_t size = text.size();
+    while (size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) {
+        --size;
+    }
+    if (size != HEX_SIZE) {
+        return false;
+    }
+    try {
+        boost::algorithm::unhex(text.begin(), text.begin() + HEX_SIZE, key.Bytes());
+        return true;
+    } catch (const boost::algorithm::hex_decode_error&) {
+        return false;
+    }
+}
+
+bool Generate(std::string& text)
+{
+    Key key;
+    if (getRandBytes(key.Bytes(), Key::SIZE) <= 0) {
+        return false;
+    }
+    text.reserve(HEX_SIZE + 1);
+    boost::algorithm::hex_lower(key.Bytes(), key.Bytes() + Key::SIZE, std::back_inserter(text));
+    text += '\n';
+    return true;
+}
+
+int WriteNew(const std::string& path, const std::string& text)
+{
+    const UniqueFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, KEY_MODE));
+    if (!file.IsOpen() || ::fchmod(file.Get(), KEY_MODE) != 0) { // the process's umask may have taken bits away
+        return errno;
+    }
+    const int error = WriteWhole(file.Get(), text);
+    return error != 0 || ::fsync(file.Get()) == 0 ? error : errno;
+}
+
+} // namespace
+
+Key::~Key()
+{
+    OPENSSL_cleanse(m_bytes.data(), m_bytes.size());
+}
+
+KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)
+{
+    // Without waiting for a pipe's writer, and without following a link that others may have laid.
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file.IsOpen()) {
+        const int error = errno;
+        problem = "The key file " + path +
+                  " cannot be opened: " + (error == ELOOP ? "it is a symbolic link" : ErrorText(error));
+        return error == ENOENT ? KeyResult::Missing : KeyResult::Refused;
+    }
+    std::string reason = FindFileProblem(file.Get());
+    std::string text;
+    const ScopedWipe wipeText(text);
+    if (reason.empty()) {
+        const int error = ReadKeyText(file.Get(), text);
+        if (error != 0) {
+            reason = ErrorText(error);
+        } else if (!Decode(text, key)) {
+            reason = "it does not hold 64 hexadecimal digits";
+        }
+    }
+    if (!reason.empty()) {
+        problem = "The key file " + path + " is refused: " + reason;
+    }
+    return reason.empty() ? KeyResult::Ok : KeyResult::Refused;
+}
+
+bool CreateKey(const std::string& path, std::string& problem)
+{
+    std::string text;
+    const ScopedWipe wipeText(text);
+    if (!Generate(text)) {
+        problem = "No random key can be made";
+        return false;
+    }
+    // Written apart and then given its name, which fails when there is one: nobody ever reads half a key, and a key
+    // that is there already is never replaced.
+    const std::string temporary = TemporaryName(path);
+    MakeParentDirectory(path);
+    int error = WriteNew(temporary, text);
+    if (error == 0 && ::link(temporary.c_str(), path.c_str()) != 0) {
+        error = errno;
+    }
+    ::unlink(temporary.c_str());
+    if (error != 0 && error != EEXIST) {
+        problem = "The key file " + path + " cannot be made: " + ErrorText(error);
+        return false;
+    }
+    SyncParentDirectory(path);
+    return true;
+}
+
+} // namespace Framework

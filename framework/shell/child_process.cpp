@@ -1,0 +1,170 @@
+#include "framework/shell/child_process.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+namespace Framework {
+
+namespace {
+
+constexpr int STATUS_FD = 3;
+constexpr int ERROR_FD = 4;
+constexpr int FIRST_CLOSED_FD = 5;
+constexpr int FIRST_OWN_FD = 10; // above all that the child's descriptors are moved to
+
+// The outer shell keeps its own standard error from the command's, also by the brackets, which let no redirection come
+// before the fork: it would report a killed command there. It catches SIGINT (a caught signal is at its default in the
+// command) so that it lives to tell how the command took it.
+constexpr char OUTER_SCRIPT[] = "trap : INT; (exec /bin/sh -c \"$1\" 2>&4 3>&- 4>&-); echo \"$?\" >&3";
+
+int MakePipe(UniqueFd& readEnd, UniqueFd& writeEnd)
+{
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return errno;
+    }
+    const UniqueFd first(ends[0]);
+    const UniqueFd second(ends[1]);
+    readEnd = UniqueFd(::fcntl(first.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
+    writeEnd = UniqueFd(::fcntl(second.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
+    if (!readEnd.IsOpen() || !writeEnd.IsOpen() || ::fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK) != 0) {
+        return errno;
+    }
+    return 0;
+}
+
+/// What is done in the child between fork and exec. Functions of the list fail for want of memory only.
+class FileActions {
+public:
+    FileActions() { posix_spawn_file_actions_init(&m_actions); }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
+    ~FileActions() { posix_spawn_file_actions_destroy(&m_actions); }
+
+    int Set(int output, int error, int status)
+    {
+        const std::array<int, 6> results = {
+            posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0),
+            posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO),
+            posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0),
+            posix_spawn_file_actions_adddup2(&m_actions, status, STATUS_FD),
+            posix_spawn_file_actions_adddup2(&m_actions, error, ERROR_FD),
+            posix_spawn_file_actions_addclosefrom_np(&m_actions, FIRST_CLOSED_FD),
+        };
+        for (const int result : results) {
+            if (result != 0) {
+                return result;
+            }
+        }
+        return 0;
+    }
+
+    const posix_spawn_file_actions_t* Get() const { return &m_actions; }
+
+private:
+    posix_spawn_file_actions_t m_actions;
+};
+
+class Attributes {
+public:
+    Attributes()
+    {
+        posix_spawnattr_init(&m_attributes);
+        sigset_t signals;
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&m_attributes, &signals);
+        sigfillset(&signals);
+        posix_spawnattr_setsigdefault(&m_attributes, &signals);
+        posix_spawnattr_setpgroup(&m_attributes, 0);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    ~Attributes() { posix_spawnattr_destroy(&m_attributes); }
+
+    const posix_spawnattr_t* Get() const { return &m_attributes; }
+
+private:
+    posix_spawnattr_t m_attributes;
+};
+
+// The list of writable C texts that exec takes; it lives as long as `texts`.
+std::vector<char*> CTexts(std::vector<std::string>& texts)
+{
+    std::vector<char*> list;
+    list.reserve(texts.size() + 1);
+    for (std::string& text : texts) {
+        list.push_back(text.data());
+    }
+    list.push_back(nullptr);
+    return list;
+}
+
+} // namespace
+
+int ChildProcess::Start(const std::string& command, const std::vector<std::string>& environment)
+{
+    UniqueFd output;
+    UniqueFd error;
+    UniqueFd status;
+    int result = MakePipe(m_pipes.output, output);
+    result = result == 0 ? MakePipe(m_pipes.error, error) : result;
+    result = result == 0 ? MakePipe(m_pipes.status, status) : result;
+    FileActions actions;
+    result = result == 0 ? actions.Set(output.Get(), error.Get(), status.Get()) : result;
+    if (result != 0) {
+        return result;
+    }
+    const Attributes attributes;
+    std::vector<std::string> arguments = {"sh", "-c", OUTER_SCRIPT, "sh", command};
+    std::vector<std::string> variables = environment;
+    pid_t pid = -1;
+    result = ::posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), CTexts(arguments).data(),
+                           CTexts(variables).data());
+    if (result == 0) {
+        m_group = pid;
+        // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
+        m_pipes.ended = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    }
+    return result;
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (m_group != -1 && !m_isReaped) { // left by an exception: nobody will look at it any more
+        SignalGroup(SIGKILL);
+        Reap();
+    }
+}
+
+void ChildProcess::SignalGroup(int signal) const
+{
+    if (m_group > 0) {
+        ::kill(-m_group, signal);
+    }
+}
+
+bool ChildProcess::HasGroup() const
+{
+    return m_group > 0 && (::kill(-m_group, 0) == 0 || errno == EPERM);
+}
+
+int ChildProcess::Reap()
+{
+    int status = 0;
+    pid_t result = -1;
+    do {
+        result = ::waitpid(m_group, &status, 0);
+    } while (result == -1 && errno == EINTR);
+    m_isReaped = true;
+    return result == m_group && WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+}
+
+} // namespace Framework
