@@ -1,0 +1,249 @@
+#include "common/framework/config_reader.h"
+#include "common/framework/log_proxy.h"
+
+#include "tests/framework/support/framework_test.h"
+#include "tests/framework/support/program.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+void Log(int level, const std::string& text)
+{
+    LogProxy(level, "Test", 0, "Log", __LINE__) << 0 << text;
+}
+
+class LogOutputTest : public FrameworkTest {
+protected:
+    std::vector<std::string> Texts(const std::string& file) const
+    {
+        std::vector<std::string> texts;
+        std::istringstream lines(ReadText(file));
+        for (std::string line; std::getline(lines, line);) {
+            texts.push_back(SplitLogLine(line).text);
+        }
+        return texts;
+    }
+
+    ProgramResult Probe(const std::vector<std::string>& arguments, const std::vector<std::string>& variables = {}) const
+    {
+        std::vector<std::string> all = {ProbePath()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return RunProgram(all, variables);
+    }
+};
+
+TEST_F(LogOutputTest, LinesBelowTheLevelAreNotWritten)
+{
+    Configure({{"Log", {{"Level", "3"}}}});
+    for (int level = -1; level <= 5; ++level) {
+        Log(level, "level " + std::to_string(level));
+    }
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("level 3", "level 4", "level 5"));
+}
+
+TEST_F(LogOutputTest, DefaultLevelLeavesOutPeriodicLines)
+{
+    Log(0, "periodic");
+    Log(1, "info");
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("info"));
+}
+
+TEST_F(LogOutputTest, LevelFollowsTheChangedFileAfterAnyRead)
+{
+    Configure({{"Log", {{"Level", "4"}}}});
+    Log(1, "silent");
+    Configure({{"Log", {{"Level", "0"}}}});
+    Log(0, "heard");
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("heard"));
+}
+
+TEST_F(LogOutputTest, LevelFollowsTheChangedFileWhenNobodyReadsIt)
+{
+    Configure({{"Log", {{"Level", "4"}}}});
+    WriteConfig("[Product]\nRoot = " + InRoot("") + "\n[Log]\nFile = log/test.log\nLevel = 1\n");
+
+    // The log looks at the file once a second.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (LogLines().empty() && std::chrono::steady_clock::now() < deadline) {
+        Log(1, "heard");
+    }
+    EXPECT_EQ("heard", Texts(LogPath()).at(0));
+}
+
+TEST_F(LogOutputTest, FileFollowsTheChangedFile)
+{
+    Log(1, "to the first");
+    Configure({{"Log", {{"File", "other/second.log"}}}});
+    Log(1, "to the second");
+
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("to the first"));
+    EXPECT_THAT(Texts(InRoot("other/second.log")), ElementsAre("to the second"));
+}
+
+TEST_F(LogOutputTest, EmptyFileNameMeansNoFile)
+{
+    Configure({{"Log", {{"File", ""}}}});
+    Log(4, "lost on purpose");
+    EXPECT_FALSE(std::filesystem::exists(InRoot("log")));
+}
+
+TEST_F(LogOutputTest, FullFileIsRenamedAndTheOldestDropped)
+{
+    Configure({{"Log", {{"MaxFileBytes", "4096"}, {"MaxFiles", "2"}}}});
+    const std::string filler(1000, 'x');
+    for (int number = 0; number < 20; ++number) {
+        Log(1, std::to_string(number) + filler);
+    }
+    EXPECT_THAT(Texts(LogPath()), SizeIs(2));
+    EXPECT_EQ("19" + filler, Texts(LogPath()).back());
+    EXPECT_THAT(Texts(InRoot("log/test.1.log")), SizeIs(3));
+    EXPECT_EQ("17" + filler, Texts(InRoot("log/test.1.log")).back());
+    EXPECT_THAT(Texts(InRoot("log/test.2.log")), SizeIs(3));
+    EXPECT_FALSE(std::filesystem::exists(InRoot("log/test.3.log")));
+}
+
+TEST_F(LogOutputTest, LinesOfManyThreadsStayWhole)
+{
+    constexpr int THREADS = 8;
+    constexpr int LINES = 200;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < THREADS; ++thread) {
+        threads.emplace_back([thread] {
+            for (int line = 0; line < LINES; ++line) {
+                Log(1, std::to_string(thread) + "/" + std::to_string(line) + std::string(50, '.'));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::set<std::string> texts;
+    for (const std::string& text : Texts(LogPath())) {
+        texts.insert(text);
+    }
+    EXPECT_THAT(texts, SizeIs(THREADS * LINES));
+    for (const std::string& text : texts) {
+        EXPECT_EQ(50U, text.size() - text.find('.')) << text;
+    }
+}
+
+TEST_F(LogOutputTest, LevelChangesWhileManyThreadsLog)
+{
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&isOver] {
+            while (!isOver) {
+                Log(1, "line");
+            }
+        });
+    }
+    for (int round = 0; round < 20; ++round) {
+        Configure({{"Log", {{"Level", round % 2 == 0 ? "4" : "1"}, {"MaxFileBytes", "65536"}}}});
+    }
+    isOver = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const std::string& text : Texts(LogPath())) {
+        EXPECT_EQ("line", text);
+    }
+}
+
+TEST_F(LogOutputTest, FileThatCannotBeOpenedIsSaidOnceAndNothingBreaks)
+{
+    WriteText(InRoot("blocker"), "a file where a directory should be");
+    Configure({{"Log", {{"File", "blocker/test.log"}}}});
+    const ProgramResult result = Probe({"log", "1", "first", "second", "third"});
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("The log file " + InRoot("blocker/test.log") + " cannot be written, lines are lost: Not a directory\n",
+              result.error);
+}
+
+TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
+{
+    Log(1, "open");
+    bool isFound = false;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry, error) == LogPath()) {
+            isFound = true;
+            const std::string info = ReadText("/proc/self/fdinfo/" + entry.path().filename().string());
+            const std::string flags = info.substr(info.find("flags:") + 6, info.find('\n', info.find("flags:")));
+            EXPECT_NE(0, std::stoi(flags, nullptr, 8) & 02000000) << info; // close on exec
+        }
+    }
+    EXPECT_TRUE(isFound);
+}
+
+TEST_F(LogOutputTest, ConsoleOfTheConfigurationShowsTheLinesAsTheFileHasThem)
+{
+    Configure({{"Log", {{"Console", "true"}, {"Level", "2"}}}});
+    const ProgramResult result = Probe({"log", "1", "not shown"});
+    EXPECT_EQ("", result.error);
+
+    const ProgramResult shown = Probe({"log", "2", "shown"});
+    EXPECT_EQ("shown", SplitLogLine(shown.error).text.substr(0, 5));
+    EXPECT_EQ(ReadText(LogPath()), shown.error);
+}
+
+TEST_F(LogOutputTest, ConsoleOfTheEnvironmentSpeaksToAPerson)
+{
+    Configure({{"Log", {{"Console", "true"}, {"Level", "0"}}}});
+    const ProgramResult result = Probe({"log", "4", "line\nend\\"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"});
+    EXPECT_EQ("error: line\\nend\\ (Say)\n", result.error);
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("line\\nend\\\\"));
+
+    EXPECT_EQ("warning: w (Say)\n", Probe({"log", "3", "w"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).error);
+    EXPECT_EQ("", Probe({"log", "2", "n"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).error);
+    EXPECT_EQ("periodic: p (Say)\n", Probe({"log", "0", "p"}, {"PRODUCT_STORAGE_LOG_CONSOLE=0"}).error);
+}
+
+TEST_F(LogOutputTest, ConsoleShowsLinesThatTheFileDoesNotTake)
+{
+    Configure({{"Log", {{"Level", "4"}}}});
+    EXPECT_EQ("info: i (Say)\n", Probe({"log", "1", "i"}, {"PRODUCT_STORAGE_LOG_CONSOLE=1"}).error);
+    EXPECT_EQ("", ReadText(LogPath()));
+}
+
+TEST_F(LogOutputTest, ConsoleOfTheEnvironmentThatIsNoNumberChangesNothing)
+{
+    EXPECT_EQ("", Probe({"log", "4", "text"}, {"PRODUCT_STORAGE_LOG_CONSOLE=loud"}).error);
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("text"));
+}
+
+TEST_F(LogOutputTest, StaticObjectsStillLogWhenTheProcessEnds)
+{
+    const ProgramResult result = Probe({"log-at-exit"});
+    EXPECT_EQ(0, result.status) << result.error;
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("in main", "from a static object's destructor, level 1"));
+}
+
+TEST_F(LogOutputTest, LineBelowTheLevelAllocatesNothing)
+{
+    Configure({{"Log", {{"Level", "4"}}}});
+    const ProgramResult result = Probe({"silent-lines"});
+    EXPECT_EQ(0, result.status) << result.error;
+    EXPECT_EQ("0 allocations\n", result.output);
+}
+
+TEST_F(LogOutputTest, MalformedConfigurationIsToldInTheLogThatItConfigures)
+{
+    Configure({{"Log", {{"Level", "loud"}}}});
+    EXPECT_THAT(LogTexts("4"), ElementsAre(HasSubstr("[Log] Level = \"loud\" is no whole number from 0 to 4")));
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "tests/framework/probe/modes.h"
+
+#include "common/framework/config_reader.h"
+#include "common/framework/log_proxy.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <new>
+
+namespace {
+
+unsigned long allocationCount = 0;
+
+void Say(int level, const std::string& text)
+{
+    LogProxy(level, "Probe", 0, GetFunctionName(__PRETTY_FUNCTION__), __LINE__) << 0 << text;
+}
+
+/// Made before anything of the framework is used, and so destroyed after all that is made at its first use.
+struct LastWord {
+    bool isAsked = false;
+
+    ~LastWord()
+    {
+        if (isAsked) {
+            const int level = ConfigReader::getInt("Log", "Level", true);
+            Say(4, "from a static object's destructor, level " + std::to_string(level));
+        }
+    }
+};
+
+LastWord lastWord;
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    ++allocationCount;
+    void* const block = std::malloc(size == 0 ? 1 : size); // NOLINT: this is an allocator
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void operator delete(void* block) noexcept
+{
+    std::free(block); // NOLINT: this is an allocator
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept
+{
+    std::free(block); // NOLINT: this is an allocator
+}
+
+int Probe::Log(const Words& words)
+{
+    for (std::size_t index = 1; index < words.size(); ++index) {
+        Say(std::stoi(words[0]), words[index]);
+    }
+    return 0;
+}
+
+int Probe::LogAtExit(const Words& /*words*/)
+{
+    lastWord.isAsked = true;
+    Say(1, "in main");
+    return 0;
+}
+
+int Probe::SilentLines(const Words& /*words*/)
+{
+    const std::string text(1000, 'x');
+    LogProxy(1, "Probe", 0, "SilentLines", __LINE__) << 0 << text; // reads the configuration
+    const unsigned long before = allocationCount;
+    for (int line = 0; line < 1000; ++line) {
+        LogProxy(1, "Probe", 0, GetFunctionName(__PRETTY_FUNCTION__), __LINE__) << 0 << text << line << 1.5;
+    }
+    std::cout << allocationCount - before << " allocations\n";
+    return 0;
+}
