@@ -50,13 +50,14 @@ public:
 
     virtual ~IHttpClient() = default;
 
-    /// Performs `request` within `timeoutSeconds`. Follows no redirect. Null when the client could not even try.
-    /// Keeps no copy of the request's body. Throws nothing.
+    /// Performs `request` within `timeoutSeconds`. Follows no redirect. Null when the client could not even try. A
+    /// request that could change its form on the way, such as one with a line end in a header, is not sent; that is a
+    /// network error. Keeps no copy of the request's body. Throws nothing.
     virtual boost::shared_ptr<IHttpResponse> SendRequest(const TMSHttpRequest& request,
                                                          unsigned int timeoutSeconds) = 0;
 
-    /// True when the address of `url` accepts a TCP connection within `timeoutSeconds`. Nothing is sent. Throws
-    /// nothing.
+    /// True when the address of `url` accepts a TCP connection within `timeoutSeconds`; a number below 1 counts
+    /// as 1. Nothing is sent. Throws nothing.
     virtual bool TestConnection(const std::string& url, int timeoutSeconds) = 0;
 };
 

@@ -102,7 +102,8 @@ public:
     /// The handler for `type`; null when there is none. It belongs to the manager.
     virtual CHandler* GetHandler(HANDLERTYPE type) = 0;
 
-    /// Attaches the handle to the management session that a login opened. False when the array does not take it.
+    /// Attaches the handle to the management session that a login opened. False when the array does not take it. A
+    /// `port` of 0 stands for that of http, and receives it.
     virtual bool Connect(const std::string& address, unsigned int& port, const std::string& deviceId,
                          const std::string& token, const std::string& cookie) = 0;
 

@@ -59,7 +59,8 @@ std::string FileName(const std::string& role)
             continue;
         }
         std::array<char, 4> code;
-        std::snprintf(code.data(), code.size(), "%%%02X", static_cast<unsigned int>(static_cast<unsigned char>(character)));
+        std::snprintf(code.data(), code.size(), "%%%02X",
+                      static_cast<unsigned int>(static_cast<unsigned char>(character)));
         name += code.data();
     }
     return (name.size() > MAX_NAME_SIZE ? "%" + Sha256Hex(role) : name) + ".json";

@@ -77,8 +77,8 @@ bool Cert::VerifyCertForEnv(const EnvironmentPath& env, EnvironmentPath& result,
     }
     LogProxy(static_cast<int>(severity_level::Warning), component, requestId, GetFunctionName(__PRETTY_FUNCTION__),
              __LINE__)
-        << 0 << "The certificate of " << (isAsked ? server.Server() : "the environment") << " is not trusted: "
-        << shown.problem << (info.subject().empty() ? "" : "; it is that of " + info.subject());
+        << 0 << "The certificate of " << (isAsked ? server.Server() : "the environment")
+        << " is not trusted: " << shown.problem << (info.subject().empty() ? "" : "; it is that of " + info.subject());
     if (raiseAlert && isAsked) {
         RaiseAlert(*config, role, env.management_ips(0), shown.problem, requestId);
     }

@@ -3,8 +3,8 @@
 #include "framework/http/tcp_connection.h"
 #include "framework/support/files.h"
 
-#include <openssl/x509v3.h>
 #include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -30,7 +30,8 @@ std::string BareHost(const std::string& host)
 std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
 {
     if (trust.path.empty()) {
-        return SSL_CTX_set_default_verify_paths(context) == 1 ? std::string() : "the system's trust store cannot be read";
+        return SSL_CTX_set_default_verify_paths(context) == 1 ? std::string()
+                                                              : "the system's trust store cannot be read";
     }
     struct stat status = {};
     if (::stat(trust.path.c_str(), &status) != 0) {

@@ -43,7 +43,8 @@ boost::shared_ptr<QEN::IHttpResponse> CurlHttpClient::SendRequest(const TMSHttpR
         auto response = boost::make_shared<HttpResponse>();
         const std::string problem = FindRequestProblem(request);
         if (!problem.empty()) {
-            response->Fail(CURLE_URL_MALFORMAT, "A request to " + UrlForMessage(request.url) + " was not sent: " + problem);
+            response->Fail(CURLE_URL_MALFORMAT,
+                           "A request to " + UrlForMessage(request.url) + " was not sent: " + problem);
             return response;
         }
         const auto config = Config::Current();

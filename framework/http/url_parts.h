@@ -15,8 +15,8 @@ struct UrlParts {
     std::string Server() const { return host + ":" + std::to_string(port); }
 };
 
-/// False, with what is wrong in `problem` and `parts` undefined, when `url` is no http or https URL, has blanks, control
-/// characters or a user's name in it, or a port that is none.
+/// False, with what is wrong in `problem` and `parts` undefined, when `url` is no http or https URL, has blanks,
+/// control characters or a user's name in it, or a port that is none.
 bool ParseUrl(const std::string& url, UrlParts& parts, std::string& problem);
 
 /// `url` as messages name it: without its query and fragment, and without what might stand before an '@'.

@@ -174,7 +174,8 @@ void LogOutput::OpenFile()
         handlers.after_open = [](const spdlog::filename_t&, std::FILE* file) {
             ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
         };
-        m_file = std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);
+        m_file =
+            std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);
         m_file->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
         m_isLossSaid = false;
     } catch (const std::exception& failure) {

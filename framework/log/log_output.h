@@ -40,20 +40,20 @@ private:
 
     static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
 
-    std::atomic<int> m_threshold = 0;               // the least level that goes anywhere
-    std::atomic<std::uint64_t> m_generation = 0;    // of the configuration that is in force; 0 is none yet
+    std::atomic<int> m_threshold = 0;                // the least level that goes anywhere
+    std::atomic<std::uint64_t> m_generation = 0;     // of the configuration that is in force; 0 is none yet
     std::atomic<std::int64_t> m_nextLookSeconds = 0; // monotonic clock
 
-    const int m_personLevel;                        // least level for the console in a person's form; NO_LEVEL is none
+    const int m_personLevel; // least level for the console in a person's form; NO_LEVEL is none
     std::mutex m_mutex;
-    int m_fileLevel = NO_LEVEL;                     // guarded by m_mutex
-    bool m_isConsoleOn = false;                     // guarded by m_mutex
-    std::string m_path;                             // guarded by m_mutex; empty for no file
-    std::size_t m_maxBytes = 0;                     // guarded by m_mutex
-    std::size_t m_maxFiles = 0;                     // guarded by m_mutex
-    std::int64_t m_nextOpenSeconds = 0;             // guarded by m_mutex; monotonic clock; when a lost file is tried again
-    bool m_isLossSaid = false;                      // guarded by m_mutex
-    std::shared_ptr<spdlog::sinks::sink> m_file;    // guarded by m_mutex; null while there is none
+    int m_fileLevel = NO_LEVEL;                  // guarded by m_mutex
+    bool m_isConsoleOn = false;                  // guarded by m_mutex
+    std::string m_path;                          // guarded by m_mutex; empty for no file
+    std::size_t m_maxBytes = 0;                  // guarded by m_mutex
+    std::size_t m_maxFiles = 0;                  // guarded by m_mutex
+    std::int64_t m_nextOpenSeconds = 0;          // guarded by m_mutex; monotonic clock; when a lost file is tried again
+    bool m_isLossSaid = false;                   // guarded by m_mutex
+    std::shared_ptr<spdlog::sinks::sink> m_file; // guarded by m_mutex; null while there is none
 };
 
 } // namespace Framework

@@ -21,7 +21,8 @@ struct LogRecord {
 ///
 /// The time is that of the call, in UTC with microseconds, as in 2026-01-31T23:59:59.000001Z. A control character is
 /// written as \n, \r, \t or \x and two hexadecimal digits, a backslash as two; in the module's and the function's name
-/// so is '|', as \x7c. The first seven '|' of a line therefore end its first seven fields, and all that follows is text.
+/// so is '|', as \x7c. The first seven '|' of a line therefore end its first seven fields, and all that follows is
+/// text.
 std::string FormatForFile(const LogRecord& record);
 
 /// The line for a person at a terminal: "error: text (Function)". Control characters are written as in the file.

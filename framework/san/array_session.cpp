@@ -83,11 +83,12 @@ std::string PercentEncode(const std::string& text)
 
 ArraySession::~ArraySession()
 {
-    Release();
+    Detach();
 }
 
-void ArraySession::Release() noexcept
+void ArraySession::Detach() noexcept
 {
+    m_client.reset();
     Wipe(m_token);
     Wipe(m_cookie);
 }
@@ -95,7 +96,7 @@ void ArraySession::Release() noexcept
 void ArraySession::Attach(const std::string& server, const std::string& deviceId, const std::string& token,
                           const std::string& cookie)
 {
-    Release();
+    Detach();
     m_client = QEN::IHttpClient::CreateClient();
     m_baseUrl = server + "/deviceManager/rest/" + PercentEncode(deviceId) + "/";
     m_token = token;

@@ -39,6 +39,9 @@ public:
     void Attach(const std::string& server, const std::string& deviceId, const std::string& token,
                 const std::string& cookie);
 
+    /// Wipes what Attach was given; calls fail again.
+    void Detach() noexcept;
+
     /// Sends one request and returns the "data" of its answer, null when there is none. `resource` is what follows the
     /// device's part of the URL. `what` names operation and object, as in `create host "node1"`. No body is sent when
     /// `body` is empty. Throws ArrayError, and ArrayRefusal where the array's envelope says so.
@@ -46,8 +49,6 @@ public:
                      const Members& body = {});
 
 private:
-    void Release() noexcept;
-
     boost::shared_ptr<QEN::IHttpClient> m_client;
     std::string m_baseUrl; // up to the resource; empty before Attach
     std::string m_token;

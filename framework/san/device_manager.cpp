@@ -64,6 +64,7 @@ public:
             m_session.Call("connect to " + url, "GET", "system/");
             return true;
         } catch (const std::exception& error) {
+            m_session.Detach();
             FRAMEWORK_LOG(Error) << error.what();
             return false;
         }

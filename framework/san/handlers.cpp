@@ -126,11 +126,9 @@ Record InitiatorHandler<Record>::Query(const std::string& id)
 template <typename Record>
 void InitiatorHandler<Record>::AddToHost(const Record& initiator, const std::string& hostId)
 {
-    m_session.Call(Named("add", m_kind, initiator.id) + " to host " + Quoted(hostId), "PUT", m_addResource,
-                   {{"TYPE", m_kind.type},
-                    {"ID", initiator.id},
-                    {"PARENTTYPE", Kind::HOST.type},
-                    {"PARENTID", hostId}});
+    m_session.Call(
+        Named("add", m_kind, initiator.id) + " to host " + Quoted(hostId), "PUT", m_addResource,
+        {{"TYPE", m_kind.type}, {"ID", initiator.id}, {"PARENTTYPE", Kind::HOST.type}, {"PARENTID", hostId}});
 }
 
 template class NamedHandler<LunGroupMO, CLunGroupHandler>;

@@ -116,8 +116,8 @@ KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.IsOpen()) {
         const int error = errno;
-        problem = "The key file " + path + " cannot be opened: " +
-                  (error == ELOOP ? "it is a symbolic link" : ErrorText(error));
+        problem = "The key file " + path +
+                  " cannot be opened: " + (error == ELOOP ? "it is a symbolic link" : ErrorText(error));
         return error == ENOENT ? KeyResult::Missing : KeyResult::Refused;
     }
     std::string reason = FindFileProblem(file.Get());

@@ -94,12 +94,12 @@ OpenResult Open(const Key& key, const std::string& sealed, std::string& plain)
     unsigned char* const tag = nonce + NONCE_SIZE + plain.size();
     const CipherHandle cipher(EVP_CIPHER_CTX_new());
     int count = 0;
-    const bool isOpened =
-        cipher != nullptr && EVP_DecryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, key.Bytes(), nonce) == 1 &&
-        EVP_DecryptUpdate(cipher.get(), nullptr, &count, Bytes(VERSION), Size(VERSION)) == 1 &&
-        EVP_DecryptUpdate(cipher.get(), Bytes(plain), &count, body, Size(plain)) == 1 &&
-        EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_SET_TAG, TAG_SIZE, tag) == 1 &&
-        EVP_DecryptFinal_ex(cipher.get(), Bytes(plain) + plain.size(), &count) == 1;
+    const bool isOpened = cipher != nullptr &&
+                          EVP_DecryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, key.Bytes(), nonce) == 1 &&
+                          EVP_DecryptUpdate(cipher.get(), nullptr, &count, Bytes(VERSION), Size(VERSION)) == 1 &&
+                          EVP_DecryptUpdate(cipher.get(), Bytes(plain), &count, body, Size(plain)) == 1 &&
+                          EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_SET_TAG, TAG_SIZE, tag) == 1 &&
+                          EVP_DecryptFinal_ex(cipher.get(), Bytes(plain) + plain.size(), &count) == 1;
     if (!isOpened) {
         Wipe(plain);
         return OpenResult::Tampered;

@@ -83,8 +83,7 @@ public:
         sigfillset(&signals);
         posix_spawnattr_setsigdefault(&m_attributes, &signals);
         posix_spawnattr_setpgroup(&m_attributes, 0);
-        posix_spawnattr_setflags(&m_attributes,
-                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
     Attributes(const Attributes&) = delete;
     Attributes& operator=(const Attributes&) = delete;
@@ -147,12 +146,14 @@ ChildProcess::~ChildProcess()
 
 void ChildProcess::SignalGroup(int signal) const
 {
-    ::kill(-m_group, signal);
+    if (m_group > 0) {
+        ::kill(-m_group, signal);
+    }
 }
 
 bool ChildProcess::HasGroup() const
 {
-    return ::kill(-m_group, 0) == 0;
+    return m_group > 0 && (::kill(-m_group, 0) == 0 || errno == EPERM);
 }
 
 int ChildProcess::Reap()

@@ -96,7 +96,10 @@ public:
     }
 
 private:
-    bool HasEnded() const { return m_hasEnded || !m_status.IsOpen() || m_status.Text().find('\n') != std::string::npos; }
+    bool HasEnded() const
+    {
+        return m_hasEnded || !m_status.IsOpen() || m_status.Text().find('\n') != std::string::npos;
+    }
 
     void Wait(int milliseconds)
     {

@@ -18,7 +18,7 @@ using namespace Framework;
 
 namespace {
 
-const std::string DEFAULT_PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+constexpr char DEFAULT_PATH[] = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 std::string SearchPath(const std::vector<std::string>& ownFolders, const char* inherited)
 {
@@ -64,9 +64,8 @@ std::string FindProblem(const CommandTemplate& parsed, const std::string& comman
         return "it has a NUL byte";
     }
     const auto found = std::find_if(params.begin(), params.end(), hasNul);
-    return found == params.end()
-               ? std::string()
-               : "parameter " + std::to_string(found - params.begin() + 1) + " has a NUL byte";
+    return found == params.end() ? std::string()
+                                 : "parameter " + std::to_string(found - params.begin() + 1) + " has a NUL byte";
 }
 
 ShellResult Run(const std::string& command, const std::vector<std::string>& params)

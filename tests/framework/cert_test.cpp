@@ -1,22 +1,13 @@
-#include "common/framework/cert.h"
-
-#include "tests/framework/support/framework_test.h"
+#include "tests/framework/support/cert_test.h"
 #include "tests/framework/support/raw_server.h"
-#include "tests/framework/support/web_server.h"
 
-#include <google/protobuf/util/message_differencer.h>
-#include <json/reader.h>
-#include <json/value.h>
 #include <openssl/x509.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -26,80 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
-
-struct Alert {
-    std::string address;
-    std::string reason;
-};
-
-bool operator==(const Alert& one, const Alert& other)
-{
-    return one.address == other.address && one.reason == other.reason;
-}
-
-std::ostream& operator<<(std::ostream& stream, const Alert& alert)
-{
-    return stream << alert.address << ": " << alert.reason;
-}
-
-class CertTest : public FrameworkTest {
-protected:
-    CertTest()
-    {
-        WriteText(InRoot("ca.pem"), m_ca.Own().Pem());
-        Configure({{"Cert", {{"TrustStore", "ca.pem"}}}});
-    }
-
-    static EnvironmentPath Environment(const WebServer& server, const std::string& address = "127.0.0.1")
-    {
-        EnvironmentPath env;
-        env.add_management_ips(address);
-        env.add_management_ips("127.0.0.9"); // the first counts
-        env.add_user_names("user");
-        env.add_certificates("stored");
-        env.add_certificates("another");
-        env.add_ports(static_cast<std::uint64_t>(server.Port()));
-        env.add_protocols(0);
-        return env;
-    }
-
-    bool Verify(const EnvironmentPath& env, bool raiseAlert = true, const std::string& role = "BackupNode")
-    {
-        m_result.add_user_names("left over");
-        m_info.set_subject("left over");
-        return Cert::VerifyCertForEnv(env, m_result, "Component", m_info, raiseAlert, role, 42);
-    }
-
-    /// The reason of a refusal, as the log tells it.
-    std::string Refusal(const EnvironmentPath& env)
-    {
-        EXPECT_FALSE(Verify(env));
-        EXPECT_TRUE(MessageDifferencer::Equals(EnvironmentPath(), m_result));
-        const std::vector<std::string> lines = LogTexts("3");
-        return lines.empty() ? "" : lines.back();
-    }
-
-    std::string AlertPath(const std::string& fileName = "BackupNode.json") const
-    {
-        return InRoot("conf/alerts/" + fileName);
-    }
-
-    std::vector<Alert> Alerts(const std::string& fileName = "BackupNode.json") const
-    {
-        Json::Value root;
-        std::istringstream(ReadText(AlertPath(fileName))) >> root;
-        std::vector<Alert> alerts;
-        for (const Json::Value& alert : root["alerts"]) {
-            EXPECT_THAT(alert["time"].asString(), MatchesRegex("20[0-9-]+T[0-9:]+Z"));
-            alerts.push_back({alert["address"].asString(), alert["reason"].asString()});
-        }
-        return alerts;
-    }
-
-    const TestCa m_ca;
-    EnvironmentPath m_result;
-    VerifiedCertInfo m_info;
-};
 
 TEST_F(CertTest, TrustedCertificateIsTakenIntoTheEnvironment)
 {
@@ -197,7 +114,8 @@ TEST_F(CertTest, Ipv6AddressIsVerifiedWithAndWithoutBrackets)
 TEST_F(CertTest, TrustStoreMayBeADirectoryOfCertificatesByHash)
 {
     std::ostringstream hash;
-    hash << std::hex << X509_NAME_hash_ex(X509_get_subject_name(m_ca.Own().certificate.get()), nullptr, nullptr, nullptr);
+    hash << std::hex
+         << X509_NAME_hash_ex(X509_get_subject_name(m_ca.Own().certificate.get()), nullptr, nullptr, nullptr);
     WriteText(InRoot("store/" + std::string(8 - hash.str().size(), '0') + hash.str() + ".0"), m_ca.Own().Pem());
     Configure({{"Cert", {{"TrustStore", "store"}}}});
     const WebServer server(m_ca.Issue());
@@ -306,119 +224,6 @@ TEST_F(CertTest, NoAlertIsKeptWhereNoneIsWanted)
     const WebServer server(TestCa("Foreign CA").Issue());
     EXPECT_FALSE(Verify(Environment(server), false));
     EXPECT_FALSE(std::filesystem::exists(AlertPath()));
-}
-
-/// The alerts of servers on several loopback addresses, whose certificates nobody trusts.
-class CertAlertTest : public CertTest {
-protected:
-    void Refuse(const std::string& address, const std::string& role = "BackupNode")
-    {
-        const WebServer server(TestCa("Foreign CA").Issue(), address);
-        EXPECT_FALSE(Verify(Environment(server, address), true, role));
-    }
-
-    std::vector<std::string> Addresses(const std::string& fileName = "BackupNode.json") const
-    {
-        std::vector<std::string> addresses;
-        for (const Alert& alert : Alerts(fileName)) {
-            addresses.push_back(alert.address);
-        }
-        return addresses;
-    }
-};
-
-TEST_F(CertAlertTest, EachAddressHasOneAlert)
-{
-    Refuse("127.0.0.1");
-    Refuse("127.0.0.2");
-    Refuse("127.0.0.1");
-    EXPECT_THAT(Addresses(), ElementsAre("127.0.0.2", "127.0.0.1"));
-}
-
-TEST_F(CertAlertTest, ResumeClearsTheAlertOfOneAddress)
-{
-    Refuse("127.0.0.1");
-    Refuse("127.0.0.2");
-    Cert::ResumeAlertForEnv("127.0.0.1", "BackupNode", 0);
-    EXPECT_THAT(Addresses(), ElementsAre("127.0.0.2"));
-    Cert::ResumeAlertForEnv("127.0.0.2", "BackupNode", 0);
-    EXPECT_THAT(Addresses(), IsEmpty());
-}
-
-TEST_F(CertAlertTest, ResumeOfAnUnknownAddressChangesNothing)
-{
-    Cert::ResumeAlertForEnv("127.0.0.1", "BackupNode", 0);
-    EXPECT_FALSE(std::filesystem::exists(InRoot("conf/alerts")));
-    Refuse("127.0.0.1");
-    const auto time = std::filesystem::last_write_time(AlertPath());
-    Cert::ResumeAlertForEnv("127.0.0.7", "BackupNode", 0);
-    EXPECT_THAT(Addresses(), ElementsAre("127.0.0.1"));
-    EXPECT_EQ(time, std::filesystem::last_write_time(AlertPath()));
-    EXPECT_THAT(LogTexts("4"), IsEmpty());
-}
-
-TEST_F(CertAlertTest, RolesAreApartAndNoneLeavesTheDirectory)
-{
-    Refuse("127.0.0.1", "../../Escape");
-    Refuse("127.0.0.2", "a/b");
-    Refuse("127.0.0.3", "");
-    Refuse("127.0.0.4", std::string(5000, '/'));
-    EXPECT_THAT(Addresses("%2E%2E%2F%2E%2E%2FEscape.json"), ElementsAre("127.0.0.1"));
-    EXPECT_THAT(Addresses("a%2Fb.json"), ElementsAre("127.0.0.2"));
-    EXPECT_THAT(Addresses(".json"), ElementsAre("127.0.0.3"));
-    EXPECT_EQ(8, std::distance(std::filesystem::directory_iterator(InRoot("conf/alerts")), {})); // with their locks
-    Cert::ResumeAlertForEnv("127.0.0.1", "a/b", 0);
-    EXPECT_THAT(Addresses("a%2Fb.json"), ElementsAre("127.0.0.2"));
-}
-
-TEST_F(CertAlertTest, FileThatIsNoListOfAlertsIsSetAside)
-{
-    for (const std::string& text : {std::string("{broken"), std::string("[]"), std::string("{\"alerts\":[1]}"),
-                                    std::string(3000, '[')}) {
-        WriteText(AlertPath(), text);
-        Refuse("127.0.0.1");
-        EXPECT_THAT(Addresses(), ElementsAre("127.0.0.1"));
-        EXPECT_EQ(text, ReadText(AlertPath("BackupNode.json.unreadable")));
-        EXPECT_EQ(AlertPath() + " is no list of certificate alerts; it is kept as " +
-                      AlertPath("BackupNode.json.unreadable"),
-                  LogTexts("4").back());
-    }
-}
-
-TEST_F(CertAlertTest, AlertThatCannotBeKeptIsLogged)
-{
-    WriteText(InRoot("conf/alerts"), "a file where the directory should be");
-    Refuse("127.0.0.1");
-    EXPECT_THAT(LogTexts("4"), ElementsAre(HasSubstr("The certificate alerts " + AlertPath() + " cannot be changed: ")));
-    Cert::ResumeAlertForEnv("127.0.0.1", "BackupNode", 0);
-}
-
-TEST_F(CertAlertTest, ThreadsThatRaiseAndClearLoseNothing)
-{
-    Configure({{"Cert", {{"TrustStore", "no.pem"}}}}); // refuses at once
-    const auto refuse = [](int number) {
-        EnvironmentPath env;
-        env.add_management_ips("10.0.0." + std::to_string(number));
-        env.add_ports(1);
-        EnvironmentPath result;
-        VerifiedCertInfo info;
-        Cert::VerifyCertForEnv(env, result, "Component", info, true, "BackupNode", 0);
-    };
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number) {
-        threads.emplace_back([number, &refuse] {
-            refuse(number);
-            refuse(number + 100);
-            Cert::ResumeAlertForEnv("10.0.0." + std::to_string(number), "BackupNode", 0);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    std::vector<std::string> addresses = Addresses();
-    std::sort(addresses.begin(), addresses.end());
-    EXPECT_THAT(addresses, ElementsAre("10.0.0.100", "10.0.0.101", "10.0.0.102", "10.0.0.103", "10.0.0.104",
-                                       "10.0.0.105", "10.0.0.106", "10.0.0.107"));
 }
 
 } // namespace

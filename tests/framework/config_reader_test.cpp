@@ -91,8 +91,8 @@ TEST_F(ConfigReaderTest, NumberBeyondAnIntIsTheLargestInt)
 
 TEST_F(ConfigReaderTest, NotRetryCodesAreTheListOfTheFile)
 {
-    Configure({{"BackupNode", {{"NotRetryErrorCodes", "1077949061, -1,\t1077949070,-1"}}}});
-    EXPECT_THAT(ConfigReader::getNerovaxDiskArrayNotRetryErrorCode(), ElementsAre(-1, 1077949061, 1077949070));
+    Configure({{"BackupNode", {{"NotRetryErrorCodes", "1090519061, -1,\t1090519070,-1"}}}});
+    EXPECT_THAT(ConfigReader::getNerovaxDiskArrayNotRetryErrorCode(), ElementsAre(-1, 1090519061, 1090519070));
 }
 
 TEST_F(ConfigReaderTest, RepeatedChangesOfTheSameLengthAreAllSeen)
@@ -145,8 +145,8 @@ TEST_F(ConfigReaderTest, MalformedFileIsToldOnceAndTheLastGoodValuesHold)
 TEST_F(ConfigReaderTest, FileThatIsMalformedFromTheBeginningMeansDefaults)
 {
     WriteConfig("no configuration at all");
-    const ProgramResult result = RunProgram({ProbePath(), "int", "BackupNode", "DosRequestCount"},
-                                            {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
+    const ProgramResult result =
+        RunProgram({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
     EXPECT_EQ("100\n", result.output);
     EXPECT_EQ("error: " + ConfigPath() + ", line 1: '=' character not found in line (LogProblems)\n", result.error);
 }
@@ -166,12 +166,18 @@ TEST_F(ConfigReaderTest, MalformedValueIsToldOnceAndItsDefaultHolds)
 TEST_F(ConfigReaderTest, EveryMalformedKindOfValueIsAProblem)
 {
     const std::vector<Settings> malformed = {
-        {{"BackupNode", {{"DosRequestInterval", ""}}}},      {{"BackupNode", {{"DosRequestInterval", "-1"}}}},
-        {{"BackupNode", {{"DosRequestInterval", "1.5"}}}},   {{"BackupNode", {{"DosRequestInterval", "+1"}}}},
-        {{"BackupNode", {{"DosRequestInterval", "1 ; no"}}}}, {{"BackupNode", {{"DosRequestInterval", "2147483648"}}}},
-        {{"BackupNode", {{"NotRetryErrorCodes", "1,,2"}}}},  {{"BackupNode", {{"NotRetryErrorCodes", "1 2"}}}},
-        {{"Http", {{"VerifyPeer", "maybe"}}}},               {{"Http", {{"VerifyPeer", ""}}}},
-        {{"Log", {{"Level", "5"}}}},                         {{"Shell", {{"TimeoutSeconds", "0"}}}},
+        {{"BackupNode", {{"DosRequestInterval", ""}}}},
+        {{"BackupNode", {{"DosRequestInterval", "-1"}}}},
+        {{"BackupNode", {{"DosRequestInterval", "1.5"}}}},
+        {{"BackupNode", {{"DosRequestInterval", "+1"}}}},
+        {{"BackupNode", {{"DosRequestInterval", "1 ; no"}}}},
+        {{"BackupNode", {{"DosRequestInterval", "2147483648"}}}},
+        {{"BackupNode", {{"NotRetryErrorCodes", "1,,2"}}}},
+        {{"BackupNode", {{"NotRetryErrorCodes", "1 2"}}}},
+        {{"Http", {{"VerifyPeer", "maybe"}}}},
+        {{"Http", {{"VerifyPeer", ""}}}},
+        {{"Log", {{"Level", "5"}}}},
+        {{"Shell", {{"TimeoutSeconds", "0"}}}},
     };
     for (const Settings& settings : malformed) {
         Configure(settings);
@@ -219,10 +225,10 @@ TEST_F(ConfigReaderTest, FileThatCannotBeReadIsToldOnceAndTheLastGoodValuesHold)
 TEST_F(ConfigReaderTest, CheckNamesTrustedFilesThatAreNotThere)
 {
     Configure({{"Http", {{"CaFile", "conf/no.pem"}}}, {"Cert", {{"TrustStore", "/no/store"}}}});
-    EXPECT_THAT(Problems(),
-                ElementsAre(ConfigPath() + ": [Http] CaFile names " + InRoot("conf/no.pem") +
-                                ": No such file or directory",
-                            ConfigPath() + ": [Cert] TrustStore names /no/store: No such file or directory"));
+    EXPECT_THAT(
+        Problems(),
+        ElementsAre(ConfigPath() + ": [Http] CaFile names " + InRoot("conf/no.pem") + ": No such file or directory",
+                    ConfigPath() + ": [Cert] TrustStore names /no/store: No such file or directory"));
 }
 
 TEST_F(ConfigReaderTest, CheckReportsEverySettingWithItsEffectiveValue)

@@ -110,15 +110,17 @@ TEST_F(HttpAnswerTest, EachCookieIsOneText)
 
 TEST_F(HttpAnswerTest, InterimAnswerIsNotTheAnswer)
 {
-    const auto response = Take("HTTP/1.1 103 Early Hints\r\nSet-Cookie: early=1\r\n\r\n" + Whole("x", "Set-Cookie: a=1\r\n"));
+    const auto response =
+        Take("HTTP/1.1 103 Early Hints\r\nSet-Cookie: early=1\r\n\r\n" + Whole("x", "Set-Cookie: a=1\r\n"));
     EXPECT_EQ(200, response->GetHttpStatusCode());
     EXPECT_THAT(response->GetCookies(), ElementsAre("a=1"));
 }
 
 TEST_F(HttpAnswerTest, ChunkedBodyIsPutTogether)
 {
-    EXPECT_EQ("one two", Take("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n")
-                             ->GetBody());
+    EXPECT_EQ(
+        "one two",
+        Take("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\none \r\n3\r\ntwo\r\n0\r\n\r\n")->GetBody());
 }
 
 TEST_F(HttpAnswerTest, BodyWithoutALengthEndsWithTheConnection)
@@ -158,8 +160,9 @@ TEST_F(HttpAnswerTest, ErrorTextNamesWhatFailedAndWhere)
         url = server.Url("/path");
     }
     const auto refused = Get(url + "?token=secret");
-    EXPECT_THAT(refused->GetErrorText(), AllOf(StartsWith("GET " + url + " failed: Failed to connect to 127.0.0.1 port "),
-                                               HasSubstr("Connection refused"), testing::EndsWith(" (libcurl 7)")));
+    EXPECT_THAT(refused->GetErrorText(),
+                AllOf(StartsWith("GET " + url + " failed: Failed to connect to 127.0.0.1 port "),
+                      HasSubstr("Connection refused"), testing::EndsWith(" (libcurl 7)")));
 }
 
 TEST_F(HttpAnswerTest, ServerThatIsSilentIsGivenUpInTime)

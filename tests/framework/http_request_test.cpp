@@ -1,11 +1,13 @@
 #include "common/framework/http_client.h"
 
 #include "tests/framework/support/framework_test.h"
+#include "tests/framework/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 #include "tests/framework/support/web_server.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -104,7 +106,8 @@ TEST_F(HttpRequestTest, AcceptEncodingIsSentOnce)
 
 TEST_F(HttpRequestTest, UrlLeavesAsItIs)
 {
-    for (const std::string url : {"/lun?range=[0-100]", "/a/../b/./c", "/iqn.2020-01.x%3Ay", "/q?a={b}&c=|^", "/%2e%2E/"}) {
+    for (const std::string url :
+         {"/lun?range=[0-100]", "/a/../b/./c", "/iqn.2020-01.x%3Ay", "/q?a={b}&c=|^", "/%2e%2E/"}) {
         EXPECT_THAT(SentBytes(Request("GET", url)), StartsWith("GET " + url + " HTTP/1.1\r\n"));
     }
 }
@@ -199,7 +202,7 @@ TEST_F(HttpRequestTest, ConnectionTestReachesAPortAndSendsNothing)
         url = server.Url("");
         EXPECT_TRUE(QEN::IHttpClient::CreateClient()->TestConnection(url, 5));
     }
-    EXPECT_EQ("", received); // read to its end: nothing was sent
+    EXPECT_EQ("", received);                                                // read to its end: nothing was sent
     EXPECT_FALSE(QEN::IHttpClient::CreateClient()->TestConnection(url, 5)); // nobody listens there any more
 }
 
@@ -225,6 +228,14 @@ TEST_F(HttpRequestTest, ConnectionTestWithoutTimeHasOneSecond)
     RawServer server(OK_ANSWER);
     EXPECT_TRUE(QEN::IHttpClient::CreateClient()->TestConnection(server.Url(""), 0));
     EXPECT_TRUE(QEN::IHttpClient::CreateClient()->TestConnection(server.Url(""), -5));
+}
+
+TEST_F(HttpRequestTest, ConnectionTestOfASilentAddressGivesUpInTime)
+{
+    const FullListener listener;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(QEN::IHttpClient::CreateClient()->TestConnection(listener.Url(), 1));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(HttpRequestTest, ConnectionTestOfWhatIsNoUrlFails)

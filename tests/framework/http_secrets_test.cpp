@@ -24,10 +24,9 @@ protected:
     void ServeSecrets(WebServer& server) const
     {
         server.On("/secret", [this](const httplib::Request& request, httplib::Response& response) {
-            response.status = request.body == m_body.Reveal() &&
-                                      request.get_header_value("iBaseToken") == m_token.Reveal()
-                                  ? 200
-                                  : 400;
+            response.status =
+                request.body == m_body.Reveal() && request.get_header_value("iBaseToken") == m_token.Reveal() ? 200
+                                                                                                              : 400;
             response.set_header("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
             const std::string padding(m_paddingSize, ' ');
             response.set_content(padding + m_answer.Reveal() + padding, "text/json");
@@ -78,6 +77,20 @@ TEST_F(HttpSecretsTest, NothingOfAnHttpsExchangeStaysInMemory)
     WebServer server(ca.Issue());
     ServeSecrets(server);
     EXPECT_EQ(NOTHING, WhatStays(server));
+}
+
+TEST_F(HttpSecretsTest, NothingOfASessionStaysInMemoryWhenItsManagerIsReleased)
+{
+    const TestCa ca;
+    WriteText(InRoot("ca.pem"), ca.Own().Pem());
+    Configure({{"Http", {{"CaFile", "ca.pem"}}}});
+    WebServer server(ca.Issue());
+    server.Answer("GET", "/deviceManager/rest/device/system/", R"({"error":{"code":0,"description":"0"}})");
+    const ProgramResult result =
+        RunProgram({ProbePath(), "san-secrets", "127.0.0.1", std::to_string(server.Port()),
+                    Hex(HiddenText::Random("token-").Turned()), Hex(HiddenText::Random("cookie-").Turned())});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("token 0, cookie 0\n", result.output);
 }
 
 } // namespace

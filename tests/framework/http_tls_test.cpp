@@ -1,5 +1,6 @@
 #include "tests/framework/support/framework_test.h"
 #include "tests/framework/support/http_exchange.h"
+#include "tests/framework/support/program.h"
 #include "tests/framework/support/web_server.h"
 
 #include <openssl/ssl.h>
@@ -144,6 +145,15 @@ TEST_F(HttpTlsTest, MissingAuthorityFileIsAnErrorAndNothingElseIsTrusted)
     const auto response = Get(server.Url("/"));
     EXPECT_NE(0, response->IsNetworkError());
     EXPECT_THAT(response->GetErrorText(), HasSubstr(InRoot("ca.pem")));
+}
+
+TEST_F(HttpTlsTest, ClientOfAStaticObjectIsDestroyedAtTheProcessesEnd)
+{
+    WebServer server(m_ca.Issue());
+    server.Answer("GET", "/a", "body");
+    const ProgramResult result = RunProgram({ProbePath(), "client-at-exit", server.Url("/a")});
+    EXPECT_EQ("200\n", result.output);
+    EXPECT_EQ(0, result.status) << result.error;
 }
 
 TEST_F(HttpTlsTest, OldTlsIsRefused)

@@ -87,7 +87,9 @@ TEST_F(LogLineTest, NullTextDoesNotSilenceTheRest)
 
 TEST_F(LogLineTest, EmptyLineIsALine)
 {
-    { LogProxy(1, "m", 0, "f", 1); }
+    {
+        LogProxy(1, "m", 0, "f", 1);
+    }
 
     EXPECT_EQ("", OnlyLine().text);
     EXPECT_EQ("0", OnlyLine().code);

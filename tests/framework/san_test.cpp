@@ -4,7 +4,6 @@
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/web_server.h"
 
-
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -37,8 +36,8 @@ using Manager = std::unique_ptr<CDeviceManager, Release>;
 /// One request as the array sees it.
 std::string Summary(const httplib::Request& request)
 {
-    const std::string resource = request.target.substr(0, BASE.size()) == BASE ? request.target.substr(BASE.size())
-                                                                                : request.target;
+    const std::string resource =
+        request.target.substr(0, BASE.size()) == BASE ? request.target.substr(BASE.size()) : request.target;
     return request.method + " " + resource + (request.body.empty() ? "" : " " + request.body);
 }
 
@@ -174,8 +173,9 @@ TEST_F(SanManagerTest, EveryHandlerIsOfItsKindAndOthersAreNone)
 TEST_F(SanManagerTest, HandlersBeforeAConnectionSaySo)
 {
     const Manager manager(CDeviceManager::getInstance(0, 500000));
-    EXPECT_EQ("create host \"h\" failed: there is no connection to an array",
-              ErrorOf([&] { HandlerOf<CHostHandler>(manager, HANDLER_HOST).Create({"", "h"}); }));
+    EXPECT_EQ("create host \"h\" failed: there is no connection to an array", ErrorOf([&] {
+                  HandlerOf<CHostHandler>(manager, HANDLER_HOST).Create({"", "h"});
+              }));
 }
 
 TEST_F(SanManagerTest, ReleaseOfNothingIsNoError)
@@ -241,11 +241,13 @@ TEST_F(SanManagerTest, MembersAreAssociated)
     m_server.Answer("PUT", BASE + "mappingview/CREATE_ASSOCIATE", DONE);
     auto& views = HandlerOf<CMappingViewHandler>(manager, HANDLER_MAPPING_VIEW);
     views.AddHostGroup("7", "5");
-    EXPECT_EQ(R"(PUT mappingview/CREATE_ASSOCIATE {"ASSOCIATEOBJID":"5","ASSOCIATEOBJTYPE":"14","ID":"7","TYPE":"245"})",
-              LastRequest());
+    EXPECT_EQ(
+        R"(PUT mappingview/CREATE_ASSOCIATE {"ASSOCIATEOBJID":"5","ASSOCIATEOBJTYPE":"14","ID":"7","TYPE":"245"})",
+        LastRequest());
     views.AddLunGroup("7", "31");
-    EXPECT_EQ(R"(PUT mappingview/CREATE_ASSOCIATE {"ASSOCIATEOBJID":"31","ASSOCIATEOBJTYPE":"256","ID":"7","TYPE":"245"})",
-              LastRequest());
+    EXPECT_EQ(
+        R"(PUT mappingview/CREATE_ASSOCIATE {"ASSOCIATEOBJID":"31","ASSOCIATEOBJTYPE":"256","ID":"7","TYPE":"245"})",
+        LastRequest());
 
     m_server.Answer("PUT", BASE + "iscsi_initiator/add_iscsi_to_host", DONE);
     HandlerOf<CIscsiInitiatorHandler>(manager, HANDLER_ISCSI_INITIATOR).AddToHost({"iqn.x", "", ""}, "12");
@@ -254,8 +256,9 @@ TEST_F(SanManagerTest, MembersAreAssociated)
 
     m_server.Answer("PUT", BASE + "fc_initiator/add_fc_to_host", DONE);
     HandlerOf<CFCInitiatorHandler>(manager, HANDLER_FC_INITIATOR).AddToHost({"21000024ff4b8c1a", "", ""}, "12");
-    EXPECT_EQ(R"(PUT fc_initiator/add_fc_to_host {"ID":"21000024ff4b8c1a","PARENTID":"12","PARENTTYPE":"21","TYPE":"223"})",
-              LastRequest());
+    EXPECT_EQ(
+        R"(PUT fc_initiator/add_fc_to_host {"ID":"21000024ff4b8c1a","PARENTID":"12","PARENTTYPE":"21","TYPE":"223"})",
+        LastRequest());
 }
 
 TEST_F(SanManagerTest, NewInitiatorIsCreatedWithoutAParent)
@@ -273,7 +276,7 @@ TEST_F(SanManagerTest, NewInitiatorIsCreatedWithoutAParent)
 TEST_F(SanManagerTest, InitiatorThatTheArrayKnowsIsFetched)
 {
     const Manager manager = Connected();
-    m_server.Answer("POST", BASE + "fc_initiator", Refusal(1077948993, "The object exists."));
+    m_server.Answer("POST", BASE + "fc_initiator", Refusal(1090519042, "The object exists."));
     m_server.Answer("GET", BASE + "fc_initiator/21000024ff4b8c1a",
                     Data(R"("ID":"21000024ff4b8c1a","NAME":"port","PARENTID":"12")"));
     const FCInitiatorMO initiator =
@@ -297,8 +300,9 @@ TEST_F(SanManagerTest, InitiatorThatIsNotThereEitherGivesTheErrorOfItsCreation)
 TEST_F(SanManagerTest, LostConnectionIsNotTakenForAKnownInitiator)
 {
     const Manager manager = Connected();
-    const std::string error = ErrorOf(
-        [&] { HandlerOf<CIscsiInitiatorHandler>(manager, HANDLER_ISCSI_INITIATOR).Create({"iqn.x", "", ""}); });
+    const std::string error = ErrorOf([&] {
+        HandlerOf<CIscsiInitiatorHandler>(manager, HANDLER_ISCSI_INITIATOR).Create({"iqn.x", "", ""});
+    });
     EXPECT_EQ("create iSCSI initiator \"iqn.x\" failed: HTTP status 404 (Not Found) in answer to POST " + Url() + BASE +
                   "iscsi_initiator",
               error);
@@ -308,9 +312,12 @@ TEST_F(SanManagerTest, LostConnectionIsNotTakenForAKnownInitiator)
 TEST_F(SanManagerTest, ErrorsNameOperationObjectCodeAndDescription)
 {
     const Manager manager = Connected();
-    m_server.Answer("POST", BASE + "lungroup", Refusal(1077948993, "The object name already exists."));
-    EXPECT_EQ("create LUN group \"n\" failed: the array answered with error 1077948993: The object name already exists.",
-              ErrorOf([&] { HandlerOf<CLunGroupHandler>(manager, HANDLER_LUN_GROUP).Create({"", "n"}); }));
+    m_server.Answer("POST", BASE + "lungroup", Refusal(1090519042, "The object name already exists."));
+    EXPECT_EQ(
+        "create LUN group \"n\" failed: the array answered with error 1090519042: The object name already exists.",
+        ErrorOf([&] {
+            HandlerOf<CLunGroupHandler>(manager, HANDLER_LUN_GROUP).Create({"", "n"});
+        }));
     m_server.Answer("POST", BASE + "host/associate", Refusal(-1, "busy"));
     EXPECT_EQ("add host \"1\" to host group \"2\" failed: the array answered with error -1: busy",
               ErrorOf([&] { HandlerOf<CHostGroupHandler>(manager, HANDLER_HOST_GROUP).AddHost("1", "2"); }));
@@ -337,7 +344,8 @@ TEST_F(SanManagerTest, AnswersOfAnotherFormAreErrors)
     }
     for (const std::string data : {"{}", "[]", "null", "7", R"({"ID":{}})", R"({"ID":""})"}) {
         m_server.Answer("GET", BASE + "host/1", R"({"data":)" + data + R"(,"error":{"code":0}})");
-        EXPECT_EQ("query host \"1\" failed: the array's answer names no id", ErrorOf([&] { hosts.Query("1"); })) << data;
+        EXPECT_EQ("query host \"1\" failed: the array's answer names no id", ErrorOf([&] { hosts.Query("1"); }))
+            << data;
     }
 }
 

@@ -217,8 +217,8 @@ TEST_F(SecurityTest, KeyFileThatHoldsNoKeyIsRefused)
 {
     const std::string cipher = Encrypt("x");
     const std::string key = ReadText(KeyPath());
-    for (const std::string& text : {std::string(), key.substr(0, 63), "0" + key, std::string(64, 'g'),
-                                    key + "\n" + key, std::string(1'000'000, '0'), key + " "}) {
+    for (const std::string& text : {std::string(), key.substr(0, 63), "0" + key, std::string(64, 'g'), key + "\n" + key,
+                                    std::string(1'000'000, '0'), key + " "}) {
         WriteText(KeyPath(), text);
         EXPECT_THAT(Refusal(cipher), HasSubstr("is refused: it does not hold 64 hexadecimal digits."));
     }

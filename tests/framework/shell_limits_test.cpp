@@ -104,7 +104,8 @@ TEST_F(ShellLimitsTest, BackgroundProcessThatWritesWithoutAnEndIsNotWaitedFor)
     Configure({});
     const ShellOutcome result = Shell("yes & sleep 0.1; exit 4");
     EXPECT_EQ(4, result.status);
-    EXPECT_THAT(result.out, testing::Each("y"));
+    ASSERT_FALSE(result.out.empty());
+    EXPECT_EQ("y", result.out.front());
     EXPECT_LT(Elapsed(), std::chrono::seconds(30));
 }
 

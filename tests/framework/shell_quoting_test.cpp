@@ -86,8 +86,7 @@ INSTANTIATE_TEST_SUITE_P(Places, ShellQuotingTest,
                                          "printf '%s.' \"$(printf %s. \"?\" | cat)\" | sed '$ s/.$//'",
                                          "# don't mind: \"\nprintf '%s.' '?'",
                                          "echo \"it's\" > /dev/null; printf '%s.' '?'",
-                                         "echo \\' > /dev/null; printf '%s.' \"?\"",
-                                         "x=?; printf '%s.' \"$x\""));
+                                         "echo \\' > /dev/null; printf '%s.' \"?\"", "x=?; printf '%s.' \"$x\""));
 
 class ShellTemplateTest : public FrameworkTest {};
 
@@ -141,8 +140,7 @@ TEST_F(ShellTemplateTest, MarkThatCannotBeFilledSafelyIsNotRun)
 {
     const ShellOutcome escaped = Shell("echo \\?", {"a"});
     EXPECT_EQ(126, escaped.status);
-    EXPECT_THAT(escaped.err,
-                ElementsAre("The command was not run: the '?' of parameter 1 stands behind a backslash"));
+    EXPECT_THAT(escaped.err, ElementsAre("The command was not run: the '?' of parameter 1 stands behind a backslash"));
     EXPECT_THAT(Shell("echo `echo ?`", {"a"}).err,
                 ElementsAre("The command was not run: the '?' of parameter 1 stands within `...`"));
 }

@@ -37,10 +37,10 @@ protected:
 
 TEST_F(FaultsOverHttpTest, CodeIsAnsweredInTheEnvelopeAndNothingIsDone)
 {
-    Inject(R"({"kind":"code","code":1077949001,"description":"busy","method":"POST","target":"/host$"})");
+    Inject(R"({"kind":"code","code":1090519044,"description":"busy","method":"POST","target":"/host$"})");
     const Reply reply = client->Post("host", host);
     EXPECT_EQ(200, reply.status);
-    EXPECT_CODE(1077949001, reply);
+    EXPECT_CODE(1090519044, reply);
     EXPECT_EQ("busy", reply.json["error"]["description"].asString());
     EXPECT_FALSE(HasHost());
     EXPECT_EQ("code", LastEntry()["fault"].asString());

@@ -1,6 +1,7 @@
 #include "tests/framework/probe/modes.h"
 
 #include "common/framework/config_reader.h"
+#include "common/framework/http_client.h"
 #include "common/framework/product_root.h"
 
 #include <functional>
@@ -27,12 +28,22 @@ int Root(const Probe::Words& /*words*/)
     return 0;
 }
 
+/// Made before OpenSSL is used for the first time, and so destroyed after all that OpenSSL destroys when the process
+/// ends.
+struct ClientOwner {
+    boost::shared_ptr<QEN::IHttpClient> client;
+};
+
+ClientOwner clientOwner;
+
 const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
+    {"client-at-exit", Probe::ClientAtExit},
     {"config-file", ConfigFile},
     {"int", Int},
     {"log", Probe::Log},
     {"log-at-exit", Probe::LogAtExit},
     {"root", Root},
+    {"san-secrets", Probe::SanSecrets},
     {"sealed-secrets", Probe::SealedSecrets},
     {"secrets", Probe::Secrets},
     {"shell-closed-descriptors", Probe::ShellClosedDescriptors},
@@ -43,6 +54,16 @@ const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
 };
 
 } // namespace
+
+int Probe::ClientAtExit(const Words& words)
+{
+    clientOwner.client = QEN::IHttpClient::CreateClient();
+    TMSHttpRequest request;
+    request.method = "GET";
+    request.url = words.at(0);
+    std::cout << clientOwner.client->SendRequest(request, 20)->GetHttpStatusCode() << "\n";
+    return 0;
+}
 
 int main(int argc, char** argv)
 {

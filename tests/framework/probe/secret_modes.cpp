@@ -3,6 +3,7 @@
 #include "tests/framework/support/memory_search.h"
 
 #include "common/framework/http_client.h"
+#include "common/framework/san_manager.h"
 #include "common/framework/security.h"
 
 #include <fcntl.h>
@@ -98,6 +99,23 @@ int Probe::Secrets(const Words& words)
     client.reset();
     secrets.Tell("afterwards");
     return 0;
+}
+
+int Probe::SanSecrets(const Words& words)
+{
+    const HiddenText hiddenToken = FromHex(words.at(2));
+    const HiddenText hiddenCookie = FromHex(words.at(3));
+    CDeviceManager* const manager = CDeviceManager::getInstance(0, 500000);
+    auto port = static_cast<unsigned int>(std::stoul(words.at(1)));
+    std::string token = hiddenToken.Reveal();
+    std::string cookie = hiddenCookie.Reveal();
+    const bool isConnected = manager->Connect(words.at(0), port, "device", token, cookie);
+    WipeText(token);
+    WipeText(cookie);
+    const bool isHeld = hiddenToken.CountInMemory() > 0 && hiddenCookie.CountInMemory() > 0;
+    CDeviceManager::releaseInstance(manager);
+    std::cout << "token " << hiddenToken.CountInMemory() << ", cookie " << hiddenCookie.CountInMemory() << "\n";
+    return isConnected && isHeld ? 0 : 1;
 }
 
 int Probe::SealedSecrets(const Words& words)

@@ -23,9 +23,7 @@ void ReapAll(int /*signal*/)
     }
 }
 
-void Ignore(int /*signal*/)
-{
-}
+void Ignore(int /*signal*/) {}
 
 } // namespace
 

@@ -39,8 +39,8 @@ ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::v
     }
     std::vector<std::string> texts = arguments;
     pid_t pid = -1;
-    const int error = ::posix_spawn(&pid, texts.front().c_str(), &actions, nullptr, CTexts(texts).data(),
-                                    CTexts(environment).data());
+    const int error =
+        ::posix_spawn(&pid, texts.front().c_str(), &actions, nullptr, CTexts(texts).data(), CTexts(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     int status = 0;
     if (error != 0 || ::waitpid(pid, &status, 0) != pid) {

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <regex>
 #include <stdexcept>
 
 RawServer::RawServer(const Handler& handler)
@@ -20,7 +19,8 @@ RawServer::RawServer(const Handler& handler)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
     if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(m_listener, 16) != 0 ||
-        ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0 || ::pipe2(m_stopPipe, O_CLOEXEC) != 0) {
+        ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
+        ::pipe2(m_stopPipe, O_CLOEXEC) != 0) {
         throw std::runtime_error("no port to listen on");
     }
     m_port = ntohs(address.sin_port);
@@ -98,10 +98,10 @@ std::string ReadRequest(int socket)
         request.append(buffer.data(), static_cast<std::size_t>(count));
         const std::size_t headEnd = request.find("\r\n\r\n");
         if (wanted == std::string::npos && headEnd != std::string::npos) {
-            std::smatch length;
-            const std::string head = request.substr(0, headEnd);
-            const bool hasBody = std::regex_search(head, length, std::regex("Content-Length: ([0-9]+)"));
-            wanted = headEnd + 4 + (hasBody ? std::stoul(length[1]) : 0);
+            const std::string name = "\r\nContent-Length: ";
+            const std::size_t length = request.find(name);
+            const bool hasBody = length < headEnd;
+            wanted = headEnd + 4 + (hasBody ? std::stoul(request.substr(length + name.size(), 20)) : 0);
         }
     }
     return request;

@@ -51,7 +51,7 @@ TEST_F(DeviceOperateFCTest, SetFCInitorInfoNeedsOneOnlinePortOnly)
 TEST_F(DeviceOperateFCTest, SetFCInitorInfoWithoutAnOnlinePortRecordsNoPort)
 {
     Node::HasPorts({"2100", "2101"});
-    m_array->Answer("IsOnlineFCInitiator", 1077936859);
+    m_array->Answer("IsOnlineFCInitiator", 1090519046);
     EXPECT_FALSE(Set());
     EXPECT_THAT(m_array->Calls(), SizeIs(2));
     EXPECT_THAT(FileRecord(), ElementsAre(Pair("HOSTID", "12"), Pair("HOSTNAME", "name")));

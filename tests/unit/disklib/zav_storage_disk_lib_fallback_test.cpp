@@ -46,7 +46,7 @@ class ZavStorageDiskLibRetryTest : public KeeperTest, public ::testing::WithPara
 
 TEST_P(ZavStorageDiskLibRetryTest, CheckIfNeedToRetryAcceptsEveryFailureThatIsNotConfigured)
 {
-    m_config.SetNotRetryErrorCodes({1077949061, -1000});
+    m_config.SetNotRetryErrorCodes({1090519061, -1000});
     const auto [name, code, isRetried] = GetParam();
     EXPECT_EQ(isRetried, m_keeper.CheckIfNeedToRetry(code));
     EXPECT_THAT(KeeperLines(),
@@ -54,10 +54,10 @@ TEST_P(ZavStorageDiskLibRetryTest, CheckIfNeedToRetryAcceptsEveryFailureThatIsNo
 }
 
 INSTANTIATE_TEST_SUITE_P(Code, ZavStorageDiskLibRetryTest,
-                         ::testing::Values(RetryRow{"Success", 0, false}, RetryRow{"Configured", 1077949061, false},
+                         ::testing::Values(RetryRow{"Success", 0, false}, RetryRow{"Configured", 1090519061, false},
                                            RetryRow{"ConfiguredAndRetryable", -1000, false},
                                            RetryRow{"Transport", -20000, true}, RetryRow{"LocalFailure", -1, true},
-                                           RetryRow{"UnknownCode", 1077949062, true}),
+                                           RetryRow{"UnknownCode", 1090519062, true}),
                          [](const auto& row) { return row.param.name; });
 
 class ZavStorageDiskLibCodesTest : public KeeperTest {};

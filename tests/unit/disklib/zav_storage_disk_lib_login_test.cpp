@@ -120,13 +120,13 @@ TEST_F(ZavStorageDiskLibLoginTest, PortAndProtocolArePartOfTheKey)
 
 TEST_F(ZavStorageDiskLibLoginTest, RefusedLoginGivesTheArraysCodeAndNoClientAndIsNotCached)
 {
-    RefuseLogin(FIRST, ArrayError(1077949061, "wrong password"));
+    RefuseLogin(FIRST, ArrayError(1090519061, "wrong password"));
     m_api = boost::make_shared<ZavRestApi>("of the caller");
-    EXPECT_EQ(1077949061, LogIn(FIRST));
+    EXPECT_EQ(1090519061, LogIn(FIRST));
     EXPECT_THAT(m_api, IsNull());
     EXPECT_EQ("wrong password", m_errorText);
     EXPECT_THAT(KeeperLines(),
-                ElementsAre(IsLineOf("GetLoginedZavRestApi", 4, "Login zav device failed. Error code is 1077949061")));
+                ElementsAre(IsLineOf("GetLoginedZavRestApi", 4, "Login zav device failed. Error code is 1090519061")));
 
     AcceptLogin(FIRST);
     EXPECT_EQ(0, LogIn(FIRST));

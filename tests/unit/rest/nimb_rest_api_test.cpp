@@ -127,14 +127,14 @@ TEST_F(NimbRestApiLoginTest, LoginAgainReplacesAddressAndTokenAndBearsTheOldToke
 TEST_F(NimbRestApiLoginTest, LoginRefusedByTheStorageFailsAndKeepsTheToken)
 {
     LogIn();
-    m_http.Next(Refused(1077987870, "wrong password"));
+    m_http.Next(Refused(1090519047, "wrong password"));
     EXPECT_EQ(0, Login());
     EXPECT_EQ("wrong password", m_errorText);
     EXPECT_EQ("TOK1", Token());
     std::vector<LineMatcher> lines = {Line("Login", 1, "Start login.")};
-    const auto sent = Sent({Line("ParseBodyV2", 4, "code : 1077987870, Describe : wrong password")});
+    const auto sent = Sent({Line("ParseBodyV2", 4, "code : 1090519047, Describe : wrong password")});
     lines.insert(lines.end(), sent.begin(), sent.end());
-    lines.push_back(Line("Login", 4, "Login failed, errCode: 1077987870, errDes: wrong password"));
+    lines.push_back(Line("Login", 4, "Login failed, errCode: 1090519047, errDes: wrong password"));
     EXPECT_THAT(m_log.Told(), ElementsAreArray(lines));
 }
 

@@ -107,8 +107,8 @@ std::vector<Failure> Failures()
          "Http response error. Error  is Server Error"},
         {"NoJson", Body("<html>"), -1, "Parse json string failed", "ParseRsp", "Parse json string failed."},
         {"NoEnvelope", Body(R"({"data": []})"), -1, malformed, "ParseRsp", "Json object error."},
-        {"ArrayCode", ArrayError(1077948995, "no such thing"), 1077948995, "no such thing", "ParseRsp",
-         "code : 1077948995, Describe : no such thing"},
+        {"ArrayCode", ArrayError(1090519045, "no such thing"), 1090519045, "no such thing", "ParseRsp",
+         "code : 1090519045, Describe : no such thing"},
         {"NegativeArrayCode", ArrayError(-401, "unauthorized"), -401, "unauthorized", "ParseRsp",
          "code : -401, Describe : unauthorized"},
     };

@@ -178,8 +178,8 @@ TEST_F(ZavRestApiLogoutTest, LogoutBeforeAnyLoginSendsNothing)
 TEST_F(ZavRestApiLogoutTest, LogoutRefusedByTheArrayStillEndsTheSessionHere)
 {
     LogIn();
-    m_http.Next(ArrayError(1077949061, "session gone"));
-    EXPECT_EQ(1077949061, m_api.Logout(m_errorText));
+    m_http.Next(ArrayError(1090519061, "session gone"));
+    EXPECT_EQ(1090519061, m_api.Logout(m_errorText));
     EXPECT_EQ("session gone", m_errorText);
     Zav::SessionInfo session;
     EXPECT_FALSE(m_api.GetSession(session));
