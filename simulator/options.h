@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_OPTIONS_H
 #define ZAVSIM_OPTIONS_H
 
-#include "simulator/array/accounts.h"
+#include "simulator/access/accounts.h"
 #include "simulator/array/array_system.h"
 #include "simulator/faults/fault.h"
 #include "simulator/http/http_server.h"

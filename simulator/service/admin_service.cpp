@@ -239,7 +239,7 @@ Json::Value AdminService::SwitchPort(const Call& call)
 Json::Value AdminService::ReadSessions(const Call&)
 {
     Json::Value list(Json::arrayValue);
-    for (const auto& standing : m_array.ListSessions()) {
+    for (const auto& standing : m_array.Sessions().List()) {
         Json::Value entry(Json::objectValue);
         entry["session"] = Json::UInt64(standing.number);
         entry["user"] = standing.user;
@@ -251,7 +251,7 @@ Json::Value AdminService::ReadSessions(const Call&)
 
 Json::Value AdminService::EndSessions(const Call&)
 {
-    m_array.EndAllSessions();
+    m_array.Sessions().CloseAll();
     return Done();
 }
 

@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t DEVICE_PIECE = 2;
 constexpr std::size_t RESOURCE_PIECE = 3;
 
+constexpr const char* COOKIE_NAME = "session";
+
 HttpAnswer Envelope(const Json::Value& data, std::int64_t code, const std::string& description)
 {
     Json::Value envelope(Json::objectValue);
@@ -34,7 +36,7 @@ HttpAnswer Success(const Json::Value& data)
 
 void SetCookie(HttpAnswer& answer, const Session& session)
 {
-    answer.headers.emplace_back("Set-Cookie", std::string(SessionTable::COOKIE_NAME) + "=" + session.cookie +
+    answer.headers.emplace_back("Set-Cookie", std::string(COOKIE_NAME) + "=" + session.cookie +
                                                   "; Path=/deviceManager; Secure; HttpOnly");
 }
 
@@ -42,7 +44,7 @@ void SetCookie(HttpAnswer& answer, const Session& session)
 std::vector<std::string> SessionCookies(const HttpRequest& request)
 {
     std::vector<std::string> values;
-    const std::string beginning = std::string(SessionTable::COOKIE_NAME) + "=";
+    const std::string beginning = std::string(COOKIE_NAME) + "=";
     for (const std::string& header : request.HeaderValues("Cookie")) {
         for (std::string cookie : Split(header, ';')) {
             cookie.erase(0, cookie.find_first_not_of(' '));
