@@ -1,5 +1,7 @@
 #include "simulator/http/dispatcher.h"
 
+#include "simulator/http/compression.h"
+
 #include <algorithm>
 
 namespace ZavSim {
@@ -57,7 +59,8 @@ HttpAnswer Dispatcher::Serve(const HttpRequest& request, Peer& peer)
     }
     const std::uint64_t number = m_journal.Begin(request);
     const auto fault = m_faults.Draw(request.method, request.target);
-    const HttpAnswer answer = fault ? ServeFaulty(*fault, system, request, peer) : ServeSafely(system, request);
+    HttpAnswer answer = fault ? ServeFaulty(*fault, system, request, peer) : ServeSafely(system, request);
+    CompressIfAsked(request, answer); // after the fault, which may have put another body into it
     m_journal.End(number, answer, fault ? FaultToJson(*fault)["kind"].asString() : "");
     return answer;
 }
