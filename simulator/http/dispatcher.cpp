@@ -1,5 +1,6 @@
 #include "simulator/http/dispatcher.h"
 
+#include "simulator/base/json_io.h"
 #include "simulator/http/compression.h"
 
 #include <algorithm>
@@ -14,6 +15,13 @@ HttpAnswer PlainAnswer(int status, const std::string& text)
     answer.status = status;
     answer.contentType = "text/plain";
     answer.body = text + "\n";
+    return answer;
+}
+
+HttpAnswer JsonAnswer(const Json::Value& value)
+{
+    HttpAnswer answer;
+    answer.body = WriteJson(value);
     return answer;
 }
 
@@ -81,7 +89,9 @@ HttpAnswer Dispatcher::ServeFaulty(const Fault& fault, HttpHandler* system, cons
 {
     switch (fault.kind) {
     case FaultKind::Code:
-        return system == nullptr ? ServeSafely(system, request) : system->Refuse(fault.code, fault.description);
+        return system == nullptr ? ServeSafely(system, request) : system->Refuse(request, fault);
+    case FaultKind::Answer:
+        return JsonAnswer(fault.answer);
     case FaultKind::Status:
         return PlainAnswer(fault.status, "Injected fault");
     case FaultKind::Drop:

@@ -120,9 +120,9 @@ HttpAnswer AdminService::Handle(const HttpRequest& request)
     }
 }
 
-HttpAnswer AdminService::Refuse(std::int64_t code, const std::string& description) const
+HttpAnswer AdminService::Refuse(const HttpRequest& /*request*/, const Fault& fault) const
 {
-    return ErrorAnswer(CONFLICT, std::to_string(code) + " " + description);
+    return ErrorAnswer(CONFLICT, std::to_string(fault.code) + " " + fault.description);
 }
 
 Json::Value AdminService::Dispatch(const Call& call)

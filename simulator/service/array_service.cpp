@@ -34,6 +34,11 @@ HttpAnswer Success(const Json::Value& data)
     return Envelope(data, static_cast<std::int64_t>(Code::Success), InfoOf(Code::Success).description);
 }
 
+HttpAnswer Failure(const Refusal& refusal)
+{
+    return Envelope(Json::Value(), static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+}
+
 void SetCookie(HttpAnswer& answer, const Session& session)
 {
     answer.headers.emplace_back("Set-Cookie", std::string(COOKIE_NAME) + "=" + session.cookie +
@@ -81,13 +86,13 @@ HttpAnswer ArrayService::Handle(const HttpRequest& request)
         }
         return IsLogin(request, *target) ? Login(request) : CallLoggedIn(request, *target);
     } catch (const Refusal& refusal) {
-        return Refuse(static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+        return Failure(refusal);
     }
 }
 
-HttpAnswer ArrayService::Refuse(std::int64_t code, const std::string& description) const
+HttpAnswer ArrayService::Refuse(const HttpRequest& /*request*/, const Fault& fault) const
 {
-    return Envelope(Json::Value(), code, description);
+    return Envelope(Json::Value(), fault.code, fault.description);
 }
 
 HttpAnswer ArrayService::Login(const HttpRequest& request)
@@ -132,7 +137,7 @@ HttpAnswer ArrayService::CallLoggedIn(const HttpRequest& request, const Target& 
             SetCookie(answer, session); // clients of the array take the session's cookie afresh from these
         }
     } catch (const Refusal& refusal) {
-        answer = Refuse(static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+        answer = Failure(refusal);
     }
     answer.session = session.number;
     return answer;
