@@ -28,9 +28,6 @@ struct Options {
     std::vector<std::string> onlinePorts;
 };
 
-constexpr const char* STANDARD_USER = "admin";
-constexpr const char* STANDARD_PASSWORD = "zavsim-admin";
-
 /// Reads the command line. Without a value the program is to end at once with the status put into `status`: 0 after
 /// --help, 2 after a bad argument, which is told on standard error.
 std::optional<Options> ParseOptions(int argc, const char* const* argv, int& status);
