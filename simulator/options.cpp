@@ -1,6 +1,7 @@
 #include "simulator/options.h"
 
 #include "simulator/account_arguments.h"
+#include "simulator/cluster_arguments.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,6 +21,7 @@ constexpr std::uint64_t MOST_POOLS = 1000;
 struct RawOptions {
     std::vector<std::string> listen;
     AccountArguments accounts{"--user", "--password-file"};
+    ClusterArguments cluster;
     std::vector<std::string> faults;
     std::uint64_t idleSeconds = 1200;
 };
@@ -35,9 +37,11 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
     app.add_option("--serial", options.shape.serial, "Serial number, which is the device id as well");
     app.add_option("--product-mode", options.shape.productMode, "The system's PRODUCTMODE");
     raw.accounts.Declare(app);
+    raw.cluster.Declare(app);
     app.add_option("--ca", options.certificateFolder, "Folder of the certificate authority, made when missing");
     app.add_option("--state", options.stateFile, "File in which the objects survive a restart");
-    app.add_option("--session-limit", options.sessions.sessions, "How many sessions may stand at once")
+    app.add_option("--session-limit", options.sessions.sessions,
+                   "How many sessions may stand at once on the array, and on the cluster")
         ->check(CLI::Range(1, 100000));
     app.add_option("--session-idle", raw.idleSeconds, "Seconds after which an unused session lapses")
         ->check(CLI::Range(1, 1000000));
@@ -79,7 +83,8 @@ void Complete(Options& options, const RawOptions& raw)
     for (const std::string& text : raw.listen) {
         options.listen.push_back(ParseListenAddress(text));
     }
-    if (raw.listen.empty()) {
+    options.cluster = raw.cluster.Read();
+    if (raw.listen.empty() && options.cluster.listen.empty()) {
         options.listen.push_back(ParseListenAddress("https://127.0.0.1:8088"));
     }
     options.shape.managementAddresses = HostsOf(options.listen);
@@ -103,7 +108,7 @@ void Complete(Options& options, const RawOptions& raw)
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv, int& status)
 {
-    CLI::App app("zavsim: a simulated storage array's management interface", "zavsim");
+    CLI::App app("zavsim: the management interfaces of a simulated storage array and a storage cluster", "zavsim");
     Options options;
     RawOptions raw;
     Declare(app, options, raw);
