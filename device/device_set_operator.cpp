@@ -9,6 +9,7 @@
 
 #include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <boost/make_shared.hpp>
+#include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include <exception>
@@ -45,6 +46,8 @@ bool DeviceSetOperator::InitDeviceSet(const Zav::SessionInfo& session, const std
     PS_LOG(1) << "begin init device set.";
     try {
         return InitLockedDeviceSet(session, storageIps, api, mapInfo);
+    } catch (const boost::lock_error&) {
+        throw; // the one exception that callers know
     } catch (const std::exception& error) {
         PS_LOG(4) << "init device failed!" << error.what();
     } catch (...) {
@@ -256,6 +259,8 @@ bool DeviceSetOperator::GetSelfLunGroupInfo(const Zav::SessionInfo& session, std
     bool isRead = false;
     try {
         isRead = ReadInfoFromJson(session.deviceId, info);
+    } catch (const boost::lock_error&) {
+        throw; // the one exception that callers know
     } catch (const std::exception& error) {
         PS_LOG(4) << error.what();
     }

@@ -130,7 +130,7 @@ void MessageLoop::Run()
         keep_running = true;
     }
     recent_time = SteadyNanoseconds();
-    running.post();
+    running.Give();
 
     do {
         const bool hasRunTask = DoWork();

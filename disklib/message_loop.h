@@ -2,13 +2,37 @@
 #define PRODUCT_STORAGE_DISKLIB_MESSAGE_LOOP_H
 
 #include <boost/function.hpp>
-#include <boost/interprocess/sync/interprocess_semaphore.hpp>
 #include <boost/thread/mutex.hpp>
 
+#include <semaphore.h>
+
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <deque>
 #include <vector>
+
+/// Lets one thread wait until another has begun. A signal handler that runs meanwhile does not end the wait, as it
+/// would that of the Boost semaphores, which throw then.
+class StartSignal {
+public:
+    StartSignal() { sem_init(&m_semaphore, 0, 0); } // cannot fail: it is not shared, and 0 is a valid count
+    StartSignal(const StartSignal&) = delete;
+    StartSignal& operator=(const StartSignal&) = delete;
+    ~StartSignal() { sem_destroy(&m_semaphore); }
+
+    /// Releases one wait: one that waits, or the next.
+    void Give() { sem_post(&m_semaphore); }
+
+    void Await()
+    {
+        while (sem_wait(&m_semaphore) == -1 && errno == EINTR) {
+        }
+    }
+
+private:
+    sem_t m_semaphore;
+};
 
 /// Runs closures one at a time on the thread that calls Run, in the order of their due times.
 ///
@@ -56,7 +80,7 @@ public:
     std::int32_t epoll_fd = -1;
     std::int32_t wakeup_read_fd = -1;
     std::int32_t wakeup_write_fd = -1;
-    boost::interprocess::interprocess_semaphore running{0}; // posted when Run begins: a stop is not lost from then on
+    StartSignal running; // given when Run begins: a stop is not lost from then on
 
 private:
     bool RunDueTask(int& waitMilliseconds);

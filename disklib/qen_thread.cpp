@@ -6,12 +6,12 @@
 
 bool QenThread::Start()
 {
+    if (thread != nullptr && thread->joinable()) {
+        std::terminate(); // its owner started it twice, and would take the loop from the thread that runs
+    }
     try {
         message_loop = std::make_unique<MessageLoop>();
         message_loop->OpenDescriptors();
-        if (thread != nullptr && thread->joinable()) {
-            std::terminate(); // its owner started it twice: the loop of the thread that runs is gone already
-        }
         thread = std::make_unique<boost::thread>(boost::bind(&QenThread::ThreadMain, this));
     } catch (const std::exception&) {
         message_loop.reset();
@@ -19,7 +19,7 @@ bool QenThread::Start()
         return false;
     }
     // From here on the owner may take the loop away, and a stop cannot be overrun by the beginning of Run.
-    message_loop->running.wait();
+    message_loop->running.Await();
     return true;
 }
 

@@ -118,6 +118,7 @@ void ZavStorageDiskLib::StopCheckThread()
         thread = std::move(check_thread.thread);
         loop = std::move(check_thread.message_loop);
     }
+    const boost::this_thread::disable_interruption untilJoined; // leaving now would destroy the loop under its thread
     thread->join(); // without the lock: a check that waits for it can finish
 }
 
@@ -201,6 +202,7 @@ int ZavStorageDiskLib::GetLoginedZavRestApi(const Zav::DeviceInfo& info, boost::
 {
     PS_TRACE();
     const boost::lock_guard<boost::recursive_mutex> guard(lock);
+    api.reset(); // empty on every failure
     const auto found = sessions.find(info.url);
     if (check_thread.thread == nullptr && !StartCheckThread()) {
         return ResultCode::FAILED;
@@ -244,6 +246,7 @@ bool ZavStorageDiskLib::StartCheckThread()
 
 bool ZavStorageDiskLib::CheckIfNeedToRetry(const int& code)
 {
+    PS_TRACE();
     const bool isFinal =
         code == ResultCode::OK || ConfigReader::getNerovaxDiskArrayNotRetryErrorCode().count(code) != 0;
     if (isFinal) {
@@ -256,6 +259,7 @@ bool ZavStorageDiskLib::CheckIfNeedToRetry(const int& code)
 
 bool ZavStorageDiskLib::IsRetryable(int code)
 {
+    PS_TRACE();
     return retryable_error_codes.count(code) != 0;
 }
 
@@ -275,7 +279,10 @@ void ZavStorageDiskLib::DoCheck()
         api->Logout(ignoredErrorText);
         entry = sessions.erase(entry);
     }
-    if (check_thread.thread != nullptr && check_thread.message_loop != nullptr) {
+    // Only for the thread that runs this: a round that was overtaken by a stop and a new start would else begin a
+    // second series of checks on the new thread.
+    if (check_thread.thread != nullptr && check_thread.message_loop != nullptr &&
+        check_thread.thread->get_id() == boost::this_thread::get_id()) {
         check_thread.message_loop->PostDelayedTask(boost::bind(&ZavStorageDiskLib::DoCheck, this),
                                                    CHECK_INTERVAL_MILLISECONDS);
     }

@@ -64,7 +64,7 @@ public:
     virtual bool GetLunGropuInfo(const Zav::DeviceInfo& info, std::string& first, std::string& second);
 
     /// 0 and a logged-in `api`, from the cache or by a new login; a cached one is not tested against the array. On
-    /// failure `api` is empty after a refused login and else unchanged.
+    /// failure `api` is empty.
     virtual int GetLoginedZavRestApi(const Zav::DeviceInfo& info, boost::shared_ptr<ZavRestApi>& api,
                                      std::string& errMsg);
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <sstream>
-#include <utility>
 
 // The log library's symbols.
 
@@ -29,7 +28,7 @@ LogProxy::LogProxy(int level, std::string_view moduleName, unsigned long request
 LogProxy::~LogProxy()
 {
     m_line->captured.text = m_line->text.str();
-    Fakes::Log().Append(std::move(m_line->captured));
+    Fakes::Log().Append(m_line->captured);
 }
 
 LogProxy& LogProxy::operator<<(int value)
@@ -85,16 +84,40 @@ void PrintTo(const LogLine& line, std::ostream* out)
          << line.text;
 }
 
-void FakeLog::Append(LogLine line)
+void FakeLog::Append(const LogLine& line)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_lines.push_back(std::move(line));
+    Observer observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_lines.push_back(line);
+        m_appended.notify_all();
+        observer = m_observer;
+    }
+    if (observer) {
+        observer(line);
+    }
 }
 
 void FakeLog::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     m_lines.clear();
+    m_observer = nullptr;
+}
+
+void FakeLog::Observe(const Observer& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_observer = observer;
+}
+
+void FakeLog::Await(const std::string& text, int count)
+{
+    std::unique_lock<std::mutex> guard(m_lock);
+    m_appended.wait(guard, [&] {
+        return std::count_if(m_lines.begin(), m_lines.end(),
+                             [&text](const LogLine& line) { return line.text == text; }) >= count;
+    });
 }
 
 std::vector<LogLine> FakeLog::Lines() const

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -24,8 +26,16 @@ void PrintTo(const LogLine& line, std::ostream* out);
 /// Captures every line that is logged, of all levels and threads, in the order in which the lines were finished.
 class FakeLog {
 public:
-    void Append(LogLine line);
+    using Observer = std::function<void(const LogLine&)>;
+
+    void Append(const LogLine& line);
     void Clear();
+
+    /// Called with each line on the thread that logs it, once the line is captured: a place to hold that thread.
+    void Observe(const Observer& observer);
+
+    /// Blocks until `count` lines of this text were captured, those of before included.
+    void Await(const std::string& text, int count = 1);
 
     std::vector<LogLine> Lines() const;
 
@@ -34,7 +44,9 @@ public:
 
 private:
     mutable std::mutex m_lock;
+    std::condition_variable m_appended;
     std::vector<LogLine> m_lines; // guarded by m_lock
+    Observer m_observer;          // guarded by m_lock
 };
 
 /// Matches a line by level and whole text.

@@ -2,10 +2,23 @@
 
 #include "tests/fakes/fakes.h"
 
+#include <exception>
 #include <memory>
-#include <stdexcept>
+#include <utility>
 
 namespace {
+
+class SanError : public std::exception {
+public:
+    explicit SanError(std::string text)
+        : m_text(std::move(text))
+    {
+    }
+    const char* what() const noexcept override { return m_text.c_str(); }
+
+private:
+    const std::string m_text;
+};
 
 template <typename Record, typename Base = CRecordHandler<Record>>
 class FakeRecordHandler : public Base {
@@ -177,6 +190,12 @@ void FakeSan::HaveNoManager()
     m_hasManager = false;
 }
 
+void FakeSan::ObserveRelease(const std::function<void()>& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_releaseObserver = observer;
+}
+
 void FakeSan::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -186,6 +205,7 @@ void FakeSan::Clear()
     m_missingHandlers.clear();
     m_isRefusing = false;
     m_hasManager = true;
+    m_releaseObserver = nullptr;
     m_calls.clear();
     m_connections.clear();
     m_arguments.clear();
@@ -236,8 +256,15 @@ CDeviceManager* FakeSan::MakeManager(unsigned int mode, unsigned int limit)
 
 void FakeSan::CountRelease()
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    ++m_released;
+    std::function<void()> observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        ++m_released;
+        observer = m_releaseObserver;
+    }
+    if (observer) {
+        observer();
+    }
 }
 
 bool FakeSan::Connect(const Connection& connection)
@@ -258,7 +285,7 @@ void FakeSan::Perform(const std::string& operation, const std::string& details)
     const std::lock_guard<std::mutex> guard(m_lock);
     m_calls.push_back(operation + " " + details);
     if (const auto failure = m_failures.find(operation); failure != m_failures.end()) {
-        throw std::runtime_error(failure->second);
+        throw SanError(failure->second);
     }
     if (const auto other = m_others.find(operation); other != m_others.end()) {
         throw other->second;

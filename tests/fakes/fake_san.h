@@ -3,6 +3,7 @@
 
 #include "common/framework/san_manager.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -34,7 +35,7 @@ public:
     /// The array knows the initiator already, as one of `hostId`.
     void InitiatorBelongsTo(const std::string& initiatorId, const std::string& hostId);
 
-    /// The operation throws std::runtime_error with `text`.
+    /// The operation throws what is a std::exception and nothing more, with `text`.
     void Fail(const std::string& operation, const std::string& text);
 
     /// The operation throws something that is no std::exception: `thrown`.
@@ -42,6 +43,9 @@ public:
     void HaveNoHandler(HANDLERTYPE type);
     void RefuseConnections();
     void HaveNoManager();
+
+    /// Called with each handle's return, before it is gone.
+    void ObserveRelease(const std::function<void()>& observer);
     void Clear();
 
     /// Everything that was asked, in words: "create host Vendrix_x", "add host 12 to host group 5", ….
@@ -69,6 +73,7 @@ private:
     std::set<int> m_missingHandlers;               // guarded by m_lock
     bool m_isRefusing = false;                     // guarded by m_lock
     bool m_hasManager = true;                      // guarded by m_lock
+    std::function<void()> m_releaseObserver;       // guarded by m_lock
     std::vector<std::string> m_calls;              // guarded by m_lock
     std::vector<Connection> m_connections;         // guarded by m_lock
     std::vector<std::string> m_arguments;          // guarded by m_lock
