@@ -50,6 +50,9 @@ protected:
     /// The same in a file, for zavctl.
     std::string EnvironmentFileOf(const Array& array) const;
 
+    /// The password as an environment has it.
+    std::string EncryptedPassword() const;
+
     /// The node has these FC port names from now on, as sysfs tells them.
     void SetFcPorts(const std::vector<std::string>& portNames) const;
     void SetInitiatorFile(const std::string& content) const;
@@ -81,7 +84,6 @@ private:
     void TrustCaFolder();
     void MakeNode() const;
     void WriteConfiguration() const;
-    std::string EncryptedPassword() const;
 
     const std::string m_directory;
     const int m_number; ///< tells the tests that run at the same time apart
