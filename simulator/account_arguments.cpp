@@ -1,8 +1,7 @@
 #include "simulator/account_arguments.h"
 
+#include "simulator/access/scoped_wipe.h"
 #include "simulator/base/file_io.h"
-
-#include <openssl/crypto.h>
 
 #include <stdexcept>
 
@@ -26,8 +25,8 @@ Accounts AccountArguments::Read() const
     }
     for (std::size_t i = 0; i < m_users.size(); ++i) {
         std::string password = ReadPassword(m_files[i]);
+        const ScopedWipe wipePassword(password);
         accounts.Add(m_users[i], password);
-        OPENSSL_cleanse(password.data(), password.size());
     }
     return accounts;
 }
@@ -38,8 +37,8 @@ std::string AccountArguments::ReadPassword(const std::string& path) const
     if (!text) {
         throw std::invalid_argument(m_fileOption + ": there is no file " + path);
     }
+    const ScopedWipe wipeText(*text);
     std::string password = text->substr(0, text->find_first_of("\r\n"));
-    OPENSSL_cleanse(text->data(), text->size());
     if (password.empty()) {
         throw std::invalid_argument(m_fileOption + ": the first line of " + path + " is empty");
     }

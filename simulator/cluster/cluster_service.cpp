@@ -1,10 +1,9 @@
 #include "simulator/cluster/cluster_service.h"
 
+#include "simulator/access/scoped_wipe.h"
 #include "simulator/base/json_io.h"
 #include "simulator/cluster/dialects.h"
 #include "simulator/http/listen_address.h"
-
-#include <openssl/crypto.h>
 
 #include <algorithm>
 
@@ -100,8 +99,8 @@ HttpAnswer ClusterService::Login(const HttpRequest& request)
 {
     const Json::Value body = ParseBody(request.body);
     std::string password = RequireText(body, "password");
+    const ScopedWipe wipePassword(password);
     const Session session = m_cluster.Login(RequireText(body, "user_name"), password);
-    OPENSSL_cleanse(password.data(), password.size());
     Json::Value data(Json::objectValue);
     data["x_auth_token"] = session.token;
     HttpAnswer answer = SucceedInV2(data);

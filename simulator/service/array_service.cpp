@@ -1,9 +1,8 @@
 #include "simulator/service/array_service.h"
 
+#include "simulator/access/scoped_wipe.h"
 #include "simulator/base/json_io.h"
 #include "simulator/service/array_resources.h"
-
-#include <openssl/crypto.h>
 
 namespace ZavSim {
 
@@ -102,8 +101,8 @@ HttpAnswer ArrayService::Login(const HttpRequest& request)
         throw Refusal(Code::ParameterBad, "scope must be the number 0, the array's own users");
     }
     std::string password = RequireText(body, "password");
+    const ScopedWipe wipePassword(password);
     const Session session = m_array.Login(RequireText(body, "username"), password);
-    OPENSSL_cleanse(password.data(), password.size());
     Json::Value data(Json::objectValue);
     data["deviceid"] = m_array.GetInventory().Shape().serial;
     data["iBaseToken"] = session.token;
