@@ -174,17 +174,16 @@ TEST_F(NimbRestApiClusterTest, QueryIsTriedAgainAndSucceedsWhenTheClusterIsBack)
     ASSERT_EQ(LOGGED_IN, Login(api, cluster)) << errorText;
     cluster.SetListening(0, false);
     cluster.ClearJournal();
-    const std::future<void> operatorsWork = std::async(std::launch::async, [this, &cluster] {
+    std::future<void> operatorsWork = std::async(std::launch::async, [this, &cluster] {
         WaitUntil("a failed attempt", [this] { return LogText().find("occur network error") != std::string::npos; });
         cluster.SetListening(0, true);
     });
     EXPECT_EQ(0, api.GetStorageVersion(version, errorText));
-    operatorsWork.wait();
+    operatorsWork.get();
     EXPECT_EQ("1.0.0", version);
     EXPECT_EQ("", errorText);
     EXPECT_THAT(cluster.Requests(), ElementsAre("GET " + VERSION));
-    EXPECT_THAT(LogText(), AllOf(HasSubstr("send failed. Retry 1 time. url=" + cluster.Url() + VERSION),
-                                 Not(HasSubstr("Retry 2 time"))));
+    EXPECT_THAT(LogText(), HasSubstr("send failed. Retry 1 time. url=" + cluster.Url() + VERSION));
 }
 
 } // namespace
