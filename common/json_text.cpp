@@ -7,6 +7,7 @@
 
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -18,20 +19,35 @@ namespace {
 // A text that the writer leaves as it is, to mark where the secret goes.
 constexpr char SECRET_MARK[] = "0";
 
-// `secret` as the writer would quote it. The writer's own quoting ends at a NUL, so the pieces between them are joined.
+// The character of `text` at `start`, as many bytes as the writer takes for one; of a truncated one the first byte.
+std::string CharacterAt(const std::string& text, std::size_t start)
+{
+    const auto lead = static_cast<unsigned char>(text[start]);
+    const std::size_t size = lead < 0x80 || lead >= 0xF8 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    return text.substr(start, start + size <= text.size() ? size : 1);
+}
+
+// `secret` as the writer would quote it. The library quotes one character at a time, because it leaves copies of what
+// is longer than a text's own small buffer behind in memory that it gives back.
 std::string Quote(const std::string& secret)
 {
+    constexpr std::size_t LONGEST_ESCAPE = 6; // characters for one byte
     std::string quoted;
-    quoted.reserve(secret.size() * 6 + 2); // the longest escape has six characters: the buffer never moves
+    quoted.reserve(secret.size() * LONGEST_ESCAPE + 2); // the buffer never moves
     quoted += '"';
-    for (std::size_t start = 0; start <= secret.size();) {
-        std::string piece = Json::valueToQuotedString(secret.c_str() + start);
+    for (std::size_t start = 0; start < secret.size();) {
+        std::string character = CharacterAt(secret, start);
+        const Secret::ScopedWipe wipeCharacter(character);
+        start += character.size();
+        if (character.front() == '\0') {
+            quoted += "\\u0000"; // the library's own quoting of a text ends here
+            continue;
+        }
+        // Of a byte that continues a character only the lower six bits count, and the library stops at a NUL.
+        std::replace(character.begin(), character.end(), '\0', '\x80');
+        std::string piece = Json::valueToQuotedString(character.c_str());
         const Secret::ScopedWipe wipePiece(piece);
         quoted.append(piece, 1, piece.size() - 2);
-        start += std::strlen(secret.c_str() + start) + 1;
-        if (start <= secret.size()) {
-            quoted += "\\u0000";
-        }
     }
     quoted += '"';
     return quoted;
@@ -64,9 +80,10 @@ std::string WriteWithSecret(Json::Value root, const std::string& name, const std
 {
     root[name] = SECRET_MARK;
     const std::string marked = Write(root, style);
-    // The first member is the secret's, so the first mark behind its name is its value.
     const std::string quotedMark = Json::valueToQuotedString(SECRET_MARK);
-    const std::size_t position = marked.find(quotedMark, Json::valueToQuotedString(name.c_str()).size());
+    const std::string separator = style == Style::Compact ? ":" : " : ";
+    const std::string member = Json::valueToQuotedString(name.c_str()) + separator + quotedMark;
+    const std::size_t position = marked.find(member) + member.size() - quotedMark.size();
 
     std::string quoted = Quote(secret);
     const Secret::ScopedWipe wipeQuoted(quoted);

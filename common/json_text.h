@@ -9,6 +9,8 @@
 namespace JsonText {
 
 /// False, with `root` undefined, when `text` is no JSON or nests deeper than the library's limit. Throws nothing.
+/// Of each text that outgrows a std::string's own buffer the library's parser leaves one copy behind in memory that it
+/// frees; nothing here can reach it.
 bool Parse(const std::string& text, Json::Value& root);
 
 enum class Style {
@@ -21,7 +23,7 @@ std::string Write(const Json::Value& root, Style style = Style::Indented);
 
 /// `root` with the further member `name` = `secret`, as Write gives it. The result is the only copy of the secret that
 /// is made: neither the writer nor a JSON value ever holds it. The caller wipes the result.
-/// No member of `root` may sort before `name`.
+/// `root` is an object of texts and numbers: it holds no further object.
 std::string WriteWithSecret(Json::Value root, const std::string& name, const std::string& secret, Style style);
 
 /// Wipes every text that `root` holds, its members' included.

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 /// Passwords and session tokens leave no trace in memory that their holder gives back.
 namespace Secret {
@@ -24,9 +25,13 @@ inline void Wipe(std::string& text) noexcept
     text.clear();
 }
 
-/// Replaces `holder` by `value` without leaving the old text behind.
-inline void Replace(std::string& holder, const std::string& value)
+/// Replaces `holder` by `value` without leaving the old text behind. `value` may be the whole of `holder`, which then
+/// stays as it is, but no part of it.
+inline void Replace(std::string& holder, std::string_view value)
 {
+    if (value.data() == holder.data()) {
+        return;
+    }
     Wipe(holder);
     holder = value;
 }

@@ -3,6 +3,7 @@
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "rest/secret_request.h"
 #include "rest/zav_json.h"
 
 #include <sstream>
@@ -76,7 +77,8 @@ void Refuse(std::string_view operation, const Refusal& refusal, std::string& err
 int NimbRestApi::ParseBodyV1(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode)
 {
     const char* const malformed = "Json object error.";
-    Json::Value root;
+    SecretAnswer answer; // what is not handed on is wiped
+    Json::Value& root = answer.data;
     if (!JsonText::Parse(body, root)) {
         return FailToParse(__func__, errorText);
     }
@@ -114,7 +116,8 @@ int NimbRestApi::ParseBodyV1(const std::string& body, Json::Value& data, std::st
 
 int NimbRestApi::ParseBodyV2(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode)
 {
-    Json::Value root;
+    SecretAnswer answer; // what is not handed on is wiped
+    Json::Value& root = answer.data;
     if (!JsonText::Parse(body, root)) {
         return FailToParse(__func__, errorText);
     }

@@ -8,6 +8,10 @@
 #include "rest/secret_request.h"
 #include "rest/zav_json.h"
 
+#include <boost/thread/thread.hpp>
+
+#include <string_view>
+
 namespace {
 
 const std::string LOG_MODULE = "NimbRestApi";
@@ -24,10 +28,36 @@ constexpr int NOT_LOGGED_IN = 0;
 
 const std::string SESSIONS = "/api/v2/aa/sessions";
 
+const std::string MALFORMED = "Json object format is error. ";
+
+// False when an address is none, or when there is no place for addresses.
+bool AppendAddresses(const Json::Value& externalIpInfo, std::vector<std::string>& ips)
+{
+    for (const char* const role : {"floatIp", "standbyIp", "activeIp"}) {
+        std::string address;
+        const ZavJson::Finding finding = ZavJson::FindOptionalText(externalIpInfo, role, address);
+        if (finding == ZavJson::Finding::Malformed) {
+            return false;
+        }
+        if (finding == ZavJson::Finding::Found) {
+            ips.push_back(address);
+        }
+    }
+    return true;
+}
+
 } // namespace
+
+struct NimbRestApi::TextQuery {
+    std::string_view operation; ///< the name under which shared code logs
+    const char* resource;
+    const char* member;
+};
 
 NimbRestApi::~NimbRestApi()
 {
+    // The pauses between attempts are interruption points, and no exception may leave a destructor.
+    const boost::this_thread::disable_interruption uninterrupted;
     if (m_httpClient != nullptr) {
         Logout(); // also when never logged in: the storage knows best
     } else {
@@ -56,7 +86,7 @@ void NimbRestApi::BuildReqHeaders(TMSHttpRequest& request)
     request.headers.emplace("Cache-Control", "no-cache");
     request.headers.emplace("Connection", "keep-alive");
     request.headers.emplace("Content-Type", "application/json");
-    request.headers.emplace("X-Auth-Token", m_token);
+    InsertSecretHeader(request, "X-Auth-Token", m_token);
     request.url = "https://" + m_ip + ":" + m_port + request.url; // there is no plain-text mode, on purpose
 }
 
@@ -92,6 +122,10 @@ int NimbRestApi::SendRequest(TMSHttpRequest& request, Json::Value& data, std::st
 int NimbRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data, std::string& errorText,
                                  int& errorCode)
 {
+    if (m_httpClient == nullptr) {
+        PS_LOG(4) << "m_httpClient is null.";
+        return ResultCode::FAILED;
+    }
     const boost::shared_ptr<QEN::IHttpResponse> response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
     if (response == nullptr) {
         PS_LOG(4) << "Return response is empty. ";
@@ -121,13 +155,10 @@ int NimbRestApi::Login(const std::string& ip, const std::string& port, const std
                        const std::string& password, std::string& errorText)
 {
     PS_LOG(1) << "Start login.";
-    // A repeated login is handed the members themselves.
-    std::string newPassword = password;
-    const Secret::ScopedWipe wipeNewPassword(newPassword);
-    m_ip = ip;
+    m_ip = ip; // a repeated login is handed the members themselves
     m_port = port;
     m_userName = userName;
-    Secret::Replace(m_password, newPassword);
+    Secret::Replace(m_password, password);
 
     Json::Value body;
     body["user_name"] = m_userName;
@@ -141,9 +172,12 @@ int NimbRestApi::Login(const std::string& ip, const std::string& port, const std
     // An answer without a token logs in with an empty one, on purpose: the storage may not need any.
     std::string token;
     const Secret::ScopedWipe wipeToken(token);
-    const Json::Value* const member = JsonText::FindMember(answer.data, "x_auth_token");
-    const bool isReadable = member == nullptr || JsonText::ToText(*member, token);
-    if (result != ResultCode::OK || errorCode != 0 || !isReadable) {
+    const bool isMalformed =
+        ZavJson::FindOptionalText(answer.data, "x_auth_token", token) == ZavJson::Finding::Malformed;
+    if (isMalformed) {
+        errorText = MALFORMED;
+    }
+    if (result != ResultCode::OK || errorCode != 0 || isMalformed) {
         PS_LOG(4) << "Login failed, errCode: " << errorCode << ", errDes: " << errorText;
         return NOT_LOGGED_IN;
     }
@@ -178,20 +212,29 @@ int NimbRestApi::Query(const std::string& resource, Json::Value& data, std::stri
     return SendRequest(request, data, errorText, errorCode);
 }
 
-int NimbRestApi::QueryText(const std::string& resource, const char* member, std::string& text, bool& isTold,
-                           std::string& errorText)
+int NimbRestApi::QueryText(const TextQuery& query, std::string& text, bool& isTold, std::string& errorText)
 {
+    isTold = false;
     Json::Value data;
-    const int result = Query(resource, data, errorText);
-    isTold = result == ResultCode::OK && ZavJson::FindText(data, member, text);
-    return result;
+    const int result = Query(query.resource, data, errorText);
+    if (result != ResultCode::OK) {
+        return result;
+    }
+    const ZavJson::Finding finding = ZavJson::FindOptionalText(data, query.member, text);
+    if (finding == ZavJson::Finding::Malformed) {
+        errorText = MALFORMED;
+        PS_LOG_AS(query.operation, 4) << "Json object error.";
+        return ResultCode::FAILED;
+    }
+    isTold = finding == ZavJson::Finding::Found;
+    return ResultCode::OK;
 }
 
 int NimbRestApi::GetStorageVersion(std::string& version, std::string& errorText)
 {
     PS_TRACE();
     bool isTold = false;
-    const int result = QueryText("/lumeda/service/v1/version", "version", version, isTold, errorText);
+    const int result = QueryText({__func__, "/lumeda/service/v1/version", "version"}, version, isTold, errorText);
     if (isTold) {
         PS_LOG(2) << "version: " << version;
     }
@@ -202,7 +245,7 @@ int NimbRestApi::GetSerialNum(std::string& serialNumber, std::string& errorText)
 {
     PS_TRACE();
     bool isTold = false;
-    const int result = QueryText("/lumeda/service/v1/cluster/sn", "sn", serialNumber, isTold, errorText);
+    const int result = QueryText({__func__, "/lumeda/service/v1/cluster/sn", "sn"}, serialNumber, isTold, errorText);
     if (isTold) {
         PS_LOG(1) << "Exit GetSerialNum";
     }
@@ -213,7 +256,8 @@ int NimbRestApi::GetProductMode(std::string& productModel, std::string& errorTex
 {
     PS_TRACE();
     bool isTold = false;
-    const int result = QueryText("/lumeda/service/v1/productModel", "productModel", productModel, isTold, errorText);
+    const int result =
+        QueryText({__func__, "/lumeda/service/v1/productModel", "productModel"}, productModel, isTold, errorText);
     if (isTold) {
         PS_LOG(2) << "productMode: " << productModel;
     }
@@ -233,15 +277,9 @@ int NimbRestApi::GetManagementIP(std::vector<std::string>& ips, std::string& err
         return result; // 0 when the request worked but tells no addresses, on purpose
     }
     const Json::Value* const externalIpInfo = JsonText::FindMember(*manageIpInfo, "externalIpInfo");
-    if (externalIpInfo == nullptr) {
+    if (externalIpInfo == nullptr || !AppendAddresses(*externalIpInfo, ips)) {
         PS_LOG(4) << "no externalIpInfo info.";
         return ResultCode::FAILED;
-    }
-    for (const char* const role : {"floatIp", "standbyIp", "activeIp"}) {
-        std::string address;
-        if (ZavJson::FindText(*externalIpInfo, role, address)) {
-            ips.push_back(address);
-        }
     }
     PS_LOG(2) << "Exit GetManagementIP ";
     return ResultCode::OK;

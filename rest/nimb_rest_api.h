@@ -15,8 +15,9 @@
 /// query; destruction logs out.
 ///
 /// A 0 result means that an answer arrived, not that the storage granted the request: what a query was refused with is
-/// in `errorText` alone, and its output is then unchanged. Other results: -1 no response, 200000 a transport failure,
-/// else the HTTP status. Every request is tried up to four times, three seconds apart, whatever fails; each attempt may
+/// in `errorText` alone, and its output is then unchanged, as it is when the answer leaves it out. Other results: -1 no
+/// response, or an answer that holds something else where a text belongs, 200000 a transport failure, else the HTTP
+/// status. Every request is tried up to four times, three seconds apart, whatever fails; each attempt may
 /// take ten seconds.
 /// Threads: one object, one thread at a time. Owner: its caller.
 class PRODUCT_STORAGE_API NimbRestApi {
@@ -30,8 +31,9 @@ public:
     virtual int GetSerialNum(std::string& serialNumber, std::string& errorText);
     virtual int GetProductMode(std::string& productModel, std::string& errorText);
 
-    /// Appends the floating, the standby and the active address, in this order, as far as the storage tells them. -1
-    /// when it tells no external addresses; 0 with none when it tells nothing at all.
+    /// Appends the floating, the standby and the active address, in this order, as far as the storage tells them. -1,
+    /// with those before the bad one, when it tells no external addresses or malformed ones; 0 with none when it tells
+    /// nothing at all.
     virtual int GetManagementIP(std::vector<std::string>& ips, std::string& errorText);
 
     /// Makes the HTTP client, in place of an earlier one. False when none can be made.
@@ -60,9 +62,10 @@ public:
     int ParseBodyV2(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode);
 
 private:
+    struct TextQuery;
+
     int Query(const std::string& resource, Json::Value& data, std::string& errorText);
-    int QueryText(const std::string& resource, const char* member, std::string& text, bool& isTold,
-                  std::string& errorText);
+    int QueryText(const TextQuery& query, std::string& text, bool& isTold, std::string& errorText);
 
     std::string m_token;
     boost::shared_ptr<QEN::IHttpClient> m_httpClient;

@@ -5,6 +5,18 @@
 #include "common/json_text.h"
 #include "common/secret.h"
 
+#include <string>
+#include <utility>
+
+/// Adds a header whose value is a secret, as inserting into the set does: nothing changes when `request` bears the same
+/// already. No copy of the value is left behind but the request's.
+inline void InsertSecretHeader(TMSHttpRequest& request, const std::string& name, const std::string& value)
+{
+    std::pair<std::string, std::string> header(name, value);
+    const Secret::ScopedWipe wipeValue(header.second);
+    request.headers.insert(header);
+}
+
 /// A request that wipes its body and its headers' values when it is released: passwords, cookies and tokens.
 struct SecretRequest : TMSHttpRequest {
     SecretRequest() = default;
@@ -20,7 +32,7 @@ struct SecretRequest : TMSHttpRequest {
     }
 };
 
-/// The data of an answer that holds a secret, such as a login's; wiped when it is released.
+/// JSON of an answer that may hold a secret, such as a login's; wiped when it is released.
 struct SecretAnswer {
     SecretAnswer() = default;
     SecretAnswer(const SecretAnswer&) = delete;

@@ -71,6 +71,14 @@ bool FindText(const Json::Value& data, const char* name, std::string& text)
     return member != nullptr && JsonText::ToText(*member, text);
 }
 
+Finding FindOptionalText(const Json::Value& data, const char* name, std::string& text)
+{
+    if (data.isNull() || (data.isObject() && !data.isMember(name))) {
+        return Finding::Absent;
+    }
+    return FindText(data, name, text) ? Finding::Found : Finding::Malformed;
+}
+
 std::uint64_t ToUnsigned64(const std::string& text)
 {
     return boost::lexical_cast<std::uint64_t>(text);

@@ -29,6 +29,16 @@ std::string MemberText(const Json::Value& element, const char* name);
 /// True, with `text` set, when `data` is an object whose member `name` has a text.
 bool FindText(const Json::Value& data, const char* name, std::string& text);
 
+/// What looking for a text gave that the data need not hold.
+enum class Finding {
+    Found,
+    Absent,    ///< no data at all, or an object without the member
+    Malformed, ///< data that is no object, or a member that has no text
+};
+
+/// Sets `text` when found and leaves it alone otherwise.
+Finding FindOptionalText(const Json::Value& data, const char* name, std::string& text);
+
 /// A decimal text as an unsigned number; throws on anything else.
 std::uint64_t ToUnsigned64(const std::string& text);
 

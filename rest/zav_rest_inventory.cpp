@@ -123,11 +123,10 @@ int ZavRestApi::ReadOptionalText(const Call& call, const char* member, std::stri
 {
     Json::Value data;
     const int result = Perform(call, data, errorText);
-    const bool isTold = !data.isNull() && !(data.isObject() && !data.isMember(member));
-    if (result != ResultCode::OK || !isTold) {
+    if (result != ResultCode::OK) {
         return result;
     }
-    if (!ZavJson::FindText(data, member, text)) {
+    if (ZavJson::FindOptionalText(data, member, text) == ZavJson::Finding::Malformed) {
         PS_LOG_AS(call.operation, 4) << "The response param error.";
         return ResultCode::FAILED;
     }

@@ -10,10 +10,9 @@
 #include "rest/zav_json.h"
 #include "rest/zav_rest_call.h"
 
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -95,8 +94,8 @@ bool ZavRestApi::GetSession(Zav::SessionInfo& session)
     }
     session.baseUrl = m_baseUrl;
     session.deviceId = m_deviceId;
-    session.token = m_token;
-    session.cookie = m_cookie;
+    Secret::Replace(session.token, m_token);
+    Secret::Replace(session.cookie, m_cookie);
     return true;
 }
 
@@ -104,8 +103,8 @@ void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& re
 {
     request.optionText = m_optionText;
     request.url = m_baseUrl + "/deviceManager/rest/" + m_deviceId + "/" + resource;
-    request.headers.emplace("Cookie", m_cookie);
-    request.headers.emplace("iBaseToken", m_token);
+    InsertSecretHeader(request, "Cookie", m_cookie);
+    InsertSecretHeader(request, "iBaseToken", m_token);
 }
 
 std::string ZavRestApi::ToQueryString(const std::map<std::string, std::string>& parameters)
@@ -147,6 +146,10 @@ bool ZavRestApi::CheckDosAttack()
 int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data, std::string& errorText,
                                 bool parseCookie)
 {
+    if (m_httpClient == nullptr) {
+        PS_LOG(4) << "m_httpClient is null.";
+        return ResultCode::FAILED;
+    }
     if (CheckDosAttack()) {
         const int interval = DosRequestInterval();
         PS_LOG(3) << "sleep " << interval << "seconds to avoid generating dos attack to web server";
@@ -173,7 +176,8 @@ int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data
 
 int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string& errorText)
 {
-    Json::Value root;
+    SecretAnswer answer; // what is not handed on is wiped: a login's answer may be malformed, or swapped for older data
+    Json::Value& root = answer.data;
     if (!JsonText::Parse(body, root)) {
         errorText = "Parse json string failed";
         PS_LOG(4) << "Parse json string failed.";
@@ -191,7 +195,7 @@ int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string
         return error.code;
     }
     if (root.isMember("data")) {
-        data.swap(root["data"]); // moved, so that no second copy of a login's token is left behind
+        data.swap(root["data"]);
     }
     return ResultCode::OK;
 }
@@ -216,13 +220,8 @@ int ZavRestApi::ParseCookie(const std::set<std::string>& cookies)
         PS_LOG(4) << "Cookie is empty.";
         return ResultCode::FAILED;
     }
-    std::vector<std::string> pieces;
-    boost::split(pieces, *cookies.begin(), boost::is_any_of(";"));
-    if (pieces.empty()) {
-        return ResultCode::FAILED;
-    }
-    const Secret::ScopedWipe wipePiece(pieces.front());
-    Secret::Replace(m_cookie, pieces.front());
+    const std::string_view first = *cookies.begin();
+    Secret::Replace(m_cookie, first.substr(0, first.find(';')));
     return ResultCode::OK;
 }
 

@@ -47,6 +47,13 @@ void FakeClock::Clear()
     m_wallSeconds = SOME_DAY;
     m_steadyNow = boost::chrono::steady_clock::time_point(boost::chrono::hours(1));
     m_sleeps.clear();
+    m_sleepObserver = nullptr;
+}
+
+void FakeClock::ObserveSleeps(const std::function<void()>& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_sleepObserver = observer;
 }
 
 std::vector<std::int64_t> FakeClock::Sleeps() const
@@ -69,10 +76,17 @@ boost::chrono::steady_clock::time_point FakeClock::SteadyNow() const
 
 void FakeClock::Sleep(const boost::chrono::seconds& duration)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_sleeps.push_back(duration.count());
-    if (duration > boost::chrono::seconds::zero()) {
-        m_wallSeconds += duration.count();
-        m_steadyNow += duration;
+    std::function<void()> observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_sleeps.push_back(duration.count());
+        if (duration > boost::chrono::seconds::zero()) {
+            m_wallSeconds += duration.count();
+            m_steadyNow += duration;
+        }
+        observer = m_sleepObserver;
+    }
+    if (observer) {
+        observer();
     }
 }

@@ -5,6 +5,7 @@
 #include <boost/chrono/system_clocks.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -16,6 +17,9 @@ public:
     /// Moves both clocks.
     void Advance(const boost::chrono::nanoseconds& duration);
     void Clear();
+
+    /// Called in each sleep, of whatever length, on the sleeping thread.
+    void ObserveSleeps(const std::function<void()>& observer);
 
     /// Every sleep, in seconds, in order; those of no length too.
     std::vector<std::int64_t> Sleeps() const;
@@ -29,6 +33,7 @@ private:
     std::int64_t m_wallSeconds = 0;                      // guarded by m_lock
     boost::chrono::steady_clock::time_point m_steadyNow; // guarded by m_lock
     std::vector<std::int64_t> m_sleeps;                  // guarded by m_lock
+    std::function<void()> m_sleepObserver;               // guarded by m_lock
 };
 
 #endif

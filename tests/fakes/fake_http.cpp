@@ -141,6 +141,12 @@ void FakeHttp::RefuseClients(bool isRefused)
     m_isRefusing = isRefused;
 }
 
+void FakeHttp::Serve(const boost::shared_ptr<QEN::IHttpClient>& client)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_client = client;
+}
+
 void FakeHttp::ThrowOnCreate(const std::string& text)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -159,6 +165,7 @@ void FakeHttp::Clear()
     m_rules.clear();
     m_observer = nullptr;
     m_isRefusing = false;
+    m_client = nullptr;
     m_createError.clear();
     m_reachable.clear();
     m_requests.clear();
@@ -210,7 +217,7 @@ boost::shared_ptr<QEN::IHttpClient> FakeHttp::MakeClient()
         return nullptr;
     }
     ++m_clientsMade;
-    return boost::make_shared<FakeClient>();
+    return m_client != nullptr ? m_client : boost::make_shared<FakeClient>();
 }
 
 Answer FakeHttp::Send(const TMSHttpRequest& request, unsigned int timeoutSeconds)

@@ -60,6 +60,9 @@ public:
     /// From now on CreateClient gives no client, or one again.
     void RefuseClients(bool isRefused = true);
 
+    /// From now on CreateClient gives `client`, which answers in place of the script and of which nothing is recorded.
+    void Serve(const boost::shared_ptr<QEN::IHttpClient>& client);
+
     /// CreateClient throws std::runtime_error with `text`; empty: no more.
     void ThrowOnCreate(const std::string& text);
 
@@ -95,6 +98,7 @@ private:
     std::deque<Rule> m_rules;                                   // guarded by m_lock
     Observer m_observer;                                        // guarded by m_lock
     bool m_isRefusing = false;                                  // guarded by m_lock
+    boost::shared_ptr<QEN::IHttpClient> m_client;               // guarded by m_lock; null: one that follows the script
     std::string m_createError;                                  // guarded by m_lock
     std::set<std::string> m_reachable;                          // guarded by m_lock
     std::vector<TMSHttpRequest> m_requests;                     // guarded by m_lock

@@ -86,7 +86,7 @@ int SystemCalls::ClockReads() const
     return m_clockReads;
 }
 
-std::vector<std::string> SystemCalls::Wipes() const
+std::vector<SystemCalls::Wipe> SystemCalls::Wipes() const
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     return m_wipes;
@@ -205,10 +205,10 @@ int SystemCalls::Sleep(int epollFd, epoll_event* events, int capacity, int milli
     return ready;
 }
 
-void SystemCalls::Wiping(const std::string& bytes)
+void SystemCalls::Wiping(const Wipe& wipe)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    m_wipes.push_back(bytes);
+    m_wipes.push_back(wipe);
 }
 
 boost::chrono::steady_clock::time_point SystemCalls::Now()

@@ -60,8 +60,12 @@ public:
     /// How often the steady clock was read.
     int ClockReads() const;
 
-    /// What each explicit_bzero was to overwrite.
-    std::vector<std::string> Wipes() const;
+    /// What each explicit_bzero was to overwrite, and where.
+    struct Wipe {
+        const void* place = nullptr;
+        std::string bytes;
+    };
+    std::vector<Wipe> Wipes() const;
 
     /// For a loop that runs on the test's own thread: epoll_wait calls `step` with its milliseconds instead of
     /// sleeping, and then tells the events that are there.
@@ -88,7 +92,7 @@ public:
     std::optional<Scripted> Script(const std::string& function, const std::string& arguments);
     void EpollCreated(int epollFd);
     int Wait(int epollFd, epoll_event* events, int capacity, int milliseconds);
-    void Wiping(const std::string& bytes);
+    void Wiping(const Wipe& wipe);
     boost::chrono::steady_clock::time_point Now();
 
 private:
@@ -105,7 +109,7 @@ private:
     std::map<std::string, std::vector<Scripted>> m_scripts; // guarded by m_lock
     std::vector<std::string> m_calls;                       // guarded by m_lock
     std::vector<int> m_waits;                               // guarded by m_lock
-    std::vector<std::string> m_wipes;                       // guarded by m_lock
+    std::vector<Wipe> m_wipes;                              // guarded by m_lock
     std::function<void(int)> m_onWait;                      // guarded by m_lock
     std::function<void()> m_onClockRead;                    // guarded by m_lock
     std::map<int, Sleeper> m_sleepers;                      // guarded by m_lock; by epoll instance

@@ -166,7 +166,7 @@ SYSTEM_CALL void explicit_bzero(void* bytes, std::size_t size) noexcept
 {
     static auto* const real = Real<decltype(::explicit_bzero)>("explicit_bzero");
     if (SystemCalls* const calls = SystemCalls::Active()) {
-        calls->Wiping(std::string(static_cast<const char*>(bytes), size));
+        calls->Wiping({bytes, std::string(static_cast<const char*>(bytes), size)});
     }
     real(bytes, size);
 }

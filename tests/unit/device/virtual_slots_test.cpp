@@ -2,24 +2,13 @@
 #include "device/device_operate.h"
 #include "device/device_set_operator.h"
 #include "tests/unit/named_row.h"
+#include "tests/unit/virtual_slot.h"
 
-#include <cstddef>
-#include <cstring>
 #include <type_traits>
 
 // Programs that were built against earlier releases call the classes by their slots.
 
 namespace {
-
-// A pointer to a virtual member holds the slot's offset plus one (Itanium C++ ABI).
-template <typename Member>
-std::ptrdiff_t SlotOf(Member member)
-{
-    std::ptrdiff_t representation = 0;
-    static_assert(sizeof(member) >= sizeof(representation));
-    std::memcpy(&representation, &member, sizeof(representation));
-    return (representation - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
-}
 
 struct SlotRow : NamedRow {
     std::ptrdiff_t slot;

@@ -122,13 +122,13 @@ TEST_F(ZavStorageDiskLibDeviceTest, GetDeviceInfoByEnvWipesItsPasswordThreeTimes
     m_calls.Forget();
     Get(Environment({FIRST}));
     // Its own record's password is wiped last of all.
-    const std::vector<std::string> wipes = m_calls.Wipes();
+    const std::vector<SystemCalls::Wipe> wipes = m_calls.Wipes();
     ASSERT_GE(wipes.size(), 3U);
-    const std::string& before = wipes[wipes.size() - 3];
+    const std::string& before = wipes[wipes.size() - 3].bytes;
     EXPECT_EQ("secret", before.substr(0, 6));
     const std::string zeros(before.size(), '\0');
-    EXPECT_EQ(zeros, wipes[wipes.size() - 2]);
-    EXPECT_EQ(zeros, wipes[wipes.size() - 1]);
+    EXPECT_EQ(zeros, wipes[wipes.size() - 2].bytes);
+    EXPECT_EQ(zeros, wipes[wipes.size() - 1].bytes);
 }
 
 TEST_F(ZavStorageDiskLibDeviceTest, GetDeviceInfoByEnvWithAPasswordThatCannotBeDecryptedFails)

@@ -9,12 +9,14 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::Pair;
 
 namespace {
 
@@ -166,11 +168,12 @@ TEST_F(ZavStorageDiskLibInitTest, InitWipesThePasswordsOfItsRecords)
     keeper.m_code = 9;
     keeper.m_onLogin = [this] { m_calls.Forget(); }; // what was wiped while the records were made
     keeper.Init(Environment({FIRST}), m_mapInfo);
-    const std::vector<std::string> wipes = m_calls.Wipes();
+    const std::vector<SystemCalls::Wipe> wipes = m_calls.Wipes();
     ASSERT_EQ(3U, wipes.size());
-    EXPECT_EQ("secret", wipes[0].substr(0, 6));
-    EXPECT_EQ(std::string(wipes[0].size(), '\0'), wipes[1]);
-    EXPECT_EQ(std::string(wipes[0].size(), '\0'), wipes[2]);
+    EXPECT_EQ("secret", wipes[0].bytes.substr(0, 6));
+    const std::string zeros(wipes[0].bytes.size(), '\0');
+    EXPECT_EQ(zeros, wipes[1].bytes);
+    EXPECT_EQ(zeros, wipes[2].bytes);
 }
 
 // ---- the node's LUN group
@@ -230,13 +233,18 @@ TEST_F(ZavStorageDiskLibLunGroupTest, GetLunGropuInfoWipesItsCopyOfTheSessionsSe
     m_calls.Forget();
     Get();
     std::vector<std::string> secrets;
-    for (const std::string& wiped : m_calls.Wipes()) {
-        if (const std::string text = wiped.c_str(); !text.empty()) {
+    std::map<const void*, int> passes;
+    for (const SystemCalls::Wipe& wipe : m_calls.Wipes()) {
+        if (const std::string text = wipe.bytes.c_str(); !text.empty()) {
             secrets.push_back(text);
+            passes[wipe.place] = 0;
+        }
+        if (const auto secret = passes.find(wipe.place); secret != passes.end()) {
+            ++secret->second;
         }
     }
     EXPECT_THAT(secrets, ElementsAre("TOK1", "session=c1"));
-    EXPECT_EQ(6U, m_calls.Wipes().size()); // three times each
+    EXPECT_THAT(passes, ElementsAre(Pair(::testing::_, 3), Pair(::testing::_, 3)));
 }
 
 // ---- one object, and its shape
