@@ -40,12 +40,15 @@ std::string MoveAddresses(const std::string& text)
                               network + std::to_string(1 + number % 24) + "$1");
 }
 
+/// Also when the manual is wrong, nothing that its commands started stays behind.
+const std::string ENDS_WHAT_IT_STARTED = "trap 'kill $(jobs -p) 2>/dev/null' EXIT\n";
+
 TEST(ManualTest, CommandsPrintWhatTheManualShows)
 {
     const ConsoleBlocks::Session session = ConsoleBlocks::ReadSession(ZAVSIM_MANUAL);
     ASSERT_GT(session.commands, 20U);
     const TemporaryFolder folder;
-    folder.Write("script", "cd " + folder.Path() + "\n" + MoveAddresses(session.script));
+    folder.Write("script", ENDS_WHAT_IT_STARTED + "cd " + folder.Path() + "\n" + MoveAddresses(session.script));
     const std::string programs = std::string(ZAVSIM_PROGRAM).substr(0, std::string(ZAVSIM_PROGRAM).rfind('/'));
     const Finished finished = Execute({"timeout", "90", "/bin/bash", folder.File("script")},
                                       {"PATH=" + programs + ":" + ::getenv("PATH") + ":/usr/sbin:/sbin"});
