@@ -50,6 +50,7 @@ std::string LogFile()
 
 LogTail::LogTail(bool isShownAlready)
     : m_isShownAlready(isShownAlready)
+    , m_requestId(std::to_string(getpid()))
     , m_path(LogFile())
 {
     TSP_RequestID.set(static_cast<unsigned long>(getpid())); // tells this process's lines from a service's
@@ -70,11 +71,10 @@ void LogTail::PrintFailures()
         m_offset = 0; // the file was rotated
     }
     file.seekg(m_offset);
-    const std::string requestId = std::to_string(TSP_RequestID.get());
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; std::getline(file, line) && !file.eof();) { // one without an end is still being written
         m_offset += static_cast<std::streamoff>(line.size()) + 1;
         const std::vector<std::string> fields = Fields(line);
-        if (fields.size() > TEXT && fields[REQUEST_ID] == requestId && fields[LEVEL] >= "3") {
+        if (fields.size() > TEXT && fields[REQUEST_ID] == m_requestId && fields[LEVEL] >= "3") {
             std::cerr << "zavctl:   " << fields[TEXT] << " (" << fields[FUNCTION] << ")" << std::endl;
         }
     }

@@ -10,11 +10,13 @@ public:
     /// anyway, and nothing is printed twice.
     explicit LogTail(bool isShownAlready);
 
-    /// Prints the failures that this process logged since the last call, on standard error.
+    /// Prints the failures that the constructing thread logged since the last call, on standard error. One thread at a
+    /// time may call, whichever it is.
     void PrintFailures();
 
 private:
     bool m_isShownAlready;
+    std::string m_requestId;
     std::string m_path;
     std::streamoff m_offset = 0;
 };

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <exception>
 
-// zavctl: prepares, watches and cleans up this node on storage arrays from the command line.
+// zavctl: prepares, watches and cleans up this node on storage arrays, and asks arrays and clusters what they are.
 
 namespace {
 
@@ -33,7 +33,7 @@ ExitCode RunCommand(const Run& run, bool isVerbose)
 
 ExitCode Main(int argc, char** argv)
 {
-    CLI::App app("Prepares this node for block access to storage arrays", "zavctl");
+    CLI::App app("Prepares this node for block access to storage arrays, and asks storage what it is", "zavctl");
     app.require_subcommand(1);
     app.set_version_flag("--version", std::string("zavctl ") + PRODUCT_STORAGE_VERSION);
     bool isVerbose = false;
@@ -42,6 +42,7 @@ ExitCode Main(int argc, char** argv)
     AddInitCommand(app, run);
     AddInventoryCommand(app, run);
     AddCleanupCommand(app, run);
+    AddClusterCommand(app, run);
     AddPasswordCommand(app, run);
     AddConfigCommand(app, run);
     try {

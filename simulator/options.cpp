@@ -1,9 +1,9 @@
 #include "simulator/options.h"
 
-#include "simulator/base/file_io.h"
+#include "simulator/account_arguments.h"
+#include "simulator/cluster_arguments.h"
 
 #include <CLI/CLI.hpp>
-#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <iostream>
@@ -20,8 +20,8 @@ constexpr std::uint64_t MOST_POOLS = 1000;
 /// The texts as they were given, before their meaning is checked.
 struct RawOptions {
     std::vector<std::string> listen;
-    std::vector<std::string> users;
-    std::vector<std::string> passwordFiles;
+    AccountArguments accounts{"--user", "--password-file"};
+    ClusterArguments cluster;
     std::vector<std::string> faults;
     std::uint64_t idleSeconds = 1200;
 };
@@ -36,12 +36,12 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
         ->check(CLI::Range(std::uint64_t(1), MOST_POOLS));
     app.add_option("--serial", options.shape.serial, "Serial number, which is the device id as well");
     app.add_option("--product-mode", options.shape.productMode, "The system's PRODUCTMODE");
-    app.add_option("--user", raw.users, "User name; may be repeated");
-    app.add_option("--password-file", raw.passwordFiles,
-                   "File with the user's password in its first line; one for each --user");
+    raw.accounts.Declare(app);
+    raw.cluster.Declare(app);
     app.add_option("--ca", options.certificateFolder, "Folder of the certificate authority, made when missing");
     app.add_option("--state", options.stateFile, "File in which the objects survive a restart");
-    app.add_option("--session-limit", options.sessions.sessions, "How many sessions may stand at once")
+    app.add_option("--session-limit", options.sessions.sessions,
+                   "How many sessions may stand at once on the array, and on the cluster")
         ->check(CLI::Range(1, 100000));
     app.add_option("--session-idle", raw.idleSeconds, "Seconds after which an unused session lapses")
         ->check(CLI::Range(1, 1000000));
@@ -56,37 +56,6 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
             option->allow_extra_args(false); // one value each time it is given
         }
     }
-}
-
-std::string ReadPassword(const std::string& path)
-{
-    auto text = ReadFileIfThere(path);
-    if (!text) {
-        throw std::invalid_argument("--password-file: there is no file " + path);
-    }
-    std::string password = text->substr(0, text->find_first_of("\r\n"));
-    OPENSSL_cleanse(text->data(), text->size());
-    if (password.empty()) {
-        throw std::invalid_argument("--password-file: the first line of " + path + " is empty");
-    }
-    return password;
-}
-
-Accounts MakeAccounts(const RawOptions& raw)
-{
-    if (raw.users.size() != raw.passwordFiles.size()) {
-        throw std::invalid_argument("--user and --password-file must be given equally often");
-    }
-    Accounts accounts;
-    if (raw.users.empty()) {
-        accounts.Add(STANDARD_USER, STANDARD_PASSWORD);
-    }
-    for (std::size_t i = 0; i < raw.users.size(); ++i) {
-        std::string password = ReadPassword(raw.passwordFiles[i]);
-        accounts.Add(raw.users[i], password);
-        OPENSSL_cleanse(password.data(), password.size());
-    }
-    return accounts;
 }
 
 void CheckServiceAddresses(const std::vector<std::string>& addresses)
@@ -114,7 +83,8 @@ void Complete(Options& options, const RawOptions& raw)
     for (const std::string& text : raw.listen) {
         options.listen.push_back(ParseListenAddress(text));
     }
-    if (raw.listen.empty()) {
+    options.cluster = raw.cluster.Read();
+    if (raw.listen.empty() && options.cluster.listen.empty()) {
         options.listen.push_back(ParseListenAddress("https://127.0.0.1:8088"));
     }
     options.shape.managementAddresses = HostsOf(options.listen);
@@ -123,7 +93,7 @@ void Complete(Options& options, const RawOptions& raw)
         throw std::invalid_argument(
             "--serial: it becomes part of addresses, so it cannot be empty or hold / ? # % or blanks");
     }
-    options.accounts = MakeAccounts(raw);
+    options.accounts = raw.accounts.Read();
     options.sessions.idle = std::chrono::seconds(raw.idleSeconds);
     for (const std::string& text : raw.faults) {
         try {
@@ -138,7 +108,7 @@ void Complete(Options& options, const RawOptions& raw)
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv, int& status)
 {
-    CLI::App app("zavsim: a simulated storage array's management interface", "zavsim");
+    CLI::App app("zavsim: the management interfaces of a simulated storage array and a storage cluster", "zavsim");
     Options options;
     RawOptions raw;
     Declare(app, options, raw);

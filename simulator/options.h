@@ -1,8 +1,9 @@
 #ifndef ZAVSIM_OPTIONS_H
 #define ZAVSIM_OPTIONS_H
 
-#include "simulator/array/accounts.h"
+#include "simulator/access/accounts.h"
 #include "simulator/array/array_system.h"
+#include "simulator/cluster/cluster_system.h"
 #include "simulator/faults/fault.h"
 #include "simulator/http/http_server.h"
 #include "simulator/http/listen_address.h"
@@ -13,11 +14,18 @@
 
 namespace ZavSim {
 
+struct ClusterOptions {
+    std::vector<ListenAddress> listen; ///< empty: there is no cluster
+    ClusterShape shape;
+    Accounts accounts;
+};
+
 /// What the command line asks for, checked as far as that goes without opening anything but password files.
 struct Options {
-    std::vector<ListenAddress> listen;
+    std::vector<ListenAddress> listen; ///< of the array
     ArrayShape shape;
     Accounts accounts;
+    ClusterOptions cluster;
     SessionLimits sessions;
     ServerLimits server;
     std::string certificateFolder = "zavsim-ca";
@@ -27,9 +35,6 @@ struct Options {
     std::vector<Fault> faults;
     std::vector<std::string> onlinePorts;
 };
-
-constexpr const char* STANDARD_USER = "admin";
-constexpr const char* STANDARD_PASSWORD = "zavsim-admin";
 
 /// Reads the command line. Without a value the program is to end at once with the status put into `status`: 0 after
 /// --help, 2 after a bad argument, which is told on standard error.

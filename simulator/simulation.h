@@ -1,6 +1,7 @@
 #ifndef ZAVSIM_SIMULATION_H
 #define ZAVSIM_SIMULATION_H
 
+#include "simulator/cluster/cluster_service.h"
 #include "simulator/http/certificate_folder.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options.h"
@@ -28,14 +29,19 @@ public:
     const ListenerSet& Listeners() const noexcept { return m_listeners; }
 
 private:
+    void AddListeners(const std::vector<ListenAddress>& addresses, Dispatcher& dispatcher, const ServerLimits& limits);
+
     std::unique_ptr<const CertificateFolder> m_certificates; ///< null when no address is https
     ArraySystem m_array;
+    ClusterSystem m_cluster;
     Journal m_journal;
     FaultPlan m_faults;
     ListenerSet m_listeners; // above its users, which look at it; emptied of threads first, in the destructor
     ArrayService m_arrayService;
+    ClusterService m_clusterService;
     AdminService m_adminService;
-    Dispatcher m_dispatcher;
+    Dispatcher m_arrayDispatcher;
+    Dispatcher m_clusterDispatcher;
 };
 
 } // namespace ZavSim

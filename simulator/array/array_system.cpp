@@ -4,13 +4,13 @@
 
 namespace ZavSim {
 
-ArraySystem::ArraySystem(ArrayShape shape, Accounts accounts, SessionLimits limits, Clock clock,
+ArraySystem::ArraySystem(ArrayShape shape, Accounts accounts, const SessionLimits& limits, Clock clock,
                          std::unique_ptr<const StateFile> file)
     : m_inventory(std::move(shape))
     , m_accounts(std::move(accounts))
     , m_file(std::move(file))
     , m_objects(m_file ? m_file->Load(m_inventory.Shape().luns) : State(m_inventory.Shape().luns))
-    , m_sessions(limits.sessions, limits.idle, std::move(clock))
+    , m_sessions(limits, std::move(clock))
 {
     if (m_file) {
         m_file->Save(m_objects); // a folder that cannot be written shows now, not at the first change
@@ -22,32 +22,20 @@ Session ArraySystem::Login(const std::string& user, const std::string& password)
     if (!m_accounts.Accepts(user, password)) {
         throw Refusal(Code::LoginRefused, "user \"" + user + "\"");
     }
-    const std::lock_guard<std::mutex> guard(m_sessionsLock);
-    return m_sessions.Open(user);
+    const auto session = m_sessions.Open(user);
+    if (!session) {
+        throw Refusal(Code::SessionLimitReached, std::to_string(m_sessions.Limit()) + " stand");
+    }
+    return *session;
 }
 
 Session ArraySystem::RequireSession(const std::string& token, const std::vector<std::string>& cookies)
 {
-    const std::lock_guard<std::mutex> guard(m_sessionsLock);
-    return m_sessions.Use(token, cookies);
-}
-
-void ArraySystem::Logout(std::uint64_t session)
-{
-    const std::lock_guard<std::mutex> guard(m_sessionsLock);
-    m_sessions.Close(session);
-}
-
-void ArraySystem::EndAllSessions()
-{
-    const std::lock_guard<std::mutex> guard(m_sessionsLock);
-    m_sessions.CloseAll();
-}
-
-std::vector<SessionTable::Standing> ArraySystem::ListSessions()
-{
-    const std::lock_guard<std::mutex> guard(m_sessionsLock);
-    return m_sessions.List();
+    const auto session = m_sessions.Use(token, cookies);
+    if (!session) {
+        throw Refusal(Code::SessionLapsed, "token and cookie must both be those of one login");
+    }
+    return *session;
 }
 
 void ArraySystem::Change(const std::function<void(State&)>& change)

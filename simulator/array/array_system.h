@@ -1,9 +1,9 @@
 #ifndef ZAVSIM_ARRAY_ARRAY_SYSTEM_H
 #define ZAVSIM_ARRAY_ARRAY_SYSTEM_H
 
-#include "simulator/array/accounts.h"
+#include "simulator/access/accounts.h"
+#include "simulator/access/sessions.h"
 #include "simulator/array/inventory.h"
-#include "simulator/array/sessions.h"
 #include "simulator/array/state.h"
 #include "simulator/array/state_file.h"
 
@@ -13,18 +13,12 @@
 
 namespace ZavSim {
 
-/// Bounds of the array's logins.
-struct SessionLimits {
-    std::size_t sessions = 32;
-    std::chrono::seconds idle{1200};
-};
-
 /// One simulated array: its generated part, what clients made on it, and their sessions. Any thread may call.
 class ArraySystem {
 public:
     /// With a state file the objects come from it and every change goes to it; throws what StateFile::Load and Save
     /// throw.
-    ArraySystem(ArrayShape shape, Accounts accounts, SessionLimits limits, Clock clock,
+    ArraySystem(ArrayShape shape, Accounts accounts, const SessionLimits& limits, Clock clock,
                 std::unique_ptr<const StateFile> file);
 
     const Inventory& GetInventory() const noexcept { return m_inventory; }
@@ -32,11 +26,9 @@ public:
     /// Throws Refusal with LoginRefused or SessionLimitReached.
     Session Login(const std::string& user, const std::string& password);
 
-    /// Throws Refusal with SessionLapsed.
+    /// Throws Refusal with SessionLapsed, without telling whether the token or the cookies were wrong.
     Session RequireSession(const std::string& token, const std::vector<std::string>& cookies);
-    void Logout(std::uint64_t session);
-    void EndAllSessions();
-    std::vector<SessionTable::Standing> ListSessions();
+    SessionTable& Sessions() noexcept { return m_sessions; }
 
     /// Runs `read` on the objects, under the lock, and returns what it returns.
     template <typename Read>
@@ -56,8 +48,7 @@ private:
     const std::unique_ptr<const StateFile> m_file; ///< null: nothing is kept; saved under m_objectsLock
     mutable std::mutex m_objectsLock;
     State m_objects; ///< guarded by m_objectsLock
-    std::mutex m_sessionsLock;
-    SessionTable m_sessions; ///< guarded by m_sessionsLock
+    SessionTable m_sessions;
 };
 
 } // namespace ZavSim

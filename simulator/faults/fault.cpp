@@ -16,8 +16,9 @@ struct FaultWord {
     const char* needs; ///< the member that only this kind has and must have; null when none
 };
 
-constexpr std::array<FaultWord, 9> WORDS{{
+constexpr std::array<FaultWord, 10> WORDS{{
     {FaultKind::Code, "code", "code"},
+    {FaultKind::Answer, "answer", "answer"},
     {FaultKind::Status, "status", "status"},
     {FaultKind::Delay, "delay", "milliseconds"},
     {FaultKind::Drop, "drop", nullptr},
@@ -31,6 +32,8 @@ constexpr std::array<FaultWord, 9> WORDS{{
 constexpr Json::Int64 LONGEST_MILLISECONDS = 3600 * 1000;
 constexpr int FIRST_STATUS = 200;
 constexpr int LAST_STATUS = 599;
+constexpr int FIRST_RESULT = 1;
+constexpr int LAST_RESULT = 2;
 
 std::string Quoted(const std::string& text)
 {
@@ -49,8 +52,11 @@ const FaultWord& FindWord(const std::string& word)
 
 bool BelongsTo(const std::string& member, FaultKind kind)
 {
-    if (member == "code" || member == "description") {
+    if (member == "code" || member == "description" || member == "result") {
         return kind == FaultKind::Code;
+    }
+    if (member == "answer") {
+        return kind == FaultKind::Answer;
     }
     if (member == "status") {
         return kind == FaultKind::Status;
@@ -126,6 +132,10 @@ Fault FaultFromJson(const Json::Value& value)
     fault.kind = word.kind;
     fault.code = NumberMember(value, "code", 0, INT32_MIN, INT32_MAX);
     fault.description = value.isMember("description") ? TextMember(value, "description") : "Injected fault";
+    if (value.isMember("result")) {
+        fault.result = static_cast<int>(NumberMember(value, "result", FIRST_RESULT, FIRST_RESULT, LAST_RESULT));
+    }
+    fault.answer = value["answer"];
     fault.status = static_cast<int>(NumberMember(value, "status", 0, FIRST_STATUS, LAST_STATUS));
     fault.duration = std::chrono::milliseconds(NumberMember(value, "milliseconds", 0, 0, LONGEST_MILLISECONDS));
     fault.method = TextMember(value, "method");
@@ -154,6 +164,12 @@ Json::Value FaultToJson(const Fault& fault)
     if (fault.kind == FaultKind::Code) {
         value["code"] = Json::Int64(fault.code);
         value["description"] = fault.description;
+        if (fault.result) {
+            value["result"] = *fault.result;
+        }
+    }
+    if (fault.kind == FaultKind::Answer) {
+        value["answer"] = fault.answer;
     }
     if (fault.kind == FaultKind::Status) {
         value["status"] = fault.status;

@@ -13,6 +13,7 @@ namespace ZavSim {
 
 enum class FaultKind {
     Code,       ///< the envelope bears a code; the request is not carried out
+    Answer,     ///< the body is a JSON value as given; the request is not carried out
     Status,     ///< an HTTP status; the request is not carried out
     Delay,      ///< the request is carried out, later
     Drop,       ///< the connection ends without an answer; the request is not carried out
@@ -28,6 +29,8 @@ struct Fault {
     FaultKind kind = FaultKind::Code;
     std::int64_t code = 0;                 ///< Code only
     std::string description;               ///< Code only
+    std::optional<int> result;             ///< Code only: the form of the refusal, where a system has several
+    Json::Value answer;                    ///< Answer only
     int status = 0;                        ///< Status only
     std::chrono::milliseconds duration{0}; ///< Delay, Silent; 0 with Silent: without end
     std::string method;                    ///< empty: any
@@ -37,8 +40,8 @@ struct Fault {
     double probability = 1;  ///< of hitting one request that matches
 };
 
-/// Reads {"kind", "code", "description", "status", "milliseconds", "method", "target", "count", "probability"}. Throws
-/// std::invalid_argument naming the member that is missing, unknown, malformed or out of place.
+/// Reads {"kind", "code", "description", "result", "answer", "status", "milliseconds", "method", "target", "count",
+/// "probability"}. Throws std::invalid_argument naming the member that is missing, unknown, malformed or out of place.
 Fault FaultFromJson(const Json::Value& value);
 
 /// The same from JSON text.

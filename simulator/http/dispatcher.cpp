@@ -1,5 +1,8 @@
 #include "simulator/http/dispatcher.h"
 
+#include "simulator/base/json_io.h"
+#include "simulator/http/compression.h"
+
 #include <algorithm>
 
 namespace ZavSim {
@@ -12,6 +15,13 @@ HttpAnswer PlainAnswer(int status, const std::string& text)
     answer.status = status;
     answer.contentType = "text/plain";
     answer.body = text + "\n";
+    return answer;
+}
+
+HttpAnswer JsonAnswer(const Json::Value& value)
+{
+    HttpAnswer answer;
+    answer.body = WriteJson(value);
     return answer;
 }
 
@@ -57,7 +67,8 @@ HttpAnswer Dispatcher::Serve(const HttpRequest& request, Peer& peer)
     }
     const std::uint64_t number = m_journal.Begin(request);
     const auto fault = m_faults.Draw(request.method, request.target);
-    const HttpAnswer answer = fault ? ServeFaulty(*fault, system, request, peer) : ServeSafely(system, request);
+    HttpAnswer answer = fault ? ServeFaulty(*fault, system, request, peer) : ServeSafely(system, request);
+    CompressIfAsked(request, answer); // after the fault, which may have put another body into it
     m_journal.End(number, answer, fault ? FaultToJson(*fault)["kind"].asString() : "");
     return answer;
 }
@@ -78,7 +89,9 @@ HttpAnswer Dispatcher::ServeFaulty(const Fault& fault, HttpHandler* system, cons
 {
     switch (fault.kind) {
     case FaultKind::Code:
-        return system == nullptr ? ServeSafely(system, request) : system->Refuse(fault.code, fault.description);
+        return system == nullptr ? ServeSafely(system, request) : system->Refuse(request, fault);
+    case FaultKind::Answer:
+        return JsonAnswer(fault.answer);
     case FaultKind::Status:
         return PlainAnswer(fault.status, "Injected fault");
     case FaultKind::Drop:

@@ -1,6 +1,7 @@
 #ifndef ZAVSIM_HTTP_HANDLER_H
 #define ZAVSIM_HTTP_HANDLER_H
 
+#include "simulator/faults/fault.h"
 #include "simulator/http/message.h"
 
 #include <chrono>
@@ -14,8 +15,8 @@ public:
 
     virtual HttpAnswer Handle(const HttpRequest& request) = 0;
 
-    /// The form in which this system tells an error code, for faults on request.
-    virtual HttpAnswer Refuse(std::int64_t code, const std::string& description) const = 0;
+    /// Tells the client of `request` the code of a fault on request, in the form in which this system tells codes.
+    virtual HttpAnswer Refuse(const HttpRequest& request, const Fault& fault) const = 0;
 };
 
 /// The client at the other end of the connection that a request came on.

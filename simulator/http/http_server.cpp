@@ -17,6 +17,12 @@ namespace {
 // The library's own backlog of 5 would make a burst of clients wait a second for their second try.
 constexpr int BACKLOG = 512;
 
+constexpr const char* ACCEPT_ENCODING = "Accept-Encoding";
+
+/// Where that header is kept from the library, which would compress whatever the quality of the offer, and untold to
+/// the journal. No client can send a name with a colon.
+constexpr const char* KEPT_ACCEPT_ENCODING = "Accept-Encoding:";
+
 /// The connection that this thread serves, for the request handler, to which the library gives only the request.
 thread_local Connection* t_connection = nullptr;
 thread_local const HttpServer* t_server = nullptr;
@@ -25,9 +31,19 @@ HeaderList HeadersOf(const httplib::Request& request)
 {
     HeaderList headers;
     for (const auto& [name, value] : request.headers) {
-        headers.emplace_back(name, value);
+        headers.emplace_back(name == KEPT_ACCEPT_ENCODING ? ACCEPT_ENCODING : name, value);
     }
     return headers;
+}
+
+void KeepAcceptEncoding(httplib::Request& request)
+{
+    const auto [begin, end] = request.headers.equal_range(ACCEPT_ENCODING);
+    const std::vector<std::pair<std::string, std::string>> kept(begin, end);
+    request.headers.erase(begin, end);
+    for (const auto& header : kept) {
+        request.headers.emplace(KEPT_ACCEPT_ENCODING, header.second);
+    }
 }
 
 void Fill(httplib::Response& response, const HttpAnswer& answer)
@@ -188,6 +204,7 @@ bool HttpServer::ServeOne(Connection& connection)
         if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
             request.set_header("Content-Length", "0");
         }
+        KeepAcceptEncoding(request);
     };
     return process_request(connection, false, closed, prepare) && !closed && !connection.IsSevered();
 }

@@ -67,6 +67,9 @@ void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::str
     if (answer.code) {
         record["code"] = Json::Int64(*answer.code);
     }
+    if (!answer.encoding.empty()) {
+        record["encoding"] = answer.encoding;
+    }
     if (answer.session != 0) {
         record["session"] = Json::UInt64(answer.session);
     }

@@ -39,6 +39,7 @@ struct HttpAnswer {
 
     // For the journal only.
     std::optional<std::int64_t> code; ///< the envelope's code
+    std::string encoding;             ///< of the body; empty: as it is
     std::uint64_t session = 0;        ///< 0: none
 };
 

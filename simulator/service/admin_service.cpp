@@ -43,6 +43,18 @@ HttpAnswer ErrorAnswer(int status, const std::string& text)
     return JsonAnswer(status, value);
 }
 
+void AppendSessions(Json::Value& list, const char* system, SessionTable& sessions)
+{
+    for (const auto& standing : sessions.List()) {
+        Json::Value entry(Json::objectValue);
+        entry["system"] = system;
+        entry["session"] = Json::UInt64(standing.number);
+        entry["user"] = standing.user;
+        entry["idleSeconds"] = Json::Int64(standing.idle.count());
+        list.append(entry);
+    }
+}
+
 Json::Value Done()
 {
     return Json::Value(Json::objectValue);
@@ -120,9 +132,9 @@ HttpAnswer AdminService::Handle(const HttpRequest& request)
     }
 }
 
-HttpAnswer AdminService::Refuse(std::int64_t code, const std::string& description) const
+HttpAnswer AdminService::Refuse(const HttpRequest& /*request*/, const Fault& fault) const
 {
-    return ErrorAnswer(CONFLICT, std::to_string(code) + " " + description);
+    return ErrorAnswer(CONFLICT, std::to_string(fault.code) + " " + fault.description);
 }
 
 Json::Value AdminService::Dispatch(const Call& call)
@@ -239,19 +251,15 @@ Json::Value AdminService::SwitchPort(const Call& call)
 Json::Value AdminService::ReadSessions(const Call&)
 {
     Json::Value list(Json::arrayValue);
-    for (const auto& standing : m_array.ListSessions()) {
-        Json::Value entry(Json::objectValue);
-        entry["session"] = Json::UInt64(standing.number);
-        entry["user"] = standing.user;
-        entry["idleSeconds"] = Json::Int64(standing.idle.count());
-        list.append(entry);
-    }
+    AppendSessions(list, "array", m_array.Sessions());
+    AppendSessions(list, "cluster", m_cluster.Sessions());
     return list;
 }
 
 Json::Value AdminService::EndSessions(const Call&)
 {
-    m_array.EndAllSessions();
+    m_array.Sessions().CloseAll();
+    m_cluster.Sessions().CloseAll();
     return Done();
 }
 

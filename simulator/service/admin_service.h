@@ -2,6 +2,7 @@
 #define ZAVSIM_SERVICE_ADMIN_SERVICE_H
 
 #include "simulator/array/array_system.h"
+#include "simulator/cluster/cluster_system.h"
 #include "simulator/faults/fault_plan.h"
 #include "simulator/http/handler.h"
 #include "simulator/http/journal.h"
@@ -10,16 +11,18 @@
 
 namespace ZavSim {
 
-/// What steers the simulator from outside: journal, faults, listeners, and the array behind its clients' backs. For
-/// clients on this machine only, who need no login. Answers are plain JSON without envelope; what is refused has an
-/// HTTP status of 400 or above and {"error": why}.
+/// What steers the simulator from outside: journal, faults, listeners, and the array and the cluster behind their
+/// clients' backs. For clients on this machine only, who need no login. Answers are plain JSON without envelope; what
+/// is refused has an HTTP status of 400 or above and {"error": why}.
 class AdminService final : public HttpHandler {
 public:
     static constexpr const char* PREFIX = "/zavsim/";
 
     /// All of them must outlive it.
-    AdminService(ArraySystem& array, Journal& journal, FaultPlan& faults, ListenerSet& listeners)
+    AdminService(ArraySystem& array, ClusterSystem& cluster, Journal& journal, FaultPlan& faults,
+                 ListenerSet& listeners)
         : m_array(array)
+        , m_cluster(cluster)
         , m_journal(journal)
         , m_faults(faults)
         , m_listeners(listeners)
@@ -27,7 +30,7 @@ public:
     }
 
     HttpAnswer Handle(const HttpRequest& request) override;
-    HttpAnswer Refuse(std::int64_t code, const std::string& description) const override;
+    HttpAnswer Refuse(const HttpRequest& request, const Fault& fault) const override;
 
 private:
     struct Call {
@@ -54,6 +57,7 @@ private:
     Json::Value EndSessions(const Call& call);
 
     ArraySystem& m_array;
+    ClusterSystem& m_cluster;
     Journal& m_journal;
     FaultPlan& m_faults;
     ListenerSet& m_listeners;

@@ -23,7 +23,7 @@ Json::Value NullIfEmpty(Json::Value list)
 
 Json::Value CloseSession(const ResourceCall& call)
 {
-    call.array.Logout(call.session);
+    call.array.Sessions().Close(call.session);
     return {};
 }
 

@@ -1,9 +1,8 @@
 #include "simulator/service/array_service.h"
 
+#include "simulator/access/scoped_wipe.h"
 #include "simulator/base/json_io.h"
 #include "simulator/service/array_resources.h"
-
-#include <openssl/crypto.h>
 
 namespace ZavSim {
 
@@ -12,6 +11,8 @@ namespace {
 // Places in the path: deviceManager / rest / device id / resource …
 constexpr std::size_t DEVICE_PIECE = 2;
 constexpr std::size_t RESOURCE_PIECE = 3;
+
+constexpr const char* COOKIE_NAME = "session";
 
 HttpAnswer Envelope(const Json::Value& data, std::int64_t code, const std::string& description)
 {
@@ -32,9 +33,14 @@ HttpAnswer Success(const Json::Value& data)
     return Envelope(data, static_cast<std::int64_t>(Code::Success), InfoOf(Code::Success).description);
 }
 
+HttpAnswer Failure(const Refusal& refusal)
+{
+    return Envelope(Json::Value(), static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+}
+
 void SetCookie(HttpAnswer& answer, const Session& session)
 {
-    answer.headers.emplace_back("Set-Cookie", std::string(SessionTable::COOKIE_NAME) + "=" + session.cookie +
+    answer.headers.emplace_back("Set-Cookie", std::string(COOKIE_NAME) + "=" + session.cookie +
                                                   "; Path=/deviceManager; Secure; HttpOnly");
 }
 
@@ -42,7 +48,7 @@ void SetCookie(HttpAnswer& answer, const Session& session)
 std::vector<std::string> SessionCookies(const HttpRequest& request)
 {
     std::vector<std::string> values;
-    const std::string beginning = std::string(SessionTable::COOKIE_NAME) + "=";
+    const std::string beginning = std::string(COOKIE_NAME) + "=";
     for (const std::string& header : request.HeaderValues("Cookie")) {
         for (std::string cookie : Split(header, ';')) {
             cookie.erase(0, cookie.find_first_not_of(' '));
@@ -79,13 +85,13 @@ HttpAnswer ArrayService::Handle(const HttpRequest& request)
         }
         return IsLogin(request, *target) ? Login(request) : CallLoggedIn(request, *target);
     } catch (const Refusal& refusal) {
-        return Refuse(static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+        return Failure(refusal);
     }
 }
 
-HttpAnswer ArrayService::Refuse(std::int64_t code, const std::string& description) const
+HttpAnswer ArrayService::Refuse(const HttpRequest& /*request*/, const Fault& fault) const
 {
-    return Envelope(Json::Value(), code, description);
+    return Envelope(Json::Value(), fault.code, fault.description);
 }
 
 HttpAnswer ArrayService::Login(const HttpRequest& request)
@@ -95,8 +101,8 @@ HttpAnswer ArrayService::Login(const HttpRequest& request)
         throw Refusal(Code::ParameterBad, "scope must be the number 0, the array's own users");
     }
     std::string password = RequireText(body, "password");
+    const ScopedWipe wipePassword(password);
     const Session session = m_array.Login(RequireText(body, "username"), password);
-    OPENSSL_cleanse(password.data(), password.size());
     Json::Value data(Json::objectValue);
     data["deviceid"] = m_array.GetInventory().Shape().serial;
     data["iBaseToken"] = session.token;
@@ -130,7 +136,7 @@ HttpAnswer ArrayService::CallLoggedIn(const HttpRequest& request, const Target& 
             SetCookie(answer, session); // clients of the array take the session's cookie afresh from these
         }
     } catch (const Refusal& refusal) {
-        answer = Refuse(static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
+        answer = Failure(refusal);
     }
     answer.session = session.number;
     return answer;

@@ -22,7 +22,7 @@ public:
     }
 
     HttpAnswer Handle(const HttpRequest& request) override;
-    HttpAnswer Refuse(std::int64_t code, const std::string& description) const override;
+    HttpAnswer Refuse(const HttpRequest& request, const Fault& fault) const override;
 
 private:
     HttpAnswer Login(const HttpRequest& request);

@@ -1,85 +1,38 @@
 #include "tests/integration/array.h"
 
-#include "tests/integration/stage.h"
-
-#include <httplib.h>
-
-#include <json/reader.h>
-
-#include <memory>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
 
-Json::Value ParseJson(const std::string& text)
+std::string UrlOf(const ArrayOptions& options, std::size_t managementIp)
 {
-    Json::Value value;
-    std::string errors;
-    std::istringstream stream(text);
-    if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors)) {
-        throw std::runtime_error("not JSON: " + errors + text);
-    }
-    return value;
+    return options.protocol + "://" + options.managementIps.at(managementIp) + ":" + std::to_string(Array::PORT);
 }
 
-// Whoever steers the simulator trusts it.
-std::unique_ptr<httplib::Client> ClientOf(const std::string& url)
+Process::Arguments ArgumentsFor(const ArrayOptions& options)
 {
-    auto client = std::make_unique<httplib::Client>(url);
-    client->enable_server_certificate_verification(false);
-    return client;
-}
-
-httplib::Response Exchange(httplib::Client& client, const std::string& method, const std::string& target,
-                           const std::string& body, const httplib::Headers& headers = {})
-{
-    httplib::Request request;
-    request.method = method;
-    request.path = target;
-    request.headers = headers;
-    request.body = body;
-    const httplib::Result result = client.send(request);
-    if (!result) {
-        throw std::runtime_error(method + " " + target + ": " + httplib::to_string(result.error()));
+    Process::Arguments arguments = {"--serial", options.serial, "--ca", options.caFolder};
+    for (std::size_t i = 0; i < options.managementIps.size(); ++i) {
+        arguments.insert(arguments.end(), {"--listen", UrlOf(options, i)});
     }
-    return *result;
+    for (const std::string& address : options.serviceIps) {
+        arguments.insert(arguments.end(), {"--service", address});
+    }
+    arguments.insert(arguments.end(), options.further.begin(), options.further.end());
+    return arguments;
 }
 
 } // namespace
 
 Array::Array(const std::string& directory, const ArrayOptions& options)
-    : m_options(options)
-    , m_adminListener(options.managementIps.size() - 1)
+    : Simulator(directory, ArgumentsFor(options), UrlOf(options, options.managementIps.size() - 1))
+    , m_options(options)
 {
-    Process::Arguments command = {ProgramPath("zavsim"), "--serial", options.serial, "--ca", options.caFolder};
-    for (std::size_t i = 0; i < options.managementIps.size(); ++i) {
-        command.insert(command.end(), {"--listen", Url(i)});
-    }
-    for (const std::string& address : options.serviceIps) {
-        command.insert(command.end(), {"--service", address});
-    }
-    command.insert(command.end(), options.further.begin(), options.further.end());
-    m_process = std::make_unique<Process>(directory, command);
-    m_process->WaitForLine("zavsim: listening on " + Url(m_adminListener));
 }
 
 std::string Array::Url(std::size_t managementIp) const
 {
-    return m_options.protocol + "://" + m_options.managementIps.at(managementIp) + ":" + std::to_string(PORT);
-}
-
-std::vector<JournalEntry> Array::Journal() const
-{
-    std::vector<JournalEntry> journal;
-    const Json::Value answer = Admin("GET", "journal");
-    for (const Json::Value& entry : answer["entries"]) {
-        if (entry["target"].asString().rfind("/zavsim/", 0) != 0) {
-            journal.push_back({entry["method"].asString(), entry["target"].asString(), entry["body"],
-                               entry["listener"].asString(), entry["monotonicMs"].asInt64(), entry["code"].asInt64()});
-        }
-    }
-    return journal;
+    return UrlOf(m_options, managementIp);
 }
 
 std::vector<std::string> Array::Requests() const
@@ -91,11 +44,6 @@ std::vector<std::string> Array::Requests() const
         requests.push_back(entry.method + " " + entry.target.substr(resource));
     }
     return requests;
-}
-
-void Array::ClearJournal() const
-{
-    Admin("DELETE", "journal");
 }
 
 std::vector<std::string> Array::Ids(const std::string& kind) const
@@ -136,8 +84,7 @@ void Array::DeleteBehindBack(const std::string& kind, const std::string& id) con
 
 void Array::SetListening(std::size_t managementIp, bool isListening) const
 {
-    Admin("POST", "listeners",
-          R"({"url": ")" + Url(managementIp) + R"(", "listening": )" + (isListening ? "true" : "false") + "}");
+    Simulator::SetListening(Url(managementIp), isListening);
 }
 
 void Array::SetFcPortOnline(const std::string& wwn, bool isOnline) const
@@ -145,45 +92,19 @@ void Array::SetFcPortOnline(const std::string& wwn, bool isOnline) const
     Admin("POST", "ports", R"({"wwn": ")" + wwn + R"(", "online": )" + (isOnline ? "true" : "false") + "}");
 }
 
-void Array::AddFault(const std::string& json) const
-{
-    Admin("POST", "faults", json);
-}
-
-void Array::EndSessions() const
-{
-    Admin("DELETE", "sessions");
-}
-
-std::size_t Array::SessionCount() const
-{
-    return Admin("GET", "sessions").size();
-}
-
 Json::Value Array::Operate(const std::string& method, const std::string& resource, const std::string& body) const
 {
-    const auto client = ClientOf(Url(m_adminListener));
-    const httplib::Response loginAnswer = Exchange(*client, "POST", "/deviceManager/rest//sessions",
+    const httplib::Response loginAnswer = Exchange("POST", "/deviceManager/rest//sessions",
                                                    R"({"username": "admin", "password": "zavsim-admin", "scope": 0})");
-    const Json::Value login = ParseJson(loginAnswer.body);
+    const Json::Value login = ParseJsonText(loginAnswer.body);
     const std::string cookie = loginAnswer.get_header_value("Set-Cookie");
     const httplib::Headers headers = {{"iBaseToken", login["data"]["iBaseToken"].asString()},
                                       {"Cookie", cookie.substr(0, cookie.find(';'))}};
     const std::string base = "/deviceManager/rest/" + login["data"]["deviceid"].asString() + "/";
-    const Json::Value answer = ParseJson(Exchange(*client, method, base + resource, body, headers).body);
+    const Json::Value answer = ParseJsonText(Exchange(method, base + resource, body, headers).body);
     if (answer["error"]["code"].asInt64() != 0) {
         throw std::runtime_error(method + " " + resource + ": " + answer["error"]["description"].asString());
     }
-    Exchange(*client, "DELETE", base + "sessions", {}, headers);
+    Exchange("DELETE", base + "sessions", {}, headers);
     return answer["data"];
-}
-
-Json::Value Array::Admin(const std::string& method, const std::string& resource, const std::string& body) const
-{
-    const auto client = ClientOf(Url(m_adminListener));
-    const httplib::Response response = Exchange(*client, method, "/zavsim/" + resource, body);
-    if (response.status != 200) {
-        throw std::runtime_error(method + " /zavsim/" + resource + ": " + response.body);
-    }
-    return ParseJson(response.body);
 }

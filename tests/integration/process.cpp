@@ -49,19 +49,22 @@ std::vector<std::string> EnvironmentWith(const std::vector<std::string>& additio
 
 } // namespace
 
-Process::Process(const std::string& directory, const Arguments& command, const Arguments& environment)
+Process::Process(const std::string& directory, const Arguments& command, const Arguments& environment,
+                 const std::string& input)
     : m_name(command.front())
 {
     static std::atomic<int> count(0);
     const std::string base = directory + "/process-" + std::to_string(++count);
     m_outputPath = base + ".out";
     m_errorPath = base + ".err";
+    const std::string inputPath = base + ".in";
+    WriteFile(inputPath, input);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     constexpr int NEW_FILE = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
     constexpr mode_t MODE = 0600;
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, inputPath.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, m_outputPath.c_str(), NEW_FILE, MODE);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, m_errorPath.c_str(), NEW_FILE, MODE);
     std::vector<std::string> arguments = command;
@@ -155,9 +158,9 @@ void WaitUntil(const std::string& what, const std::function<bool()>& condition)
 }
 
 Outcome RunProgram(const std::string& directory, const Process::Arguments& command,
-                   const Process::Arguments& environment)
+                   const Process::Arguments& environment, const std::string& input)
 {
-    Process process(directory, command, environment);
+    Process process(directory, command, environment, input);
     Outcome outcome;
     outcome.status = process.Wait();
     outcome.output = process.Output();

@@ -12,9 +12,10 @@ class Process {
 public:
     using Arguments = std::vector<std::string>;
 
-    /// Starts `command`; its standard output and error go to files beside each other below `directory`. Environment
-    /// variables of the form NAME=value are added to the test's own.
-    Process(const std::string& directory, const Arguments& command, const Arguments& environment = {});
+    /// Starts `command`; its standard output and error go to files beside each other below `directory`, and its
+    /// standard input is `input`. Environment variables of the form NAME=value are added to the test's own.
+    Process(const std::string& directory, const Arguments& command, const Arguments& environment = {},
+            const std::string& input = {});
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
@@ -61,7 +62,7 @@ struct Outcome {
 
 /// Runs a program to its end.
 Outcome RunProgram(const std::string& directory, const Process::Arguments& command,
-                   const Process::Arguments& environment = {});
+                   const Process::Arguments& environment = {}, const std::string& input = {});
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);

@@ -85,6 +85,7 @@ Stage::~Stage()
         fs::remove(RecordPath(*array));
     }
     m_arrays.clear();
+    m_clusters.clear();
     boost::system::error_code ignored;
     fs::remove_all(m_directory, ignored);
 }
@@ -111,13 +112,36 @@ Array& Stage::StartArray(ArrayOptions options)
         options.serviceIps = {Address(FIRST_SERVICE_ADDRESS + index)};
     }
     if (options.caFolder.empty()) {
-        options.caFolder = m_directory + "/ca";
+        options.caFolder = CaFolder();
     }
     m_arrays.push_back(std::make_unique<Array>(m_directory, options));
-    if (options.caFolder == m_directory + "/ca") {
-        Configure({{"Http.CaFile", m_directory + "/ca/ca.pem"}}); // there since the array made it
+    if (options.caFolder == CaFolder()) {
+        TrustCaFolder();
     }
     return *m_arrays.back();
+}
+
+Cluster& Stage::StartCluster(ClusterOptions options)
+{
+    constexpr int FIRST_ADDRESS = 12;
+    const int place = FIRST_ADDRESS + 2 * static_cast<int>(m_clusters.size());
+    if (options.addresses.empty()) {
+        options.addresses = {Address(place), Address(place + 1)};
+    }
+    if (options.caFolder.empty()) {
+        options.caFolder = CaFolder();
+    }
+    m_clusters.push_back(std::make_unique<Cluster>(m_directory, options));
+    if (options.caFolder == CaFolder()) {
+        TrustCaFolder();
+    }
+    return *m_clusters.back();
+}
+
+// The file is there since a simulator made it.
+void Stage::TrustCaFolder()
+{
+    Configure({{"Http.CaFile", CaFolder() + "/ca.pem"}});
 }
 
 void Stage::StartTargets(const std::vector<std::string>& addresses)
@@ -186,18 +210,18 @@ void Stage::Configure(const std::map<std::string, std::string>& settings)
     WriteConfiguration();
 }
 
-Outcome Stage::RunZavctl(const Process::Arguments& arguments) const
+Outcome Stage::RunZavctl(const Process::Arguments& arguments, const std::string& input) const
 {
     Process::Arguments command = {ProductPath("bin/zavctl")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return RunProgram(m_directory, command);
+    return RunProgram(m_directory, command, {}, input);
 }
 
-std::unique_ptr<Process> Stage::StartZavctl(const Process::Arguments& arguments) const
+std::unique_ptr<Process> Stage::StartZavctl(const Process::Arguments& arguments, const std::string& input) const
 {
     Process::Arguments command = {ProductPath("bin/zavctl")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return std::make_unique<Process>(m_directory, command);
+    return std::make_unique<Process>(m_directory, command, Process::Arguments(), input);
 }
 
 std::string Stage::RecordPath(const Array& array) const

@@ -3,6 +3,7 @@
 
 #include "common/framework/product_messages.pb.h"
 #include "tests/integration/array.h"
+#include "tests/integration/cluster.h"
 #include "tests/integration/process.h"
 
 #include <gtest/gtest.h>
@@ -37,6 +38,9 @@ protected:
     /// other test uses. Lives as long as the test.
     Array& StartArray(ArrayOptions options = {});
 
+    /// A cluster with two addresses, unless told otherwise. Lives as long as the test.
+    Cluster& StartCluster(ClusterOptions options = {});
+
     /// Starts a target on port 3260 of each address.
     void StartTargets(const std::vector<std::string>& addresses);
 
@@ -46,6 +50,9 @@ protected:
     /// The same in a file, for zavctl.
     std::string EnvironmentFileOf(const Array& array) const;
 
+    /// The password as an environment has it.
+    std::string EncryptedPassword() const;
+
     /// The node has these FC port names from now on, as sysfs tells them.
     void SetFcPorts(const std::vector<std::string>& portNames) const;
     void SetInitiatorFile(const std::string& content) const;
@@ -54,10 +61,10 @@ protected:
     void Configure(const std::map<std::string, std::string>& settings);
 
     /// Runs zavctl to its end in the test's product folder.
-    Outcome RunZavctl(const Process::Arguments& arguments) const;
+    Outcome RunZavctl(const Process::Arguments& arguments, const std::string& input = {}) const;
 
     /// The same without waiting for its end.
-    std::unique_ptr<Process> StartZavctl(const Process::Arguments& arguments) const;
+    std::unique_ptr<Process> StartZavctl(const Process::Arguments& arguments, const std::string& input = {}) const;
 
     /// The device-information file of `array` that the library in this program, or zavctl, writes.
     std::string RecordPath(const Array& array) const;
@@ -73,14 +80,16 @@ protected:
     std::string ProductPath(const std::string& name) const { return m_directory + "/product/" + name; }
 
 private:
+    std::string CaFolder() const { return m_directory + "/ca"; }
+    void TrustCaFolder();
     void MakeNode() const;
     void WriteConfiguration() const;
-    std::string EncryptedPassword() const;
 
     const std::string m_directory;
     const int m_number; ///< tells the tests that run at the same time apart
     std::map<std::string, std::string> m_settings;
     std::vector<std::unique_ptr<Array>> m_arrays;
+    std::vector<std::unique_ptr<Cluster>> m_clusters;
     bool m_hasTargets = false;
 };
 

@@ -147,9 +147,10 @@ TEST_F(AdminTest, ClientsOfOtherMachinesAreRefused)
     ZavSim::ListenerSet none;
     ZavSim::ArraySystem array(
         {}, {}, {}, [] { return ZavSim::SteadyTime(); }, nullptr);
+    ZavSim::ClusterSystem cluster({}, {}, {}, [] { return ZavSim::SteadyTime(); });
     ZavSim::Journal journal(1);
     ZavSim::FaultPlan faults(1);
-    ZavSim::AdminService admin(array, journal, faults, none);
+    ZavSim::AdminService admin(array, cluster, journal, faults, none);
     ZavSim::HttpRequest request;
     request.method = "GET";
     request.target = "/zavsim/objects";

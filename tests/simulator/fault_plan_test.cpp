@@ -1,5 +1,7 @@
 #include "simulator/faults/fault_plan.h"
 
+#include "simulator/base/json_io.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -31,6 +33,9 @@ TEST(FaultTest, ParseReadsEveryMember)
     EXPECT_EQ(0.5, fault.probability);
     EXPECT_EQ(std::chrono::milliseconds(20), FaultFromText(R"({"kind":"delay","milliseconds":20})").duration);
     EXPECT_EQ(503, FaultFromText(R"({"kind":"status","status":503})").status);
+    EXPECT_EQ(std::nullopt, fault.result);
+    EXPECT_EQ(2, FaultFromText(R"({"kind":"code","code":1,"result":2})").result);
+    EXPECT_EQ("[7]", WriteJson(FaultFromText(R"({"kind":"answer","answer":[7]})").answer));
 }
 
 TEST(FaultTest, ParseRefusesWhatItDoesNotUnderstandAndNamesIt)
@@ -44,10 +49,23 @@ TEST(FaultTest, ParseRefusesWhatItDoesNotUnderstandAndNamesIt)
     EXPECT_THAT(ComplaintOf(R"({"kind":"status","status":99})"), HasSubstr("status: not a whole number from 200"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"delay"})"), HasSubstr("milliseconds: missing"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","code":1})"), HasSubstr("code: a fault of kind \"drop\""));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"code","code":1,"result":3})"), HasSubstr("result: not a whole number from 1"));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"drop","result":1})"), HasSubstr("result: a fault of kind \"drop\""));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"answer"})"), HasSubstr("answer: missing"));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"code","code":1,"answer":{}})"), HasSubstr("answer: a fault of kind"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","tarket":"x"})"), HasSubstr("tarket"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","target":"("})"), HasSubstr("regular expression"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","probability":0})"), HasSubstr("probability"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","count":-1})"), HasSubstr("count"));
+}
+
+TEST(FaultTest, JsonOfAFaultIsReadAsTheSameFault)
+{
+    for (const char* const text :
+         {R"({"code":5,"count":1,"description":"d","kind":"code","probability":1.0,"result":2})",
+          R"({"answer":{"result":1},"count":0,"kind":"answer","method":"GET","probability":0.5,"target":"a"})"}) {
+        EXPECT_EQ(text, WriteJson(FaultToJson(FaultFromText(text))));
+    }
 }
 
 class FaultPlanTest : public ::testing::Test {

@@ -47,6 +47,16 @@ TEST_F(FaultsOverHttpTest, CodeIsAnsweredInTheEnvelopeAndNothingIsDone)
     EXPECT_CODE(Code::Success, client->Post("host", host)) << "one request only";
 }
 
+TEST_F(FaultsOverHttpTest, AnswerIsSentAsItIsAndNothingIsDone)
+{
+    Inject(R"({"kind":"answer","answer":{"error":7},"method":"POST"})");
+    const Reply reply = client->Post("host", host);
+    EXPECT_EQ(200, reply.status);
+    EXPECT_EQ(R"({"error":7})", reply.body);
+    EXPECT_FALSE(HasHost());
+    EXPECT_FALSE(LastEntry().isMember("code")) << "the simulator does not know what it means";
+}
+
 TEST_F(FaultsOverHttpTest, StatusIsAnsweredAndNothingIsDone)
 {
     Inject(R"({"kind":"status","status":503})");

@@ -1,50 +1,33 @@
 #include "simulator/array/codes.h"
+#include "simulator/cluster/cluster_codes.h"
 #include "tests/simulator/support/child_process.h"
 #include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/console_blocks.h"
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
 
 namespace ZavSimTest {
 namespace {
 
 std::vector<std::string> ManualLines()
 {
-    std::ifstream manual(ZAVSIM_MANUAL);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(manual, line);) {
-        lines.push_back(line);
-    }
-    EXPECT_FALSE(lines.empty()) << ZAVSIM_MANUAL;
-    return lines;
+    return ConsoleBlocks::Lines(ZAVSIM_MANUAL);
 }
 
-struct Step {
-    std::string command;
-    std::string output;
-};
-
-/// The commands of all console blocks with the output that the manual shows below them.
-std::vector<Step> ConsoleSteps()
+std::string LinesLike(const std::string& pattern)
 {
-    std::vector<Step> steps;
-    bool inside = false;
+    std::string lines;
     for (const std::string& line : ManualLines()) {
-        if (line.rfind("```", 0) == 0) {
-            inside = line == "```console";
-        } else if (inside && line.rfind("$ ", 0) == 0) {
-            steps.push_back({line.substr(2), ""});
-        } else if (inside && !steps.empty()) {
-            steps.back().output += line + "\n";
+        if (std::regex_match(line, std::regex(pattern))) {
+            lines += line + "\n";
         }
     }
-    return steps;
+    return lines;
 }
 
 /// Addresses that no other run of the test has.
@@ -57,23 +40,19 @@ std::string MoveAddresses(const std::string& text)
                               network + std::to_string(1 + number % 24) + "$1");
 }
 
+/// Also when the manual is wrong, nothing that its commands started stays behind.
+const std::string ENDS_WHAT_IT_STARTED = "trap 'kill $(jobs -p) 2>/dev/null' EXIT\n";
+
 TEST(ManualTest, CommandsPrintWhatTheManualShows)
 {
-    const auto steps = ConsoleSteps();
-    ASSERT_GT(steps.size(), 20U);
-    const std::string marker = "=== end of a step ===";
-    std::string script;
-    std::string expected;
-    for (const Step& step : steps) {
-        script += MoveAddresses(step.command) + "\necho '" + marker + "'\n";
-        expected += MoveAddresses(step.output) + marker + "\n";
-    }
+    const ConsoleBlocks::Session session = ConsoleBlocks::ReadSession(ZAVSIM_MANUAL);
+    ASSERT_GT(session.commands, 20U);
     const TemporaryFolder folder;
-    folder.Write("script", "cd " + folder.Path() + "\n" + script);
+    folder.Write("script", ENDS_WHAT_IT_STARTED + "cd " + folder.Path() + "\n" + MoveAddresses(session.script));
     const std::string programs = std::string(ZAVSIM_PROGRAM).substr(0, std::string(ZAVSIM_PROGRAM).rfind('/'));
     const Finished finished = Execute({"timeout", "90", "/bin/bash", folder.File("script")},
                                       {"PATH=" + programs + ":" + ::getenv("PATH") + ":/usr/sbin:/sbin"});
-    EXPECT_EQ(expected, finished.out);
+    EXPECT_EQ(MoveAddresses(session.output), finished.out);
     EXPECT_EQ("", finished.err);
 }
 
@@ -86,13 +65,19 @@ TEST(ManualTest, CodesAreThoseOfTheManual)
                         info.description + " |\n";
         }
     }
-    std::string shown;
-    for (const std::string& line : ManualLines()) {
-        if (std::regex_match(line, std::regex("\\| -?[0-9]+ \\| [A-Z][A-Za-z]+ \\| .* \\|"))) {
-            shown += line + "\n";
+    EXPECT_EQ(expected, LinesLike("\\| -?[0-9]+ \\| [A-Z][A-Za-z]+ \\| [A-Z].* \\|"));
+}
+
+TEST(ManualTest, CodesOfTheClusterAreThoseOfTheManual)
+{
+    std::string expected;
+    for (const ZavSim::ClusterCodeInfo& info : ZavSim::AllClusterCodes()) {
+        if (info.code != ZavSim::ClusterCode::Success) {
+            expected += "| " + std::to_string(static_cast<std::int64_t>(info.code)) + " | " + info.name + " | " +
+                        std::to_string(static_cast<int>(info.v1Result)) + " | " + info.description + " |\n";
         }
     }
-    EXPECT_EQ(expected, shown);
+    EXPECT_EQ(expected, LinesLike("\\| -?[0-9]+ \\| [A-Z][A-Za-z]+ \\| [0-9] \\| .* \\|"));
 }
 
 TEST(ManualTest, OptionsAreThoseOfTheProgram)

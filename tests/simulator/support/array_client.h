@@ -2,33 +2,20 @@
 #define TESTS_SIMULATOR_SUPPORT_ARRAY_CLIENT_H
 
 #include "simulator/array/codes.h"
-
-#include <httplib.h>
-#include <json/value.h>
+#include "tests/simulator/support/wire_client.h"
 
 #include <cstdint>
 #include <string>
 
 namespace ZavSimTest {
 
-/// What came back: HTTP status (0: no answer), headers, and the body taken apart.
-struct Reply {
-    int status = 0;
-    httplib::Headers headers;
-    std::string body;
-    Json::Value json; ///< null when the body is not JSON
-
-    /// The envelope's code; fails the test and is a number that no code has when there is no envelope.
-    std::int64_t Code() const;
-    const Json::Value& Data() const { return json["data"]; }
-    bool HasData() const { return json.isObject() && json.isMember("data"); }
-    std::string Cookie() const; ///< the Set-Cookie header; empty when there is none
-};
-
 /// A client of the array that knows nothing but the wire.
 class ArrayClient {
 public:
-    explicit ArrayClient(const std::string& url, const std::string& authority = "");
+    explicit ArrayClient(const std::string& url, const std::string& authority = "")
+        : m_wire(url, authority)
+    {
+    }
 
     Reply Login(const std::string& user = "admin", const std::string& password = "zavsim-admin");
 
@@ -44,18 +31,16 @@ public:
     /// Makes an object of a kind from its name and returns its id.
     std::string Make(const std::string& kind, const std::string& name);
 
-    httplib::Client& Http() { return m_http; }
+    httplib::Client& Http() { return m_wire.Http(); }
 
     std::string token;
     std::string cookie;
     std::string device;
 
 private:
-    Reply Send(const std::string& method, const std::string& target, const httplib::Headers& headers,
-               const std::string& body);
     Reply SendLoggedIn(const std::string& method, const std::string& resource, const std::string& body);
 
-    httplib::Client m_http;
+    WireClient m_wire;
 };
 
 /// Compares the envelope's code, telling the answer when it differs.

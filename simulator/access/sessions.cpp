@@ -1,11 +1,10 @@
-#include "simulator/array/sessions.h"
-
-#include "simulator/array/codes.h"
+#include "simulator/access/sessions.h"
 
 #include <openssl/crypto.h>
 #include <openssl/rand.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace ZavSim {
 
@@ -51,50 +50,65 @@ Session::~Session()
     OPENSSL_cleanse(cookie.data(), cookie.size());
 }
 
-SessionTable::SessionTable(std::size_t limit, std::chrono::seconds idleLimit, Clock clock)
-    : m_limit(limit)
-    , m_idleLimit(idleLimit)
+SessionTable::SessionTable(const SessionLimits& limits, Clock clock)
+    : m_limits(limits)
     , m_clock(std::move(clock))
 {
 }
 
-const Session& SessionTable::Open(const std::string& user)
+std::optional<Session> SessionTable::Open(const std::string& user)
 {
+    const std::lock_guard<std::mutex> guard(m_lock);
     const SteadyTime now = ExpireIdle();
-    if (m_sessions.size() >= m_limit) {
-        throw Refusal(Code::SessionLimitReached, std::to_string(m_limit) + " stand");
+    if (m_sessions.size() >= m_limits.sessions) {
+        return std::nullopt;
     }
     const std::uint64_t number = ++m_lastNumber;
     return m_sessions.try_emplace(number, number, user, now).first->second;
 }
 
-const Session& SessionTable::Use(const std::string& token, const std::vector<std::string>& cookies)
+std::optional<Session> SessionTable::Use(const std::string& token)
 {
+    return UseFitting([&token](const Session& session) { return SameSecret(session.token, token); });
+}
+
+std::optional<Session> SessionTable::Use(const std::string& token, const std::vector<std::string>& cookies)
+{
+    return UseFitting([&](const Session& session) {
+        return SameSecret(session.token, token) &&
+               std::any_of(cookies.begin(), cookies.end(),
+                           [&session](const std::string& cookie) { return SameSecret(session.cookie, cookie); });
+    });
+}
+
+std::optional<Session> SessionTable::UseFitting(const std::function<bool(const Session&)>& fits)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
     const SteadyTime now = ExpireIdle();
     for (auto& [number, session] : m_sessions) {
-        const Session& each = session;
-        if (SameSecret(each.token, token) &&
-            std::any_of(cookies.begin(), cookies.end(),
-                        [&each](const std::string& cookie) { return SameSecret(each.cookie, cookie); })) {
+        if (fits(session)) {
             session.lastUse = now;
             return session;
         }
     }
-    throw Refusal(Code::SessionLapsed, "token and cookie must both be those of one login");
+    return std::nullopt;
 }
 
 void SessionTable::Close(std::uint64_t number)
 {
+    const std::lock_guard<std::mutex> guard(m_lock);
     m_sessions.erase(number);
 }
 
 void SessionTable::CloseAll()
 {
+    const std::lock_guard<std::mutex> guard(m_lock);
     m_sessions.clear();
 }
 
 std::vector<SessionTable::Standing> SessionTable::List()
 {
+    const std::lock_guard<std::mutex> guard(m_lock);
     const SteadyTime now = ExpireIdle();
     std::vector<Standing> standing;
     for (const auto& [number, session] : m_sessions) {
@@ -108,7 +122,7 @@ SteadyTime SessionTable::ExpireIdle()
 {
     const SteadyTime now = m_clock();
     for (auto session = m_sessions.begin(); session != m_sessions.end();) {
-        session = now - session->second.lastUse > m_idleLimit ? m_sessions.erase(session) : std::next(session);
+        session = now - session->second.lastUse > m_limits.idle ? m_sessions.erase(session) : std::next(session);
     }
     return now;
 }

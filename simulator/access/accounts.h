@@ -1,5 +1,5 @@
-#ifndef ZAVSIM_ARRAY_ACCOUNTS_H
-#define ZAVSIM_ARRAY_ACCOUNTS_H
+#ifndef ZAVSIM_ACCESS_ACCOUNTS_H
+#define ZAVSIM_ACCESS_ACCOUNTS_H
 
 #include <array>
 #include <map>
@@ -7,7 +7,7 @@
 
 namespace ZavSim {
 
-/// Who may log in. Keeps digests, never a password. Filled before the array serves; from then on any thread may ask.
+/// Who may log in. Keeps digests, never a password. Filled before anything is served; from then on any thread may ask.
 class Accounts {
 public:
     /// A user added twice has the later password.

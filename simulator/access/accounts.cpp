@@ -1,4 +1,4 @@
-#include "simulator/array/accounts.h"
+#include "simulator/access/accounts.h"
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>

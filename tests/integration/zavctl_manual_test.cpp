@@ -1,0 +1,91 @@
+#include "tests/integration/stage.h"
+#include "tests/support/console_blocks.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string/replace.hpp>
+
+#include <cstdlib>
+#include <regex>
+#include <set>
+#include <utility>
+
+namespace {
+
+class ZavctlManualTest : public Stage {
+protected:
+    /// The page names addresses and folders as users have them; the test has others in their place.
+    std::string Move(std::string text) const
+    {
+        for (const auto& [shown, ours] : m_moves) {
+            boost::replace_all(text, shown, ours);
+        }
+        return text;
+    }
+
+    void Replace(const std::string& shown, const std::string& ours) { m_moves.emplace_back(shown, ours); }
+
+    /// What is drawn at random reads the same everywhere.
+    static std::string Settle(const std::string& text)
+    {
+        const std::string names = std::regex_replace(text, std::regex("Vendrix_[A-Za-z0-9_-]+"), "Vendrix_NAME");
+        return std::regex_replace(names, std::regex("AES256GCM\\.1\\.[A-Za-z0-9+/=]+"), "AES256GCM.1.CIPHER");
+    }
+
+private:
+    std::vector<std::pair<std::string, std::string>> m_moves;
+};
+
+TEST_F(ZavctlManualTest, CommandsPrintWhatTheManualShows)
+{
+    ArrayOptions options;
+    options.serial = "2102350000"; // as the page has it; names and numbers of LUNs follow from it
+    const Array& array = StartArray(options);
+    const Cluster& cluster = StartCluster();
+    StartTargets(array.Options().serviceIps);
+    Replace("10.20.0.1", array.Options().managementIps[0]);
+    Replace("10.20.0.5", array.Options().serviceIps[0]);
+    Replace("10.20.0.8", cluster.Address(0));
+    Replace("10.20.0.9", cluster.Address(1));
+    Replace("/opt/product", Directory() + "/product");
+    const std::string environment = Move(ConsoleBlocks::Block(ZAVCTL_MANUAL, "json"));
+    WriteFile(Directory() + "/password", std::string(PASSWORD) + "\n");
+    WriteFile(Directory() + "/env.json",
+              std::regex_replace(environment, std::regex("AES256GCM[^\"]*"), EncryptedPassword()));
+
+    const ConsoleBlocks::Session session = ConsoleBlocks::ReadSession(ZAVCTL_MANUAL);
+    ASSERT_GT(session.commands, 10U);
+    WriteFile(Directory() + "/script", "exec 2>&1\ncd " + Directory() + "\n" + Move(session.script));
+    const Outcome outcome = RunProgram(Directory(), {"timeout", "90", "/bin/bash", Directory() + "/script"},
+                                       {"PATH=" + ProductPath("bin") + ":" + std::getenv("PATH")});
+    EXPECT_EQ(Settle(Move(session.output)), Settle(outcome.output));
+}
+
+TEST_F(ZavctlManualTest, CommandsAndOptionsAreThoseOfTheProgram)
+{
+    const std::regex option("--[a-z-]+");
+    std::set<std::string> offered = {"--help"};
+    for (const char* const command : {"", "init", "inventory", "cleanup", "cluster", "password", "config"}) {
+        const std::string name = command;
+        const std::string help =
+            RunZavctl(name.empty() ? Process::Arguments{"--help"} : Process::Arguments{name, "--help"}).output;
+        for (std::sregex_iterator each(help.begin(), help.end(), option), end; each != end; ++each) {
+            if (each->str() != "--help") { // each has it; told once
+                offered.insert(name.empty() ? each->str() : name + " " + each->str());
+            }
+        }
+    }
+    std::set<std::string> shown;
+    std::string command;
+    for (const std::string& line : ConsoleBlocks::Lines(ZAVCTL_MANUAL)) {
+        std::smatch found;
+        if (std::regex_search(line, found, std::regex("^## zavctl ([a-z]+)"))) {
+            command = found[1].str() + " ";
+        } else if (std::regex_search(line, found, std::regex("^\\| `(?:-[a-z], )?(--[a-z-]+)"))) {
+            shown.insert(command + found[1].str());
+        }
+    }
+    EXPECT_EQ(offered, shown);
+}
+
+} // namespace
