@@ -61,13 +61,13 @@ public:
     bool m_deleteHost = false;
 
 private:
-    struct MemberKind;
+    struct PRODUCT_STORAGE_LOCAL MemberKind;
 
-    static int ListMembers(const MemberKind& kind, const std::string& lunGroupId,
-                           const boost::shared_ptr<ZavRestApi>& api, std::vector<std::string>& ids,
-                           std::string& errorText);
-    int RemoveMembers(const MemberKind& kind, const DeviceMessage& message, const boost::shared_ptr<ZavRestApi>& api,
-                      std::string& errorText);
+    PRODUCT_STORAGE_LOCAL static int ListMembers(const MemberKind& kind, const std::string& lunGroupId,
+                                                 const boost::shared_ptr<ZavRestApi>& api,
+                                                 std::vector<std::string>& ids, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int RemoveMembers(const MemberKind& kind, const DeviceMessage& message,
+                                            const boost::shared_ptr<ZavRestApi>& api, std::string& errorText);
 };
 
 #endif

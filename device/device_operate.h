@@ -139,19 +139,20 @@ public:
     std::string FormatUrl(const std::string& address);
 
 private:
-    struct Creation;
-    struct InitiatorKind;
-    struct HostChoice;
+    struct PRODUCT_STORAGE_LOCAL Creation;
+    struct PRODUCT_STORAGE_LOCAL InitiatorKind;
+    struct PRODUCT_STORAGE_LOCAL HostChoice;
 
-    bool CreateObject(const Creation& creation, const std::string& key, CDeviceManager* manager,
-                      const std::string& name, const std::function<std::string(CHandler&)>& create);
+    PRODUCT_STORAGE_LOCAL bool CreateObject(const Creation& creation, const std::string& key, CDeviceManager* manager,
+                                            const std::string& name,
+                                            const std::function<std::string(CHandler&)>& create);
 
     template <typename Record>
-    bool AttachInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
-                         const HostChoice& host, Record& initiator);
+    PRODUCT_STORAGE_LOCAL bool AttachInitiator(const InitiatorKind& kind, const std::string& key,
+                                               CDeviceManager* manager, const HostChoice& host, Record& initiator);
 
-    bool NeedsFCInitiator(const boost::shared_ptr<ZavRestApi>& api, bool& isReachedByFC);
-    bool IsLoggedIntoAnyOf(const std::vector<std::string>& targetIps);
+    PRODUCT_STORAGE_LOCAL bool NeedsFCInitiator(const boost::shared_ptr<ZavRestApi>& api, bool& isReachedByFC);
+    PRODUCT_STORAGE_LOCAL bool IsLoggedIntoAnyOf(const std::vector<std::string>& targetIps);
 
     boost::shared_ptr<DeleteResource> m_deleteResource; // empty until CheckInit hands recorded objects to cleanup
     boost::mutex m_mutex;                               // never locked: g_infoFileMutext guards the file

@@ -86,8 +86,8 @@ protected:
 private:
     using Session = std::pair<boost::shared_ptr<ZavRestApi>, boost::chrono::steady_clock::time_point>; // last_used
 
-    bool InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& mapInfo);
-    bool StartCheckThread();
+    PRODUCT_STORAGE_LOCAL bool InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& mapInfo);
+    PRODUCT_STORAGE_LOCAL bool StartCheckThread();
 
     QenThread check_thread;                  // guarded by lock
     std::map<std::string, Session> sessions; // guarded by lock

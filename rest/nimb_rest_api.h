@@ -62,10 +62,11 @@ public:
     int ParseBodyV2(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode);
 
 private:
-    struct TextQuery;
+    struct PRODUCT_STORAGE_LOCAL TextQuery;
 
-    int Query(const std::string& resource, Json::Value& data, std::string& errorText);
-    int QueryText(const TextQuery& query, std::string& text, bool& isTold, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int Query(const std::string& resource, Json::Value& data, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int QueryText(const TextQuery& query, std::string& text, bool& isTold,
+                                        std::string& errorText);
 
     std::string m_token;
     boost::shared_ptr<QEN::IHttpClient> m_httpClient;

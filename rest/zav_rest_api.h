@@ -149,23 +149,24 @@ public:
     int ParseCookie(const std::set<std::string>& cookies);
 
 private:
-    struct Call;
-    struct Mismatch;
-    struct Removal;
+    struct PRODUCT_STORAGE_LOCAL Call;
+    struct PRODUCT_STORAGE_LOCAL Mismatch;
+    struct PRODUCT_STORAGE_LOCAL Removal;
 
     using Visitor = std::function<void(const Json::Value&)>;
 
-    bool IsReadyFor(const Call& call) const;
-    int Send(const Call& call, Json::Value& data, std::string& errorText);
-    int Perform(const Call& call, Json::Value& data, std::string& errorText);
-    int ReadText(const Call& call, const char* member, std::string& text, std::string& errorText);
-    int ReadOptionalText(const Call& call, const char* member, std::string& text, std::string& errorText);
-    int ReadList(const Call& call, const Visitor& visit, std::string& errorText);
-    int CheckName(const Call& call, const std::string& expectedName, const Mismatch& mismatch, Json::Value& data,
-                  std::string& errorText);
-    int ListGroupMembers(const Call& call, const std::string& lunGroupId, std::vector<std::string>& ids,
-                         std::string& errorText);
-    int Remove(const Removal& removal, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL bool IsReadyFor(const Call& call) const;
+    PRODUCT_STORAGE_LOCAL int Send(const Call& call, Json::Value& data, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int Perform(const Call& call, Json::Value& data, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int ReadText(const Call& call, const char* member, std::string& text, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int ReadOptionalText(const Call& call, const char* member, std::string& text,
+                                               std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int ReadList(const Call& call, const Visitor& visit, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int CheckName(const Call& call, const std::string& expectedName, const Mismatch& mismatch,
+                                        Json::Value& data, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int ListGroupMembers(const Call& call, const std::string& lunGroupId,
+                                               std::vector<std::string>& ids, std::string& errorText);
+    PRODUCT_STORAGE_LOCAL int Remove(const Removal& removal, std::string& errorText);
 
     boost::shared_ptr<QEN::IHttpClient> m_httpClient;
     bool m_isLogined = false;
