@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    sem_t m_semaphore;
+    sem_t m_semaphore = {};
 };
 
 /// Runs closures one at a time on the thread that calls Run, in the order of their due times.

@@ -1,7 +1,5 @@
 #include "disklib/qen_thread.h"
 
-#include <boost/bind/bind.hpp>
-
 #include <exception>
 
 bool QenThread::Start()
@@ -12,7 +10,7 @@ bool QenThread::Start()
     try {
         message_loop = std::make_unique<MessageLoop>();
         message_loop->OpenDescriptors();
-        thread = std::make_unique<boost::thread>(boost::bind(&QenThread::ThreadMain, this));
+        thread = std::make_unique<boost::thread>([this] { ThreadMain(); });
     } catch (const std::exception&) {
         message_loop.reset();
         thread.reset();

@@ -10,7 +10,6 @@
 #include "device/device_set_operator.h"
 #include "rest/zav_rest_api.h"
 
-#include <boost/bind/bind.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
@@ -239,8 +238,7 @@ bool ZavStorageDiskLib::StartCheckThread()
     if (check_thread.message_loop == nullptr) {
         return false;
     }
-    check_thread.message_loop->PostDelayedTask(boost::bind(&ZavStorageDiskLib::DoCheck, this),
-                                               CHECK_INTERVAL_MILLISECONDS);
+    check_thread.message_loop->PostDelayedTask([this] { DoCheck(); }, CHECK_INTERVAL_MILLISECONDS);
     return true;
 }
 
@@ -283,7 +281,6 @@ void ZavStorageDiskLib::DoCheck()
     // second series of checks on the new thread.
     if (check_thread.thread != nullptr && check_thread.message_loop != nullptr &&
         check_thread.thread->get_id() == boost::this_thread::get_id()) {
-        check_thread.message_loop->PostDelayedTask(boost::bind(&ZavStorageDiskLib::DoCheck, this),
-                                                   CHECK_INTERVAL_MILLISECONDS);
+        check_thread.message_loop->PostDelayedTask([this] { DoCheck(); }, CHECK_INTERVAL_MILLISECONDS);
     }
 }

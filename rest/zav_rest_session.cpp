@@ -111,7 +111,7 @@ std::string ZavRestApi::ToQueryString(const std::map<std::string, std::string>& 
 {
     std::string query;
     for (const auto& [key, value] : parameters) {
-        query += (query.empty() ? "" : "&") + key + "=" + value;
+        query.append(query.empty() ? "" : "&").append(key).append("=").append(value);
     }
     return query;
 }
