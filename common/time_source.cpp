@@ -18,6 +18,8 @@ boost::chrono::steady_clock::time_point SteadyNow()
 void SleepFor(const boost::chrono::seconds& duration)
 {
     if (duration > boost::chrono::seconds::zero()) {
+        // Callers promise to let no exception out; an interruption waits for one who can take it.
+        const boost::this_thread::disable_interruption whole;
         boost::this_thread::sleep_for(duration);
     }
 }

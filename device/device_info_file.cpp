@@ -87,8 +87,9 @@ bool DeviceOperate::WriteInfoToJson(const std::string& key, Record& info)
         record[name] = value;
     }
     root[key] = record;
+    const std::string text = JsonText::Write(root); // before the file is emptied
     std::ofstream file(path, std::ios::trunc);
-    file << JsonText::Write(root);
+    file << text;
     file.close();
     if (!file) {
         PS_LOG(4) << "Config file write failed.";

@@ -87,12 +87,14 @@ bool DeviceSetOperator::PrepareAndCheckInit(const Zav::SessionInfo& session, con
     PS_TRACE();
     const auto known = m_mapDeviceOperate.find(session.deviceId);
     if (known != m_mapDeviceOperate.end()) {
-        if (known->second->CheckInit(session, storageIps, api)) {
-            known->second->AddZavMessage(mapInfo, session.deviceId);
+        const boost::shared_ptr<DeviceOperate> device = known->second;
+        m_mapDeviceOperate.erase(known); // out of the map also when the check throws
+        if (device->CheckInit(session, storageIps, api)) {
+            m_mapDeviceOperate.emplace(session.deviceId, device);
+            device->AddZavMessage(mapInfo, session.deviceId);
             PS_LOG(1) << "The device has been init!";
             return true;
         }
-        m_mapDeviceOperate.erase(known);
     }
     PS_LOG(1) << "The device need to init!";
     return false;
@@ -246,9 +248,16 @@ bool DeviceSetOperator::ReadConfig(std::string& path, std::string& content)
 
 bool DeviceSetOperator::ReadInfoFromJson(const std::string& deviceId, std::map<std::string, std::string>& info)
 {
-    return DeviceInfoRecord::Read({[this](const std::string& key) { return GetDeviceInfoCfgFile(key); },
-                                   [this](std::string& path, std::string& content) { ReadConfig(path, content); }},
-                                  deviceId, info);
+    try {
+        return DeviceInfoRecord::Read({[this](const std::string& key) { return GetDeviceInfoCfgFile(key); },
+                                       [this](std::string& path, std::string& content) { ReadConfig(path, content); }},
+                                      deviceId, info);
+    } catch (const boost::lock_error&) {
+        throw; // the one exception that callers know
+    } catch (const std::exception&) {
+        PS_LOG(4) << "failed to change json."; // unlike in DeviceOperate, which lets it pass
+        return false;
+    }
 }
 
 bool DeviceSetOperator::GetSelfLunGroupInfo(const Zav::SessionInfo& session, std::string& lunGroupId,
@@ -256,15 +265,7 @@ bool DeviceSetOperator::GetSelfLunGroupInfo(const Zav::SessionInfo& session, std
 {
     PS_LOG(1) << "begin get lun group id";
     std::map<std::string, std::string> info;
-    bool isRead = false;
-    try {
-        isRead = ReadInfoFromJson(session.deviceId, info);
-    } catch (const boost::lock_error&) {
-        throw; // the one exception that callers know
-    } catch (const std::exception& error) {
-        PS_LOG(4) << error.what();
-    }
-    if (!isRead) {
+    if (!ReadInfoFromJson(session.deviceId, info)) {
         PS_LOG(4) << "read config failed.";
         return false;
     }

@@ -41,8 +41,8 @@ public:
     virtual bool InitDeviceSet(const Zav::SessionInfo& session, const std::vector<std::string>& storageIps,
                                const boost::shared_ptr<ZavRestApi>& api, ZavMapInfo& mapInfo);
 
-    /// Adds the members of the device's record to `info`; see DeviceOperate. Lets the JSON library's error pass from a
-    /// record whose members are not texts.
+    /// Adds the members of the device's record to `info`; see DeviceOperate. False for a record whose members are not
+    /// texts, too.
     virtual bool ReadInfoFromJson(const std::string& deviceId, std::map<std::string, std::string>& info);
 
     /// True, with `mapInfo` filled, when an earlier run's work still stands; forgets the device otherwise. The caller

@@ -11,8 +11,8 @@ namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
-// Lines whose level is not a failure's own are level 1 here, failures of the SAN library included, on purpose: the
-// operation that drives these steps reports the failure at level 4.
+// Lines whose level is not a failure's own are level 1 here, failures of the SAN library included, on purpose: a
+// protocol that does not work out is no error as long as the other one does.
 
 } // namespace
 
@@ -24,13 +24,15 @@ struct DeviceOperate::InitiatorKind {
     bool tellsCause;     ///< the cause follows `createFailed`
     const char* created; ///< after the parent's line; null for none
     const char* beginAdd;
+    bool
+        joinsGroup; ///< the host that is created or given joins HostChoice::hostIds here, else where the caller says so
 };
 
 /// Which host an initiator goes to that has none yet.
 struct DeviceOperate::HostChoice {
     std::string& hostId;            ///< the host to use; receives the one that is created
     std::string& hostName;          ///< the name to create it with; receives that of a host found on the array
-    std::set<std::string>& hostIds; ///< receives the host that the initiator ends on
+    std::set<std::string>& hostIds; ///< of the later host group; receives the host that the initiator has already
     bool create;
     const boost::shared_ptr<ZavRestApi>& api;
 };
@@ -67,7 +69,7 @@ bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string
         PS_LOG_AS(kind.operation, 1) << "set host failed. device id is :" << key;
         return false;
     }
-    if (!host.hostId.empty()) {
+    if (kind.joinsGroup && !host.hostId.empty()) {
         host.hostIds.insert(host.hostId); // so that the host group holds the node's host
     }
     PS_LOG_AS(kind.operation, 1) << kind.beginAdd;
@@ -126,8 +128,13 @@ bool DeviceOperate::SetIscsiInitorInfo(std::string key, CDeviceManager* manager,
     PS_LOG(1) << "get IQN successed.";
     IscsiInitiatorMO initiator;
     initiator.id = iqn;
-    const InitiatorKind kind = {__func__, HANDLER_ISCSI_INITIATOR, "create Iscsi initiator failed. oLib ex:", true,
-                                nullptr,  "begin add initiator."};
+    const InitiatorKind kind = {__func__,
+                                HANDLER_ISCSI_INITIATOR,
+                                "create Iscsi initiator failed. oLib ex:",
+                                true,
+                                nullptr,
+                                "begin add initiator.",
+                                true};
     if (!AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, createHost, api}, initiator)) {
         return false;
     }
@@ -143,6 +150,7 @@ bool DeviceOperate::SetIscsiInitorInfoInner(std::string key, CDeviceManager* man
 {
     PS_TRACE();
     if (manager == nullptr) {
+        PS_LOG(4) << "devicemanager point is null.";
         return false;
     }
     std::map<std::string, std::string> info = {{DeviceKey::ISCSI_INITIATOR_NAME, initiator.id}};
@@ -208,7 +216,8 @@ bool DeviceOperate::CreateFCInitorOnDev(CDeviceManager* manager, const std::stri
     FCInitiatorMO initiator;
     initiator.id = wwpn;
     const InitiatorKind kind = {__func__, HANDLER_FC_INITIATOR,          "create FC initiator failed.",
-                                false,    "create fc initiator finish.", "begin add initiator to host."};
+                                false,    "create fc initiator finish.", "begin add initiator to host.",
+                                false};
     // Several port names share the host that is made for the first.
     const bool mustCreate = createHost && hostId.empty();
     return AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, mustCreate, api}, initiator);

@@ -27,8 +27,9 @@
 /// No exception leaves an operation. Nothing here retries or logs in again: a session that the array has dropped shows
 /// as the array's code.
 ///
-/// Threads: one object may be shared once it is logged in; Login and Logout must not race with other calls.
-/// Owner: the holders of its boost::shared_ptr; destruction does not log out.
+/// Threads: one object may be shared once it is logged in. Login, Logout and the removals that take a new cookie from
+/// their answer (RemoveHostGroup, RemoveLunGroup, RemoveIscsiInitiator, RemoveFCInitiator) must not race with other
+/// calls. Owner: the holders of its boost::shared_ptr; destruction does not log out.
 class PRODUCT_STORAGE_API ZavRestApi {
 public:
     /// `optionText` goes into every request's option text. Throws the threading library's resource error when its mutex

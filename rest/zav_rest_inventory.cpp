@@ -141,7 +141,8 @@ int ZavRestApi::ReadList(const Call& call, const Visitor& visit, std::string& er
         return result;
     }
     try {
-        if (!data.isNull() && !data.isArray()) {
+        const bool isNothing = data.isNull() || (data.isObject() && data.empty());
+        if (!isNothing && !data.isArray()) {
             throw std::invalid_argument("the answer's data is not a list");
         }
         for (const Json::Value& element : data) {

@@ -3,6 +3,7 @@
 
 #include "common/time_source.h"
 
+#include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
@@ -98,6 +99,21 @@ TEST_F(TimeSourceTest, SleepForSleepsThatManySeconds)
     TimeSource::SleepFor(boost::chrono::seconds(7));
     EXPECT_GE(sleeps, 1);
     EXPECT_EQ(7 * NANOSECONDS_PER_SECOND, (TimeSource::SteadyNow() - before).count());
+}
+
+TEST_F(TimeSourceTest, SleepForLeavesAnInterruptionToOthers)
+{
+    bool isInterrupted = false;
+    boost::thread sleeper([&isInterrupted] {
+        while (!boost::this_thread::interruption_requested()) {
+            boost::this_thread::yield();
+        }
+        TimeSource::SleepFor(boost::chrono::seconds(1));
+        isInterrupted = boost::this_thread::interruption_requested();
+    });
+    sleeper.interrupt();
+    sleeper.join();
+    EXPECT_TRUE(isInterrupted);
 }
 
 TEST_F(TimeSourceTest, SleepForNoTimeOrLessReturnsAtOnce)

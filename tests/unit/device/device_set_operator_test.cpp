@@ -236,10 +236,7 @@ TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoKeepsTheJsonLibrarysErr
     WriteFile(R"({"DEV1": {"LUNGROUPID": {}}})");
     EXPECT_FALSE(Get());
     ExpectUntouched();
-    const std::vector<std::string> lines = LinesOf("GetSelfLunGroupInfo");
-    ASSERT_THAT(lines, SizeIs(3));
-    EXPECT_THAT(lines.at(1), ::testing::StartsWith("4 "));
-    EXPECT_EQ("4 read config failed.", lines.at(2));
+    EXPECT_THAT(LinesOf("GetSelfLunGroupInfo"), ElementsAre("1 begin get lun group id", "4 read config failed."));
 }
 
 TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoKeepsAFilesystemErrorToItself)
@@ -248,8 +245,7 @@ TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoKeepsAFilesystemErrorTo
     const DeletedWorkingDirectory nowhere;
     EXPECT_THROW(m_operator.GetDeviceInfoCfgFile(KEY), boost::filesystem::filesystem_error);
     EXPECT_FALSE(Get());
-    EXPECT_THAT(LinesOf("GetSelfLunGroupInfo"),
-                ElementsAre("1 begin get lun group id", HasSubstr("4 boost::filesystem::"), "4 read config failed."));
+    EXPECT_THAT(LinesOf("GetSelfLunGroupInfo"), ElementsAre("1 begin get lun group id", "4 read config failed."));
 }
 
 TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoLetsTheLockErrorPass)

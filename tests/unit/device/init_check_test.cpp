@@ -1,6 +1,10 @@
 #include "tests/unit/device/node.h"
+
 #include "tests/unit/device/provisioning_test.h"
 #include "tests/unit/named_row.h"
+
+#include <filesystem>
+#include <filesystem>
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -61,18 +65,21 @@ class DeviceOperateIncompleteTest : public DeviceOperateCheckTest,
 TEST_P(DeviceOperateIncompleteTest, CheckInitWithoutACompleteRecordAsksNobody)
 {
     WriteFile(GetParam().text);
+    if (GetParam().name == "NoFile") {
+        std::filesystem::remove(FilePath());
+    }
     EXPECT_FALSE(Check());
     EXPECT_THAT(m_array->Calls(), IsEmpty());
     EXPECT_THAT(m_shell.Calls(), IsEmpty());
     EXPECT_THAT(LinesOf("CheckInit"), ElementsAre("1 Begin to Check Init Message", "4  The conf file is not exist!"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, DeviceOperateIncompleteTest,
-                         ::testing::Values(IncompleteRow{{"NoFile"}, ""}, IncompleteRow{{"NoJson"}, "{"},
-                                           IncompleteRow{{"NoView"}, R"({"DEV1": {"ISCSIINITIATORNAME": "i"}})"},
-                                           IncompleteRow{{"OtherDevice"},
-                                                         R"({"DEV2": {"MAPVIEWID": "7", "FCINITIATORNAME": ""}})"}),
-                         RowName<IncompleteRow>);
+INSTANTIATE_TEST_SUITE_P(
+    Files, DeviceOperateIncompleteTest,
+    ::testing::Values(IncompleteRow{{"NoFile"}, ""}, IncompleteRow{{"EmptyFile"}, ""}, IncompleteRow{{"NoJson"}, "{"},
+                      IncompleteRow{{"NoView"}, R"({"DEV1": {"ISCSIINITIATORNAME": "i"}})"},
+                      IncompleteRow{{"OtherDevice"}, R"({"DEV2": {"MAPVIEWID": "7", "FCINITIATORNAME": ""}})"}),
+    RowName<IncompleteRow>);
 
 // ---- FC
 

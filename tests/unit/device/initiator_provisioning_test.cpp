@@ -374,7 +374,8 @@ TEST_F(DeviceOperateTargetsTest, SetIscsiInitorInfoInnerWithoutAManagerRecordsNo
     EXPECT_FALSE(m_device.SetIscsiInitorInfoInner(KEY, nullptr, {"10.0.0.8"}, "iqn.node", m_initiator, m_loginName));
     EXPECT_EQ("", FileText());
     EXPECT_THAT(LinesOf("SetIscsiInitorInfoInner"),
-                ElementsAre("1 Enter SetIscsiInitorInfoInner", "1 End SetIscsiInitorInfoInner"));
+                ElementsAre("1 Enter SetIscsiInitorInfoInner", "4 devicemanager point is null.",
+                            "1 End SetIscsiInitorInfoInner"));
 }
 
 } // namespace

@@ -71,7 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
     Each, ZavRestApiListTest,
     Combine(ValuesIn(ListOperations()),
             ::testing::Values(EmptyAnswer{"EmptyList", Data("[]")}, EmptyAnswer{"NoData", NoData()},
-                              EmptyAnswer{"Null", Data("null")}, EmptyAnswer{"Object", Data(R"({"ID": "1"})"), NO_LIST},
+                              EmptyAnswer{"Null", Data("null")}, EmptyAnswer{"EmptyObject", Data("{}")},
+                              EmptyAnswer{"Object", Data(R"({"ID": "1"})"), NO_LIST},
                               EmptyAnswer{"Text", Data("\"ID\""), NO_LIST}, EmptyAnswer{"Number", Data("0"), NO_LIST})),
     [](const auto& row) { return std::get<0>(row.param).name + std::get<1>(row.param).name; });
 
