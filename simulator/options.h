@@ -3,6 +3,7 @@
 
 #include "simulator/array/accounts.h"
 #include "simulator/array/array_system.h"
+#include "simulator/dataplane/data_plane_options.h"
 #include "simulator/faults/fault.h"
 #include "simulator/http/http_server.h"
 #include "simulator/http/listen_address.h"
@@ -26,6 +27,7 @@ struct Options {
     std::uint64_t seed = 1;
     std::vector<Fault> faults;
     std::vector<std::string> onlinePorts;
+    DataPlaneOptions dataPlane;
 };
 
 constexpr const char* STANDARD_USER = "admin";

@@ -1,6 +1,7 @@
 #ifndef ZAVSIM_SIMULATION_H
 #define ZAVSIM_SIMULATION_H
 
+#include "simulator/dataplane/export_keeper.h"
 #include "simulator/http/certificate_folder.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options.h"
@@ -30,6 +31,7 @@ public:
 private:
     std::unique_ptr<const CertificateFolder> m_certificates; ///< null when no address is https
     ArraySystem m_array;
+    ExportKeeper m_exports;
     Journal m_journal;
     FaultPlan m_faults;
     ListenerSet m_listeners; // above its users, which look at it; emptied of threads first, in the destructor
