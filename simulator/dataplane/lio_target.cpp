@@ -54,6 +54,7 @@ void LioTarget::Open() const
     }
     ConfigTree::Write(GroupFolder() + "/attrib/authentication", "0");
     ConfigTree::Write(GroupFolder() + "/attrib/generate_node_acls", "0");
+    ConfigTree::Write(GroupFolder() + "/attrib/demo_mode_discovery", "0"); // nobody else finds it either
     ConfigTree::MakeFolder(GroupFolder() + "/np/" + m_portal);
     ConfigTree::Write(GroupFolder() + "/enable", "1");
 }

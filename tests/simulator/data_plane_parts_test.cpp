@@ -245,6 +245,7 @@ TEST_F(LioTargetTest, OpenLetsOnlyKnownInitiatorsInAtThePortal)
 {
     iscsi.Open();
     EXPECT_EQ("0", folder.Read("target/tpgt_1/attrib/generate_node_acls"));
+    EXPECT_EQ("0", folder.Read("target/tpgt_1/attrib/demo_mode_discovery"));
     EXPECT_EQ("0", folder.Read("target/tpgt_1/attrib/authentication"));
     EXPECT_TRUE(fs::is_directory(folder.File("target/tpgt_1/np/127.0.0.5:3260")));
     EXPECT_EQ("1", folder.Read("target/tpgt_1/enable"));
