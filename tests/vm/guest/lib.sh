@@ -6,6 +6,7 @@ export PATH=/opt/bin:$PATH
 
 name=$(basename "$0")
 work=/persist/$name
+serial=SN$name # of the array
 node_iqn=iqn.2020-01.local.node:01
 target_prefix=iqn.2020-01.example.zavsim:a:b:c:d
 product=$work/product
@@ -61,7 +62,7 @@ run() {
 # Starts the array whose LUNs the kernel's target serves; the options name its service addresses. Its certificates are
 # made once for all stories.
 start_array() {
-    zavsim --listen https://127.0.0.1:8088 --listen https://127.0.0.2:8088 --serial "SN$name" --luns 32 \
+    zavsim --listen https://127.0.0.1:8088 --listen https://127.0.0.2:8088 --serial "$serial" --luns 32 \
         --ca /persist/ca --state "$work/state.json" --data-plane lio --data-dir "$work/luns" "$@" \
         >"$work/zavsim.log" 2>&1 &
     array=$!
@@ -85,8 +86,8 @@ operate() {
     rm -f "$jar"
     token=$("${call[@]}" -d '{"username":"admin","password":"zavsim-admin","scope":0}' "$rest_url//sessions" |
         jq -r .data.iBaseToken)
-    answer=$("${call[@]}" -H "iBaseToken: $token" -X "$1" "$rest_url/SN$name/$2" ${3:+-d "$3"})
-    "${call[@]}" -H "iBaseToken: $token" -X DELETE "$rest_url/SN$name/sessions" >/dev/null
+    answer=$("${call[@]}" -H "iBaseToken: $token" -X "$1" "$rest_url/$serial/$2" ${3:+-d "$3"})
+    "${call[@]}" -H "iBaseToken: $token" -X DELETE "$rest_url/$serial/sessions" >/dev/null
     [ "$(jq -r .error.code <<<"$answer")" = 0 ] || fail "$1 $2: $answer"
     jq -c .data <<<"$answer"
 }
@@ -153,13 +154,13 @@ expect_init() {
     expect_equal "zavctl init" 0 "$status"
 }
 
-record_file() { echo "$product/conf/SN$name-info.conf"; }
+record_file() { echo "$product/conf/$serial-info.conf"; }
 record() { jq -r ".[].$1 // empty" "$(record_file)"; }
 library_log() { cat "$product"/log/*.log; }
 
 # The very line by which the library asks for the node's sessions.
 session_addresses() {
-    iscsiadm -m  session -P 1 | awk -F ':' '/Target/{printf $7} /Connection/{print $2}' | grep LOGGED |awk '{print $1}'
+    sh -c "iscsiadm -m  session -P 1 | awk -F ':' '/Target/{printf \$7} /Connection/{print \$2}' | grep LOGGED |awk '{print \$1}'"
 }
 
 rescan() { iscsiadm -m session -R >/dev/null; }
@@ -204,19 +205,21 @@ forget_disks() {
 
 # Leaves the node to the next story as it was.
 end_story() {
-    local result=$?
-    trap - EXIT
+    local result=$? each
+    trap - EXIT ERR
     set +e
     library_log >"/mnt/host/log/$name.library" 2>/dev/null
     cp "$work/zavsim.log" "/mnt/host/log/$name.zavsim" 2>/dev/null
-    [ -z "${keep:-}" ] || [ $result != 0 ] || exit 0
+    [ -z "${keep:-}" ] || [ $result != 0 ] || exit 0 # for the story after it
     pidof iscsid >/dev/null || iscsid
     iscsiadm -m node -u >/dev/null 2>&1
     iscsiadm -m node -o delete >/dev/null 2>&1
     iscsiadm -m discoverydb -o delete >/dev/null 2>&1
     forget_disks
     [ -z "$array" ] || { kill "$array" && wait "$array"; }
-    local each
+    for each in "${undo[@]}"; do
+        "$each"
+    done
     for each in "${started[@]}"; do
         kill -CONT "$each" && kill -KILL "$each"
     done 2>/dev/null
@@ -224,4 +227,8 @@ end_story() {
     exit $result
 }
 started=() # further processes that the story started
+undo=()    # commands that undo what else it did
 trap end_story EXIT
+# A command that fails unasked ends the story with its place.
+set -E
+trap 'printf "story: line %s of %s: %s\n" "$LINENO" "${BASH_SOURCE[0]##*/}" "$BASH_COMMAND" >&2' ERR
