@@ -34,7 +34,9 @@ TgtPlane::TgtPlane(const std::vector<TgtPortal>& portals, const LunFiles& files)
     for (const TgtPortal& portal : portals) {
         m_portals.push_back({portal.address, TgtDaemon(portal.socket), {}, 0});
         RemoveOurs(m_portals.back());
-        AddAnchor(m_portals.back());
+    }
+    for (Portal& portal : m_portals) { // not before all have answered
+        AddAnchor(portal);
     }
 }
 
