@@ -5,6 +5,9 @@
 #include <iscsi/iscsi.h>
 #include <iscsi/scsi-lowlevel.h>
 
+#include <poll.h>
+#include <sys/socket.h>
+
 #include <algorithm>
 
 namespace ZavSimTest {
@@ -56,11 +59,21 @@ IscsiDisk::~IscsiDisk()
     }
 }
 
+bool IscsiDisk::AwaitCut() const
+{
+    constexpr int PATIENCE_MILLISECONDS = 10000;
+    const int socket = iscsi_get_fd(m_context.get());
+    pollfd waiting{socket, POLLIN, 0};
+    char byte = 0;
+    return ::poll(&waiting, 1, PATIENCE_MILLISECONDS) > 0 && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0;
+}
+
 std::vector<int> IscsiDisk::ReportLuns()
 {
     std::vector<int> numbers;
     ClearAttention(m_context.get(), 0);
     const Task task = Own(iscsi_reportluns_sync(m_context.get(), 0, LIST_BYTES));
+    EXPECT_TRUE(IsGood(task)) << iscsi_get_error(m_context.get());
     if (IsGood(task)) {
         const auto* const list = static_cast<scsi_reportluns_list*>(scsi_datain_unmarshall(task.get()));
         for (std::uint32_t i = 0; i < list->num; ++i) {

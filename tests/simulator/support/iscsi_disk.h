@@ -11,7 +11,7 @@ struct iscsi_context;
 namespace ZavSimTest {
 
 /// A session of an initiator with a target, by way of libiscsi, and the disks that it sees. Failures fail the test,
-/// but for those of the login and of ReportLuns.
+/// but for that of the login. Commands are for sessions that stand: libiscsi loses their memory on one that was cut.
 class IscsiDisk {
 public:
     IscsiDisk(const std::string& initiator, const std::string& address, const std::string& target);
@@ -20,7 +20,10 @@ public:
 
     bool IsLoggedIn() const { return m_isLoggedIn; }
 
-    /// The numbers of the LUNs, 0 included; none when the session is gone.
+    /// Whether the target ends the session within ten seconds.
+    bool AwaitCut() const;
+
+    /// The numbers of the LUNs, 0 included.
     std::vector<int> ReportLuns();
 
     struct Shape {
