@@ -31,7 +31,8 @@ class DataPlaneTest : public SimulationTest {
 protected:
     DataPlaneTest()
     {
-        ::setenv("PATH", (std::string(::getenv("PATH")) + ":/usr/sbin:/sbin").c_str(), 1);
+        const char* const path = ::getenv("PATH");
+        ::setenv("PATH", (std::string(path == nullptr ? "/usr/bin:/bin" : path) + ":/usr/sbin:/sbin").c_str(), 1);
         const Finished targets = Execute({ZAVSIM_TARGET, "start", "--bare", "--folder", folder.File("t"), here, there});
         EXPECT_EQ(0, targets.status) << targets.err << "(Debian's package tgt has tgtd)";
         options.shape.serviceAddresses = {here, there};

@@ -110,13 +110,13 @@ TEST_F(ExportsTest, EachJointThatGoesTakesTheLunsAway)
     AddLun("7");
     const struct {
         Kind container;
-        std::string containerId;
         Kind member;
+        std::string containerId;
         std::string memberId;
-    } joints[] = {{Kind::MappingView, view, Kind::LunGroup, lunGroup},
-                  {Kind::MappingView, view, Kind::HostGroup, hostGroup},
-                  {Kind::HostGroup, hostGroup, Kind::Host, host},
-                  {Kind::Host, host, Kind::IscsiInitiator, NODE}};
+    } joints[] = {{Kind::MappingView, Kind::LunGroup, view, lunGroup},
+                  {Kind::MappingView, Kind::HostGroup, view, hostGroup},
+                  {Kind::HostGroup, Kind::Host, hostGroup, host},
+                  {Kind::Host, Kind::IscsiInitiator, host, NODE}};
     for (const auto& joint : joints) {
         Dissociate(state, joint.container, joint.containerId, joint.member, joint.memberId);
         EXPECT_THAT(Seen(), IsEmpty()) << joint.memberId;
