@@ -51,6 +51,7 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
     app.add_option("--fc-online", options.onlinePorts, "FC port name that the array sees online; may be repeated");
     app.add_option("--seed", options.seed, "Seed of faults that have a probability");
     app.add_option("--fault", raw.faults, "A fault as JSON, as for POST /zavsim/faults; may be repeated");
+    DeclareDataPlane(app, options.dataPlane);
     for (CLI::Option* const option : app.get_options()) {
         if (option->get_items_expected_max() > 1) {
             option->allow_extra_args(false); // one value each time it is given
@@ -89,6 +90,7 @@ void Complete(Options& options, const RawOptions& raw)
     }
     options.shape.managementAddresses = HostsOf(options.listen);
     CheckServiceAddresses(options.shape.serviceAddresses);
+    CompleteDataPlane(options.dataPlane, options.shape);
     if (options.shape.serial.empty() || options.shape.serial.find_first_of("/?#% ") != std::string::npos) {
         throw std::invalid_argument(
             "--serial: it becomes part of addresses, so it cannot be empty or hold / ? # % or blanks");

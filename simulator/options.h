@@ -4,6 +4,7 @@
 #include "simulator/access/accounts.h"
 #include "simulator/array/array_system.h"
 #include "simulator/cluster/cluster_system.h"
+#include "simulator/dataplane/data_plane_options.h"
 #include "simulator/faults/fault.h"
 #include "simulator/http/http_server.h"
 #include "simulator/http/listen_address.h"
@@ -34,6 +35,7 @@ struct Options {
     std::uint64_t seed = 1;
     std::vector<Fault> faults;
     std::vector<std::string> onlinePorts;
+    DataPlaneOptions dataPlane;
 };
 
 /// Reads the command line. Without a value the program is to end at once with the status put into `status`: 0 after

@@ -2,6 +2,7 @@
 #define ZAVSIM_SIMULATION_H
 
 #include "simulator/cluster/cluster_service.h"
+#include "simulator/dataplane/export_keeper.h"
 #include "simulator/http/certificate_folder.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options.h"
@@ -33,6 +34,7 @@ private:
 
     std::unique_ptr<const CertificateFolder> m_certificates; ///< null when no address is https
     ArraySystem m_array;
+    ExportKeeper m_exports; // of the array: behind it
     ClusterSystem m_cluster;
     Journal m_journal;
     FaultPlan m_faults;

@@ -41,16 +41,49 @@ Session ArraySystem::RequireSession(const std::string& token, const std::vector<
 void ArraySystem::Change(const std::function<void(State&)>& change)
 {
     const std::lock_guard<std::mutex> guard(m_objectsLock);
-    if (!m_file) {
+    if (!m_file && !m_follower) {
         change(m_objects);
         return;
     }
     State next = m_objects;
     change(next);
+    Replace(std::move(next));
+}
+
+void ArraySystem::SetFollower(std::function<void(const State&)> follower)
+{
+    const std::lock_guard<std::mutex> guard(m_objectsLock);
+    follower(m_objects);
+    m_follower = std::move(follower);
+}
+
+void ArraySystem::SetFabric(std::function<std::set<std::string>()> fabric)
+{
+    const std::lock_guard<std::mutex> guard(m_objectsLock);
+    m_fabric = std::move(fabric);
+}
+
+void ArraySystem::Replace(State next)
+{
+    Code step = Code::TargetsNotChanged;
     try {
-        m_file->Save(next);
+        if (m_follower) {
+            m_follower(next);
+        }
+        step = Code::StateNotSaved;
+        if (m_file) {
+            m_file->Save(next);
+        }
     } catch (const std::exception& error) {
-        throw Refusal(Code::StateNotSaved, error.what());
+        const std::string reason = error.what();
+        try {
+            if (m_follower) {
+                m_follower(m_objects); // back to what still stands
+            }
+        } catch (const std::exception&) {
+            // Told by the first failure; the next change tries again.
+        }
+        throw Refusal(step, reason);
     }
     m_objects = std::move(next);
 }

@@ -10,6 +10,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
 
 namespace ZavSim {
 
@@ -32,22 +34,37 @@ public:
 
     /// Runs `read` on the objects, under the lock, and returns what it returns.
     template <typename Read>
-    auto Look(Read read) const
+    auto Look(Read read)
     {
         const std::lock_guard<std::mutex> guard(m_objectsLock);
+        if (m_fabric) {
+            m_objects.SetOnlinePorts(m_fabric());
+        }
         return read(static_cast<const State&>(m_objects));
     }
 
     /// Runs `change` on the objects. What it throws passes on, and then nothing is changed; throws Refusal with
-    /// StateNotSaved, also with nothing changed, when the state file cannot be written.
+    /// TargetsNotChanged or StateNotSaved, also with nothing changed, when the follower cannot follow or the state file
+    /// cannot be written.
     void Change(const std::function<void(State&)>& change);
 
+    /// From now on `follower` is told the objects of each change before it counts, one thread at a time; what it throws
+    /// keeps the change from being made. It is told at once how they are; what it throws then passes on.
+    void SetFollower(std::function<void(const State&)> follower);
+
+    /// From now on the FC ports that are online are those that `fabric` tells.
+    void SetFabric(std::function<std::set<std::string>()> fabric);
+
 private:
+    void Replace(State next);
+
     const Inventory m_inventory;
     const Accounts m_accounts;
     const std::unique_ptr<const StateFile> m_file; ///< null: nothing is kept; saved under m_objectsLock
-    mutable std::mutex m_objectsLock;
-    State m_objects; ///< guarded by m_objectsLock
+    std::mutex m_objectsLock;
+    State m_objects;                                 ///< guarded by m_objectsLock
+    std::function<void(const State&)> m_follower;    ///< guarded by m_objectsLock, also while it runs; may be empty
+    std::function<std::set<std::string>()> m_fabric; ///< the same
     SessionTable m_sessions;
 };
 

@@ -41,6 +41,7 @@ const std::vector<CodeInfo>& AllCodes()
         {Code::MappingViewHasLunGroup, "MappingViewHasLunGroup", "The mapping view has a LUN group already"},
         {Code::PageTooWide, "PageTooWide", "The range asks for too many records at once"},
         {Code::StateNotSaved, "StateNotSaved", "The change could not be saved and was not made"},
+        {Code::TargetsNotChanged, "TargetsNotChanged", "The targets could not follow the change, and it was not made"},
     };
     return CODES;
 }

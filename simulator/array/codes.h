@@ -47,6 +47,7 @@ enum class Code : std::int64_t {
     MappingViewHasLunGroup,
     PageTooWide,
     StateNotSaved,
+    TargetsNotChanged,
 };
 
 struct CodeInfo {

@@ -17,13 +17,6 @@ bool HasControlCharacter(const std::string& text)
                        [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; });
 }
 
-bool IsWwn(const std::string& text)
-{
-    return text.size() == WWN_DIGITS && std::all_of(text.begin(), text.end(), [](char c) {
-               return std::isxdigit(static_cast<unsigned char>(c)) != 0;
-           });
-}
-
 bool IsIscsiName(const std::string& text)
 {
     const bool known = text.rfind("iqn.", 0) == 0 || text.rfind("eui.", 0) == 0 || text.rfind("naa.", 0) == 0;
@@ -59,6 +52,13 @@ std::string NamingPair(const AssociationRule& rule, const std::string& container
 
 } // namespace
 
+bool IsPortName(const std::string& text)
+{
+    return text.size() == WWN_DIGITS && std::all_of(text.begin(), text.end(), [](char c) {
+               return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+           });
+}
+
 std::string CanonicalId(Kind kind, const std::string& id)
 {
     if (kind != Kind::FcInitiator) {
@@ -92,7 +92,7 @@ std::string CreateObject(State& state, Kind kind, const std::string& name, const
 
 void RegisterInitiator(State& state, Kind kind, const std::string& id)
 {
-    if (!(kind == Kind::FcInitiator ? IsWwn(id) : IsIscsiName(id))) {
+    if (!(kind == Kind::FcInitiator ? IsPortName(id) : IsIscsiName(id))) {
         throw Refusal(Code::ParameterBad, kind == Kind::FcInitiator
                                               ? "ID of an FC initiator must be 16 hexadecimal digits"
                                               : "ID of an iSCSI initiator must be an iqn., eui. or naa. name");
@@ -169,7 +169,7 @@ const IdSet& Members(const State& state, Kind container, const std::string& cont
 
 void SetPortOnline(State& state, const std::string& wwn, bool online)
 {
-    if (!IsWwn(wwn)) {
+    if (!IsPortName(wwn)) {
         throw Refusal(Code::ParameterBad, "an FC port name must be 16 hexadecimal digits, not \"" + wwn + "\"");
     }
     state.SetPortOnline(CanonicalId(Kind::FcInitiator, wwn), online);

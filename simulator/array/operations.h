@@ -11,6 +11,9 @@ namespace ZavSim {
 /// The id under which the array keeps what the client calls `id`: FC port names are folded to lower case.
 std::string CanonicalId(Kind kind, const std::string& id);
 
+/// Whether it is an FC port's name: 16 hexadecimal digits.
+bool IsPortName(const std::string& text);
+
 /// Makes a named object and returns its id. A snapshot needs its parent LUN's id in `parent`; other kinds ignore it.
 std::string CreateObject(State& state, Kind kind, const std::string& name, const std::string& parent);
 

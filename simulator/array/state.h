@@ -74,6 +74,7 @@ public:
     /// FC port names seen on the fabric, registered or not, in lower case.
     const std::set<std::string>& OnlinePorts() const noexcept { return m_onlinePorts; }
     void SetPortOnline(const std::string& wwn, bool online);
+    void SetOnlinePorts(const std::set<std::string>& wwns) { m_onlinePorts = wwns; }
 
     const std::map<Kind, std::uint64_t>& LastIds() const noexcept { return m_lastIds; }
     void SetLastId(Kind kind, std::uint64_t id) { m_lastIds[kind] = id; }

@@ -1,0 +1,97 @@
+#include "simulator/dataplane/tgt_daemon.h"
+
+#include "simulator/dataplane/command.h"
+
+#include <sstream>
+#include <stdexcept>
+
+namespace ZavSim {
+
+TgtDaemon::TgtDaemon(const std::string& socket)
+    : m_socket(socket)
+{
+    const std::size_t point = socket.rfind('.');
+    if (point == 0 || point == std::string::npos || !ParseNumber(socket.substr(point + 1))) {
+        throw std::invalid_argument("--tgt-socket: \"" + socket +
+                                    "\" does not end in a point and a number, as tgtd's control sockets do");
+    }
+    m_setting = "TGT_IPC_SOCKET=" + socket.substr(0, point);
+    m_port = socket.substr(point + 1);
+}
+
+std::map<int, std::string> TgtDaemon::ListTargets() const
+{
+    std::map<int, std::string> targets;
+    std::istringstream lines(Administer({"--op", "show", "--mode", "target"}));
+    const std::string begin = "Target ";
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t colon = line.find(": "); // "Target 1: iqn…"
+        if (line.rfind(begin, 0) == 0 && colon != std::string::npos) {
+            targets[std::stoi(line.substr(begin.size(), colon - begin.size()))] = line.substr(colon + 2);
+        }
+    }
+    return targets;
+}
+
+void TgtDaemon::AddTarget(int target, const std::string& name) const
+{
+    Administer({"--op", "new", "--mode", "target", "--tid", std::to_string(target), "-T", name});
+}
+
+void TgtDaemon::Bind(int target, const std::string& initiator) const
+{
+    Administer({"--op", "bind", "--mode", "target", "--tid", std::to_string(target), "--initiator-name", initiator});
+}
+
+void TgtDaemon::RemoveTarget(int target) const
+{
+    Administer({"--op", "delete", "--force", "--mode", "target", "--tid", std::to_string(target)});
+}
+
+void TgtDaemon::AddLun(int target, LunNumber number, const BackedLun& lun) const
+{
+    const std::vector<std::string> which{"--mode", "logicalunit",         "--tid", std::to_string(target),
+                                         "--lun",  std::to_string(number)};
+    const auto administer = [&](std::vector<std::string> words) {
+        words.insert(words.end(), which.begin(), which.end());
+        Administer(words);
+    };
+    administer({"--op", "new", "-b", lun.file, "--blocksize", std::to_string(lun.sectorSize)});
+    try {
+        administer({"--op", "update", "--params",
+                    "vendor_id=ZAVSIM,product_id=LUN,scsi_id=" + lun.wwn + ",scsi_sn=" + lun.wwn});
+    } catch (const std::exception&) {
+        RemoveLun(target, number);
+        throw;
+    }
+}
+
+void TgtDaemon::RemoveLun(int target, LunNumber number) const
+{
+    Administer(
+        {"--op", "delete", "--mode", "logicalunit", "--tid", std::to_string(target), "--lun", std::to_string(number)});
+}
+
+std::string TgtDaemon::Administer(const std::vector<std::string>& words) const
+{
+    std::vector<std::string> all{"tgtadm", "-C", m_port, "--lld", "iscsi"};
+    all.insert(all.end(), words.begin(), words.end());
+    CommandResult result;
+    try {
+        result = RunCommand(all, {m_setting});
+    } catch (const std::exception& error) {
+        throw std::runtime_error("the tgtd at " + m_socket + ": " + error.what() + " (Debian: package tgt)");
+    }
+    if (result.status == 0) {
+        return result.output;
+    }
+    std::string line = "tgtadm";
+    for (const std::string& word : words) {
+        line += " " + word;
+    }
+    const std::string said = result.errors.substr(0, result.errors.find_last_not_of('\n') + 1);
+    throw std::runtime_error("the tgtd at " + m_socket + ": \"" + line + "\" ended with " +
+                             std::to_string(result.status) + ": " + said);
+}
+
+} // namespace ZavSim
