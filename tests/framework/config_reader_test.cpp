@@ -151,6 +151,17 @@ TEST_F(ConfigReaderTest, FileThatIsMalformedFromTheBeginningMeansDefaults)
     EXPECT_EQ("error: " + ConfigPath() + ", line 1: '=' character not found in line (LogProblems)\n", result.error);
 }
 
+TEST_F(ConfigReaderTest, FileThatCannotBeReadFromTheBeginningMeansDefaults)
+{
+    std::filesystem::remove(ConfigPath());
+    std::filesystem::create_directory(ConfigPath());
+    const ProgramResult result =
+        RunProgram({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
+    EXPECT_EQ("100\n", result.output);
+    EXPECT_EQ("error: " + ConfigPath() + " cannot be read: Is a directory (LogProblems)\n", result.error);
+    std::filesystem::remove(ConfigPath());
+}
+
 TEST_F(ConfigReaderTest, MalformedValueIsToldOnceAndItsDefaultHolds)
 {
     Configure({{"BackupNode", {{"DosRequestInterval", "five"}, {"DosRequestCount", "7"}}}});

@@ -173,6 +173,16 @@ TEST_F(LogOutputTest, FileThatCannotBeOpenedIsSaidOnceAndNothingBreaks)
               result.error);
 }
 
+TEST_F(LogOutputTest, FullDiskIsSaidOnceAndNothingBreaks)
+{
+    Configure({{"Log", {{"File", "/dev/full"}}}});
+    const ProgramResult result = Probe({"log", "1", "first", "second", "third"});
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.error, testing::MatchesRegex("The log file /dev/full cannot be written, lines are lost: "
+                                                    "[^\n]*No space left on device\n"));
+}
+
 TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
 {
     Log(1, "open");

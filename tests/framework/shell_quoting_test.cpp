@@ -143,6 +143,19 @@ TEST_F(ShellTemplateTest, MarkThatCannotBeFilledSafelyIsNotRun)
     EXPECT_THAT(escaped.err, ElementsAre("The command was not run: the '?' of parameter 1 stands behind a backslash"));
     EXPECT_THAT(Shell("echo `echo ?`", {"a"}).err,
                 ElementsAre("The command was not run: the '?' of parameter 1 stands within `...`"));
+    EXPECT_EQ(126, Shell("echo \"\\?\"", {"a"}).status) << "behind a backslash within double quotes";
+    EXPECT_EQ(126, Shell("echo \"`echo ?`\"", {"a"}).status) << "within backquotes within double quotes";
+}
+
+TEST_F(ShellTemplateTest, EscapedQuoteDoesNotEndDoubleQuotes)
+{
+    EXPECT_THAT(Shell("echo \"\\\" ?\"", {"a  b $HOME"}).out, ElementsAre("\" a  b $HOME"));
+}
+
+TEST_F(ShellTemplateTest, MarkInACommentTakesItsParameterAndStaysAComment)
+{
+    EXPECT_THAT(Shell("echo '?' # and ? here\necho '?'", {"first", "\necho INJECTED", "third"}).out,
+                ElementsAre("first", "third"));
 }
 
 } // namespace

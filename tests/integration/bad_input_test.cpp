@@ -152,6 +152,38 @@ TEST_F(BadInputTest, DeviceInformationFileThatCannotBeWrittenIsToldBeforeAnythin
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
 }
 
+TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
+{
+    const Array& array = StartArray();
+    const std::string content = R"({")" + array.Options().serial + R"(": {"HOSTID": {"not": "a text"}}})";
+    WriteFile(ZavctlRecordPath(array), content);
+    const Outcome outcome = RunZavctl({"cleanup", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": not a device record: "));
+    EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
+}
+
+TEST_F(BadInputTest, PasswordBeyondTheLongestIsRefusedAndTheLongestTaken)
+{
+    const std::string longest(4096, 'p');
+    EXPECT_EQ(0, RunZavctl({"password", "encrypt"}, longest + "\n").status);
+    const Outcome outcome = RunZavctl({"password", "encrypt"}, longest + "p\n");
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ("zavctl: password: longer than 4096 bytes\n", outcome.errors);
+    EXPECT_EQ("", outcome.output);
+}
+
+TEST_F(BadInputTest, KeyThatCannotBeMadeIsTheReasonThatNoPasswordIsEncrypted)
+{
+    WriteFile(Directory() + "/blocker", "a file where a folder should be");
+    Configure({{"Security.KeyFile", Directory() + "/blocker/product.key"}});
+    const Outcome outcome = RunZavctl({"password", "encrypt"}, "secret\n");
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: password: "), HasSubstr("blocker/product.key"),
+                                      HasSubstr("Not a directory"), Not(HasSubstr("secret"))));
+    EXPECT_EQ("", outcome.output);
+}
+
 TEST_F(BadInputTest, NodeWithoutIscsiadmIsTold)
 {
     const Array& array = StartArray();

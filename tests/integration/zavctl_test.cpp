@@ -122,6 +122,40 @@ TEST_F(ZavctlTest, InventoryPrintsSystemPortsPoolsAndEveryLun)
     EXPECT_GT(inventory["luns"][0]["capacity_bytes"].asUInt64(), 0U);
 }
 
+TEST_F(ZavctlTest, InitOnANodeWithAnOnlineFcPortNeedsNoIscsiSession)
+{
+    const Array& array = StartArray(); // and no iSCSI target
+    SetFcPorts({"0x21000024ff4b8c1a"});
+    array.SetFcPortOnline("21000024ff4b8c1a", true);
+    const Outcome outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_THAT(outcome.errors, HasSubstr("this node is prepared"));
+}
+
+TEST_F(ZavctlTest, InventoryThatTheArrayRefusesNamesWhatCannotBeRead)
+{
+    const Array& array = StartArray();
+    array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
+    const Outcome outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors,
+                HasSubstr("zavctl: " + array.Url() + ": cannot read the storage pools, code 42: no way\n"));
+    EXPECT_EQ("", outcome.output);
+    EXPECT_EQ(0U, array.SessionCount()) << "a command that fails leaves no session behind either";
+}
+
+TEST_F(ZavctlTest, VerboseShowsEachLineOfTheLibraryOnce)
+{
+    const Array& array = StartArray();
+    array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
+    const Outcome outcome = RunZavctl({"-v", "inventory", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Login zav device successfully! Device url is " + array.Url()));
+    const std::string failure = "Get all storagePool failed.";
+    EXPECT_THAT(outcome.errors, HasSubstr(failure));
+    EXPECT_EQ(outcome.errors.find(failure), outcome.errors.rfind(failure)) << outcome.errors;
+}
+
 TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
 {
     const Array& array = StartArray();
@@ -150,6 +184,35 @@ TEST_F(ZavctlTest, CleanupKeepsAHostThatASecondInitFoundUnlessItIsToldToRemoveIt
     const Outcome cleanup = RunZavctl({"cleanup", "--env", env, "--delete-host"});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(array.Ids("host"), IsEmpty());
+}
+
+TEST_F(ZavctlTest, CleanupLeavesAHostThatASecondInitFound)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const std::string host = array.Ids("host").at(0);
+    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    ASSERT_EQ(0, cleanup.status) << cleanup.errors;
+    EXPECT_THAT(cleanup.errors, HasSubstr("host " + host + " (kept)"));
+    EXPECT_THAT(array.Members("host", host, "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(ZavctlTest, CleanupLeavesTheRecordsOfOtherArraysInTheFile)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    WriteFile(ZavctlRecordPath(array), R"({"another array": {"HOSTID": "12"}})");
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    ASSERT_EQ(0, cleanup.status) << cleanup.errors;
+    const Json::Value records = ParseJson(ReadFile(ZavctlRecordPath(array)));
+    EXPECT_THAT(records.getMemberNames(), ElementsAre("another array"));
+    EXPECT_EQ("12", records["another array"]["HOSTID"].asString());
 }
 
 TEST_F(ZavctlTest, CleanupKeepsTheRecordOfWhatItCouldNotRemove)

@@ -63,6 +63,16 @@ TEST_F(AdminTest, ObjectsShowsWhatIsJoinedToWhat)
     EXPECT_EQ(0U, objects["mappingview"].size());
 }
 
+TEST_F(AdminTest, ObjectsShowsDeletedLunsAndTheLunOfASnapshot)
+{
+    Client()->Post("snapshot", R"({"NAME":"s","PARENTID":"5"})");
+    Admin("DELETE", "objects/lun/3");
+    const Json::Value objects = Admin("GET", "objects").json;
+    EXPECT_EQ("5", objects["snapshot"][0]["lun"].asString());
+    ASSERT_EQ(1U, objects["lun"]["deleted"].size());
+    EXPECT_EQ("3", objects["lun"]["deleted"][0].asString());
+}
+
 TEST_F(AdminTest, ObjectDeletedBehindTheClientsBackIsGoneForIt)
 {
     const auto client = Client();
@@ -105,6 +115,20 @@ TEST_F(AdminTest, ListenerGoesDownAndUpAgainOnTheSamePort)
     EXPECT_EQ(200, Admin("POST", "listeners", Switch(1, true)).status) << "twice is as good as once";
     EXPECT_EQ(url, Url(1));
     EXPECT_CODE(Code::Success, second.Get("lun/count")) << "its session stood all the while";
+}
+
+TEST_F(AdminTest, ListenerWhoseAddressWasTakenMeanwhileStaysDownAndSaysWhy)
+{
+    const std::string url = Url(1);
+    Admin("POST", "listeners", Switch(1, false));
+    ZavSim::Options others = options;
+    others.listen = {ZavSim::ParseListenAddress(url)};
+    ZavSim::Simulation other(others);
+    other.Start();
+    const Reply refusal = Admin("POST", "listeners", Switch(1, true));
+    EXPECT_EQ(409, refusal.status);
+    EXPECT_THAT(refusal.body, HasSubstr("cannot listen on " + url + ": Address already in use"));
+    EXPECT_FALSE(Admin("GET", "listeners").json[1]["listening"].asBool());
 }
 
 TEST_F(AdminTest, ListenerAnswersTheRequestThatStopsIt)

@@ -135,6 +135,10 @@ TEST_F(StateFileTest, LoadOfContradictionsNamesThePlace)
                 HasSubstr("associated already"));
     EXPECT_THAT(ComplaintAfter([](Json::Value& root) { root["onlinePorts"][0] = "x"; }), HasSubstr("onlinePorts"));
     EXPECT_THAT(ComplaintAfter([](Json::Value& root) { root["deletedLuns"][0] = 3; }), HasSubstr("not a text"));
+    EXPECT_THAT(ComplaintAfter([](Json::Value& root) { root["deletedLuns"][0] = "99"; }),
+                HasSubstr("deletedLuns: this array has no LUN 99"));
+    EXPECT_THAT(ComplaintAfter([](Json::Value& root) { root["objects"]["lun"]["1"]["name"] = "x"; }),
+                HasSubstr("objects.lun: not objects of a kind that is recorded"));
     EXPECT_EQ("", ComplaintAfter([](Json::Value&) {}));
 }
 
