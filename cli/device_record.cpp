@@ -23,12 +23,8 @@ DeviceRecord::DeviceRecord(const std::string& deviceId)
     : m_deviceId(deviceId)
     , m_path(DeviceSetOperator::GetDeviceSetOperator()->GetDeviceInfoCfgFile(deviceId))
 {
-    try {
-        if (!DeviceSetOperator::GetDeviceSetOperator()->ReadInfoFromJson(deviceId, m_members)) {
-            throw Failure(ExitCode::BadInput, m_path + ": not JSON; nothing was changed");
-        }
-    } catch (const Json::Exception& error) {
-        throw Failure(ExitCode::BadInput, m_path + ": not a device record: " + error.what());
+    if (!DeviceSetOperator::GetDeviceSetOperator()->ReadInfoFromJson(deviceId, m_members)) {
+        throw Failure(ExitCode::BadInput, m_path + ": not a device record in JSON; nothing was changed");
     }
 }
 
