@@ -47,7 +47,9 @@ std::string Write(const ConfigValues& values)
             section = spec.section;
             text += "[" + std::string(section) + "]\n";
         }
-        text += std::string(spec.key) + "=" + values.Of(spec.setting).text + "\n";
+        // The root has lost its final slashes, before which there may be nothing, or a blank.
+        const char* const end = spec.setting == Setting::ProductRoot ? "/\n" : "\n";
+        text += std::string(spec.key) + "=" + values.Of(spec.setting).text + end;
     }
     return text;
 }
