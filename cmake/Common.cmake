@@ -21,6 +21,13 @@ if(PRODUCT_STORAGE_SANITIZE)
     add_link_options(-fsanitize=${PRODUCT_STORAGE_SANITIZE})
 endif()
 
+if(PRODUCT_STORAGE_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "PRODUCT_STORAGE_FUZZ needs clang++, whose libFuzzer the targets are linked with")
+    endif()
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # Our own code, as opposed to what is generated: every warning counts.
 function(product_storage_code target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)

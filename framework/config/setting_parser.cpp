@@ -2,9 +2,11 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <algorithm>
 #include <charconv>
 
 namespace Framework {
@@ -54,16 +56,18 @@ std::string Absolute(const std::string& path, const std::string& root)
     return path.empty() || path.front() == '/' ? path : root + "/" + path;
 }
 
-std::vector<std::string> ParsePaths(const std::string& text, const std::string& root)
+// No piece is empty: an empty folder of a search path means the working directory. False when a path has a colon in it,
+// which only the root can bring: nothing could tell it from the one between two paths.
+bool ParsePaths(const std::string& text, const std::string& root, std::vector<std::string>& paths)
 {
-    std::vector<std::string> paths;
-    if (!text.empty()) {
-        boost::split(paths, text, boost::is_any_of(":"), boost::token_compress_on);
+    std::vector<std::string> pieces;
+    boost::split(pieces, text, boost::is_any_of(":"));
+    for (const std::string& piece : pieces) {
+        if (!piece.empty()) {
+            paths.push_back(Absolute(piece, root));
+        }
     }
-    for (std::string& path : paths) {
-        path = Absolute(path, root);
-    }
-    return paths;
+    return std::none_of(paths.begin(), paths.end(), [](const std::string& path) { return boost::contains(path, ":"); });
 }
 
 } // namespace
@@ -87,7 +91,10 @@ bool ParseSetting(const SettingSpec& spec, const std::string& text, const std::s
         value.text = Absolute(text, root);
         return true;
     case SettingKind::PathList:
-        value.paths = ParsePaths(text, root);
+        problem = "relative to the root " + root + ", whose colon cannot stand in a list of paths";
+        if (!ParsePaths(text, root, value.paths)) {
+            return false;
+        }
         value.text = boost::algorithm::join(value.paths, ":");
         return true;
     }

@@ -19,6 +19,7 @@ namespace Framework {
 namespace {
 
 constexpr std::size_t HEX_SIZE = Key::SIZE * 2;
+constexpr std::size_t MAX_FILE_SIZE = HEX_SIZE + 2; // with a line end of either kind
 constexpr unsigned int MODE_BITS = 07777;
 constexpr unsigned int KEY_MODE = 0600;
 
@@ -41,10 +42,11 @@ std::string FindFileProblem(int fd)
     return {};
 }
 
-// Reads at most one byte more than a key with its line end has. No buffer but `text` ever holds the key.
+// Reads at most one byte more than a key file has, which tells that it is none. No buffer but `text` ever holds the
+// key.
 int ReadKeyText(int fd, std::string& text)
 {
-    constexpr std::size_t LIMIT = HEX_SIZE + 3;
+    constexpr std::size_t LIMIT = MAX_FILE_SIZE + 1;
     text.resize(LIMIT);
     std::size_t size = 0;
     while (size < LIMIT) {
@@ -70,7 +72,7 @@ bool Decode(const std::string& text, Key& key)
     while (size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) {
         --size;
     }
-    if (size != HEX_SIZE) {
+    if (size != HEX_SIZE || text.size() > MAX_FILE_SIZE) {
         return false;
     }
     try {

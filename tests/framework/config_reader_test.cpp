@@ -196,6 +196,27 @@ TEST_F(ConfigReaderTest, EveryMalformedKindOfValueIsAProblem)
     }
 }
 
+// An empty folder in a search path would be the working directory, where anybody may have put an iscsiadm.
+TEST_F(ConfigReaderTest, SearchPathHasNoEmptyFolder)
+{
+    WriteConfig("[Product]\nRoot = /opt\n[Shell]\nPath = ::/usr/local/bin::tools:\n");
+    EXPECT_THAT(Problems(), testing::IsEmpty());
+    EXPECT_EQ("/usr/local/bin:/opt/tools", Value("Shell", "Path"));
+    WriteConfig("[Shell]\nPath = :\n");
+    EXPECT_THAT(Problems(), testing::IsEmpty());
+    EXPECT_EQ("", Value("Shell", "Path"));
+}
+
+TEST_F(ConfigReaderTest, SearchPathRelativeToARootWithAColonIsAProblem)
+{
+    WriteConfig("[Product]\nRoot = /opt/a:b\n[Shell]\nPath = /usr/bin:tools\n");
+    EXPECT_THAT(Problems(), ElementsAre(HasSubstr("[Shell] Path = \"/usr/bin:tools\" is relative to the root /opt/a:b, "
+                                                  "whose colon cannot stand in a list of paths")));
+    EXPECT_EQ("", Value("Shell", "Path"));
+    WriteConfig("[Product]\nRoot = /opt/a:b\n[Shell]\nPath = /usr/bin\n");
+    EXPECT_THAT(Problems(), testing::IsEmpty());
+}
+
 TEST_F(ConfigReaderTest, CheckNamesAllThatIsUnknown)
 {
     WriteConfig("Stray=1\n[Backupnode]\nDosRequestInterval=1\n[Http]\nverifypeer=true\n");

@@ -218,12 +218,14 @@ TEST_F(SecurityTest, KeyFileThatHoldsNoKeyIsRefused)
     const std::string cipher = Encrypt("x");
     const std::string key = ReadText(KeyPath());
     for (const std::string& text : {std::string(), key.substr(0, 63), "0" + key, std::string(64, 'g'), key + "\n" + key,
-                                    std::string(1'000'000, '0'), key + " "}) {
+                                    std::string(1'000'000, '0'), key + " ", key + "\n\n", key + "\n\n# another key"}) {
         WriteText(KeyPath(), text);
         EXPECT_THAT(Refusal(cipher), HasSubstr("is refused: it does not hold 64 hexadecimal digits."));
     }
-    WriteText(KeyPath(), key.substr(0, 64));
-    EXPECT_EQ("x", Decrypt(cipher));
+    for (const char* const lineEnd : {"", "\n", "\r\n"}) {
+        WriteText(KeyPath(), key.substr(0, 64) + lineEnd);
+        EXPECT_EQ("x", Decrypt(cipher));
+    }
 }
 
 TEST_F(SecurityTest, KeyThatCannotBeMadeIsAnErrorWithTheReason)
