@@ -136,7 +136,8 @@ TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIs
     for (const char* const command : {"init", "cleanup"}) {
         const Outcome outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
         EXPECT_EQ(3, outcome.status);
-        EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed"));
+        EXPECT_THAT(outcome.errors,
+                    HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed"));
         EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
     }
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
@@ -159,7 +160,8 @@ TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
     WriteFile(ZavctlRecordPath(array), content);
     const Outcome outcome = RunZavctl({"cleanup", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(3, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed\n"));
+    EXPECT_THAT(outcome.errors,
+                HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed\n"));
     EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
 }
 

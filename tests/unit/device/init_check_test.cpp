@@ -4,7 +4,6 @@
 #include "tests/unit/named_row.h"
 
 #include <filesystem>
-#include <filesystem>
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
