@@ -208,7 +208,7 @@ end_story() {
     local result=$? each
     trap - EXIT ERR
     set +e
-    library_log >"/mnt/host/log/$name.library" 2>/dev/null
+    library_log >"/mnt/host/log/$name.product" 2>/dev/null
     cp "$work/zavsim.log" "/mnt/host/log/$name.zavsim" 2>/dev/null
     [ -z "${keep:-}" ] || [ $result != 0 ] || exit 0 # for the story after it
     pidof iscsid >/dev/null || iscsid
