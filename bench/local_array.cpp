@@ -3,22 +3,23 @@
 #include <httplib.h>
 
 #include <memory>
+#include <sstream>
 #include <thread>
 
 namespace {
 
 std::string MakeLunPage()
 {
-    std::string page = R"({"data": [)";
+    std::ostringstream page;
+    page << R"({"data": [)";
     for (int lun = 0; lun < LocalArray::LUNS; ++lun) {
-        const std::string id = std::to_string(lun);
-        page += lun == 0 ? "" : ", ";
-        page += R"({"ID": ")" + id + R"(", "NAME": "lun-)" + id +
-                R"(", "CAPACITY": "41943040", "ALLOCCAPACITY": "1024", "SECTORSIZE": "512", "WWN": "6a0b1c2d3e4f)" +
-                id + R"(", "PARENTID": "0", "PARENTNAME": "pool-0", "HEALTHSTATUS": "1", "RUNNINGSTATUS": "27", )" +
-                R"("ALLOCTYPE": "1", "USAGETYPE": "5", "DESCRIPTION": "", "ISADD2LUNGROUP": "true"})";
+        page << (lun == 0 ? "" : ", ") << R"({"ID": ")" << lun << R"(", "NAME": "lun-)" << lun
+             << R"(", "CAPACITY": "41943040", "ALLOCCAPACITY": "1024", "SECTORSIZE": "512", "WWN": "6a0b1c2d3e4f)"
+             << lun << R"(", "PARENTID": "0", "PARENTNAME": "pool-0", "HEALTHSTATUS": "1", "RUNNINGSTATUS": "27", )"
+             << R"("ALLOCTYPE": "1", "USAGETYPE": "5", "DESCRIPTION": "", "ISADD2LUNGROUP": "true"})";
     }
-    return page + R"(], "error": {"code": 0, "description": "0"}})";
+    page << R"(], "error": {"code": 0, "description": "0"}})";
+    return page.str();
 }
 
 } // namespace
