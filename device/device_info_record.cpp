@@ -25,7 +25,7 @@ std::string ProgramPath(std::string_view operation)
 {
     std::array<char, 1023> buffer = {};
     const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-    const std::string path(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    std::string path(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
     PS_LOG_AS(operation, 1) << "Program path is " << path;
     return path;
 }

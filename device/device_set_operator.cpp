@@ -234,7 +234,7 @@ bool DeviceSetOperator::ExtractAddressInfo(const std::string& url, std::string& 
 std::string DeviceSetOperator::GetDeviceInfoCfgFile(const std::string& deviceId)
 {
     PS_TRACE();
-    const std::string path = DeviceInfoRecord::FileFor(DeviceInfoRecord::ProgramPath(__func__), deviceId);
+    std::string path = DeviceInfoRecord::FileFor(DeviceInfoRecord::ProgramPath(__func__), deviceId);
     PS_LOG(1) << "Config path is " << path;
     return path;
 }

@@ -145,7 +145,7 @@ bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, con
                                "create mapview failed.oLib ex:",
                                "create mapview finish."};
     return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
-        const std::string mapViewId = CreateNamed<MappingViewMO>(handler, name).id;
+        std::string mapViewId = CreateNamed<MappingViewMO>(handler, name).id;
         auto& views = dynamic_cast<CMappingViewHandler&>(handler);
         views.AddHostGroup(mapViewId, secondGroupId);
         views.AddLunGroup(mapViewId, firstGroupId);
