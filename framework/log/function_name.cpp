@@ -1,6 +1,6 @@
 #include "common/framework/log_proxy.h"
 
-#include <string.h>
+#include <cstring>
 
 // The compilers' signature texts are read from their end: behind the last parameter list come qualifiers and template
 // arguments, before it the name. What differs between the compilers is how they write a lambda and the unnamed

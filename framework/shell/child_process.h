@@ -25,6 +25,10 @@ struct ShellPipes {
 /// that wait gives would be lost in a program that ignores SIGCHLD or that waits for children it does not know.
 class ChildProcess {
 public:
+    ChildProcess() = default;
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
     /// Starts `command`. 0, or the error number.
     int Start(const std::string& command, const std::vector<std::string>& environment);
 

@@ -18,6 +18,8 @@ public:
         : m_fd(std::exchange(other.m_fd, -1))
     {
     }
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
     UniqueFd& operator=(UniqueFd&& other) noexcept
     {
         std::swap(m_fd, other.m_fd);

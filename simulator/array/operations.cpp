@@ -85,7 +85,7 @@ std::string CreateObject(State& state, Kind kind, const std::string& name, const
         RequireObject(state, Kind::Lun, parent);
         object.parent = parent;
     }
-    const std::string id = state.NextId(kind);
+    std::string id = state.NextId(kind);
     state.Add(kind, id, object);
     return id;
 }

@@ -26,6 +26,7 @@ constexpr int PATIENCE_MILLISECONDS = 10000;
 std::vector<char*> Pointers(std::vector<std::string>& texts)
 {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }

@@ -94,7 +94,7 @@ std::string LioPlane::StoreFolder(std::uint64_t lun) const
 
 std::string LioPlane::OpenStore(std::uint64_t lun) const
 {
-    const std::string folder = StoreFolder(lun);
+    std::string folder = StoreFolder(lun);
     if (ConfigTree::Exists(folder)) {
         return folder;
     }

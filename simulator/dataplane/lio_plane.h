@@ -23,6 +23,8 @@ class LioPlane final : public DataPlane {
 public:
     /// Removes what an earlier simulator left of its targets and opens them afresh. Throws std::runtime_error.
     LioPlane(const LioOptions& options, const LunFiles& files);
+    LioPlane(const LioPlane&) = delete;
+    LioPlane& operator=(const LioPlane&) = delete;
     ~LioPlane() override;
 
     void Apply(const Exports& exports) override;

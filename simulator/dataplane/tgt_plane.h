@@ -21,6 +21,8 @@ class TgtPlane final : public DataPlane {
 public:
     /// Removes what an earlier simulator left there. Throws std::runtime_error when a daemon does not answer.
     TgtPlane(const std::vector<TgtPortal>& portals, const LunFiles& files);
+    TgtPlane(const TgtPlane&) = delete;
+    TgtPlane& operator=(const TgtPlane&) = delete;
     ~TgtPlane() override;
 
     void Apply(const Exports& exports) override;

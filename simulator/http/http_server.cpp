@@ -78,7 +78,7 @@ std::string WhyNot(const ListenAddress& address)
     const int on = 1;
     ::setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     const bool bound = ::bind(probe, found->ai_addr, found->ai_addrlen) == 0 && ::listen(probe, 1) == 0;
-    const std::string reason = bound ? "it was in use a moment ago" : std::strerror(errno);
+    std::string reason = bound ? "it was in use a moment ago" : std::strerror(errno);
     ::close(probe);
     ::freeaddrinfo(found);
     return reason;

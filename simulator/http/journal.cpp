@@ -18,7 +18,7 @@ std::int64_t Milliseconds(std::chrono::nanoseconds duration)
 std::string UtcText(std::chrono::system_clock::time_point time)
 {
     const std::int64_t milliseconds = Milliseconds(time.time_since_epoch());
-    const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
     std::tm parts{};
     ::gmtime_r(&seconds, &parts);
     char text[32];

@@ -20,6 +20,8 @@ public:
         : m_limit(limit)
     {
     }
+    WorkerQueue(const WorkerQueue&) = delete;
+    WorkerQueue& operator=(const WorkerQueue&) = delete;
     ~WorkerQueue() override { shutdown(); }
 
     void enqueue(std::function<void()> job) override;
