@@ -1,4 +1,5 @@
 #include "common/json_text.h"
+#include "tests/unit/system_calls.h"
 
 #include <gtest/gtest.h>
 
@@ -167,6 +168,18 @@ TEST_F(JsonTextTest, ToTextTakesAnyScalarAndLeavesTheTextOtherwise)
     EXPECT_FALSE(JsonText::ToText(Json::Value(Json::objectValue), text));
     EXPECT_FALSE(JsonText::ToText(Json::Value(Json::arrayValue), text));
     EXPECT_EQ("before", text);
+}
+
+TEST_F(JsonTextTest, WriteWithSecretWipesEachQuotedCharacter)
+{
+    Json::Value root(Json::objectValue);
+    const SystemCalls calls;
+    JsonText::WriteWithSecret(root, "password", "st", Style::Compact);
+    int quoted = 0;
+    for (const SystemCalls::Wipe& wipe : calls.Wipes()) {
+        quoted += wipe.bytes.substr(0, 3) == R"("s")" && wipe.bytes.c_str() == std::string(R"("s")") ? 1 : 0;
+    }
+    EXPECT_EQ(1, quoted); // the whole is wiped as "st"; later passes see zeros
 }
 
 } // namespace
