@@ -37,7 +37,7 @@ connect_fc() {
     wait_until 30 is_seen "$(node_port "$1")" || fail "the array does not see $(node_port "$1")"
 }
 
-is_seen() { admin objects | jq -e --arg port "$1" '.onlinePorts | index($port)' >/dev/null; }
+is_seen() { [[ $(admin objects) =~ \"onlinePorts\":\[[^]]*\"$1\" ]]; }
 is_not_seen() { ! is_seen "$1"; }
 
 # Takes the node's port off its fabric until both sides have forgotten each other: a remote port that is only blocked

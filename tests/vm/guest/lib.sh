@@ -7,13 +7,15 @@ export PATH=/opt/bin:$PATH
 name=$(basename "$0")
 work=/persist/$name
 serial=SN$name # of the array
-node_iqn=iqn.2020-01.local.node:01
+: "${guest:?}" # a or b, from the kernel's command line
+node_iqn=iqn.2020-01.local.node:$guest
+lan_address=$([ "$guest" = a ] && echo 10.78.0.1 || echo 10.78.0.2) # where the guests meet
+meeting=/mnt/host/meeting
 target_prefix=iqn.2020-01.example.zavsim:a:b:c:d
 product=$work/product
 zavctl=$product/bin/zavctl
 array='' # process id
-admin_url=https://127.0.0.2:8088/zavsim
-rest_url=https://127.0.0.2:8088/deviceManager/rest
+array_url=http://127.0.0.3:8088 # as its operator reaches it, without the cost of TLS on an emulated processor
 mkdir -p "$work"
 
 # ---- telling and checking ------------------------------------------------------------------------------------------
@@ -22,7 +24,7 @@ say() { printf -- '-- %s\n' "$*"; }
 measured() { printf 'measured: %s\n' "$*"; }
 
 fail() {
-    printf 'story: %s\n' "$*"
+    printf 'story: %s\n' "$*" >&2
     exit 1
 }
 
@@ -52,24 +54,30 @@ run() {
     local began=$EPOCHREALTIME
     status=0
     "$@" >/tmp/out 2>/tmp/err || status=$?
-    took=$(awk -v a="$began" -v b="$EPOCHREALTIME" 'BEGIN { printf "%.1f", b - a }')
+    took=$(((${EPOCHREALTIME/./} - ${began/./}) / 100000)) # tenths of a second
+    took=$((took / 10)).$((took % 10))
     out=$(tr -d '\0' </tmp/out) err=$(tr -d '\0' </tmp/err)
     printf '$ %s\n%s%s(status %s, %s s)\n' "$*" "${out:+$out$'\n'}" "${err:+$err$'\n'}" "$status" "$took"
 }
 
+# What one guest tells, the other hears, within two minutes.
+tell() { touch "$meeting/$1"; }
+hear() { wait_until 120 test -e "$meeting/$1" || fail "the other guest does not tell \"$1\""; }
+
 # ---- the array -----------------------------------------------------------------------------------------------------
 
-# Starts the array whose LUNs the kernel's target serves; the options name its service addresses. Its certificates are
-# made once for all stories.
+# Starts the array whose LUNs the kernel's target serves, or what the variable data_plane says; the options name its
+# service addresses. Its certificates are made once for all stories.
 start_array() {
-    zavsim --listen https://127.0.0.1:8088 --listen https://127.0.0.2:8088 --serial "$serial" --luns 32 \
-        --ca /persist/ca --state "$work/state.json" --data-plane lio --data-dir "$work/luns" "$@" \
+    zavsim --listen https://127.0.0.1:8088 --listen https://127.0.0.2:8088 --listen "$array_url" "$@" \
+        --serial "$serial" --luns 32 --ca /persist/ca --state "$work/state.json" --data-plane "${data_plane:-lio}" --data-dir "$work/luns" \
         >"$work/zavsim.log" 2>&1 &
     array=$!
+    rm -f "$work/login" # of an operator's session that went with an earlier array
     wait_until 60 array_listens || { cat "$work/zavsim.log"; fail "the array does not start"; }
 }
 
-array_listens() { grep -q 'listening on https://127.0.0.2' "$work/zavsim.log"; }
+array_listens() { grep -q "listening on $array_url" "$work/zavsim.log"; }
 
 stop_array() {
     kill "$array"
@@ -77,24 +85,29 @@ stop_array() {
     array=''
 }
 
-admin() { curl -sS --fail --cacert /persist/ca/ca.pem "$admin_url/$1" "${@:2}"; }
+admin() { curl -sS --fail "$array_url/zavsim/$1" "${@:2}"; }
 
-# One request of an operator: method, resource, body. Prints the answer's data.
+# One request of an operator: method, resource, body. Prints the answer's data. The operator stays logged in.
 operate() {
-    local jar=$work/jar token answer
-    local call=(curl -sS -g --cacert /persist/ca/ca.pem -b "$jar" -c "$jar")
-    rm -f "$jar"
-    token=$("${call[@]}" -d '{"username":"admin","password":"zavsim-admin","scope":0}' "$rest_url//sessions" |
-        jq -r .data.iBaseToken)
-    answer=$("${call[@]}" -H "iBaseToken: $token" -X "$1" "$rest_url/$serial/$2" ${3:+-d "$3"})
-    "${call[@]}" -H "iBaseToken: $token" -X DELETE "$rest_url/$serial/sessions" >/dev/null
-    [ "$(jq -r .error.code <<<"$answer")" = 0 ] || fail "$1 $2: $answer"
-    jq -c .data <<<"$answer"
+    local rest=$array_url/deviceManager/rest login=$work/login answer
+    if [ ! -s "$login" ]; then
+        answer=$(curl -sS -i -d '{"username":"admin","password":"zavsim-admin","scope":0}' "$rest//sessions")
+        [[ $answer =~ Set-Cookie:\ ([^\;]*) ]] || fail "no session: $answer"
+        printf 'Cookie: %s\niBaseToken: %s\n' "${BASH_REMATCH[1]}" "$(field iBaseToken "$answer")" >"$login"
+    fi
+    answer=$(curl -sS -g -H "@$login" -X "$1" "$rest/$serial/$2" ${3:+-d "$3"})
+    [[ $answer == *'"error":{"code":0,'* ]] || fail "$1 $2: $answer"
+    echo "$answer"
+}
+
+# The first text of a name in a line of JSON. A process for each would cost more than what it looks at.
+field() { # name, JSON
+    [[ $2 =~ \"$1\"\ ?:\ ?\"([^\"]*)\" ]] && echo "${BASH_REMATCH[1]}"
 }
 
 objects() { admin objects | jq -c ".$1"; }
 ids() { admin objects | jq -r ".$1[].id" | paste -sd ' '; }
-wwn_of() { operate GET "lun/$1" | jq -r .WWN; }
+wwn_of() { field WWN "$(operate GET "lun/$1")"; }
 
 add_lun() { # LUN, LUN group
     operate POST lungroup/associate '{"ID":"'"$2"'","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"'"$1"'"}' >/dev/null
@@ -104,18 +117,21 @@ take_lun() {
     operate DELETE "lungroup/associate?ID=$2&ASSOCIATEOBJTYPE=11&ASSOCIATEOBJID=$1" >/dev/null
 }
 
+# Makes an object with a name and prints its id.
+made() { field ID "$(operate POST "$1" '{"NAME":"'"$2"'"}')"; }
+
 # Prepares another host on the array for an initiator, as zavctl does for this node; prints its LUN group.
 make_host() { # name, initiator's resource, initiator
     local verb=add_iscsi_to_host host group luns view
     [ "$2" = iscsi_initiator ] || verb=add_fc_to_host
-    host=$(operate POST host '{"NAME":"'"$1"'"}' | jq -r .ID)
+    host=$(made host "$1")
     [ -z "$3" ] || {
         operate POST "$2" '{"ID":"'"$3"'"}' >/dev/null
         operate PUT "$2/$verb" '{"ID":"'"$3"'","PARENTID":"'"$host"'"}' >/dev/null
     }
-    group=$(operate POST hostgroup '{"NAME":"'"$1"'"}' | jq -r .ID)
-    luns=$(operate POST lungroup '{"NAME":"'"$1"'"}' | jq -r .ID)
-    view=$(operate POST mappingview '{"NAME":"'"$1"'"}' | jq -r .ID)
+    group=$(made hostgroup "$1")
+    luns=$(made lungroup "$1")
+    view=$(made mappingview "$1")
     operate POST host/associate '{"ID":"'"$group"'","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"'"$host"'"}' >/dev/null
     local member
     for member in "14 $group" "256 $luns"; do
@@ -155,7 +171,7 @@ expect_init() {
 }
 
 record_file() { echo "$product/conf/$serial-info.conf"; }
-record() { jq -r ".[].$1 // empty" "$(record_file)"; }
+record() { field "$1" "$(<"$(record_file)")" || :; }
 library_log() { cat "$product"/log/*.log; }
 
 # The very line by which the library asks for the node's sessions.
@@ -218,7 +234,7 @@ end_story() {
     forget_disks
     [ -z "$array" ] || { kill "$array" && wait "$array"; }
     for each in "${undo[@]}"; do
-        "$each"
+        $each
     done
     for each in "${started[@]}"; do
         kill -CONT "$each" && kill -KILL "$each"
