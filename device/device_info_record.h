@@ -13,7 +13,7 @@ namespace DeviceInfoRecord {
 /// The running executable's path; empty when it cannot be read. Logged for `operation`.
 std::string ProgramPath(std::string_view operation);
 
-/// <directory above `programPath`'s>/conf/<key>-info.conf. Throws boost::filesystem::filesystem_error.
+/// `conf/<key>-info.conf` in the directory above `programPath`'s. Throws boost::filesystem::filesystem_error.
 std::string FileFor(const std::string& programPath, const std::string& key);
 
 /// The file's lines joined without their ends; "{}" when there are none or all are empty.

@@ -73,7 +73,7 @@ public:
     virtual bool CheckInit(const Zav::SessionInfo& session, const std::vector<std::string>& targetIps,
                            const boost::shared_ptr<ZavRestApi>& api);
 
-    /// <directory above the executable's>/conf/<key>-info.conf.
+    /// `<directory above the executable's>/conf/<key>-info.conf`.
     virtual std::string GetDeviceInfoCfgFile(const std::string& key);
 
     /// Reads the file's lines joined without their ends; "{}" when there is nothing to read. Always true.

@@ -11,7 +11,7 @@
 struct ZavRestApi::Call {
     std::string_view operation; ///< the name under which shared code logs
     std::string method;
-    std::string resource;                          ///< behind /deviceManager/rest/<device id>/
+    std::string resource;                          ///< behind `/deviceManager/rest/<device id>/`
     std::map<std::string, std::string> query = {}; ///< appended behind "?" when not empty
     std::string body = {};                         ///< JSON
     bool parseCookie = false;
