@@ -56,13 +56,15 @@ std::string Absolute(const std::string& path, const std::string& root)
     return path.empty() || path.front() == '/' ? path : root + "/" + path;
 }
 
-// No piece is empty: an empty folder of a search path means the working directory. False when a path has a colon in it,
-// which only the root can bring: nothing could tell it from the one between two paths.
+// Blanks around a piece are none of it, as they are none of a whole value. No piece is empty: an empty folder of a
+// search path means the working directory. False when a path has a colon in it, which only the root can bring: nothing
+// could tell it from the one between two paths.
 bool ParsePaths(const std::string& text, const std::string& root, std::vector<std::string>& paths)
 {
     std::vector<std::string> pieces;
     boost::split(pieces, text, boost::is_any_of(":"));
-    for (const std::string& piece : pieces) {
+    for (std::string& piece : pieces) {
+        boost::trim(piece);
         if (!piece.empty()) {
             paths.push_back(Absolute(piece, root));
         }

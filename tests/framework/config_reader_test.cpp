@@ -207,6 +207,13 @@ TEST_F(ConfigReaderTest, SearchPathHasNoEmptyFolder)
     EXPECT_EQ("", Value("Shell", "Path"));
 }
 
+TEST_F(ConfigReaderTest, SearchPathMayHaveBlanksAroundItsColons)
+{
+    WriteConfig("[Product]\nRoot = /opt\n[Shell]\nPath = /usr/local/bin : tools\t: : /my tools\n");
+    EXPECT_THAT(Problems(), testing::IsEmpty());
+    EXPECT_EQ("/usr/local/bin:/opt/tools:/my tools", Value("Shell", "Path"));
+}
+
 TEST_F(ConfigReaderTest, SearchPathRelativeToARootWithAColonIsAProblem)
 {
     WriteConfig("[Product]\nRoot = /opt/a:b\n[Shell]\nPath = /usr/bin:tools\n");
