@@ -239,7 +239,7 @@ TEST_F(DeviceOperateGoneTest, CheckInitDoesNotMindACleanupThatFails)
     m_array->Answer("DeleteHostGroup", 77, "busy");
     EXPECT_FALSE(Check());
     EXPECT_THAT(LinesOf("DeleteCreatedResource"), Contains("4 CheckAndDeleteHostGroup failed! Reason: busy"));
-    EXPECT_EQ("1 End to Check Init Message: Need to Init again!", LinesOf("CheckInit").back());
+    EXPECT_THAT(m_log.Lines().back(), IsLineOf("CheckInit", 1, "End to Check Init Message: Need to Init again!"));
 }
 
 TEST_F(DeviceOperateGoneTest, CheckInitCleansUpAgainAtTheNextCheck)
