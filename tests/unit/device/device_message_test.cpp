@@ -5,6 +5,7 @@
 #include "tests/unit/named_row.h"
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/exceptions.hpp>
 
 using ::testing::Contains;
 using ::testing::Each;
@@ -174,6 +175,21 @@ TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileRemembersTheHostEvenWhenIt
     EXPECT_THAT(Memory(m_device), ElementsAre("", "", "99", "host of the array", "", "", "", ""));
     EXPECT_THAT(LinesOf("UpdateConfigFile"),
                 Contains("1 Host Already Exist, No Need To Create. ID: 99 Name: host of the array"));
+}
+
+class LockedOutDevice : public DeviceOperate {
+public:
+    bool WriteInfoToJson(const std::string& /*key*/, std::map<std::string, std::string>& /*info*/) override
+    {
+        throw boost::lock_error();
+    }
+};
+
+TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileRemembersNoHostWhenTheRecordIsLockedOut)
+{
+    LockedOutDevice device;
+    EXPECT_THROW(device.UpdateConfigFile(KEY, m_array, "99", m_hostName), boost::lock_error);
+    EXPECT_THAT(Memory(device), Each(""));
 }
 
 struct UrlRow : NamedRow {

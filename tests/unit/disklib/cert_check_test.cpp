@@ -64,6 +64,20 @@ TEST_F(CertCheckTest, TrustedAddressClearsTheAlertsOfAllAddressesOfTheArray)
     }
 }
 
+TEST_F(CertCheckTest, EachAlertIsToldBeforeItIsCleared)
+{
+    m_cert.Trust();
+    std::vector<std::size_t> clearedBefore;
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text.rfind("Resume alert for env:", 0) == 0) {
+            clearedBefore.push_back(m_cert.ResumedAddresses().size());
+        }
+    });
+    Check();
+    m_log.Observe(nullptr);
+    EXPECT_THAT(clearedBefore, ElementsAre(0U, 1U));
+}
+
 TEST_F(CertCheckTest, TrustedAddressOfAnArrayWithoutOthersClearsNoAlert)
 {
     m_cert.Trust();
