@@ -219,15 +219,15 @@ TEST_F(ZavStorageDiskLibFallbackTest, CertificateOfTheNewAddressIsCheckedAndItsR
     EXPECT_EQ(0, m_keeper.TryToGetAValidMgmtIP(env, m_device, m_api, m_errorText));
     ASSERT_EQ(1U, m_cert.Verifications().size());
     EXPECT_EQ(SECOND, m_cert.Verifications().front().env.management_ips(0));
-    EXPECT_THAT(KeeperLines(),
-                ElementsAre(IsLineOf("TryToGetAValidMgmtIP", 1, Trying(UrlOf(SECOND))),
-                            IsLineOf("GetLoginedZavRestApi", 1,
-                                     "Login zav device successfully! Device url is https://10.0.0.2:8088"),
-                            IsLineOf("CheckIfNeedToRetry", 1, NoNeedToRetry(0)),
-                            IsLineOf("TryToGetAValidMgmtIP", 2,
-                                     "Succeed to login Zav device using this mgmt IP URL:  https://10.0.0.2:8088"),
-                            IsLineOf("CheckEnvCertForNewMgmtIP", 3,
-                                     "Failed to verify cert for this new Zav mgmt IP:10.0.0.2")));
+    EXPECT_THAT(
+        KeeperLines(),
+        ElementsAre(
+            IsLineOf("TryToGetAValidMgmtIP", 1, Trying(UrlOf(SECOND))),
+            IsLineOf("GetLoginedZavRestApi", 1, "Login zav device successfully! Device url is https://10.0.0.2:8088"),
+            IsLineOf("CheckIfNeedToRetry", 1, NoNeedToRetry(0)),
+            IsLineOf("TryToGetAValidMgmtIP", 2,
+                     "Succeed to login Zav device using this mgmt IP URL:  https://10.0.0.2:8088"),
+            IsLineOf("CheckEnvCertForNewMgmtIP", 3, "Failed to verify cert for this new Zav mgmt IP:10.0.0.2")));
     EXPECT_EQ(UrlOf(SECOND), m_device.url);
     EXPECT_THAT(m_api, NotNull());
 }
