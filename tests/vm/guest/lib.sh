@@ -77,7 +77,7 @@ start_array() {
     wait_until 60 array_listens || { cat "$work/zavsim.log"; fail "the array does not start"; }
 }
 
-array_listens() { grep -q "listening on $array_url" "$work/zavsim.log"; }
+array_listens() { grep -qs "listening on $array_url" "$work/zavsim.log"; }
 
 stop_array() {
     kill "$array"
