@@ -30,6 +30,8 @@ TEST_F(ZavStorageDiskLibDeviceTest, GetDeviceInfoByEnvTellsWhatWorks)
     EXPECT_THAT(m_http.Lines(), ElementsAre(LoginLine(FIRST)));
     EXPECT_EQ("", m_http.Requests().front().optionText);
     EXPECT_THAT(KeeperLines(), Not(Contains(Field(&LogLine::level, 3))));
+    EXPECT_THAT(m_log.Lines().front(), IsLineOf("GetDeviceInfoByEnv", 1, "Enter GetDeviceInfoByEnv"));
+    EXPECT_THAT(m_log.Lines().back(), IsLineOf("GetDeviceInfoByEnv", 1, "End GetDeviceInfoByEnv"));
 }
 
 TEST_F(ZavStorageDiskLibDeviceTest, GetDeviceInfoByEnvCachesTheSessionInTheProcesssKeeper)
