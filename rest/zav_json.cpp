@@ -115,6 +115,9 @@ Zav::LunInfo DecodeLun(const Json::Value& element)
 
 void AppendText(const Json::Value& element, const char* name, std::vector<std::string>& texts)
 {
+    if (element.isNull()) {
+        return; // it has no members, and so not this one
+    }
     const std::string text = MemberText(element, name);
     if (element.isMember(name)) {
         texts.push_back(text);

@@ -46,7 +46,8 @@ std::uint64_t ToUnsigned64(const std::string& text);
 Zav::StoragePool DecodeStoragePool(const Json::Value& element);
 Zav::LunInfo DecodeLun(const Json::Value& element);
 
-/// Appends the text of `element`'s member `name` to `texts` when it has that member. Throws as MemberText does.
+/// Appends the text of `element`'s member `name` to `texts` when it has that member; an element that is null has none.
+/// Throws as MemberText does.
 void AppendText(const Json::Value& element, const char* name, std::vector<std::string>& texts);
 
 } // namespace ZavJson

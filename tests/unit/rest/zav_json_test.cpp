@@ -208,6 +208,15 @@ TEST_F(ZavJsonTextTest, AppendTextAppendsOnlyWhatIsThere)
     EXPECT_EQ(2U, texts.size());
 }
 
+TEST_F(ZavJsonTextTest, AppendTextFindsNothingInANullElement)
+{
+    std::vector<std::string> texts;
+    ZavJson::AppendText(Json::Value(), "A", texts);
+    EXPECT_THAT(texts, IsEmpty());
+    EXPECT_EQ("element is not an object, looking for A",
+              ErrorOf([&texts] { ZavJson::AppendText(Json::Value("A"), "A", texts); }));
+}
+
 class ZavJsonEnvelopeTest : public ::testing::Test {};
 
 TEST_F(ZavJsonEnvelopeTest, DecodeEnvelopeErrorReadsTheNamedVerdict)

@@ -13,14 +13,11 @@ using ::testing::ValuesIn;
 
 namespace {
 
-std::vector<RestOperation> ListOperations()
+std::vector<RestOperation> OperationsOf(const std::set<std::string>& names)
 {
-    const std::set<std::string> names = {"GetAllManagementV4IPs", "GetAllHostIDFromHostGroup", "GetAllStoragePool",
-                                         "GetFCInitiator",        "GetIscsiInitiator",         "GetLunListByPage",
-                                         "GetStorageIP"};
     std::vector<RestOperation> operations = AllOperations();
-    const auto isNoList = [&names](const RestOperation& operation) { return names.count(operation.name) == 0; };
-    operations.erase(std::remove_if(operations.begin(), operations.end(), isNoList), operations.end());
+    const auto isOther = [&names](const RestOperation& operation) { return names.count(operation.name) == 0; };
+    operations.erase(std::remove_if(operations.begin(), operations.end(), isOther), operations.end());
     return operations;
 }
 
@@ -69,11 +66,46 @@ const char* const NO_LIST = "the answer's data is not a list";
 
 INSTANTIATE_TEST_SUITE_P(
     Each, ZavRestApiListTest,
-    Combine(ValuesIn(ListOperations()),
+    Combine(ValuesIn(OperationsOf({"GetAllManagementV4IPs", "GetAllHostIDFromHostGroup", "GetAllStoragePool",
+                                   "GetFCInitiator", "GetIscsiInitiator", "GetLunListByPage", "GetStorageIP"})),
             ::testing::Values(EmptyAnswer{"EmptyList", Data("[]")}, EmptyAnswer{"NoData", NoData()},
                               EmptyAnswer{"Null", Data("null")}, EmptyAnswer{"EmptyObject", Data("{}")},
                               EmptyAnswer{"Object", Data(R"({"ID": "1"})"), NO_LIST},
                               EmptyAnswer{"Text", Data("\"ID\""), NO_LIST}, EmptyAnswer{"Number", Data("0"), NO_LIST})),
     [](const auto& row) { return std::get<0>(row.param).name + std::get<1>(row.param).name; });
+
+// ---- lists of texts: an element that is null has no member, and gives none
+
+class ZavRestApiNullElementTest : public LoggedInRestTest, public ::testing::WithParamInterface<RestOperation> {
+protected:
+    Outputs m_out;
+};
+
+TEST_P(ZavRestApiNullElementTest, ANullElementIsSkipped)
+{
+    Tells(R"([null, {"ID": "7", "IPV4ADDR": "7"}, null])");
+    EXPECT_EQ(0, GetParam().run(m_api, m_out, m_errorText));
+    EXPECT_EQ("7", m_out.texts.back());
+    EXPECT_EQ(GetParam().clearsTexts ? 1U : 2U, m_out.texts.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ZavRestApiNullElementTest,
+                         ValuesIn(OperationsOf({"GetAllManagementV4IPs", "GetStorageIP", "GetIscsiInitiator",
+                                                "GetFCInitiator", "GetAllHostIDFromHostGroup"})),
+                         [](const auto& row) { return row.param.name; });
+
+class ZavRestApiNullMemberTest : public ZavRestApiNullElementTest {};
+
+TEST_P(ZavRestApiNullMemberTest, ANullElementIsNoMemberOfALunGroup)
+{
+    Tells(R"([{"ID": "7"}, null])");
+    EXPECT_EQ(-1, GetParam().run(m_api, m_out, m_errorText));
+    EXPECT_EQ("7", m_out.texts.back());
+    EXPECT_THAT(m_log.Told().back(), Line(GetParam().name, 4, "The response param error."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ZavRestApiNullMemberTest,
+                         ValuesIn(OperationsOf({"GetLunIdByLunGroup", "GetSnapshotIdByLunGroup"})),
+                         [](const auto& row) { return row.param.name; });
 
 } // namespace
