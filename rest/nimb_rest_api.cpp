@@ -1,5 +1,6 @@
 #include "rest/nimb_rest_api.h"
 
+#include "common/caught_text.h"
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
@@ -7,8 +8,6 @@
 #include "common/time_source.h"
 #include "rest/secret_request.h"
 #include "rest/zav_json.h"
-
-#include <boost/thread/thread.hpp>
 
 #include <string_view>
 
@@ -56,8 +55,6 @@ struct NimbRestApi::TextQuery {
 
 NimbRestApi::~NimbRestApi()
 {
-    // The pauses between attempts are interruption points, and no exception may leave a destructor.
-    const boost::this_thread::disable_interruption uninterrupted;
     if (m_httpClient != nullptr) {
         Logout(); // also when never logged in: the storage knows best
     } else {
@@ -70,9 +67,18 @@ NimbRestApi::~NimbRestApi()
 bool NimbRestApi::Init()
 {
     PS_TRACE();
-    m_httpClient = QEN::IHttpClient::CreateClient();
+    m_httpClient.reset();
+    std::string cause;
+    try {
+        m_httpClient = QEN::IHttpClient::CreateClient();
+    } catch (...) {
+        cause = CaughtText();
+    }
     if (m_httpClient == nullptr) {
         PS_LOG(4) << "m_httpClient is null.";
+        if (!cause.empty()) {
+            PS_LOG(4) << "The HTTP client failed: " << cause;
+        }
         return false;
     }
     return true;
@@ -126,14 +132,28 @@ int NimbRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& dat
         PS_LOG(4) << "m_httpClient is null.";
         return ResultCode::FAILED;
     }
-    const boost::shared_ptr<QEN::IHttpResponse> response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
-    if (response == nullptr) {
+    try {
+        const auto response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
+        return UnwrapResponse(request.url, response.get(), data, errorText, errorCode);
+    } catch (...) { // the client may be anybody's; what it throws ends here
+        const std::string cause = CaughtText();
         PS_LOG(4) << "Return response is empty. ";
+        PS_LOG(4) << "The HTTP client failed: " << cause;
+        return ResultCode::FAILED;
+    }
+}
+
+int NimbRestApi::UnwrapResponse(const std::string& url, const QEN::IHttpResponse* response, Json::Value& data,
+                                std::string& errorText, int& errorCode)
+{
+    const std::string_view operation = "SendAndParseRsp";
+    if (response == nullptr) {
+        PS_LOG_AS(operation, 4) << "Return response is empty. ";
         return ResultCode::FAILED;
     }
     if (response->IsSuccess()) {
         // 0 whatever the body says, on purpose: its verdict reaches the caller through the texts and codes alone.
-        if (request.url.find("/v2/") != std::string::npos) {
+        if (url.find("/v2/") != std::string::npos) {
             ParseBodyV2(response->GetBody(), data, errorText, errorCode);
         } else {
             ParseBodyV1(response->GetBody(), data, errorText, errorCode);
@@ -143,11 +163,12 @@ int NimbRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& dat
     const int status = response->GetHttpStatusCode();
     if (response->IsNetworkError() != 0) {
         errorText = response->GetErrorText();
-        PS_LOG(4) << "StatusCode: " << status << " , Send http request occur network error. Error is " << errorText;
+        PS_LOG_AS(operation, 4) << "StatusCode: " << status << " , Send http request occur network error. Error is "
+                                << errorText;
         return ResultCode::CLUSTER_TRANSPORT_ERROR;
     }
     errorText = response->GetHttpStatusText();
-    PS_LOG(4) << "StatusCode: " << status << " , Http response error. Error is " << errorText;
+    PS_LOG_AS(operation, 4) << "StatusCode: " << status << " , Http response error. Error is " << errorText;
     return status;
 }
 
@@ -277,8 +298,13 @@ int NimbRestApi::GetManagementIP(std::vector<std::string>& ips, std::string& err
         return result; // 0 when the request worked but tells no addresses, on purpose
     }
     const Json::Value* const externalIpInfo = JsonText::FindMember(*manageIpInfo, "externalIpInfo");
-    if (externalIpInfo == nullptr || !AppendAddresses(*externalIpInfo, ips)) {
+    if (externalIpInfo == nullptr) {
         PS_LOG(4) << "no externalIpInfo info.";
+        return ResultCode::FAILED;
+    }
+    if (!AppendAddresses(*externalIpInfo, ips)) {
+        errorText = MALFORMED;
+        PS_LOG(4) << "Json object error.";
         return ResultCode::FAILED;
     }
     PS_LOG(2) << "Exit GetManagementIP ";

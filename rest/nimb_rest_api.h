@@ -64,6 +64,8 @@ public:
 private:
     struct PRODUCT_STORAGE_LOCAL TextQuery;
 
+    PRODUCT_STORAGE_LOCAL int UnwrapResponse(const std::string& url, const QEN::IHttpResponse* response,
+                                             Json::Value& data, std::string& errorText, int& errorCode);
     PRODUCT_STORAGE_LOCAL int Query(const std::string& resource, Json::Value& data, std::string& errorText);
     PRODUCT_STORAGE_LOCAL int QueryText(const TextQuery& query, std::string& text, bool& isTold,
                                         std::string& errorText);

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,9 +28,11 @@
 /// No exception leaves an operation. Nothing here retries or logs in again: a session that the array has dropped shows
 /// as the array's code.
 ///
-/// Threads: one object may be shared once it is logged in. Login, Logout and the removals that take a new cookie from
-/// their answer (RemoveHostGroup, RemoveLunGroup, RemoveIscsiInitiator, RemoveFCInitiator) must not race with other
-/// calls. Owner: the holders of its boost::shared_ptr; destruction does not log out.
+/// Threads: one object may be shared, and any operation may run beside any other. What is sent bears the session's
+/// texts as they are at that moment: beside a removal that takes a new cookie from its answer (RemoveHostGroup,
+/// RemoveLunGroup, RemoveIscsiInitiator, RemoveFCInitiator) the old one or the new one, each whole; beside a Login on
+/// the same object perhaps the cookie of one session and the token of the other, which the array refuses. Owner: the
+/// holders of its boost::shared_ptr; destruction does not log out.
 class PRODUCT_STORAGE_API ZavRestApi {
 public:
     /// `optionText` goes into every request's option text. Throws the threading library's resource error when its mutex
@@ -156,6 +159,10 @@ private:
 
     using Visitor = std::function<void(const Json::Value&)>;
 
+    PRODUCT_STORAGE_LOCAL bool CountAsLoggedOut();
+    PRODUCT_STORAGE_LOCAL bool IsLoggedIn() const;
+    PRODUCT_STORAGE_LOCAL int UnwrapResponse(const QEN::IHttpResponse* response, Json::Value& data,
+                                             std::string& errorText, bool parseCookie);
     PRODUCT_STORAGE_LOCAL bool IsReadyFor(const Call& call) const;
     PRODUCT_STORAGE_LOCAL int Send(const Call& call, Json::Value& data, std::string& errorText);
     PRODUCT_STORAGE_LOCAL int Perform(const Call& call, Json::Value& data, std::string& errorText);
@@ -170,15 +177,16 @@ private:
     PRODUCT_STORAGE_LOCAL int Remove(const Removal& removal, std::string& errorText);
 
     boost::shared_ptr<QEN::IHttpClient> m_httpClient;
-    bool m_isLogined = false;
-    std::string m_baseUrl;
-    std::string m_deviceId;
-    std::string m_token;
-    std::string m_cookie;
+    bool m_isLogined = false; // guarded by m_sessionLock
+    std::string m_baseUrl;    // guarded by m_sessionLock
+    std::string m_deviceId;   // guarded by m_sessionLock
+    std::string m_token;      // guarded by m_sessionLock
+    std::string m_cookie;     // guarded by m_sessionLock
     boost::recursive_mutex m_guardLock;
     std::int64_t m_guardTime = 0;   // guarded by m_guardLock; seconds since the epoch, of the last request let pass
     std::uint64_t m_guardCount = 0; // guarded by m_guardLock; requests in the current burst
     std::string m_optionText;
+    mutable std::mutex m_sessionLock; // for a copy or a replacement only; nothing is called while it is held
 };
 
 #endif

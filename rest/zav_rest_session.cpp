@@ -1,5 +1,6 @@
 #include "rest/zav_rest_api.h"
 
+#include "common/caught_text.h"
 #include "common/framework/config_reader.h"
 #include "common/json_text.h"
 #include "common/log.h"
@@ -65,6 +66,7 @@ int ZavRestApi::Login(const std::string& baseUrl, const std::string& userName, c
         result = ParseLoginRespons(answer.data);
     }
     if (result == ResultCode::OK) {
+        const std::lock_guard<std::mutex> guard(m_sessionLock);
         m_isLogined = true;
         m_baseUrl = baseUrl;
     }
@@ -74,11 +76,10 @@ int ZavRestApi::Login(const std::string& baseUrl, const std::string& userName, c
 int ZavRestApi::Logout(std::string& errorText)
 {
     PS_TRACE();
-    if (!m_isLogined) {
+    if (!CountAsLoggedOut()) {
         PS_LOG(3) << "The device has Logouted before.";
         return ResultCode::OK;
     }
-    m_isLogined = false;
     SecretRequest request;
     request.method = "DELETE";
     BuildBaseRequest(request, "sessions");
@@ -86,9 +87,17 @@ int ZavRestApi::Logout(std::string& errorText)
     return SendAndParseRsp(request, data, errorText, false);
 }
 
+// True when it was logged in: of several logouts at once, one asks the array.
+bool ZavRestApi::CountAsLoggedOut()
+{
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
+    return std::exchange(m_isLogined, false);
+}
+
 bool ZavRestApi::GetSession(Zav::SessionInfo& session)
 {
     PS_TRACE();
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
     if (!m_isLogined) {
         return false;
     }
@@ -102,6 +111,7 @@ bool ZavRestApi::GetSession(Zav::SessionInfo& session)
 void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& resource)
 {
     request.optionText = m_optionText;
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
     request.url = m_baseUrl + "/deviceManager/rest/" + m_deviceId + "/" + resource;
     InsertSecretHeader(request, "Cookie", m_cookie);
     InsertSecretHeader(request, "iBaseToken", m_token);
@@ -155,9 +165,23 @@ int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data
         PS_LOG(3) << "sleep " << interval << "seconds to avoid generating dos attack to web server";
         TimeSource::SleepFor(boost::chrono::seconds(interval)); // then it is sent anyway: the guard only delays
     }
-    const boost::shared_ptr<QEN::IHttpResponse> response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
-    if (response == nullptr) {
+    try {
+        const auto response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
+        return UnwrapResponse(response.get(), data, errorText, parseCookie);
+    } catch (...) { // the client may be anybody's; what it throws ends here
+        const std::string cause = CaughtText();
         PS_LOG(4) << "Return response is empty. ";
+        PS_LOG(4) << "The HTTP client failed: " << cause;
+        return ResultCode::FAILED;
+    }
+}
+
+int ZavRestApi::UnwrapResponse(const QEN::IHttpResponse* response, Json::Value& data, std::string& errorText,
+                               bool parseCookie)
+{
+    const std::string_view operation = "SendAndParseRsp";
+    if (response == nullptr) {
+        PS_LOG_AS(operation, 4) << "Return response is empty. ";
         return ResultCode::FAILED;
     }
     if (response->IsSuccess()) {
@@ -166,11 +190,11 @@ int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data
     }
     if (response->IsNetworkError() != 0) {
         errorText = response->GetErrorText();
-        PS_LOG(4) << "Send http request occur network error. Error  is " << errorText;
+        PS_LOG_AS(operation, 4) << "Send http request occur network error. Error  is " << errorText;
         return ResultCode::TRANSPORT_ERROR;
     }
     errorText = response->GetHttpStatusText();
-    PS_LOG(4) << "Http response error. Error  is " << errorText;
+    PS_LOG_AS(operation, 4) << "Http response error. Error  is " << errorText;
     return ResultCode::FAILED;
 }
 
@@ -209,6 +233,7 @@ int ZavRestApi::ParseLoginRespons(const Json::Value& data)
         PS_LOG(4) << "Login response data is missing.";
         return ResultCode::FAILED;
     }
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
     Secret::Replace(m_token, token);
     m_deviceId = deviceId;
     return ResultCode::OK;
@@ -221,16 +246,24 @@ int ZavRestApi::ParseCookie(const std::set<std::string>& cookies)
         return ResultCode::FAILED;
     }
     const std::string_view first = *cookies.begin();
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
     Secret::Replace(m_cookie, first.substr(0, first.find(';')));
     return ResultCode::OK;
 }
 
+bool ZavRestApi::IsLoggedIn() const
+{
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
+    return m_isLogined;
+}
+
 bool ZavRestApi::IsReadyFor(const Call& call) const
 {
-    if (!m_isLogined) {
+    const bool isReady = IsLoggedIn();
+    if (!isReady) {
         PS_LOG_AS(call.operation, 4) << call.notLogined;
     }
-    return m_isLogined;
+    return isReady;
 }
 
 int ZavRestApi::Send(const Call& call, Json::Value& data, std::string& errorText)

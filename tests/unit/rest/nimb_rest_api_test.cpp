@@ -3,7 +3,7 @@
 
 #include "common/framework/log_proxy.h"
 
-#include <boost/thread/thread.hpp>
+#include <boost/thread/exceptions.hpp>
 
 using ::testing::Contains;
 using ::testing::Each;
@@ -294,20 +294,15 @@ TEST_F(NimbRestApiDestructionTest, DestructionWithoutAClientOnlyLogs)
     EXPECT_THAT(m_log.Lines(), ElementsAre(Line("~NimbRestApi", 3, "logout nok ")));
 }
 
-TEST_F(NimbRestApiDestructionTest, DestructionIsNotInterrupted)
+TEST_F(NimbRestApiDestructionTest, DestructionKeepsAnExceptionOfTheClientToItself)
 {
-    bool wasEnabledBefore = false;
-    bool isEnabledWithin = true;
-    m_http.Observe(
-        [&isEnabledWithin](const TMSHttpRequest&) { isEnabledWithin = boost::this_thread::interruption_enabled(); });
-    m_http.Next(Granted());
-    boost::thread thread([this, &wasEnabledBefore] {
-        wasEnabledBefore = boost::this_thread::interruption_enabled();
-        m_api.reset();
-    });
-    thread.join();
-    EXPECT_TRUE(wasEnabledBefore);
-    EXPECT_FALSE(isEnabledWithin);
+    m_http.Observe([](const TMSHttpRequest&) { throw boost::thread_interrupted(); });
+    m_api.reset();
+    EXPECT_THAT(m_http.Requests(), SizeIs(4)); // each attempt
+    EXPECT_THAT(m_log.Told(), Contains(Line("SendAndParseRsp", 4, "Return response is empty. ")));
+    EXPECT_THAT(m_log.Told(),
+                Contains(Line("SendAndParseRsp", 4, "The HTTP client failed: an exception without a text")));
+    EXPECT_THAT(m_log.Told().back(), Line("Logout", 3, "logout nok "));
 }
 
 TEST_F(NimbRestApiDestructionTest, TheQueriesHaveTheSlotsBehindTheDestructor)

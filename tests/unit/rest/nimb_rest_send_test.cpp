@@ -1,5 +1,7 @@
 #include "tests/unit/rest/nimb_rest_test.h"
 
+#include <stdexcept>
+
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -70,6 +72,15 @@ TEST_F(NimbRestApiHeadersTest, TheSameRequestSentTwiceDoublesItsHost)
     EXPECT_THAT(m_http.Lines(), ElementsAre("GET " + Url(RESOURCE), "GET https://10.0.0.9:28443" + Url(RESOURCE)));
 }
 
+TEST_F(NimbRestApiHeadersTest, InitWithALibraryThatThrowsHasNoClient)
+{
+    m_http.ThrowOnCreate("no socket left");
+    NimbRestApi api;
+    EXPECT_FALSE(api.Init());
+    EXPECT_THAT(m_log.Told(), ElementsAre(Line("Init", 4, "m_httpClient is null."),
+                                          Line("Init", 4, "The HTTP client failed: no socket left")));
+}
+
 class NimbRestApiSendTest : public NimbRestTest {
 protected:
     int Attempt(const std::string& url)
@@ -83,6 +94,15 @@ protected:
     Json::Value m_data = "unchanged";
     int m_errorCode = 99;
 };
+
+TEST_F(NimbRestApiSendTest, AnExceptionOfTheClientIsNoResponse)
+{
+    m_http.Observe([](const TMSHttpRequest&) { throw std::runtime_error("no socket left"); });
+    EXPECT_EQ(-1, Attempt("https://somewhere/v1"));
+    EXPECT_EQ("untouched", m_errorText);
+    EXPECT_THAT(m_log.Told(), ElementsAre(Line("SendAndParseRsp", 4, "Return response is empty. "),
+                                          Line("SendAndParseRsp", 4, "The HTTP client failed: no socket left")));
+}
 
 TEST_F(NimbRestApiSendTest, SendAndParseRspSendsTheRequestAsItIs)
 {

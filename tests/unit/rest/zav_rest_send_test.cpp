@@ -2,6 +2,15 @@
 
 #include "common/json_text.h"
 
+#include <boost/make_shared.hpp>
+#include <boost/thread/exceptions.hpp>
+
+#include <pthread.h>
+
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
@@ -179,6 +188,90 @@ TEST_F(ZavRestApiSendTest, SendAndParseRspTakesNoCookieFromARefusal)
     EXPECT_EQ("refused", m_errorText);
     EXPECT_EQ("", Cookie());
     EXPECT_THAT(m_log.Lines(), ElementsAre(CountLine(), Line("ParseRsp", 4, "code : -5, Describe : refused")));
+}
+
+// ---- a client that throws
+
+struct ThrowingClient {
+    const char* name;
+    std::function<void()> raise;
+    std::string cause;
+};
+
+void PrintTo(const ThrowingClient& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+const std::vector<ThrowingClient>& ThrowingClients()
+{
+    static const std::vector<ThrowingClient> clients = {
+        {"StandardException", [] { throw std::runtime_error("no socket left"); }, "no socket left"},
+        {"Number", [] { throw 42; }, "an exception without a text"},
+        {"Interruption", [] { throw boost::thread_interrupted(); }, "an exception without a text"}};
+    return clients;
+}
+
+// An answer that throws as soon as anything but its success is asked.
+class ThrowingResponse : public QEN::IHttpResponse {
+public:
+    bool IsSuccess() const override { return true; }
+    int GetHttpStatusCode() const override { return 200; }
+    const std::string& GetHttpStatusText() const override { return m_text; }
+    int IsNetworkError() const override { return 0; }
+    const std::string& GetErrorText() const override { return m_text; }
+    const std::string& GetBody() const override { throw std::runtime_error("body gone"); }
+    const std::set<std::string>& GetCookies() const override { return m_cookies; }
+
+private:
+    const std::string m_text;
+    const std::set<std::string> m_cookies;
+};
+
+class RespondingClient : public QEN::IHttpClient {
+public:
+    boost::shared_ptr<QEN::IHttpResponse> SendRequest(const TMSHttpRequest& /*request*/,
+                                                      unsigned int /*timeout*/) override
+    {
+        return boost::make_shared<ThrowingResponse>();
+    }
+    bool TestConnection(const std::string& /*url*/, int /*timeout*/) override { return false; }
+};
+
+class ZavRestApiThrowingClientTest : public LoggedInRestTest, public ::testing::WithParamInterface<ThrowingClient> {};
+
+TEST_P(ZavRestApiThrowingClientTest, AnExceptionOfTheClientEndsInTheOperation)
+{
+    m_http.Observe([](const TMSHttpRequest&) { GetParam().raise(); });
+    std::uint64_t count = 7;
+    EXPECT_EQ(-1, m_api.GetLunCount(count, m_errorText));
+    EXPECT_EQ(7U, count);
+    EXPECT_EQ("untouched", m_errorText);
+    EXPECT_THAT(m_log.Told(), ElementsAre(CountLine(), Line("SendAndParseRsp", 4, "Return response is empty. "),
+                                          Line("SendAndParseRsp", 4, "The HTTP client failed: " + GetParam().cause)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Throws, ZavRestApiThrowingClientTest, ::testing::ValuesIn(ThrowingClients()),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(ZavRestApiSendTest, AnExceptionOfTheResponseEndsInTheOperation)
+{
+    m_http.Serve(boost::make_shared<RespondingClient>());
+    ZavRestApi api("");
+    EXPECT_EQ(-1, api.Login(BASE_URL, "admin", "secret", m_errorText));
+    EXPECT_THAT(m_log.Told().back(), Line("SendAndParseRsp", 4, "The HTTP client failed: body gone"));
+}
+
+TEST_F(ZavRestApiSendTest, AThreadThatIsCancelledInTheClientEnds)
+{
+    m_http.Observe([](const TMSHttpRequest&) { pthread_exit(nullptr); });
+    bool isDone = false;
+    std::thread thread([this, &isDone] {
+        Send();
+        isDone = true;
+    });
+    thread.join();
+    EXPECT_FALSE(isDone);
 }
 
 TEST_F(ZavRestApiSendTest, SendAndParseRspWithoutAClientFails)
