@@ -147,6 +147,7 @@ struct AddressAnswer {
     const char* manageIpInfo; ///< JSON
     int result;
     std::vector<std::string> ips; ///< behind the one that was there
+    bool isMalformed = false;     ///< what it tells is no address
 };
 
 void PrintTo(const AddressAnswer& row, std::ostream* out)
@@ -175,10 +176,11 @@ TEST_P(NimbRestApiManagementIpTest, GetManagementIPAppendsWhatTheStorageTells)
     m_http.Next(Body(R"({"result": 0, "manageIpInfo": )" + std::string(GetParam().manageIpInfo) + "}"));
     EXPECT_EQ(GetParam().result, m_api->GetManagementIP(m_ips, m_errorText));
     EXPECT_THAT(m_ips, ElementsAreArray(expected));
-    EXPECT_EQ("", m_errorText);
+    EXPECT_EQ(GetParam().isMalformed ? "Json object format is error. " : "", m_errorText);
     std::vector<LineMatcher> lines = Sent();
-    lines.push_back(GetParam().result == 0 ? Line("GetManagementIP", 2, "Exit GetManagementIP ")
-                                           : Line("GetManagementIP", 4, "no externalIpInfo info."));
+    lines.push_back(GetParam().result == 0   ? Line("GetManagementIP", 2, "Exit GetManagementIP ")
+                    : GetParam().isMalformed ? Line("GetManagementIP", 4, "Json object error.")
+                                             : Line("GetManagementIP", 4, "no externalIpInfo info."));
     EXPECT_THAT(m_log.Told(), ElementsAreArray(lines));
 }
 
@@ -196,12 +198,13 @@ INSTANTIATE_TEST_SUITE_P(
         AddressAnswer{"NoExternal", R"({"internalIpInfo": {"floatIp": "10.0.0.1"}})", -1, {}},
         AddressAnswer{"NullInfo", "null", -1, {}}, AddressAnswer{"InfoIsAText", "\"externalIpInfo\"", -1, {}},
         AddressAnswer{"InfoIsAList", "[]", -1, {}},
-        AddressAnswer{"ExternalIsAText", R"({"externalIpInfo": "10.0.0.1"})", -1, {}},
-        AddressAnswer{"ExternalIsAList", R"({"externalIpInfo": ["10.0.0.1"]})", -1, {}},
+        AddressAnswer{"ExternalIsAText", R"({"externalIpInfo": "10.0.0.1"})", -1, {}, true},
+        AddressAnswer{"ExternalIsAList", R"({"externalIpInfo": ["10.0.0.1"]})", -1, {}, true},
         AddressAnswer{"AddressIsAList",
                       R"({"externalIpInfo": {"floatIp": "10.0.0.1", "standbyIp": [], "activeIp": "10.0.0.3"}})",
                       -1,
-                      {"10.0.0.1"}}),
+                      {"10.0.0.1"},
+                      true}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(NimbRestApiManagementIpsTest, GetManagementIPAsksAResourceWithoutAVersion)
