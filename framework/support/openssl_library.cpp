@@ -1,0 +1,12 @@
+// OpenSSL gives itself back when the process ends, by a handler that it registers at its first use: before the
+// destructors of static objects that were made earlier, and while another thread may still be logging out over TLS,
+// which would then crash. The system takes the memory anyway, so that OpenSSL is told, before anything uses it, to
+// register none.
+
+#include <openssl/crypto.h>
+
+namespace {
+
+[[maybe_unused]] const int isPrepared = OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+
+} // namespace
