@@ -1,18 +1,20 @@
 #include "disklib/zav_storage_disk_lib.h"
 
+#include "common/caught_text.h"
 #include "common/framework/cert.h"
 #include "common/log.h"
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
-#include <exception>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 const std::string LOG_MODULE = "ZavStorageDiskLib";
 
+constexpr std::string_view OPERATION = "CheckEnvCertForNewMgmtIP";
 const std::string CERT_ROLE = "BackupNode";
 constexpr int PROTOCOL_HTTPS = 0;
 constexpr std::size_t SLASHES = 2; // in front of the address, in the URL's second ':'-separated piece
@@ -23,8 +25,21 @@ bool VerifyCert(const EnvironmentPath& env, unsigned long requestId)
     VerifiedCertInfo certInfo;
     try {
         return Cert::VerifyCertForEnv(env, result, LOG_MODULE, certInfo, true, CERT_ROLE, requestId);
-    } catch (const std::exception&) {
-        return false; // an error of the service is a refusal
+    } catch (...) { // an error of the service is a refusal
+        const std::string cause = CaughtText();
+        PS_LOG_AS(OPERATION, 3) << "The certificate service failed: " << cause;
+        return false;
+    }
+}
+
+void ResumeAlert(const std::string& address, unsigned long requestId)
+{
+    PS_LOG_AS(OPERATION, 1) << "Resume alert for env:" << address;
+    try {
+        Cert::ResumeAlertForEnv(address, CERT_ROLE, requestId);
+    } catch (...) { // the other addresses still have theirs resumed
+        const std::string cause = CaughtText();
+        PS_LOG_AS(OPERATION, 3) << "Failed to resume alert for env:" << address << ": " << cause;
     }
 }
 
@@ -55,7 +70,6 @@ void ZavStorageDiskLib::CheckEnvCertForNewMgmtIP(const EnvironmentPath& env, con
     PS_LOG(1) << "Succeed to verify cert for this new Zav mgmt IP:" << address;
     // One verified address vouches for the whole array: the alerts of all its addresses are cleared.
     for (const std::string& other : info.otherMgmtIps) {
-        PS_LOG(1) << "Resume alert for env:" << other;
-        Cert::ResumeAlertForEnv(other, CERT_ROLE, requestId);
+        ResumeAlert(other, requestId);
     }
 }

@@ -33,9 +33,28 @@ void FakeCert::Throw(const std::string& text)
     m_error = text;
 }
 
+void FakeCert::Observe(const std::function<void(const std::string& address)>& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_observer = observer;
+}
+
+void FakeCert::Tell(const std::string& address) const
+{
+    std::function<void(const std::string&)> observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        observer = m_observer;
+    }
+    if (observer) {
+        observer(address);
+    }
+}
+
 void FakeCert::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
+    m_observer = nullptr;
     m_isTrusting = false;
     m_error.clear();
     m_verifications.clear();
@@ -65,6 +84,7 @@ std::vector<std::string> FakeCert::ResumedAddresses() const
 
 bool FakeCert::Verify(const Verification& verification)
 {
+    Tell("");
     const std::lock_guard<std::mutex> guard(m_lock);
     m_verifications.push_back(verification);
     if (!m_error.empty()) {
@@ -75,6 +95,7 @@ bool FakeCert::Verify(const Verification& verification)
 
 void FakeCert::Resume(const Resumption& resumption)
 {
+    Tell(resumption.address);
     const std::lock_guard<std::mutex> guard(m_lock);
     m_resumptions.push_back(resumption);
 }

@@ -3,6 +3,7 @@
 
 #include "common/framework/product_messages.pb.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,6 +29,10 @@ public:
 
     /// Verification throws std::runtime_error with `text`.
     void Throw(const std::string& text);
+
+    /// Called with each verification (empty address) and each address whose alert is resumed, before anything else; may
+    /// throw.
+    void Observe(const std::function<void(const std::string& address)>& observer);
     void Clear();
 
     std::vector<Verification> Verifications() const;
@@ -38,11 +43,14 @@ public:
     void Resume(const Resumption& resumption);
 
 private:
+    void Tell(const std::string& address) const;
+
     mutable std::mutex m_lock;
-    bool m_isTrusting = false;                 // guarded by m_lock
-    std::string m_error;                       // guarded by m_lock
-    std::vector<Verification> m_verifications; // guarded by m_lock
-    std::vector<Resumption> m_resumptions;     // guarded by m_lock
+    bool m_isTrusting = false;                          // guarded by m_lock
+    std::string m_error;                                // guarded by m_lock
+    std::function<void(const std::string&)> m_observer; // guarded by m_lock
+    std::vector<Verification> m_verifications;          // guarded by m_lock
+    std::vector<Resumption> m_resumptions;              // guarded by m_lock
 };
 
 #endif

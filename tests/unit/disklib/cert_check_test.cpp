@@ -1,6 +1,8 @@
 #include "common/framework/log_proxy.h"
 #include "tests/unit/keeper_test.h"
 
+#include <stdexcept>
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -101,7 +103,33 @@ TEST_F(CertCheckTest, ErrorOfTheServiceIsARefusal)
     m_cert.Throw("no trust store");
     EXPECT_NO_THROW(Check());
     EXPECT_THAT(m_cert.Resumptions(), IsEmpty());
-    EXPECT_THAT(m_log.Told(), ElementsAre(IsLine(3, "Failed to verify cert for this new Zav mgmt IP:192.0.2.7")));
+    EXPECT_THAT(m_log.Told(), ElementsAre(IsLine(3, "The certificate service failed: no trust store"),
+                                          IsLine(3, "Failed to verify cert for this new Zav mgmt IP:192.0.2.7")));
+}
+
+TEST_F(CertCheckTest, AnythingThatTheServiceThrowsIsARefusal)
+{
+    m_cert.Trust();
+    m_cert.Observe([](const std::string& /*address*/) { throw 42; });
+    EXPECT_NO_THROW(Check());
+    EXPECT_THAT(m_log.Told(), ElementsAre(IsLine(3, "The certificate service failed: an exception without a text"),
+                                          IsLine(3, "Failed to verify cert for this new Zav mgmt IP:192.0.2.7")));
+}
+
+TEST_F(CertCheckTest, AlertThatCannotBeResumedKeepsNoOtherFromIt)
+{
+    m_cert.Trust();
+    m_cert.Observe([](const std::string& address) {
+        if (address == SECOND) {
+            throw std::runtime_error("no alert file");
+        }
+    });
+    EXPECT_NO_THROW(Check());
+    EXPECT_THAT(m_cert.ResumedAddresses(), ElementsAre(THIRD));
+    EXPECT_THAT(m_log.Told(), ElementsAre(IsLine(1, "Succeed to verify cert for this new Zav mgmt IP:192.0.2.7"),
+                                          IsLine(1, "Resume alert for env:10.0.0.2"),
+                                          IsLine(3, "Failed to resume alert for env:10.0.0.2: no alert file"),
+                                          IsLine(1, "Resume alert for env:10.0.0.3")));
 }
 
 // ---- when there is nothing to verify
