@@ -1,18 +1,19 @@
 #include "disklib/zav_storage_disk_lib.h"
 
+#include "common/caught_text.h"
 #include "common/environment.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/security.h"
 #include "common/log.h"
 #include "common/result_codes.h"
 #include "common/secret.h"
+#include "common/secret_session.h"
 #include "common/time_source.h"
 #include "device/device_set_operator.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/lock_types.hpp>
 
 #include <exception>
 #include <memory>
@@ -24,18 +25,6 @@ const std::string LOG_MODULE = "ZavStorageDiskLib";
 
 constexpr unsigned long CHECK_INTERVAL_MILLISECONDS = 1000;
 constexpr boost::chrono::nanoseconds LONGEST_IDLE(4999999999); // a session expires from five seconds on
-
-// Wipes what a session record holds of the session's secrets when the scope ends.
-struct ScopedSession : Zav::SessionInfo {
-    ScopedSession() = default;
-    ScopedSession(const ScopedSession&) = delete;
-    ScopedSession& operator=(const ScopedSession&) = delete;
-    ~ScopedSession()
-    {
-        Secret::Wipe(token);
-        Secret::Wipe(cookie);
-    }
-};
 
 } // namespace
 
@@ -84,7 +73,7 @@ bool ZavStorageDiskLib::InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& ma
         PS_LOG_AS("Init", 4) << "Get logined ZavRestApi object failed.";
         return false;
     }
-    ScopedSession session;
+    SecretSession session;
     if (!api->GetSession(session)) {
         PS_LOG_AS("Init", 4) << "Get logined session failed.";
         return false;
@@ -99,26 +88,44 @@ bool ZavStorageDiskLib::InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& ma
 void ZavStorageDiskLib::StopCheckThread()
 {
     PS_TRACE();
-    std::unique_ptr<boost::thread> thread;
-    std::unique_ptr<MessageLoop> loop;
-    {
-        const boost::lock_guard<boost::recursive_mutex> guard(lock);
-        if (check_thread.thread == nullptr || check_thread.message_loop == nullptr) {
-            return;
-        }
-        {
-            const boost::lock_guard<boost::mutex> loopGuard(check_thread.message_loop->lock);
-            check_thread.message_loop->keep_running = false;
-        }
-        check_thread.message_loop->WakeUp();
+    const boost::this_thread::disable_interruption untilJoined; // leaving now would destroy the loop under its thread
+    boost::unique_lock<boost::recursive_mutex> guard(lock);
+    if (check_thread.thread != nullptr && check_thread.message_loop != nullptr) {
+        TellToStop(*check_thread.message_loop);
         if (check_thread.thread->get_id() == boost::this_thread::get_id()) {
             check_thread.thread->join(); // throws: thread and loop stay, for this is the thread that runs in them
         }
-        thread = std::move(check_thread.thread);
-        loop = std::move(check_thread.message_loop);
+        const auto id = joined_threads.insert(check_thread.thread->get_id()).first;
+        const std::unique_ptr<boost::thread> thread = std::move(check_thread.thread);
+        const std::unique_ptr<MessageLoop> loop = std::move(check_thread.message_loop);
+        guard.unlock();
+        thread->join(); // without the lock: a check that waits for it can finish
+        guard.lock();
+        joined_threads.erase(id);
+        thread_joined.notify_all();
     }
-    const boost::this_thread::disable_interruption untilJoined; // leaving now would destroy the loop under its thread
-    thread->join(); // without the lock: a check that waits for it can finish
+    AwaitJoins(guard);
+}
+
+void ZavStorageDiskLib::TellToStop(MessageLoop& loop)
+{
+    {
+        const boost::lock_guard<boost::mutex> guard(loop.lock);
+        loop.keep_running = false;
+    }
+    loop.WakeUp();
+}
+
+// Returns when no check thread is left that somebody else is joining. On such a thread it returns at once: its joiner
+// waits for this very thread.
+void ZavStorageDiskLib::AwaitJoins(boost::unique_lock<boost::recursive_mutex>& guard)
+{
+    if (joined_threads.count(boost::this_thread::get_id()) != 0) {
+        return;
+    }
+    while (!joined_threads.empty()) {
+        thread_joined.wait(guard);
+    }
 }
 
 void ZavStorageDiskLib::GetDeviceInfoByEnv(const EnvironmentPath& env, std::string& url, std::string& user,
@@ -133,11 +140,13 @@ void ZavStorageDiskLib::GetDeviceInfoByEnv(const EnvironmentPath& env, std::stri
     const Secret::ScopedWipe wipePassword(info.password);
     Environment::FillDeviceInfo(env, info);
     user = info.user;
-    if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), info.password)) {
+    url = info.url; // until another address takes the login
+    const bool isDecrypted = SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), info.password);
+    Secret::Replace(password, isDecrypted ? info.password : std::string()); // an older one leaves no trace
+    if (!isDecrypted) {
         PS_LOG(4) << "Decrypt password failed. User is " << info.user;
         return;
     }
-    password = info.password;
 
     boost::shared_ptr<ZavRestApi> api;
     std::string errMsg;
@@ -192,7 +201,7 @@ bool ZavStorageDiskLib::GetLunGropuInfo(const Zav::DeviceInfo& info, std::string
         PS_LOG(4) << "Get logined ZavRestApi object failed: " << errMsg;
         return false;
     }
-    ScopedSession session;
+    SecretSession session;
     return api->GetSession(session) && device_set_operator->GetSelfLunGroupInfo(session, first, second);
 }
 
@@ -238,8 +247,29 @@ bool ZavStorageDiskLib::StartCheckThread()
     if (check_thread.message_loop == nullptr) {
         return false;
     }
-    check_thread.message_loop->PostDelayedTask([this] { DoCheck(); }, CHECK_INTERVAL_MILLISECONDS);
+    try {
+        check_thread.message_loop->PostDelayedTask([this] { DoCheck(); }, CHECK_INTERVAL_MILLISECONDS);
+    } catch (...) {
+        const std::string cause = CaughtText();
+        PS_LOG_AS("GetLoginedZavRestApi", 4) << "Check  session thread new failed.";
+        PS_LOG_AS("GetLoginedZavRestApi", 4) << "The first check could not be posted: " << cause;
+        EndIdleThread();
+        return false;
+    }
     return true;
+}
+
+// Ends a check thread that has no check: it would keep a later login from starting one that has.
+void ZavStorageDiskLib::EndIdleThread()
+{
+    const boost::this_thread::disable_interruption untilJoined;
+    // Without the loop's lock, which may be what failed: the loop sees the flag, and the byte that wakes it, all the
+    // same.
+    check_thread.message_loop->keep_running = false;
+    check_thread.message_loop->WakeUp();
+    check_thread.thread->join(); // with the lock held: there is no check that could wait for it
+    check_thread.message_loop.reset();
+    check_thread.thread.reset();
 }
 
 bool ZavStorageDiskLib::CheckIfNeedToRetry(const int& code)

@@ -7,8 +7,11 @@
 
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/thread.hpp>
 
+#include <condition_variable>
 #include <map>
 #include <set>
 #include <string>
@@ -43,12 +46,14 @@ public:
     /// what ties the node to the array's volumes.
     virtual bool Init(const EnvironmentPath& env, ZavMapInfo& mapInfo);
 
-    /// Stops the session check until the next login. Sessions stay. Throws the threading library's resource error
+    /// Stops the session check until the next login, and returns when its thread has ended, also when another caller
+    /// stopped it and is waiting for it still. Sessions stay. Throws the threading library's resource error
     /// ("boost thread: trying joining itself") on the check thread itself, after it was told to stop.
     virtual void StopCheckThread();
 
     /// Logs into the environment's array and tells the URL that works (the first address when none does), user name and
-    /// plain password. The caller wipes `password`.
+    /// plain password. The caller wipes `password`; what it held before is wiped here. A password that cannot be
+    /// decrypted is empty, and nothing is logged into.
     virtual void GetDeviceInfoByEnv(const EnvironmentPath& env, std::string& url, std::string& user,
                                     std::string& password);
 
@@ -88,12 +93,17 @@ private:
 
     PRODUCT_STORAGE_LOCAL bool InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& mapInfo);
     PRODUCT_STORAGE_LOCAL bool StartCheckThread();
+    PRODUCT_STORAGE_LOCAL void EndIdleThread();
+    PRODUCT_STORAGE_LOCAL static void TellToStop(MessageLoop& loop);
+    PRODUCT_STORAGE_LOCAL void AwaitJoins(boost::unique_lock<boost::recursive_mutex>& guard);
 
     QenThread check_thread;                  // guarded by lock
     std::map<std::string, Session> sessions; // guarded by lock
     const std::set<int> retryable_error_codes;
     DeviceSetOperator* const device_set_operator; // not owned
     boost::recursive_mutex lock;                  // before the message loop's lock
+    std::set<boost::thread::id> joined_threads;   // guarded by lock; check threads that are being joined
+    std::condition_variable_any thread_joined;    // with lock
 };
 
 #endif

@@ -104,6 +104,24 @@ void SystemCalls::OnClockRead(const std::function<void()>& step)
     m_onClockRead = step;
 }
 
+void SystemCalls::OnSemaphore(const std::function<void()>& step)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_onSemaphore = step;
+}
+
+void SystemCalls::SemaphoreTaken()
+{
+    std::function<void()> step;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        step.swap(m_onSemaphore);
+    }
+    if (step) {
+        step();
+    }
+}
+
 void SystemCalls::PassTime(const boost::chrono::nanoseconds& duration)
 {
     const std::lock_guard<std::mutex> guard(m_lock);

@@ -71,6 +71,9 @@ public:
     /// sleeping, and then tells the events that are there.
     void OnWait(const std::function<void(int milliseconds)>& step);
 
+    /// Called when the next sem_wait has ended, on the thread that waited; once.
+    void OnSemaphore(const std::function<void()>& step);
+
     /// Called at the next reading of the steady clock, before it is read; once.
     void OnClockRead(const std::function<void()>& step);
 
@@ -93,6 +96,7 @@ public:
     void EpollCreated(int epollFd);
     int Wait(int epollFd, epoll_event* events, int capacity, int milliseconds);
     void Wiping(const Wipe& wipe);
+    void SemaphoreTaken();
     boost::chrono::steady_clock::time_point Now();
 
 private:
@@ -112,6 +116,7 @@ private:
     std::vector<Wipe> m_wipes;                              // guarded by m_lock
     std::function<void(int)> m_onWait;                      // guarded by m_lock
     std::function<void()> m_onClockRead;                    // guarded by m_lock
+    std::function<void()> m_onSemaphore;                    // guarded by m_lock
     std::map<int, Sleeper> m_sleepers;                      // guarded by m_lock; by epoll instance
     int m_latestEpoll = -1;                                 // guarded by m_lock
     int m_clockReads = 0;                                   // guarded by m_lock

@@ -134,7 +134,11 @@ SYSTEM_CALL int close(int descriptor)
 SYSTEM_CALL int sem_wait(sem_t* semaphore)
 {
     static auto* const real = Real<decltype(::sem_wait)>("sem_wait");
-    return Result("sem_wait", "", [&] { return real(semaphore); });
+    const int result = Result("sem_wait", "", [&] { return real(semaphore); });
+    if (SystemCalls* const calls = SystemCalls::Active(); calls != nullptr) {
+        calls->SemaphoreTaken();
+    }
+    return result;
 }
 
 SYSTEM_CALL int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),

@@ -16,6 +16,7 @@ namespace {
 std::atomic<DeviceSystemCalls::ProgramPath*> programPath = nullptr;
 std::atomic<DeviceSystemCalls::LockWatch*> lockWatch = nullptr;
 std::atomic<bool> isMapInfoFailing = false;
+thread_local bool isNextLockRefused = false;
 
 } // namespace
 
@@ -36,6 +37,9 @@ ssize_t __wrap_readlink(const char* path, char* buffer, size_t size)
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 {
+    if (std::exchange(isNextLockRefused, false)) {
+        return EINVAL;
+    }
     DeviceSystemCalls::LockWatch* const watch = lockWatch;
     if (watch == nullptr || !watch->Covers(mutex)) {
         return __real_pthread_mutex_lock(mutex);
@@ -115,6 +119,11 @@ int LockWatch::Lock(int (*lock)(void*), void* mutex)
         ++m_locks;
     }
     return result;
+}
+
+void RefuseNextLock()
+{
+    isNextLockRefused = true;
 }
 
 FailingMapInfo::FailingMapInfo()

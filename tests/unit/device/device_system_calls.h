@@ -61,6 +61,9 @@ private:
     std::atomic<int> m_unlocks = 0;
 };
 
+/// The calling thread's next attempt to lock a mutex, of whomever, fails.
+void RefuseNextLock();
+
 /// A ZavMapInfo cannot be cleared: std::bad_alloc.
 class FailingMapInfo {
 public:

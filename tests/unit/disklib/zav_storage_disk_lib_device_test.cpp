@@ -138,13 +138,35 @@ TEST_F(ZavStorageDiskLibDeviceTest, GetDeviceInfoByEnvWithAPasswordThatCannotBeD
     EnvironmentPath env = Environment({FIRST});
     env.set_encrypted_passwords(0, "garbage");
     Get(env);
-    EXPECT_EQ("untouched", m_url);
+    EXPECT_EQ(UrlOf(FIRST), m_url);
     EXPECT_EQ("admin", m_user);
-    EXPECT_EQ("untouched", m_password);
+    EXPECT_EQ("", m_password);
     EXPECT_THAT(m_http.Requests(), IsEmpty());
     EXPECT_THAT(KeeperLines(),
                 ElementsAre(IsLineOf("GetDeviceInfoByEnv", 4, "Decrypt password failed. User is admin")));
 }
+
+class ZavStorageDiskLibOldPasswordTest : public ZavStorageDiskLibDeviceTest,
+                                         public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(ZavStorageDiskLibOldPasswordTest, GetDeviceInfoByEnvLeavesNoTraceOfAnOlderPassword)
+{
+    AcceptLogin(FIRST);
+    const std::string older = "an-older-password-that-needs-a-buffer-of-its-own";
+    m_password = older;
+    EnvironmentPath env = Environment({FIRST});
+    env.set_encrypted_passwords(0, GetParam());
+    m_calls.Forget();
+    Get(env);
+    bool isWiped = false;
+    for (const SystemCalls::Wipe& wipe : m_calls.Wipes()) {
+        isWiped = isWiped || wipe.bytes.find(older) != std::string::npos;
+    }
+    EXPECT_TRUE(isWiped);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, ZavStorageDiskLibOldPasswordTest, ::testing::Values("cipher:secret", "garbage"),
+                         [](const auto& row) { return row.param[0] == 'c' ? "Decrypted" : "Garbage"; });
 
 struct MissingRow {
     const char* name;

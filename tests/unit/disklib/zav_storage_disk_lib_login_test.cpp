@@ -1,4 +1,5 @@
 #include "common/framework/log_proxy.h"
+#include "tests/unit/device/device_system_calls.h"
 #include "tests/unit/keeper_test.h"
 
 #include <boost/make_shared.hpp>
@@ -6,11 +7,14 @@
 
 #include <cerrno>
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::IsNull;
 using ::testing::NotNull;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -117,6 +121,26 @@ TEST_F(ZavStorageDiskLibLoginTest, PortAndProtocolArePartOfTheKey)
 }
 
 // ---- failures
+
+TEST_F(ZavStorageDiskLibLoginTest, GetLoginedZavRestApiWithoutAFirstCheckHasNoCheckThreadAndFails)
+{
+    AcceptLogin(FIRST);
+    m_calls.OnSemaphore(&DeviceSystemCalls::RefuseNextLock); // the thread runs; the next to lock is who posts
+    EXPECT_EQ(-1, LogIn(FIRST));
+    EXPECT_THAT(m_api, IsNull());
+    EXPECT_THAT(m_http.Requests(), IsEmpty());
+    EXPECT_EQ(3, m_calls.Count("close"));
+    EXPECT_THAT(KeeperLines(), ElementsAre(IsLineOf("GetLoginedZavRestApi", 4, "Check  session thread new failed."),
+                                           AllOf(Field("level", &LogLine::level, 4),
+                                                 Field("text", &LogLine::text,
+                                                       StartsWith("The first check could not be posted: boost: mutex "
+                                                                  "lock failed in pthread_mutex_lock")))));
+
+    EXPECT_EQ(0, LogIn(FIRST)); // by a thread that checks
+    EXPECT_EQ(2, m_calls.Count("pthread_create"));
+    LetTimePass(boost::chrono::milliseconds(1001));
+    EXPECT_EQ(1, Checks());
+}
 
 TEST_F(ZavStorageDiskLibLoginTest, RefusedLoginGivesTheArraysCodeAndNoClientAndIsNotCached)
 {

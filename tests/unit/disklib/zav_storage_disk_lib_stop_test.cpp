@@ -152,6 +152,85 @@ TEST_F(ZavStorageDiskLibStopTest, CheckThatAStopAndANewStartOvertookBeginsNoSeco
     EXPECT_EQ(2, Checks());
 }
 
+TEST_F(ZavStorageDiskLibStopTest, LaterStopReturnsWhenTheThreadThatAnotherStopsHasEnded)
+{
+    LogInAndRelease(FIRST);
+    boost::latch held(1);
+    boost::latch go(1);
+    HoldCheck(held, go);
+    m_calls.AwaitSleep();
+    m_calls.PassTime(milliseconds(1001));
+    held.wait();
+
+    const int pipe = PipeOfTheLoop();
+    std::thread first([this] { m_keeper.StopCheckThread(); });
+    AwaitWakeUp(pipe);
+    int descriptorsClosed = 0;
+    std::thread second([&] {
+        m_keeper.StopCheckThread();
+        descriptorsClosed = m_calls.Count("close"); // the loop's, which the first stop frees behind the join
+    });
+    m_log.Await("Enter StopCheckThread", 2);
+    go.count_down();
+    second.join();
+    EXPECT_EQ(3, descriptorsClosed);
+    first.join();
+}
+
+TEST_F(ZavStorageDiskLibStopTest, DestructionWaitsForTheThreadThatAnotherStops)
+{
+    auto keeper = std::make_optional<Keeper>();
+    AcceptLogin(FIRST);
+    ASSERT_EQ(0, keeper->GetLoginedZavRestApi(Device(FIRST), m_api, m_errorText));
+    m_api.reset();
+    boost::latch held(1);
+    boost::latch go(1);
+    HoldCheck(held, go);
+    m_calls.AwaitSleep();
+    m_calls.PassTime(milliseconds(1001));
+    held.wait();
+
+    const int pipe = PipeOfTheLoop();
+    std::thread stopper([&keeper] { keeper->StopCheckThread(); });
+    AwaitWakeUp(pipe);
+    int descriptorsClosed = 0;
+    std::thread destroyer([&] {
+        keeper.reset();
+        descriptorsClosed = m_calls.Count("close");
+    });
+    m_log.Await("Enter StopCheckThread", 2);
+    go.count_down();
+    destroyer.join();
+    EXPECT_EQ(3, descriptorsClosed);
+    stopper.join();
+}
+
+TEST_F(ZavStorageDiskLibStopTest, StopOnACheckThreadThatAnotherJoinsReturnsAtOnce)
+{
+    LogInAndRelease(FIRST);
+    boost::latch held(1);
+    boost::latch go(1);
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text == "start to check expired session.") {
+            m_log.Observe(nullptr);
+            held.count_down();
+            go.wait();
+            m_keeper.StopCheckThread(); // would wait for itself
+        }
+    });
+    m_calls.AwaitSleep();
+    m_calls.PassTime(milliseconds(1001));
+    held.wait();
+
+    const int pipe = PipeOfTheLoop();
+    std::thread stopper([this] { m_keeper.StopCheckThread(); });
+    AwaitWakeUp(pipe);
+    m_keeper.DoCheck(); // comes to the lock when the stop has let go of it
+    go.count_down();
+    stopper.join();
+    EXPECT_THAT(m_log.Lines(), Contains(IsLine(1, "End StopCheckThread")).Times(2));
+}
+
 TEST_F(ZavStorageDiskLibStopTest, StopOnTheCheckThreadThrowsAndEndsTheChecksAfterTheRound)
 {
     LogInAndRelease(FIRST, "DEV1");
