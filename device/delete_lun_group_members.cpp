@@ -8,6 +8,12 @@ namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
+int TellGroupIsGone(std::string_view operation)
+{
+    PS_LOG_AS(operation, 1) << "The LUN_GROUP has not exist!";
+    return ResultCode::OK;
+}
+
 } // namespace
 
 /// What tells LUNs and snapshots of a LUN group apart. Where both have the same words, that is on purpose: a snapshot
@@ -98,15 +104,29 @@ int DeleteResource::RemoveMembers(const MemberKind& kind, const DeviceMessage& m
 {
     const std::string& lunGroupId = message.lunGroupId;
     PS_LOG_AS(kind.removeOperation, 1) << "LUN_GROUP is" << lunGroupId << ".";
+    if (lunGroupId.empty()) {
+        return TellGroupIsGone(kind.removeOperation); // what has no id was never made
+    }
     std::vector<std::string> ids;
     const int listed = (this->*kind.listForRemoval)(message, api, ids, errorText);
+    if (listed == ResultCode::OK && ids.empty()) {
+        PS_LOG_AS(kind.removeOperation, 1) << "The LUN_GROUP(" << lunGroupId << ") has no LUN!";
+        return ResultCode::OK;
+    }
+    // Whose group it is, is asked before it loses anything, and when it cannot be listed.
+    std::string checkText;
+    const int checked = api->CheckLunGroup(lunGroupId, message.lunGroupName, checkText);
+    if (checked == ArrayCode::LUN_GROUP_GONE || checked == ResultCode::NAME_MISMATCH) {
+        return TellGroupIsGone(kind.removeOperation);
+    }
     if (listed != ResultCode::OK) {
         PS_LOG_AS(kind.removeOperation, 4) << kind.listForRemovalFailed << listed;
         return listed;
     }
-    if (ids.empty()) {
-        PS_LOG_AS(kind.removeOperation, 1) << "The LUN_GROUP(" << lunGroupId << ") has no LUN!";
-        return ResultCode::OK;
+    if (checked != ResultCode::OK) {
+        errorText = checkText;
+        PS_LOG_AS(kind.removeOperation, 4) << "CheckLunGroup failed errorNum: " << checked;
+        return checked;
     }
     for (std::string& id : ids) {
         PS_LOG_AS(kind.removeOperation, 1) << "lunID is" << id << ".";

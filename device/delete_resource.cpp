@@ -64,7 +64,8 @@ int DeleteResource::CheckAndDeleteMapView(const DeviceMessage& message, const bo
                                           std::string& errorText)
 {
     PS_TRACE_WORDS("Enter CheckAndDeleteMapView!", "End CheckAndDeleteMapView!");
-    int result = api->CheckMapView(message.mapViewId, message.mapViewName, errorText);
+    int result = message.mapViewId.empty() ? ArrayCode::MAP_VIEW_GONE // what has no id was never made
+                                           : api->CheckMapView(message.mapViewId, message.mapViewName, errorText);
     if (IsOneOf(result, {ArrayCode::MAP_VIEW_GONE, ResultCode::NAME_MISMATCH})) {
         PS_LOG(4) << "The mapview has not exist";
         return ResultCode::OK;
@@ -91,7 +92,9 @@ int DeleteResource::CheckAndDeleteHostGroup(const DeviceMessage& message, const 
                                             std::string& errorText)
 {
     PS_TRACE_WORDS("Enter CheckAndDeleteHostGroup!", "End CheckAndDeleteHostGroup!");
-    int result = api->CheckHostGroup(message.hostGroupId, message.hostGroupName, errorText);
+    int result = message.hostGroupId.empty()
+                     ? ArrayCode::HOST_GROUP_GONE
+                     : api->CheckHostGroup(message.hostGroupId, message.hostGroupName, errorText);
     if (IsOneOf(result, {ArrayCode::HOST_GROUP_GONE, ResultCode::NAME_MISMATCH})) {
         PS_LOG(1) << "The HostGroup has not exist!";
         return ResultCode::OK;
@@ -123,7 +126,9 @@ int DeleteResource::CheckAndDeleteHost(const DeviceMessage& message, const boost
 {
     PS_TRACE_WORDS("Enter CheckAndDeleteHost!", "End CheckAndDeleteHost!");
     bool isAddedToHostGroup = false;
-    int result = api->CheckHost(message.hostId, message.hostName, errorText, isAddedToHostGroup);
+    int result = message.hostId.empty()
+                     ? ArrayCode::HOST_GONE
+                     : api->CheckHost(message.hostId, message.hostName, errorText, isAddedToHostGroup);
     if (isAddedToHostGroup) {
         PS_LOG(2) << "ISADD2HOSTGROUP: TRUE, NO NEED TO DELET HOST"; // so spelt
         return ResultCode::OK;
@@ -185,7 +190,8 @@ int DeleteResource::CheckAndDeleteLunGroup(const DeviceMessage& message, const b
                                            std::string& errorText)
 {
     PS_TRACE_WORDS("Enter CheckAndDeleteLunGroup!", "End CheckAndDeleteLunGroup!");
-    int result = api->CheckLunGroup(message.lunGroupId, message.lunGroupName, errorText);
+    int result = message.lunGroupId.empty() ? ArrayCode::LUN_GROUP_GONE
+                                            : api->CheckLunGroup(message.lunGroupId, message.lunGroupName, errorText);
     if (IsOneOf(result, {ArrayCode::LUN_GROUP_GONE, ResultCode::NAME_MISMATCH})) {
         PS_LOG(1) << "The LUN_GROUP has not exist!";
         return ResultCode::OK;

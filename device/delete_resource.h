@@ -14,9 +14,10 @@ class ZavRestApi;
 /// Takes apart on an array what provisioning made for this node: mapping view, host group, host with its initiators,
 /// the members of the LUN group, LUN group.
 ///
-/// What is gone already counts as removed, so that a second run after a failure is harmless. Results are 0, or the
-/// code of the array or of ZavRestApi. Only the array is touched: the caller updates the device-information file.
-/// Threads: as ZavRestApi; the object itself holds no state but the flag.
+/// What is gone already counts as removed, so that a second run after a failure is harmless; so does what `message`
+/// holds no id of, without a request. Results are 0, or the code of the array or of ZavRestApi. Only the array is
+/// touched: the caller updates the device-information file. Threads: as ZavRestApi; the object itself holds no state
+/// but the flag.
 class PRODUCT_STORAGE_API DeleteResource {
 public:
     DeleteResource() = default;
@@ -46,8 +47,9 @@ public:
     virtual int GetLunIdByLunGroup(const DeviceMessage& message, const boost::shared_ptr<ZavRestApi>& api,
                                    std::vector<std::string>& lunIds, std::string& errorText);
 
-    /// A LUN that cannot be removed does not fail the step, on purpose: deleting the group tells if it matters.
-    /// Likewise RemoveSnapshotFromLunGroup.
+    /// Takes nothing out of a group that does not bear the recorded name: the array may have given the id to somebody
+    /// else's group since. A LUN that cannot be removed does not fail the step, on purpose: deleting the group tells if
+    /// it matters. Likewise RemoveSnapshotFromLunGroup.
     virtual int RemoveLunFromLunGroup(const DeviceMessage& message, const boost::shared_ptr<ZavRestApi>& api,
                                       std::string& errorText);
     virtual int GetSnapshotIdByLunGroup(const DeviceMessage& message, const boost::shared_ptr<ZavRestApi>& api,

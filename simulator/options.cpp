@@ -36,6 +36,8 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
         ->check(CLI::Range(std::uint64_t(1), MOST_POOLS));
     app.add_option("--serial", options.shape.serial, "Serial number, which is the device id as well");
     app.add_option("--product-mode", options.shape.productMode, "The system's PRODUCTMODE");
+    app.add_flag("--reuse-ids", options.shape.reusesIds,
+                 "Give the id of an object that was deleted to the next one that is made");
     raw.accounts.Declare(app);
     raw.cluster.Declare(app);
     app.add_option("--ca", options.certificateFolder, "Folder of the certificate authority, made when missing");

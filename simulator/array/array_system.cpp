@@ -12,6 +12,7 @@ ArraySystem::ArraySystem(ArrayShape shape, Accounts accounts, const SessionLimit
     , m_objects(m_file ? m_file->Load(m_inventory.Shape().luns) : State(m_inventory.Shape().luns))
     , m_sessions(limits, std::move(clock))
 {
+    m_objects.SetIdReuse(m_inventory.Shape().reusesIds);
     if (m_file) {
         m_file->Save(m_objects); // a folder that cannot be written shows now, not at the first change
     }

@@ -17,6 +17,7 @@ struct ArrayShape {
     std::string productMode = "ZAVSIM-1";
     std::vector<std::string> managementAddresses; ///< without ports, each once
     std::vector<std::string> serviceAddresses;
+    bool reusesIds = false; ///< an object that is made gets the lowest id that is free, not one that none ever had
 };
 
 enum class PortSelection { All, Management, Service };

@@ -1,5 +1,6 @@
 #include "simulator/array/state.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace ZavSim {
@@ -76,7 +77,22 @@ bool State::IsNameTaken(Kind kind, const std::string& name) const
 
 std::string State::NextId(Kind kind)
 {
-    return std::to_string(++m_lastIds[kind]);
+    std::uint64_t& last = m_lastIds[kind];
+    const std::uint64_t next = m_reusesIds ? LowestFreeId(kind) : last + 1;
+    last = std::max(last, next);
+    return std::to_string(next);
+}
+
+std::uint64_t State::LowestFreeId(Kind kind) const
+{
+    std::uint64_t id = 1;
+    for (const auto& object : ObjectsOf(kind)) { // in the order of their ids
+        if (object.first != std::to_string(id)) {
+            break;
+        }
+        ++id;
+    }
+    return id;
 }
 
 void State::Add(Kind kind, const std::string& id, const Object& object)

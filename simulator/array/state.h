@@ -51,8 +51,9 @@ public:
     const ObjectMap& ObjectsOf(Kind kind) const;
     bool IsNameTaken(Kind kind, const std::string& name) const;
 
-    /// An id that no object of the kind ever had.
+    /// An id that no object of the kind ever had; with SetIdReuse(true) the lowest that none has now.
     std::string NextId(Kind kind);
+    void SetIdReuse(bool reusesIds) noexcept { m_reusesIds = reusesIds; }
     void Add(Kind kind, const std::string& id, const Object& object);
 
     /// Also ends all of its associations; with a LUN go its snapshots. Nothing happens when it does not exist.
@@ -85,7 +86,10 @@ private:
 
     void UnlinkAll(Kind kind, const std::string& id);
 
+    std::uint64_t LowestFreeId(Kind kind) const;
+
     std::uint64_t m_lunCount;
+    bool m_reusesIds = false;
     std::set<std::uint64_t> m_deletedLuns;
     std::map<Kind, ObjectMap> m_objects;
     std::map<Kind, std::set<std::string>> m_names;

@@ -41,6 +41,19 @@ TEST_F(OperationsTest, CreateGivesEachKindItsOwnIdsThatAreNeverUsedAgain)
     EXPECT_EQ("3", Make(Kind::Host, "b"));
 }
 
+TEST_F(OperationsTest, CreateGivesTheLowestFreeIdWhereIdsAreReused)
+{
+    state.SetIdReuse(true);
+    for (const char* const name : {"a", "b", "c"}) {
+        Make(Kind::LunGroup, name);
+    }
+    DeleteObject(state, Kind::LunGroup, "1");
+    DeleteObject(state, Kind::LunGroup, "3");
+    EXPECT_EQ("1", Make(Kind::LunGroup, "d"));
+    EXPECT_EQ("3", Make(Kind::LunGroup, "e"));
+    EXPECT_EQ("4", Make(Kind::LunGroup, "f"));
+}
+
 TEST_F(OperationsTest, CreateWithATakenNameIsRefusedAndNamesIt)
 {
     Make(Kind::Host, "twin");

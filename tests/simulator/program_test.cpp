@@ -92,6 +92,23 @@ TEST_F(ProgramTest, ServesWithTheOptionsGiven)
     EXPECT_CODE(Code::SessionLimitReached, ArrayClient(url, folder.File("ca/ca.pem")).Login("u", "from-a-file"));
 }
 
+TEST_F(ProgramTest, IdsAreGivenAgainWhenItIsToldTo)
+{
+    for (const bool isReusing : {false, true}) {
+        std::vector<std::string> command = {ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0"};
+        if (isReusing) {
+            command.push_back("--reuse-ids");
+        }
+        ChildProcess zavsim(command);
+        zavsim.AwaitOutput("\n");
+        ArrayClient client(UrlOf(zavsim));
+        client.Login();
+        EXPECT_EQ("1", client.Post("lungroup", R"({"NAME": "first"})").Data()["ID"].asString());
+        EXPECT_CODE(Code::Success, client.Delete("lungroup/1"));
+        EXPECT_EQ(isReusing ? "1" : "2", client.Post("lungroup", R"({"NAME": "second"})").Data()["ID"].asString());
+    }
+}
+
 TEST_F(ProgramTest, LunsThatNobodyTouchedCostNoMemory)
 {
     const auto residentKilobytes = [](const char* luns) {
@@ -201,7 +218,7 @@ TEST_F(ProgramTest, HelpTellsEveryOption)
     for (const char* const option :
          {"--listen", "--service", "--luns", "--pools", "--serial", "--product-mode", "--user", "--password-file",
           "--ca", "--state", "--session-limit", "--session-idle", "--connections", "--journal", "--fc-online", "--seed",
-          "--fault"}) {
+          "--fault", "--reuse-ids"}) {
         EXPECT_THAT(help.out, HasSubstr(option));
     }
 }

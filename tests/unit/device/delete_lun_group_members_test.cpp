@@ -1,6 +1,8 @@
 #include "tests/unit/device/delete_resource_test.h"
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 namespace {
 
@@ -85,8 +87,8 @@ TEST_P(DeleteResourceMembersTest, RemovalTakesEveryMemberOut)
 {
     Hold({"1", "2"});
     EXPECT_EQ(0, Remove());
-    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", GetParam().removeCall + " 31 1",
-                                              GetParam().removeCall + " 31 2"));
+    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", "CheckLunGroup 31 luns",
+                                              GetParam().removeCall + " 31 1", GetParam().removeCall + " 31 2"));
     EXPECT_EQ(RemovalLines({"1 lunID is1.", "1 lunID is2."}), LinesOf(GetParam().removeCall));
 }
 
@@ -102,7 +104,52 @@ TEST_P(DeleteResourceMembersTest, RemovalWithoutAListingFails)
     m_array->Answer(GetParam().listCall, 77, "no way");
     EXPECT_EQ(-1, Remove());
     EXPECT_EQ("no way", m_errorText);
+    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", "CheckLunGroup 31 luns"));
     EXPECT_EQ(RemovalLines({"4 " + GetParam().listForRemovalFailed + "-1"}), LinesOf(GetParam().removeCall));
+}
+
+TEST_P(DeleteResourceMembersTest, RemovalWithoutAListingOrACheckFailsForTheListingsReason)
+{
+    m_array->Answer(GetParam().listCall, 77, "no way");
+    m_array->Answer("CheckLunGroup", 78, "no way either");
+    EXPECT_EQ(-1, Remove());
+    EXPECT_EQ("no way", m_errorText);
+    EXPECT_EQ(RemovalLines({"4 " + GetParam().listForRemovalFailed + "-1"}), LinesOf(GetParam().removeCall));
+}
+
+TEST_P(DeleteResourceMembersTest, RemovalFromAGroupThatIsGoneIsDone)
+{
+    m_array->HasNoLunGroup();
+    EXPECT_EQ(0, Remove());
+    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", "CheckLunGroup 31 luns"));
+    EXPECT_EQ(RemovalLines({"1 The LUN_GROUP has not exist!"}), LinesOf(GetParam().removeCall));
+}
+
+TEST_P(DeleteResourceMembersTest, RemovalTakesNothingOutOfAGroupOfAnotherName)
+{
+    Hold({"1", "2"});
+    m_array->Answer("CheckLunGroup", -2);
+    EXPECT_EQ(0, Remove());
+    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", "CheckLunGroup 31 luns"));
+    EXPECT_EQ(RemovalLines({"1 The LUN_GROUP has not exist!"}), LinesOf(GetParam().removeCall));
+}
+
+TEST_P(DeleteResourceMembersTest, RemovalTakesNothingOutOfAGroupThatCannotBeChecked)
+{
+    Hold({"1", "2"});
+    m_array->Answer("CheckLunGroup", 78, "busy");
+    EXPECT_EQ(78, Remove());
+    EXPECT_EQ("busy", m_errorText);
+    EXPECT_THAT(m_array->Calls(), ElementsAre(GetParam().listCall + " 31", "CheckLunGroup 31 luns"));
+    EXPECT_EQ(RemovalLines({"4 CheckLunGroup failed errorNum: 78"}), LinesOf(GetParam().removeCall));
+}
+
+TEST_P(DeleteResourceMembersTest, RemovalFromAGroupWithoutAnIdAsksNothing)
+{
+    m_message.lunGroupId.clear();
+    EXPECT_EQ(0, Remove());
+    EXPECT_THAT(m_array->Calls(), IsEmpty());
+    EXPECT_THAT(LinesOf(GetParam().removeCall), Contains("1 The LUN_GROUP has not exist!"));
 }
 
 TEST_P(DeleteResourceMembersTest, RemovalGoesOnPastAMemberThatStays)

@@ -3,7 +3,9 @@
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -28,9 +30,9 @@ TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceTakesEverythingApartInOrd
                             "CheckHostGroup 5 hosts", "GetAllHostIDFromHostGroup 5", "RemoveHost 12 5",
                             "RemoveHost 13 5", "DeleteHostGroup 5", "CheckHost 12 host", "GetIscsiInitiator 12",
                             "RemoveIscsiInitiator iqn.node", "GetFCInitiator 12", "RemoveFCInitiator 2100",
-                            "DeleteHost 12", "GetLunIdByLunGroup 31", "RemoveLunFromLunGroup 31 1",
-                            "GetSnapshotIdByLunGroup 31", "RemoveSnapshotFromLunGroup 31 2", "CheckLunGroup 31 luns",
-                            "DeleteLunGroup 31"));
+                            "DeleteHost 12", "GetLunIdByLunGroup 31", "CheckLunGroup 31 luns",
+                            "RemoveLunFromLunGroup 31 1", "GetSnapshotIdByLunGroup 31", "CheckLunGroup 31 luns",
+                            "RemoveSnapshotFromLunGroup 31 2", "CheckLunGroup 31 luns", "DeleteLunGroup 31"));
     EXPECT_THAT(LinesOf("DeleteCreatedResource"),
                 ElementsAre("1 Begin to enter DeleteCreatedResource!", "1 End DeleteCreatedResource!"));
 }
@@ -51,11 +53,57 @@ TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceOfWhatIsGoneAlreadySuccee
     m_array->Answer("CheckMapView", 1077951819);
     m_array->Answer("CheckHostGroup", 1077937500);
     m_array->Answer("CheckHost", 1077937498);
-    m_array->Answer("CheckLunGroup", 1077936861);
+    m_array->HasNoLunGroup();
     EXPECT_EQ(0, Delete());
     EXPECT_THAT(m_array->Calls(),
                 ElementsAre("CheckMapView 7 view", "CheckHostGroup 5 hosts", "CheckHost 12 host",
-                            "GetLunIdByLunGroup 31", "GetSnapshotIdByLunGroup 31", "CheckLunGroup 31 luns"));
+                            "GetLunIdByLunGroup 31", "CheckLunGroup 31 luns", "GetSnapshotIdByLunGroup 31",
+                            "CheckLunGroup 31 luns", "CheckLunGroup 31 luns"));
+}
+
+TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceLeavesAGroupThatBearsTheIdByNow)
+{
+    // The array gave the ids of what is gone to somebody else's objects.
+    m_resource.m_deleteHost = true;
+    for (const char* const check : {"CheckMapView", "CheckHostGroup", "CheckHost", "CheckLunGroup"}) {
+        m_array->Answer(check, -2);
+    }
+    m_array->m_hostsInGroup = {"66"};
+    m_array->m_luns = {"1", "2"};
+    m_array->m_snapshots = {"3"};
+    EXPECT_EQ(0, Delete());
+    EXPECT_THAT(m_array->Calls(), Not(Contains(StartsWith("Remove"))));
+    EXPECT_THAT(m_array->Calls(), Not(Contains(StartsWith("Delete"))));
+    EXPECT_THAT(LinesOf("RemoveLunFromLunGroup"), Contains("1 The LUN_GROUP has not exist!"));
+}
+
+TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceOfAnEmptyRecordAsksNothing)
+{
+    m_resource.m_deleteHost = true;
+    m_message = DeviceMessage();
+    EXPECT_EQ(0, Delete());
+    EXPECT_THAT(m_array->Calls(), IsEmpty());
+    EXPECT_THAT(LinesOf("CheckAndDeleteMapView"), Contains("4 The mapview has not exist"));
+    EXPECT_THAT(LinesOf("CheckAndDeleteHostGroup"), Contains("1 The HostGroup has not exist!"));
+    EXPECT_THAT(LinesOf("CheckAndDeleteHost"), Contains("1 The Host has not exist!"));
+    EXPECT_THAT(LinesOf("RemoveLunFromLunGroup"), Contains("1 The LUN_GROUP has not exist!"));
+    EXPECT_THAT(LinesOf("RemoveSnapshotFromLunGroup"), Contains("1 The LUN_GROUP has not exist!"));
+    EXPECT_THAT(LinesOf("CheckAndDeleteLunGroup"), Contains("1 The LUN_GROUP has not exist!"));
+}
+
+TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceOfAPartialRecordRemovesWhatItHolds)
+{
+    // A run that stopped behind the host group.
+    m_resource.m_deleteHost = true;
+    m_message.lunGroupId.clear();
+    m_message.lunGroupName.clear();
+    m_message.mapViewId.clear();
+    m_message.mapViewName.clear();
+    m_array->m_hostsInGroup = {"12"};
+    EXPECT_EQ(0, Delete());
+    EXPECT_THAT(m_array->Calls(), ElementsAre("CheckHostGroup 5 hosts", "GetAllHostIDFromHostGroup 5",
+                                              "RemoveHost 12 5", "DeleteHostGroup 5", "CheckHost 12 host",
+                                              "GetIscsiInitiator 12", "GetFCInitiator 12", "DeleteHost 12"));
 }
 
 struct StepRow : NamedRow {
@@ -86,11 +134,11 @@ INSTANTIATE_TEST_SUITE_P(
             {"HostGroup"}, "DeleteHostGroup", "4 CheckAndDeleteHostGroup failed! Reason: no way", "DeleteHostGroup 5"},
         StepRow{{"Host"}, "CheckHost", "4 CheckAndDeleteHost failed! Reason: no way", "CheckHost 12 host"},
         StepRow{
-            {"Luns"}, "GetLunIdByLunGroup", "4 RemoveLunFromLunGroup failed! Reason: no way", "GetLunIdByLunGroup 31"},
+            {"Luns"}, "GetLunIdByLunGroup", "4 RemoveLunFromLunGroup failed! Reason: no way", "CheckLunGroup 31 luns"},
         StepRow{{"Snapshots"},
                 "GetSnapshotIdByLunGroup",
                 "4 RemoveSnapshotFromLunGroup failed! Reason: no way",
-                "GetSnapshotIdByLunGroup 31"},
+                "CheckLunGroup 31 luns"},
         StepRow{{"LunGroup"}, "DeleteLunGroup", "4 CheckAndDeleteHost failed! Reason: no way", "DeleteLunGroup 31"}),
     RowName<StepRow>);
 

@@ -10,6 +10,14 @@ void FakeArray::Answer(const std::string& call, int code, const std::string& err
     m_outcomes[call] = {code, errorText};
 }
 
+void FakeArray::HasNoLunGroup()
+{
+    for (const char* const operation :
+         {"CheckLunGroup", "GetLunIdByLunGroup", "GetSnapshotIdByLunGroup", "DeleteLunGroup"}) {
+        Answer(operation, 1077936861, "no such LUN group");
+    }
+}
+
 int FakeArray::Perform(const std::string& operation, const std::vector<std::string>& input, std::string& errorText)
 {
     std::string call = operation;

@@ -17,6 +17,9 @@ public:
     void Answer(const std::string& call, int code, const std::string& errorText = "");
 
     /// "CheckHost 12 host" and so on: the operation and its input in the order of its parameters.
+    /// The LUN group is gone: whatever is asked of it, its listings too, is answered with the array's code for that.
+    void HasNoLunGroup();
+
     std::vector<std::string> Calls() const { return m_calls; }
     void ForgetCalls() { m_calls.clear(); }
 

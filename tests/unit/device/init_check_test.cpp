@@ -222,11 +222,21 @@ TEST_F(DeviceOperateGoneTest, CheckInitCleansUpWhatIsLeftWhenAnObjectIsGone)
     m_array->m_luns = {"1"};
     EXPECT_FALSE(Check());
     Ips calls = ALL_CHECKS;
-    const Ips cleanup = {"CheckMapView 7 view",   "CheckHostGroup 5 hosts",     "GetAllHostIDFromHostGroup 5",
-                         "RemoveHost 12 5",       "DeleteHostGroup 5",          "CheckHost 12 host",
-                         "GetIscsiInitiator 12",  "GetFCInitiator 12",          "DeleteHost 12",
-                         "GetLunIdByLunGroup 31", "RemoveLunFromLunGroup 31 1", "GetSnapshotIdByLunGroup 31",
-                         "CheckLunGroup 31 luns", "DeleteLunGroup 31"};
+    const Ips cleanup = {"CheckMapView 7 view",
+                         "CheckHostGroup 5 hosts",
+                         "GetAllHostIDFromHostGroup 5",
+                         "RemoveHost 12 5",
+                         "DeleteHostGroup 5",
+                         "CheckHost 12 host",
+                         "GetIscsiInitiator 12",
+                         "GetFCInitiator 12",
+                         "DeleteHost 12",
+                         "GetLunIdByLunGroup 31",
+                         "CheckLunGroup 31 luns",
+                         "RemoveLunFromLunGroup 31 1",
+                         "GetSnapshotIdByLunGroup 31",
+                         "CheckLunGroup 31 luns",
+                         "DeleteLunGroup 31"};
     calls.insert(calls.end(), cleanup.begin(), cleanup.end());
     EXPECT_THAT(m_array->Calls(), ElementsAreArray(calls));
     EXPECT_THAT(LinesOf("CheckInit"),

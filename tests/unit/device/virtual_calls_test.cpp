@@ -199,6 +199,7 @@ TEST_F(DeviceOperateVirtualCallsTest, DeleteCreatedResourceGoesThroughTheSlots)
     cleanup.m_deleteHost = true;
     DeviceMessage message;
     message.hostId = "12";
+    message.lunGroupId = "31";
     EXPECT_EQ(0, cleanup.DeleteCreatedResource(message, Session(), m_array));
     EXPECT_THAT(cleanup.m_calls,
                 ElementsAre("CheckAndDeleteMapView", "CheckAndDeleteHostGroup", "DeleteHost 12", "GetLunIdByLunGroup",
