@@ -104,7 +104,8 @@ public:
                                 const std::string& firstGroupId, const std::string& secondGroupId);
 
     /// Adds the node's initiators to a host on the array: by FC when a port is online, else by iSCSI. `hostIds`
-    /// receives every host that carries one.
+    /// receives every host that carries one. A host is only ever made under the name that `hostName` came with; where
+    /// an initiator has a host already, `hostName` receives that one's name.
     virtual bool SetInitiatorInfo(std::string key, CDeviceManager* manager, const std::vector<std::string>& targetIps,
                                   std::string& hostId, std::string& hostName, std::set<std::string>& hostIds,
                                   bool createHost, const boost::shared_ptr<ZavRestApi>& api);
@@ -127,7 +128,8 @@ public:
     /// lacks are inserted into it as empty texts, on purpose.
     void SetDeviceMessage(std::map<std::string, std::string>& info);
 
-    /// Records a host that was on the array before: cleanup will leave it. `hostName` receives the array's name.
+    /// Records a host that was on the array before: cleanup will leave it. `hostName` receives the array's name; where
+    /// the array does not tell it, the name that the object holds of this host, or else it stays.
     void UpdateConfigFile(std::string key, const boost::shared_ptr<ZavRestApi>& api, const std::string& hostId,
                           std::string& hostName);
 
@@ -151,6 +153,7 @@ private:
     PRODUCT_STORAGE_LOCAL bool AttachInitiator(const InitiatorKind& kind, const std::string& key,
                                                CDeviceManager* manager, const HostChoice& host, Record& initiator);
 
+    PRODUCT_STORAGE_LOCAL bool ReachesPortal(const std::string& targetIp);
     PRODUCT_STORAGE_LOCAL bool NeedsFCInitiator(const boost::shared_ptr<ZavRestApi>& api, bool& isReachedByFC);
     PRODUCT_STORAGE_LOCAL bool IsLoggedIntoAnyOf(const std::vector<std::string>& targetIps);
 

@@ -1,11 +1,13 @@
 #include "device/device_operate.h"
 
+#include "common/caught_text.h"
 #include "common/device_keys.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/http_client.h"
 #include "common/framework/random_bytes.h"
 #include "common/framework/shell_runner.h"
 #include "common/log.h"
+#include "common/printable_text.h"
 
 #include <boost/algorithm/string/erase.hpp>
 
@@ -47,6 +49,14 @@ int RunShell(const std::string& command, Lines& out)
 {
     Lines err;
     return RunShell(command, {}, out, err);
+}
+
+// What a failed iscsiadm said, in its own words.
+void TellComplaint(std::string_view operation, const Lines& err)
+{
+    if (!err.empty()) {
+        PS_LOG_AS(operation, 4) << "iscsiadm said: " << PrintableText(err);
+    }
 }
 
 } // namespace
@@ -100,36 +110,55 @@ bool DeviceOperate::GetLoginTargetIP(Lines& ips)
     return true;
 }
 
+// Only whether the port accepts a connection matters; no HTTP is spoken.
+bool DeviceOperate::ReachesPortal(const std::string& targetIp)
+{
+    const std::string_view operation = "LoginIscsiTarget";
+    try {
+        const boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
+        if (client == nullptr) {
+            PS_LOG_AS(operation, 4) << "create http client failed";
+            return false;
+        }
+        const int timeout = ConfigReader::getInt("BackupNode", "TestNetTimeOut", true);
+        if (!client->TestConnection("http://" + FormatUrl(targetIp + ":" + ISCSI_PORT), timeout)) {
+            PS_LOG_AS(operation, 4) << "Target address is unreachable, address is " << targetIp;
+            return false;
+        }
+        return true;
+    } catch (...) { // the client may be anybody's; what it throws ends here
+        const std::string cause = CaughtText();
+        PS_LOG_AS(operation, 4) << "The HTTP client failed: " << cause;
+        return false;
+    }
+}
+
 int DeviceOperate::LoginIscsiTarget(const std::string& iqn, const std::string& targetIp, const std::string& key,
                                     DevChAPInfo& /*chap*/)
 {
     PS_TRACE();
     constexpr int NOT_DONE = 1;
-    const boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
-    if (client == nullptr) {
-        PS_LOG(4) << "create http client failed";
+    if (!ReachesPortal(targetIp)) {
         return NOT_DONE;
     }
-    // Only whether the port accepts a connection matters; no HTTP is spoken.
-    const int timeout = ConfigReader::getInt("BackupNode", "TestNetTimeOut", true);
-    if (!client->TestConnection("http://" + FormatUrl(targetIp + ":" + ISCSI_PORT), timeout)) {
-        PS_LOG(4) << "Target address is unreachable, address is " << targetIp;
-        return NOT_DONE;
+    Lines discoveryOut;
+    Lines discoveryErr;
+    const int discovered = RunShell(DISCOVER_TARGETS, {targetIp}, discoveryOut, discoveryErr);
+    if (discovered != 0) {
+        PS_LOG(4) << "discovery target failed, return error is:" << discovered;
+        TellComplaint(__func__, discoveryErr);
+        return discovered;
     }
-    Lines out;
-    Lines err;
-    int result = RunShell(DISCOVER_TARGETS, {targetIp}, out, err);
-    if (result != 0) {
-        PS_LOG(4) << "discovery target failed, return error is:" << result;
-        return result;
-    }
-    result = RunShell(LOGIN_TARGETS, {targetIp}, out, err);
+    Lines loginOut;
+    Lines loginErr;
+    int result = RunShell(LOGIN_TARGETS, {targetIp}, loginOut, loginErr);
     PS_LOG(1) << "login iscsi. ret:" << result;
-    if (result != 0 && !err.empty() && err.front().find(ALREADY_LOGGED_IN) != std::string::npos) {
+    if (result != 0 && !loginErr.empty() && loginErr.front().find(ALREADY_LOGGED_IN) != std::string::npos) {
         result = 0;
     }
     if (result != 0) {
         PS_LOG(4) << "login target failed, return error is:" << result;
+        TellComplaint(__func__, loginErr);
     }
     // Recorded after a failed login as well, on purpose: the protocol was chosen, and a later run tries it again.
     std::map<std::string, std::string> info = {{DeviceKey::IQN, iqn}, {DeviceKey::PROTOCOL_TYPE, DeviceWord::ISCSI}};

@@ -14,8 +14,12 @@ int runShellCmdWithOutput(const severity_level& level, const std::string& module
                           std::vector<std::string>& err)
 {
     const ShellResult result = Fakes::Shell().Run({command, params, static_cast<int>(level), module, requestId});
-    out = result.out;
-    err = result.err;
+    if (!Fakes::Shell().IsAppending()) {
+        out.clear();
+        err.clear();
+    }
+    out.insert(out.end(), result.out.begin(), result.out.end());
+    err.insert(err.end(), result.err.begin(), result.err.end());
     return result.code;
 }
 
@@ -46,9 +50,22 @@ ShellResult& FakeShell::On(const std::string& command, const std::vector<std::st
     return m_rows.back().result;
 }
 
+void FakeShell::AppendOutput()
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_isAppending = true;
+}
+
+bool FakeShell::IsAppending() const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_isAppending;
+}
+
 void FakeShell::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
+    m_isAppending = false;
     m_rows.clear();
     m_calls.clear();
 }

@@ -33,6 +33,9 @@ public:
     /// A new row; it answers `command` with `params` from now on. The first row that matches counts.
     ShellResult& On(const std::string& command, const std::vector<std::string>& params, int code);
 
+    /// From now on what a command prints comes behind what its caller's lists hold already.
+    void AppendOutput();
+
     void Clear();
     std::vector<ShellCall> Calls() const;
 
@@ -40,6 +43,7 @@ public:
     std::vector<std::string> Lines() const;
 
     ShellResult Run(const ShellCall& call);
+    bool IsAppending() const;
 
 private:
     struct Row {
@@ -51,6 +55,7 @@ private:
     mutable std::mutex m_lock;
     std::deque<Row> m_rows;         // guarded by m_lock
     std::vector<ShellCall> m_calls; // guarded by m_lock
+    bool m_isAppending = false;     // guarded by m_lock
 };
 
 #endif

@@ -239,7 +239,37 @@ TEST_F(IscsiLoginTest, LoginIscsiTargetReturnsTheCodeOfAFailedDiscovery)
     EXPECT_EQ("", FileText());
     EXPECT_THAT(LinesOf("LoginIscsiTarget"),
                 ElementsAre("1 Enter LoginIscsiTarget", "4 discovery target failed, return error is:21",
-                            "1 End LoginIscsiTarget"));
+                            "4 iscsiadm said: 1 session requested, but 1 already present", "1 End LoginIscsiTarget"));
+}
+
+TEST_F(IscsiLoginTest, LoginIscsiTargetTellsWhatAFailedLoginSaid)
+{
+    m_shell.On(DISCOVER, {"10.0.0.8"}, 0).Complains("a warning of the discovery");
+    m_shell.On(LOGIN, {"10.0.0.8"}, 19).Complains("iscsiadm: \x1b[31mrefused").Complains("iscsiadm: (19)");
+    EXPECT_EQ(19, LogIn());
+    EXPECT_THAT(LinesOf("LoginIscsiTarget"),
+                ElementsAre("1 Enter LoginIscsiTarget", "1 login iscsi. ret:19",
+                            "4 login target failed, return error is:19",
+                            "4 iscsiadm said: iscsiadm: \\x1b[31mrefused; iscsiadm: (19)", "1 End LoginIscsiTarget"));
+}
+
+TEST_F(IscsiLoginTest, LoginIscsiTargetLooksAtTheLoginsOwnWordsAlone)
+{
+    // A runner that adds to what it was given, as one of somebody else's may.
+    m_shell.AppendOutput();
+    m_shell.On(DISCOVER, {"10.0.0.8"}, 0).Complains(ALREADY_PRESENT);
+    m_shell.On(LOGIN, {"10.0.0.8"}, 19).Complains("refused");
+    EXPECT_EQ(19, LogIn());
+}
+
+TEST_F(IscsiLoginTest, LoginIscsiTargetWithAClientThatThrowsReachesNothing)
+{
+    m_http.ThrowOnCreate("no socket left");
+    EXPECT_EQ(1, LogIn());
+    EXPECT_THAT(m_shell.Calls(), IsEmpty());
+    EXPECT_THAT(
+        LinesOf("LoginIscsiTarget"),
+        ElementsAre("1 Enter LoginIscsiTarget", "4 The HTTP client failed: no socket left", "1 End LoginIscsiTarget"));
 }
 
 TEST_F(IscsiLoginTest, LoginIscsiTargetRecordsAFailedLoginToo)
