@@ -14,6 +14,15 @@ const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name:
 // Lines whose level is not a failure's own are level 1 here, failures of the SAN library included, on purpose: a
 // protocol that does not work out is no error as long as the other one does.
 
+// Each step has its own copy of the name that was given: a host that one of them finds on the array must not lend its
+// name to one that another makes. The caller still learns the name that was found last.
+void TakeFoundName(const std::string& given, const std::string& name, std::string& hostName)
+{
+    if (name != given) {
+        hostName = name;
+    }
+}
+
 } // namespace
 
 /// In which words and by which handler an initiator of one protocol is attached to a host.
@@ -21,7 +30,7 @@ struct DeviceOperate::InitiatorKind {
     std::string_view operation;
     HANDLERTYPE type;
     const char* createFailed;
-    bool tellsCause;     ///< the cause follows `createFailed`
+    bool tellsCause;     ///< the cause follows `createFailed` in the same line, else in one of its own
     const char* created; ///< after the parent's line; null for none
     const char* beginAdd;
     bool
@@ -52,6 +61,9 @@ bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string
         initiator = dynamic_cast<CInitiatorHandler<Record>&>(*handler).Create(initiator);
     } catch (const std::exception& error) {
         PS_LOG_AS(kind.operation, 1) << kind.createFailed << (kind.tellsCause ? error.what() : "");
+        if (!kind.tellsCause) {
+            PS_LOG_AS(kind.operation, 1) << "oLib ex:" << error.what();
+        }
         return false;
     }
     PS_LOG_AS(kind.operation, 1) << "initiator parent id is:" << initiator.parentId;
@@ -93,6 +105,7 @@ bool DeviceOperate::SetInitiatorInfo(std::string key, CDeviceManager* manager,
         return false;
     }
     const std::string givenHostId = hostId;
+    const std::string givenName = hostName;
     bool result = SetFCInitorInfo(key, manager, hostId, hostName, hostIds, createHost, api);
     const bool hasMadeHost = hostId != givenHostId;
     if (!hostId.empty() && (result || hasMadeHost)) {
@@ -102,8 +115,9 @@ bool DeviceOperate::SetInitiatorInfo(std::string key, CDeviceManager* manager,
         PS_LOG(1) << "using FC initiator.";
     } else {
         // A host that the FC attempt made is used, not doubled.
-        result =
-            SetIscsiInitorInfo(key, manager, targetIps, hostId, hostName, hostIds, createHost && !hasMadeHost, api);
+        std::string name = givenName;
+        result = SetIscsiInitorInfo(key, manager, targetIps, hostId, name, hostIds, createHost && !hasMadeHost, api);
+        TakeFoundName(givenName, name, hostName);
         PS_LOG(1) << "create " << key << " iscsi initor result is :" << result;
     }
     PS_LOG(1) << "create initiator finished.";
@@ -187,10 +201,14 @@ bool DeviceOperate::SetFCInitorInfo(std::string key, CDeviceManager* manager, st
         return false;
     }
     PS_LOG(1) << "get WWPN COUNT is:" << wwpns.size();
+    const std::string givenName = hostName;
     std::string recordedNames;
     bool isAnyOnline = false;
     for (const std::string& wwpn : wwpns) {
-        if (!CreateFCInitorOnDev(manager, wwpn, hostId, key, hostName, hostIds, createHost, api)) {
+        std::string name = givenName;
+        const bool isOnDevice = CreateFCInitorOnDev(manager, wwpn, hostId, key, name, hostIds, createHost, api);
+        TakeFoundName(givenName, name, hostName);
+        if (!isOnDevice) {
             PS_LOG(1) << "create initor failed";
             return false;
         }
@@ -199,6 +217,7 @@ bool DeviceOperate::SetFCInitorInfo(std::string key, CDeviceManager* manager, st
         recordedNames += ";" + wwpn;
     }
     if (!isAnyOnline) {
+        PS_LOG(2) << "no FC port is online.";
         return false; // nothing is recorded: the node does not reach the array by FC
     }
     std::map<std::string, std::string> info = {{DeviceKey::FC_INITIATOR_NAME, recordedNames}};

@@ -55,7 +55,8 @@ TEST_F(DeviceOperateFCTest, SetFCInitorInfoWithoutAnOnlinePortRecordsNoPort)
     EXPECT_FALSE(Set());
     EXPECT_THAT(m_array->Calls(), SizeIs(2));
     EXPECT_THAT(FileRecord(), ElementsAre(Pair("HOSTID", "12"), Pair("HOSTNAME", "name")));
-    EXPECT_THAT(LinesOf("SetFCInitorInfo"), ElementsAre("1 set fc initiator.", "1 get WWPN COUNT is:2"));
+    EXPECT_THAT(LinesOf("SetFCInitorInfo"),
+                ElementsAre("1 set fc initiator.", "1 get WWPN COUNT is:2", "2 no FC port is online."));
 }
 
 TEST_F(DeviceOperateFCTest, SetFCInitorInfoStopsAtThePortThatFails)
@@ -150,12 +151,22 @@ TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevWithoutAManagerGetsNoHandler)
     EXPECT_THAT(LinesOf("CreateFCInitorOnDev"), ElementsAre("1 begin create FC initiator.", "1 get handler failed."));
 }
 
-TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevThatTheLibraryRefusesDoesNotTellTheReason)
+TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevThatTheLibraryRefusesTellsTheReasonInALineOfItsOwn)
 {
     m_san.Fail("create FC initiator", "bad port");
     EXPECT_FALSE(Create());
     EXPECT_THAT(LinesOf("CreateFCInitorOnDev"),
-                ElementsAre("1 begin create FC initiator.", "1 create FC initiator failed."));
+                ElementsAre("1 begin create FC initiator.", "1 create FC initiator failed.", "1 oLib ex:bad port"));
+}
+
+TEST_F(DeviceOperateFCTest, SetFCInitorInfoMakesNoHostUnderTheNameOfAnotherPortsHost)
+{
+    Node::HasPorts({"2100", "2101"});
+    m_san.InitiatorBelongsTo("2100", "99");
+    EXPECT_TRUE(Set());
+    EXPECT_THAT(m_san.Calls(), ElementsAre("create FC initiator 2100", "create FC initiator 2101", "create host name",
+                                           "add initiator 2101 to host 12"));
+    EXPECT_EQ("host of the array", m_hostName); // what was found last, as ever
 }
 
 TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevWithoutItsHostFails)

@@ -55,6 +55,26 @@ TEST_F(DeviceOperateInitiatorTest, SetInitiatorInfoUsesFcWhereItWorks)
                 ElementsAre("1 begin create initiator.", "1 using FC initiator.", "1 create initiator finished."));
 }
 
+TEST_F(DeviceOperateInitiatorTest, SetInitiatorInfoGivesTheIscsiStepTheNameThatItGot)
+{
+    EXPECT_CALL(m_stepped, SetFCInitorInfo(KEY, m_manager, StrEq(""), StrEq("name"), _, true, _))
+        .WillOnce(DoAll(SetArgReferee<3>("host of a port"), Return(false)));
+    EXPECT_CALL(m_stepped, SetIscsiInitorInfo(KEY, m_manager, m_targetIps, StrEq(""), StrEq("name"), _, true, _))
+        .WillOnce(Return(true));
+    EXPECT_TRUE(Set());
+    EXPECT_EQ("host of a port", m_hostName);
+}
+
+TEST_F(DeviceOperateInitiatorTest, SetInitiatorInfoTellsTheNameThatTheIscsiStepFoundLast)
+{
+    EXPECT_CALL(m_stepped, SetFCInitorInfo(KEY, m_manager, StrEq(""), StrEq("name"), _, true, _))
+        .WillOnce(DoAll(SetArgReferee<3>("host of a port"), Return(false)));
+    EXPECT_CALL(m_stepped, SetIscsiInitorInfo(KEY, m_manager, m_targetIps, StrEq(""), StrEq("name"), _, true, _))
+        .WillOnce(DoAll(SetArgReferee<4>("host of the initiator"), Return(true)));
+    EXPECT_TRUE(Set());
+    EXPECT_EQ("host of the initiator", m_hostName);
+}
+
 TEST_F(DeviceOperateInitiatorTest, SetInitiatorInfoCountsTheGivenHostThatFcUsed)
 {
     m_hostId = "9";
