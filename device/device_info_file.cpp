@@ -14,7 +14,6 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
-#include <fstream>
 
 boost::mutex g_infoFileMutext;
 
@@ -65,9 +64,7 @@ bool DeviceOperate::ReadConfig(std::string& path, std::string& content)
 
 bool DeviceOperate::ReadInfoFromJson(const std::string& key, Record& info)
 {
-    return DeviceInfoRecord::Read({[this](const std::string& recordKey) { return GetDeviceInfoCfgFile(recordKey); },
-                                   [this](std::string& path, std::string& content) { ReadConfig(path, content); }},
-                                  key, info);
+    return DeviceInfoRecord::Read(DeviceInfoRecord::SourceOf(*this), key, info);
 }
 
 bool DeviceOperate::WriteInfoToJson(const std::string& key, Record& info)
@@ -87,12 +84,7 @@ bool DeviceOperate::WriteInfoToJson(const std::string& key, Record& info)
         record[name] = value;
     }
     root[key] = record;
-    const std::string text = JsonText::Write(root); // before the file is emptied
-    std::ofstream file(path, std::ios::trunc);
-    file << text;
-    file.close();
-    if (!file) {
-        PS_LOG(4) << "Config file write failed.";
+    if (!DeviceInfoRecord::WriteText(__func__, path, JsonText::Write(root))) {
         return false;
     }
     PS_LOG(1) << "write device info from Json finish.";
@@ -171,6 +163,9 @@ void DeviceOperate::UpdateConfigFile(std::string key, const boost::shared_ptr<Za
     std::string errorText;
     if (api->GetHostName(hostId, hostName, errorText) != ResultCode::OK) {
         PS_LOG(1) << "Not Found Host. ID: " << hostId;
+        if (hostId == m_deviceMessage.hostId && !m_deviceMessage.hostName.empty()) {
+            hostName = m_deviceMessage.hostName; // what was known of this very host is right still
+        }
     }
     Record info = {{DeviceKey::HOST_ID, hostId},
                    {DeviceKey::HOST_NAME, hostName},

@@ -8,14 +8,44 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 
 namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator";
+
+// 0 or the error's number.
+int WriteAll(int descriptor, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(descriptor, text.data(), text.size());
+        if (written == -1 && errno != EINTR) {
+            return errno;
+        }
+        text.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+    return 0;
+}
+
+int ReplaceContent(const std::string& path, std::string_view text)
+{
+    constexpr mode_t MODE = 0666; // less the process's mask
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, MODE);
+    if (descriptor == -1) {
+        return errno;
+    }
+    const int error = WriteAll(descriptor, text);
+    if (close(descriptor) == -1 && error == 0) {
+        return errno;
+    }
+    return error;
+}
 
 } // namespace
 
@@ -71,6 +101,46 @@ bool Read(const Source& source, const std::string& key, std::map<std::string, st
     }
     PS_LOG_AS(operation, 1) << "read device info from Json finish.";
     return true;
+}
+
+bool Forget(const Source& source, std::string_view operation, std::string_view words, const std::string& key,
+            const std::vector<std::string>& names)
+{
+    const boost::lock_guard<boost::mutex> guard(g_infoFileMutext);
+    std::string path = source.file(key);
+    std::string content;
+    source.read(path, content);
+    Json::Value root;
+    if (!JsonText::Parse(content, root)) {
+        PS_LOG_AS(operation, 4) << "Json to string failed.";
+        return false;
+    }
+    if (!root.isMember(key)) {
+        return true;
+    }
+    Json::Value& record = root[key];
+    std::string forgotten;
+    for (const std::string& name : names) {
+        Json::Value value;
+        if (record.removeMember(name, &value)) {
+            forgotten += (forgotten.empty() ? "" : ", ") + name + ":" + value.asString();
+        }
+    }
+    if (forgotten.empty()) {
+        return true;
+    }
+    PS_LOG_AS(operation, 2) << words << forgotten;
+    return WriteText(operation, path, JsonText::Write(root));
+}
+
+bool WriteText(std::string_view operation, const std::string& path, const std::string& text)
+{
+    const int error = ReplaceContent(path, text);
+    if (error != 0) {
+        PS_LOG_AS(operation, 4) << "Config file write failed.";
+        PS_LOG_AS(operation, 4) << "errno " << error << " (" << std::strerror(error) << ") at " << path;
+    }
+    return error == 0;
 }
 
 } // namespace DeviceInfoRecord

@@ -1,19 +1,22 @@
 #include "device/device_set_operator.h"
 
+#include "common/caught_text.h"
 #include "common/device_keys.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/framework/san_manager.h"
 #include "common/log.h"
+#include "common/secret_session.h"
 #include "device/device_info_record.h"
 #include "device/device_operate.h"
+#include "rest/zav_rest_api.h"
 
 #include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_guard.hpp>
 
-#include <exception>
 #include <memory>
+#include <string_view>
 
 namespace {
 
@@ -26,6 +29,62 @@ struct ManagerReleaser {
     void operator()(CDeviceManager* manager) const { CDeviceManager::releaseInstance(manager); }
 };
 using ManagerHandle = std::unique_ptr<CDeviceManager, ManagerReleaser>;
+
+// What `work` gives; false, with `cause` set, when it throws anything but the lock error, the one exception that
+// callers know.
+template <typename Work>
+bool Attempt(std::string& cause, const Work& work)
+{
+    try {
+        return work();
+    } catch (const boost::lock_error&) {
+        throw;
+    } catch (...) {
+        cause = CaughtText();
+        return false;
+    }
+}
+
+// Tells what failed, and why where an exception said it.
+void TellFailure(std::string_view operation, const char* failure, const std::string& cause)
+{
+    PS_LOG_AS(operation, 4) << failure;
+    if (!cause.empty()) {
+        PS_LOG_AS(operation, 4) << "The cause: " << cause;
+    }
+}
+
+// What a record holds of the array's objects, and of who put them there. The chosen name and protocol of this node
+// stay.
+std::vector<std::string> WhatIsMadeAnew()
+{
+    using namespace DeviceKey;
+    return {MAP_VIEW_ID, MAP_VIEW_NAME, LUN_GROUP_ID,         LUN_GROUP_NAME,    HOST_GROUP_ID,     HOST_GROUP_NAME,
+            HOST_ID,     HOST_NAME,     ISCSI_INITIATOR_NAME, FC_INITIATOR_NAME, DO_NOT_DELETE_HOST};
+}
+
+// True, with `id` set and told, when the record holds the group. `position` is left at what was looked up.
+bool FindRecorded(std::map<std::string, std::string>& info, const std::string& key, const char* words,
+                  std::map<std::string, std::string>::iterator& position, std::string& id)
+{
+    position = info.find(key);
+    if (position == info.end()) {
+        return false;
+    }
+    id = position->second;
+    PS_LOG_AS("InitDeviceSetInner", 1) << words << id;
+    return true;
+}
+
+// A cleanup within the check may have brought the session a new cookie, which `session`, copied before, does not have.
+void TakeNewTexts(ZavRestApi& api, Zav::SessionInfo& session)
+{
+    SecretSession now;
+    if (api.GetSession(now) && now.deviceId == session.deviceId) {
+        Secret::Replace(session.token, now.token);
+        Secret::Replace(session.cookie, now.cookie);
+    }
+}
 
 } // namespace
 
@@ -44,21 +103,18 @@ bool DeviceSetOperator::InitDeviceSet(const Zav::SessionInfo& session, const std
 {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
     PS_LOG(1) << "begin init device set.";
-    try {
-        return InitLockedDeviceSet(session, storageIps, api, mapInfo);
-    } catch (const boost::lock_error&) {
-        throw; // the one exception that callers know
-    } catch (const std::exception& error) {
-        PS_LOG(4) << "init device failed!" << error.what();
-    } catch (...) {
-        PS_LOG(4) << "init device failed!";
+    std::string cause;
+    const bool isReady = Attempt(cause, [&] { return InitLockedDeviceSet(session, storageIps, api, mapInfo); });
+    if (!cause.empty()) {
+        TellFailure(__func__, "init device failed!", cause);
     }
-    return false;
+    return isReady;
 }
 
 bool DeviceSetOperator::InitLockedDeviceSet(const Zav::SessionInfo& session, const std::vector<std::string>& storageIps,
                                             const boost::shared_ptr<ZavRestApi>& api, ZavMapInfo& mapInfo)
 {
+    const bool isKnown = m_mapDeviceOperate.count(session.deviceId) != 0;
     if (PrepareAndCheckInit(session, storageIps, api, mapInfo)) {
         PS_LOG_AS("InitDeviceSet", 1) << "The device has been init!";
         return true;
@@ -66,7 +122,11 @@ bool DeviceSetOperator::InitLockedDeviceSet(const Zav::SessionInfo& session, con
     const auto device = boost::make_shared<DeviceOperate>();
     const ManagerHandle handle(GetDeviceManager());
     CDeviceManager* manager = handle.get();
-    bool result = InitDeviceManager(session, &manager);
+    SecretSession current(session);
+    if (isKnown) {
+        TakeNewTexts(*api, current);
+    }
+    bool result = InitDeviceManager(current, &manager);
     if (!result) {
         PS_LOG_AS("InitDeviceSet", 4) << "init device manager failed.";
         return false;
@@ -88,13 +148,23 @@ bool DeviceSetOperator::PrepareAndCheckInit(const Zav::SessionInfo& session, con
     const auto known = m_mapDeviceOperate.find(session.deviceId);
     if (known != m_mapDeviceOperate.end()) {
         const boost::shared_ptr<DeviceOperate> device = known->second;
-        m_mapDeviceOperate.erase(known); // out of the map also when the check throws
-        if (device->CheckInit(session, storageIps, api)) {
-            m_mapDeviceOperate.emplace(session.deviceId, device);
+        std::string cause;
+        bool stands = false;
+        try {
+            stands = Attempt(cause, [&] { return device->CheckInit(session, storageIps, api); });
+        } catch (...) {
+            m_mapDeviceOperate.erase(session.deviceId);
+            throw;
+        }
+        if (stands) {
             device->AddZavMessage(mapInfo, session.deviceId);
             PS_LOG(1) << "The device has been init!";
             return true;
         }
+        if (!cause.empty()) {
+            TellFailure(__func__, "check init failed!", cause);
+        }
+        m_mapDeviceOperate.erase(session.deviceId);
     }
     PS_LOG(1) << "The device need to init!";
     return false;
@@ -114,6 +184,10 @@ bool DeviceSetOperator::ProvisionDevice(const Zav::SessionInfo& session, const s
     device->SetDeviceMessage(info);
     if (!device->CheckInitSub(session, api)) {
         info.clear(); // everything is made anew
+        // The file forgets it too, before anything is made: a run that stops half-way must not leave a record that
+        // looks complete. A file that cannot be written stops nothing.
+        DeviceInfoRecord::Forget(DeviceInfoRecord::SourceOf(*device), "InitDeviceSet",
+                                 "Everything is made anew: forget ", session.deviceId, WhatIsMadeAnew());
     }
 
     PS_LOG_AS("InitDeviceSet", 1) << "begin set initiator.";
@@ -123,8 +197,10 @@ bool DeviceSetOperator::ProvisionDevice(const Zav::SessionInfo& session, const s
     // A copy: the groups and the view bear the generated name even where a host found on the array has its own.
     std::string hostName = generatedName;
     std::set<std::string> hostIds;
-    // The result is left alone on purpose: the groups are worth having whatever became of the initiators.
-    device->SetInitiatorInfo(session.deviceId, manager, storageIps, hostId, hostName, hostIds, createHost, api);
+    // No failure, on purpose: the groups are worth having whatever became of the initiators.
+    if (!device->SetInitiatorInfo(session.deviceId, manager, storageIps, hostId, hostName, hostIds, createHost, api)) {
+        PS_LOG_AS("InitDeviceSet", 3) << "The node's initiators could not be set up. Going on to the groups.";
+    }
     return InitDeviceSetInner(session, storageIps, info, device, manager, generatedName, hostIds, position, result);
 }
 
@@ -139,38 +215,37 @@ bool DeviceSetOperator::InitDeviceSetInner(const Zav::SessionInfo& session,
     if (manager == nullptr) {
         return false;
     }
-    std::string hostGroupId;
-    position = info.find(DeviceKey::HOST_GROUP_ID);
-    if (position != info.end()) {
-        hostGroupId = position->second;
-        PS_LOG(1) << ",HOSTGRPID:" << hostGroupId;
-    } else {
-        result = device->SetHostGroupInfo(session.deviceId, manager, generatedName, hostIds, hostGroupId);
-        if (!result) {
-            PS_LOG(4) << "set host group failed.";
-            return false;
+    const std::string& key = session.deviceId;
+    const char* failure = "set host group failed.";
+    std::string cause;
+    const bool isDone = Attempt(cause, [&] {
+        std::string hostGroupId;
+        if (!FindRecorded(info, DeviceKey::HOST_GROUP_ID, ",HOSTGRPID:", position, hostGroupId)) {
+            result = device->SetHostGroupInfo(key, manager, generatedName, hostIds, hostGroupId);
+            if (!result) {
+                return false;
+            }
         }
-    }
-    std::string lunGroupId;
-    position = info.find(DeviceKey::LUN_GROUP_ID);
-    if (position != info.end()) {
-        lunGroupId = position->second;
-        PS_LOG(1) << ",LUNGRPID:" << lunGroupId;
-    } else {
-        result = device->SetLunGroupInfo(session.deviceId, manager, generatedName, lunGroupId);
-        if (!result) {
-            PS_LOG(4) << "set lun group failed.";
-            return false;
+        failure = "set lun group failed.";
+        std::string lunGroupId;
+        if (!FindRecorded(info, DeviceKey::LUN_GROUP_ID, ",LUNGRPID:", position, lunGroupId)) {
+            result = device->SetLunGroupInfo(key, manager, generatedName, lunGroupId);
+            if (!result) {
+                return false;
+            }
         }
+        failure = "set mapview failed.";
+        position = info.find(DeviceKey::MAP_VIEW_ID);
+        if (position == info.end()) {
+            result = device->SetMapViewInfo(key, manager, generatedName, lunGroupId, hostGroupId);
+        }
+        return result;
+    });
+    if (!isDone) {
+        result = false;
+        TellFailure(__func__, failure, cause);
     }
-    position = info.find(DeviceKey::MAP_VIEW_ID);
-    if (position == info.end()) {
-        result = device->SetMapViewInfo(session.deviceId, manager, generatedName, lunGroupId, hostGroupId);
-    }
-    if (!result) {
-        PS_LOG(4) << "set mapview failed.";
-    }
-    return result;
+    return isDone;
 }
 
 CDeviceManager* DeviceSetOperator::GetDeviceManager()
@@ -194,8 +269,11 @@ bool DeviceSetOperator::InitDeviceManager(const Zav::SessionInfo& session, CDevi
         return false;
     }
     PS_LOG(1) << "begin connect device.";
-    if (!(*manager)->Connect(address, port, session.deviceId, session.token, session.cookie)) {
-        PS_LOG(4) << "connect device failed.";
+    std::string cause;
+    const bool isConnected = Attempt(
+        cause, [&] { return (*manager)->Connect(address, port, session.deviceId, session.token, session.cookie); });
+    if (!isConnected) {
+        TellFailure(__func__, "connect device failed.", cause);
         return false;
     }
     if (*manager == nullptr) {
@@ -248,16 +326,13 @@ bool DeviceSetOperator::ReadConfig(std::string& path, std::string& content)
 
 bool DeviceSetOperator::ReadInfoFromJson(const std::string& deviceId, std::map<std::string, std::string>& info)
 {
-    try {
-        return DeviceInfoRecord::Read({[this](const std::string& key) { return GetDeviceInfoCfgFile(key); },
-                                       [this](std::string& path, std::string& content) { ReadConfig(path, content); }},
-                                      deviceId, info);
-    } catch (const boost::lock_error&) {
-        throw; // the one exception that callers know
-    } catch (const std::exception&) {
-        PS_LOG(4) << "failed to change json."; // unlike in DeviceOperate, which lets it pass
-        return false;
+    std::string cause;
+    const bool isRead =
+        Attempt(cause, [&] { return DeviceInfoRecord::Read(DeviceInfoRecord::SourceOf(*this), deviceId, info); });
+    if (!cause.empty()) {
+        TellFailure(__func__, "failed to change json.", cause); // unlike in DeviceOperate, which lets it pass
     }
+    return isRead;
 }
 
 bool DeviceSetOperator::GetSelfLunGroupInfo(const Zav::SessionInfo& session, std::string& lunGroupId,

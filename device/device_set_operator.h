@@ -21,8 +21,9 @@ class ZavRestApi;
 /// The process-wide set of arrays that this node is provisioned on: turns an environment into device records and drives
 /// the provisioning of one device at a time.
 ///
-/// Every failure is a false result (or an empty list) after an error line. Nothing is thrown but the thread library's
-/// lock error. Threads: any thread may call what takes the lock or no state; see the members.
+/// Every failure is a false result (or an empty list) after an error line; what another library threw is told in a line
+/// of its own. Nothing is thrown but the thread library's lock error, by whichever operation. Threads: any thread may
+/// call what takes the lock or no state; see the members.
 class PRODUCT_STORAGE_API DeviceSetOperator {
 public:
     /// The one instance; built on first use, destroyed when the library is unloaded.

@@ -2,6 +2,7 @@
 
 #include "common/device_keys.h"
 #include "common/log.h"
+#include "device/device_info_record.h"
 
 #include <exception>
 
@@ -9,15 +10,18 @@ namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
-// Failures of the SAN library, and of looking up its handlers, are level-1 lines in this file, on purpose: the
-// operation that drives these steps reports the failure at level 4.
+// Failures of the SAN library, and of looking up its handlers, are level-1 lines of the creation steps, on purpose: the
+// operation that drives them reports the failure at level 4.
 
+// Gives the id. The line is there before anything else can fail: from here on the object is on the array.
 template <typename Record>
-Record CreateNamed(CHandler& handler, const std::string& name)
+std::string CreateNamed(std::string_view operation, const char* kind, CHandler& handler, const std::string& name)
 {
     Record record;
     record.name = name;
-    return dynamic_cast<CRecordHandler<Record>&>(handler).Create(record);
+    const std::string id = dynamic_cast<CRecordHandler<Record>&>(handler).Create(record).id;
+    PS_LOG_AS(operation, 2) << "created " << kind << " " << id << ", name " << name;
+    return id;
 }
 
 } // namespace
@@ -92,8 +96,9 @@ bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, co
                                "begin create lun group.",
                                "create lun group failed.oLib ex:",
                                "create lun group finish."};
-    return CreateObject(creation, key, manager, name,
-                        [&](CHandler& handler) { return lunGroupId = CreateNamed<LunGroupMO>(handler, name).id; });
+    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
+        return lunGroupId = CreateNamed<LunGroupMO>(operation, "LUN group", handler, name);
+    });
 }
 
 bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const std::string& name, std::string& hostId)
@@ -107,8 +112,15 @@ bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const 
                                "begin create host.",
                                "create host failed.oLib ex:",
                                "create host finish."};
-    return CreateObject(creation, key, manager, name,
-                        [&](CHandler& handler) { return hostId = CreateNamed<HostMO>(handler, name).id; });
+    const bool isCreated = CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
+        return hostId = CreateNamed<HostMO>(operation, "host", handler, name);
+    });
+    if (isCreated) {
+        // After the id: a crash between the two writes keeps the host. A record that cannot be written stops nothing.
+        DeviceInfoRecord::Forget(DeviceInfoRecord::SourceOf(*this), __func__, "The host is this node's own: forget ",
+                                 key, {DeviceKey::DO_NOT_DELETE_HOST});
+    }
+    return isCreated;
 }
 
 bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
@@ -123,8 +135,8 @@ bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, c
                                "begin create host group.",
                                "create host group failed. oLib ex:",
                                "create host group finish."};
-    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
-        hostGroupId = CreateNamed<HostGroupMO>(handler, name).id;
+    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
+        hostGroupId = CreateNamed<HostGroupMO>(operation, "host group", handler, name);
         for (const std::string& hostId : hostIds) {
             dynamic_cast<CHostGroupHandler&>(handler).AddHost(hostId, hostGroupId);
         }
@@ -144,8 +156,8 @@ bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, con
                                "begin create mapview.",
                                "create mapview failed.oLib ex:",
                                "create mapview finish."};
-    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
-        std::string mapViewId = CreateNamed<MappingViewMO>(handler, name).id;
+    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
+        std::string mapViewId = CreateNamed<MappingViewMO>(operation, "mapping view", handler, name);
         auto& views = dynamic_cast<CMappingViewHandler&>(handler);
         views.AddHostGroup(mapViewId, secondGroupId);
         views.AddLunGroup(mapViewId, firstGroupId);

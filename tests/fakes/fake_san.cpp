@@ -190,6 +190,24 @@ void FakeSan::HaveNoManager()
     m_hasManager = false;
 }
 
+void FakeSan::Observe(const std::function<void(const std::string& call)>& observer)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_observer = observer;
+}
+
+void FakeSan::Tell(const std::string& call) const
+{
+    std::function<void(const std::string&)> observer;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        observer = m_observer;
+    }
+    if (observer) {
+        observer(call);
+    }
+}
+
 void FakeSan::ObserveRelease(const std::function<void()>& observer)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -205,6 +223,7 @@ void FakeSan::Clear()
     m_missingHandlers.clear();
     m_isRefusing = false;
     m_hasManager = true;
+    m_observer = nullptr;
     m_releaseObserver = nullptr;
     m_calls.clear();
     m_connections.clear();
@@ -269,6 +288,7 @@ void FakeSan::CountRelease()
 
 bool FakeSan::Connect(const Connection& connection)
 {
+    Tell("connect");
     const std::lock_guard<std::mutex> guard(m_lock);
     m_connections.push_back(connection);
     return !m_isRefusing;
@@ -282,6 +302,7 @@ bool FakeSan::HasHandler(HANDLERTYPE type) const
 
 void FakeSan::Perform(const std::string& operation, const std::string& details)
 {
+    Tell(operation + " " + details);
     const std::lock_guard<std::mutex> guard(m_lock);
     m_calls.push_back(operation + " " + details);
     if (const auto failure = m_failures.find(operation); failure != m_failures.end()) {

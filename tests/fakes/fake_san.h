@@ -44,6 +44,9 @@ public:
     void RefuseConnections();
     void HaveNoManager();
 
+    /// Called with each operation as Calls has it, and with "connect", before it does anything; may throw.
+    void Observe(const std::function<void(const std::string& call)>& observer);
+
     /// Called with each handle's return, before it is gone.
     void ObserveRelease(const std::function<void()>& observer);
     void Clear();
@@ -66,19 +69,22 @@ public:
     std::string ParentOf(const std::string& initiatorId) const;
 
 private:
+    void Tell(const std::string& call) const;
+
     mutable std::mutex m_lock;
-    std::map<std::string, std::string> m_parents;  // guarded by m_lock
-    std::map<std::string, std::string> m_failures; // guarded by m_lock
-    std::map<std::string, int> m_others;           // guarded by m_lock
-    std::set<int> m_missingHandlers;               // guarded by m_lock
-    bool m_isRefusing = false;                     // guarded by m_lock
-    bool m_hasManager = true;                      // guarded by m_lock
-    std::function<void()> m_releaseObserver;       // guarded by m_lock
-    std::vector<std::string> m_calls;              // guarded by m_lock
-    std::vector<Connection> m_connections;         // guarded by m_lock
-    std::vector<std::string> m_arguments;          // guarded by m_lock
-    int m_made = 0;                                // guarded by m_lock
-    int m_released = 0;                            // guarded by m_lock
+    std::map<std::string, std::string> m_parents;       // guarded by m_lock
+    std::map<std::string, std::string> m_failures;      // guarded by m_lock
+    std::map<std::string, int> m_others;                // guarded by m_lock
+    std::set<int> m_missingHandlers;                    // guarded by m_lock
+    bool m_isRefusing = false;                          // guarded by m_lock
+    bool m_hasManager = true;                           // guarded by m_lock
+    std::function<void(const std::string&)> m_observer; // guarded by m_lock
+    std::function<void()> m_releaseObserver;            // guarded by m_lock
+    std::vector<std::string> m_calls;                   // guarded by m_lock
+    std::vector<Connection> m_connections;              // guarded by m_lock
+    std::vector<std::string> m_arguments;               // guarded by m_lock
+    int m_made = 0;                                     // guarded by m_lock
+    int m_released = 0;                                 // guarded by m_lock
 };
 
 #endif

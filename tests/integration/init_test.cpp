@@ -142,6 +142,47 @@ TEST_F(InitTest, InitAfterTheMappingViewIsGoneCleansUpAndStartsAnew)
     EXPECT_THAT(array.Members("hostgroup", m_mapInfo.host_group_ids(0), "host"), ElementsAre(m_mapInfo.host_ids(0)));
 }
 
+TEST_F(InitTest, InitAfterItsIdWentToAnotherLunGroupTakesNothingOutOfThatOne)
+{
+    ArrayOptions options;
+    options.further = {"--reuse-ids"};
+    const Array& array = StartArray(options);
+    StartTargets(array.Options().serviceIps);
+    ASSERT_TRUE(Init(array)) << LogText();
+    const std::string lunGroup = m_mapInfo.lun_group_ids(0);
+    // Somebody deletes the node's LUN group; the array gives its id to the next one, which another host is to use.
+    array.DeleteBehindBack("lungroup", lunGroup);
+    ASSERT_EQ(lunGroup, array.Operate("POST", "lungroup", R"({"NAME": "production", "TYPE": "256"})")["ID"].asString());
+    for (const char* const lun : {"3", "4"}) {
+        array.Operate("POST", "lungroup/associate",
+                      R"({"TYPE": "256", "ID": ")" + lunGroup + R"(", "ASSOCIATEOBJTYPE": "11", "ASSOCIATEOBJID": ")" +
+                          lun + R"("})");
+    }
+
+    ASSERT_TRUE(Init(array)) << LogText();
+    EXPECT_THAT(array.Members("lungroup", lunGroup, "lun"), ElementsAre("3", "4"));
+    EXPECT_EQ("production", array.Object("lungroup", lunGroup)["name"].asString());
+    EXPECT_NE(lunGroup, m_mapInfo.lun_group_ids(0));
+    EXPECT_THAT(array.Ids("mappingview"), SizeIs(1));
+}
+
+TEST_F(InitTest, InitThatStopsHalfWayIsContinuedByTheNext)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    ASSERT_TRUE(Init(array)) << LogText();
+    array.DeleteBehindBack("host", m_mapInfo.host_ids(0));
+    array.AddFault(R"({"kind": "code", "code": 50331651, "method": "POST", "target": "hostgroup", "count": 1})");
+    EXPECT_FALSE(Init(array));
+    EXPECT_THAT(ReadRecord(RecordPath(array)), Not(Contains(Pair("MAPVIEWID", ::testing::_))));
+
+    ASSERT_TRUE(Init(array)) << LogText();
+    const std::string view = m_mapInfo.map_view_ids(0);
+    EXPECT_THAT(array.Members("mappingview", view, "hostgroup"), ElementsAre(m_mapInfo.host_group_ids(0)));
+    EXPECT_THAT(array.Members("hostgroup", m_mapInfo.host_group_ids(0), "host"), ElementsAre(m_mapInfo.host_ids(0)));
+    EXPECT_THAT(array.Members("host", m_mapInfo.host_ids(0), "iscsi_initiator"), ElementsAre(NODE_IQN));
+}
+
 TEST_F(InitTest, InitWithoutTheFirstManagementAddressTakesTheSecondAndVerifiesItsCertificate)
 {
     ArrayOptions options;

@@ -187,7 +187,8 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonWithoutItsFolderFails)
     Record info = {{"HOSTID", "2"}};
     EXPECT_FALSE(m_device.WriteInfoToJson(KEY, info));
     EXPECT_THAT(LinesOf("WriteInfoToJson"),
-                ElementsAre("1 begin write device info from Json .", "4 Config file write failed."));
+                ElementsAre("1 begin write device info from Json .", "4 Config file write failed.",
+                            "4 errno 2 (No such file or directory) at " + FilePath()));
 }
 
 TEST_F(DeviceOperateWriteTest, WriteInfoToJsonOnAFullDiskFails)
@@ -196,7 +197,8 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonOnAFullDiskFails)
     Record info = {{"HOSTID", "2"}};
     EXPECT_FALSE(device.WriteInfoToJson(KEY, info));
     EXPECT_THAT(LinesOf("WriteInfoToJson"),
-                ElementsAre("1 begin write device info from Json .", "4 Config file write failed."));
+                ElementsAre("1 begin write device info from Json .", "4 Config file write failed.",
+                            "4 errno 28 (No space left on device) at /dev/full"));
 }
 
 struct ShapeRow : NamedRow {

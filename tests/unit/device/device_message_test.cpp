@@ -167,6 +167,26 @@ TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileOfAHostWithoutANameGoesOnW
                             "1 End UpdateConfigFile"));
 }
 
+TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileKeepsTheNameThatItKnowsOfTheHostWhenTheArrayDoesNotTellIt)
+{
+    Record record = {{"HOSTID", "99"}, {"HOSTNAME", "host of the array"}};
+    m_device.SetDeviceMessage(record);
+    m_array->Answer("GetHostName", -20000);
+    m_device.UpdateConfigFile(KEY, m_array, "99", m_hostName);
+    EXPECT_EQ("host of the array", m_hostName);
+    EXPECT_THAT(FileRecord(), Contains(Pair("HOSTNAME", "host of the array")));
+    EXPECT_THAT(Memory(m_device), ElementsAre("", "", "99", "host of the array", "", "", "", ""));
+}
+
+TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileGivesNoHostTheNameOfAnother)
+{
+    Record record = {{"HOSTID", "9"}, {"HOSTNAME", "another"}};
+    m_device.SetDeviceMessage(record);
+    m_array->Answer("GetHostName", -20000);
+    m_device.UpdateConfigFile(KEY, m_array, "99", m_hostName);
+    EXPECT_EQ("generated", m_hostName);
+}
+
 TEST_F(DeviceOperateExistingHostTest, UpdateConfigFileRemembersTheHostEvenWhenItCannotBeWritten)
 {
     RemoveConfFolder();

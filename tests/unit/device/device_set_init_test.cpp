@@ -1,14 +1,22 @@
+#include "common/framework/log_proxy.h"
 #include "tests/unit/device/device_set_test.h"
 #include "tests/unit/named_row.h"
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
 
+#include <pthread.h>
+
+#include <stdexcept>
+#include <thread>
+
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Key;
+using ::testing::Not;
 using ::testing::Pair;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
@@ -17,6 +25,16 @@ namespace {
 
 class DeviceSetOperatorInitTest : public DeviceSetTest {
 protected:
+    /// The record can be read, and then no file can be written any more.
+    void RemoveConfFolderAfterReading()
+    {
+        m_log.Observe([this](const LogLine& line) {
+            if (line.text == "Enter CheckInitSub") {
+                RemoveConfFolder();
+            }
+        });
+    }
+
     void ExpectManagerReleased() const
     {
         EXPECT_EQ(1, m_san.ManagersMade());
@@ -144,6 +162,85 @@ TEST_F(DeviceSetOperatorInitTest, InitDeviceSetMakesEverythingAnewWhenAnObjectIs
     EXPECT_THAT(FileRecord(), Contains(Pair("LUNGROUPNAME", name)));
 }
 
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetThatStopsHalfWayForgetsWhatIsGone)
+{
+    Record record = CompleteRecord();
+    record["DONOTDELETEHOST"] = "NOT";
+    record["IQN"] = "iqn.node";
+    record["PROTOCOLTYPE"] = "iscsi";
+    WriteRecord(record);
+    HaveIscsiNode();
+    m_array->Answer("CheckHost", 1077937498);
+    m_san.Fail("create host group", "no space left");
+    EXPECT_FALSE(Init());
+    const std::string name = NAME;
+    EXPECT_EQ((Record{{"HOSTID", "12"},
+                      {"HOSTNAME", name},
+                      {"IQN", "iqn.node"},
+                      {"ISCSIINITIATORNAME", "iqn.node"},
+                      {"PROTOCOLTYPE", "iscsi"}}),
+              FileRecord());
+    EXPECT_THAT(LinesOf("InitDeviceSet"),
+                Contains("2 Everything is made anew: forget MAPVIEWID:7, MAPVIEWNAME:view, LUNGROUPID:31, "
+                         "LUNGROUPNAME:luns, HOSTGROUPID:5, HOSTGROUPNAME:hosts, HOSTID:12, HOSTNAME:host, "
+                         "ISCSIINITIATORNAME:iqn.node, FCINITIATORNAME:, DONOTDELETEHOST:NOT"));
+
+    // The next run finds the new host, and makes what is missing.
+    m_array->Answer("CheckHost", 0);
+    m_san.Clear();
+    EXPECT_TRUE(Init());
+    EXPECT_THAT(m_san.Calls(), AllOf(Contains("create host group " + name), Contains("create LUN group " + name),
+                                     Contains("create mapping view " + name), Not(Contains("create host " + name))));
+}
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetForgetsInOneWriteUnderTheFileLockBeforeAnythingIsMade)
+{
+    WriteRecord(CompleteRecord());
+    HaveIscsiNode();
+    m_array->Answer("CheckMapView", 1077951819);
+    const DeviceSystemCalls::LockWatch watch(g_infoFileMutext);
+    std::string toldBefore; // what the file held when the line was logged
+    bool wasHeld = false;
+    Record atFirstCall = {{"none", ""}};
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text.rfind("Everything is made anew", 0) == 0) {
+            toldBefore = FileText();
+            wasHeld = watch.IsHeld();
+        }
+    });
+    m_san.Observe([&](const std::string& call) {
+        if (call != "connect" && atFirstCall.count("none") != 0) {
+            atFirstCall = FileRecord();
+        }
+    });
+    EXPECT_TRUE(Init());
+    m_log.Observe(nullptr);
+    EXPECT_THAT(toldBefore, HasSubstr("MAPVIEWID"));
+    EXPECT_TRUE(wasHeld);
+    EXPECT_THAT(atFirstCall, IsEmpty());
+}
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetWithARecordThatCannotBeWrittenMakesEverythingAnewAllTheSame)
+{
+    WriteRecord(CompleteRecord());
+    HaveIscsiNode();
+    m_array->Answer("CheckMapView", 1077951819);
+    m_operator.m_onPrepare = [this] { RemoveConfFolderAfterReading(); };
+    EXPECT_TRUE(Init());
+    EXPECT_THAT(m_san.Calls(), Contains("create mapping view " + std::string(NAME)));
+}
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetTellsThatTheInitiatorsAreMissing)
+{
+    Node::HasNoPorts();
+    Node::HasNoInitiator();
+    EXPECT_TRUE(Init());
+    EXPECT_THAT(LinesOf("InitDeviceSet"),
+                ElementsAre("1 begin init device set.", "1 begin set initiator.",
+                            "3 The node's initiators could not be set up. Going on to the groups.",
+                            "1 init device set finish."));
+}
+
 TEST_F(DeviceSetOperatorInitTest, InitDeviceSetTakesAFileThatIsNoJsonForAnEmptyOne)
 {
     WriteFile("{");
@@ -221,7 +318,86 @@ TEST_F(DeviceSetOperatorKnownTest, InitDeviceSetThatFailsForgetsTheDevice)
     EXPECT_THAT(m_operator.GetMapDeviceOperate(), IsEmpty());
 }
 
+TEST_F(DeviceSetOperatorKnownTest, PrepareAndCheckInitKeepsTheDeviceWhileItIsChecked)
+{
+    Node::IsLoggedInto({"10.0.0.8"});
+    std::size_t devices = 0;
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text == "Enter CheckInitSub") {
+            devices = m_operator.GetMapDeviceOperate().size();
+        }
+    });
+    EXPECT_TRUE(Init());
+    m_log.Observe(nullptr);
+    EXPECT_EQ(1U, devices);
+}
+
+TEST_F(DeviceSetOperatorKnownTest, PrepareAndCheckInitForgetsADeviceWhoseCheckThrows)
+{
+    WriteFile("[1]"); // of which no record can be read
+    EXPECT_FALSE(m_operator.PrepareAndCheckInit(Session(), m_storageIps, m_array, m_mapInfo));
+    EXPECT_THAT(m_operator.GetMapDeviceOperate(), IsEmpty());
+    EXPECT_THAT(LinesOf("PrepareAndCheckInit"),
+                ElementsAre("1 Enter PrepareAndCheckInit", "4 check init failed!", StartsWith("4 The cause: "),
+                            "1 The device need to init!", "1 End PrepareAndCheckInit"));
+}
+
+TEST_F(DeviceSetOperatorKnownTest, PrepareAndCheckInitForgetsADeviceWhoseFileIsLockedOutAndThrows)
+{
+    Node::IsLoggedInto({"10.0.0.8"});
+    DeviceSystemCalls::LockWatch watch(g_infoFileMutext);
+    watch.Refuse();
+    EXPECT_THROW(m_operator.PrepareAndCheckInit(Session(), m_storageIps, m_array, m_mapInfo), boost::lock_error);
+    EXPECT_THAT(m_operator.GetMapDeviceOperate(), IsEmpty());
+}
+
+TEST_F(DeviceSetOperatorKnownTest, InitDeviceSetConnectsWithTheSessionsTextsAsTheyAreAfterTheCheck)
+{
+    Node::IsLoggedInto({"10.0.0.8"});
+    m_array->Answer("CheckMapView", 1077951819);
+    m_array->m_session = Session();
+    m_array->m_session->cookie = "session=c2"; // a removal of the cleanup brought it
+    EXPECT_TRUE(Init());
+    ASSERT_THAT(m_san.Connections(), SizeIs(1));
+    EXPECT_EQ("session=c2", m_san.Connections().front().cookie);
+    EXPECT_EQ("TOK1", m_san.Connections().front().token);
+}
+
+TEST_F(DeviceSetOperatorKnownTest, InitDeviceSetTakesNoTextsOfAnotherDevicesSession)
+{
+    Node::IsLoggedInto({});
+    m_array->m_session = Session();
+    m_array->m_session->deviceId = "DEV2";
+    m_array->m_session->cookie = "session=c2";
+    EXPECT_TRUE(Init());
+    EXPECT_EQ("session=c1", m_san.Connections().front().cookie);
+}
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetOfAnUnknownDeviceConnectsWithTheSessionThatItGot)
+{
+    HaveIscsiNode();
+    m_array->m_session = Session();
+    m_array->m_session->cookie = "session=c2";
+    EXPECT_TRUE(Init());
+    EXPECT_EQ("session=c1", m_san.Connections().front().cookie);
+}
+
 // ---- failures
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceManagerKeepsAnExceptionOfTheLibraryToItself)
+{
+    m_san.Observe([](const std::string& call) {
+        if (call == "connect") {
+            throw std::runtime_error("no socket left");
+        }
+    });
+    CDeviceManager* manager = m_operator.GetDeviceManager();
+    EXPECT_FALSE(m_operator.InitDeviceManager(Session(), &manager));
+    CDeviceManager::releaseInstance(manager);
+    EXPECT_THAT(LinesOf("InitDeviceManager"),
+                ElementsAre("1 init devicemanager pointer.", "1 begin extract address and port.",
+                            "1 begin connect device.", "4 connect device failed.", "4 The cause: no socket left"));
+}
 
 TEST_F(DeviceSetOperatorInitTest, InitDeviceSetWithoutAHandleFailsAndReleasesNone)
 {
@@ -288,10 +464,8 @@ TEST_F(DeviceSetOperatorInitTest, InitDeviceSetKeepsTheJsonLibrarysErrorToItself
     WriteFile(R"({"DEV1": "text"})");
     EXPECT_FALSE(Init());
     ExpectManagerReleased();
-    const std::vector<std::string> lines = LinesOf("InitDeviceSet");
-    ASSERT_THAT(lines, SizeIs(2));
-    EXPECT_THAT(lines.back(), StartsWith("4 init device failed!"));
-    EXPECT_GT(lines.back().size(), std::string("4 init device failed!").size()); // the error's own text follows
+    EXPECT_THAT(LinesOf("InitDeviceSet"), ElementsAre("1 begin init device set.", "4 init device failed!",
+                                                      AllOf(StartsWith("4 The cause: "), HasSubstr("objectValue"))));
 }
 
 TEST_F(DeviceSetOperatorInitTest, InitDeviceSetKeepsWhatIsNoStandardExceptionToItself)
@@ -300,7 +474,32 @@ TEST_F(DeviceSetOperatorInitTest, InitDeviceSetKeepsWhatIsNoStandardExceptionToI
     m_san.ThrowOther("create LUN group", 42);
     EXPECT_FALSE(Init());
     ExpectManagerReleased();
+    EXPECT_THAT(LinesOf("InitDeviceSetInner"),
+                ElementsAre("1 Enter InitDeviceSetInner", "4 set lun group failed.",
+                            "4 The cause: an exception without a text", "1 End InitDeviceSetInner"));
     EXPECT_EQ("4 init device failed!", LinesOf("InitDeviceSet").back());
+}
+
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetLetsAThreadThatIsCancelledEnd)
+{
+    HaveIscsiNode();
+    const DeviceSystemCalls::LockWatch watch(m_operator);
+    m_san.Observe([](const std::string& call) {
+        if (call.rfind("create LUN group", 0) == 0) {
+            pthread_exit(nullptr); // unwinds as a cancellation does
+        }
+    });
+    bool isDone = false;
+    std::thread thread([this, &isDone] {
+        TSP_RequestID.set(REQUEST_ID);
+        Init();
+        isDone = true;
+    });
+    thread.join();
+    EXPECT_FALSE(isDone);
+    EXPECT_FALSE(watch.IsHeld());
+    ExpectManagerReleased();
+    EXPECT_THAT(LinesOf("InitDeviceSet"), Not(Contains("4 init device failed!")));
 }
 
 // ---- locks
@@ -428,6 +627,20 @@ TEST_F(DeviceSetOperatorInnerTest, InitDeviceSetInnerWithoutAManagerDoesNothing)
     EXPECT_FALSE(InitInner(nullptr));
     EXPECT_TRUE(m_result);
     EXPECT_THAT(LinesOf("InitDeviceSetInner"), ElementsAre("1 Enter InitDeviceSetInner", "1 End InitDeviceSetInner"));
+}
+
+TEST_F(DeviceSetOperatorInnerTest, InitDeviceSetInnerKeepsEveryExceptionButTheLockErrorToItself)
+{
+    m_san.ThrowOther("create mapping view", 42);
+    EXPECT_FALSE(InitInner(m_manager));
+    EXPECT_FALSE(m_result);
+    EXPECT_THAT(LinesOf("InitDeviceSetInner"),
+                ElementsAre("1 Enter InitDeviceSetInner", "4 set mapview failed.",
+                            "4 The cause: an exception without a text", "1 End InitDeviceSetInner"));
+
+    DeviceSystemCalls::LockWatch watch(g_infoFileMutext);
+    watch.Refuse();
+    EXPECT_THROW(InitInner(m_manager), boost::lock_error);
 }
 
 TEST_F(DeviceSetOperatorInnerTest, InitDeviceSetInnerStopsAtTheHostGroupThatFails)

@@ -47,6 +47,14 @@ int FakeArray::List(int code, const std::vector<std::string>& held, std::vector<
     return code;
 }
 
+bool FakeArray::GetSession(Zav::SessionInfo& session)
+{
+    if (m_session) {
+        session = *m_session;
+    }
+    return m_session.has_value();
+}
+
 int FakeArray::GetHostName(const std::string& hostId, std::string& hostName, std::string& errorText)
 {
     const int code = Perform("GetHostName", {hostId}, errorText);

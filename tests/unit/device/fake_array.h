@@ -4,6 +4,7 @@
 #include "rest/zav_rest_api.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,10 @@ public:
     /// which goes first. With an error text that is set too. Every other call gives 0.
     void Answer(const std::string& call, int code, const std::string& errorText = "");
 
-    /// "CheckHost 12 host" and so on: the operation and its input in the order of its parameters.
     /// The LUN group is gone: whatever is asked of it, its listings too, is answered with the array's code for that.
     void HasNoLunGroup();
 
+    /// "CheckHost 12 host" and so on: the operation and its input in the order of its parameters.
     std::vector<std::string> Calls() const { return m_calls; }
     void ForgetCalls() { m_calls.clear(); }
 
@@ -32,6 +33,9 @@ public:
     std::vector<std::string> m_iscsiInitiators;
     std::vector<std::string> m_fcInitiators;
 
+    std::optional<Zav::SessionInfo> m_session; // that GetSession tells; nothing: it is not logged in
+
+    bool GetSession(Zav::SessionInfo& session) override;
     int GetHostName(const std::string& hostId, std::string& hostName, std::string& errorText) override;
     int CheckLunGroup(const std::string& id, const std::string& name, std::string& errorText) override;
     int CheckHost(const std::string& id, const std::string& name, std::string& errorText, bool& isAdded) override;

@@ -137,6 +137,13 @@ protected:
         EXPECT_THAT(Memory(m_device), Each(""));
     }
 
+    // The line that tells the object as soon as it is on the array.
+    std::string Created() const
+    {
+        const std::string kind = GetParam().creation.substr(std::string("create ").size());
+        return "2 created " + kind + " " + GetParam().id + ", name name";
+    }
+
     void ExpectInMemory()
     {
         std::vector<std::string> expected(8);
@@ -158,7 +165,7 @@ TEST_P(DeviceOperateCreationTest, CreationKeepsIdAndNameInFileAndMemory)
     EXPECT_EQ(GetParam().tellsId ? GetParam().id : "untouched", m_id);
     EXPECT_EQ((Record{{GetParam().idKey, GetParam().id}, {GetParam().nameKey, "name"}}), FileRecord());
     ExpectInMemory();
-    EXPECT_THAT(LinesOf(GetParam().name), ElementsAre(GetParam().begin, GetParam().end));
+    EXPECT_THAT(LinesOf(GetParam().name), ElementsAre(GetParam().begin, Created(), GetParam().end));
     EXPECT_EQ(GetParam().name, Loggers().front());
 }
 
@@ -205,7 +212,62 @@ TEST_P(DeviceOperateCreationTest, CreationThatCannotBeWrittenSucceeds)
     EXPECT_TRUE(Create(m_manager));
     EXPECT_THAT(LinesOf("WriteInfoToJson"), Contains("4 Config file write failed."));
     ExpectInMemory();
-    EXPECT_THAT(LinesOf(GetParam().name), ElementsAre(GetParam().begin, GetParam().end));
+    EXPECT_THAT(LinesOf(GetParam().name), ElementsAre(GetParam().begin, Created(), GetParam().end));
+}
+
+TEST_P(DeviceOperateCreationTest, CreationTellsTheObjectBeforeItIsWritten)
+{
+    std::string text = "not told";
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text.rfind("created ", 0) == 0) {
+            text = FileText();
+        }
+    });
+    EXPECT_TRUE(Create(m_manager));
+    m_log.Observe(nullptr);
+    EXPECT_EQ("", text);
+}
+
+// ---- whose host it is
+
+class DeviceOperateOwnHostTest : public ProvisioningTest {
+protected:
+    bool SetHost() { return m_device.SetHostInfo(KEY, m_manager, "name", m_id); }
+
+    std::string m_id;
+};
+
+TEST_F(DeviceOperateOwnHostTest, SetHostInfoTakesTheProtectionOfAnEarlierHostAwayBehindTheNewId)
+{
+    WriteRecord({{"HOSTID", "99"}, {"HOSTNAME", "found"}, {"DONOTDELETEHOST", "NOT"}, {"LUNGROUPID", "30"}});
+    Record between;
+    m_log.Observe([&](const LogLine& line) {
+        if (line.text.rfind("The host is this node's own", 0) == 0) {
+            between = FileRecord();
+        }
+    });
+    EXPECT_TRUE(SetHost());
+    m_log.Observe(nullptr);
+    EXPECT_EQ((Record{{"HOSTID", "12"}, {"HOSTNAME", "name"}, {"DONOTDELETEHOST", "NOT"}, {"LUNGROUPID", "30"}}),
+              between); // a crash here keeps the host
+    EXPECT_EQ((Record{{"HOSTID", "12"}, {"HOSTNAME", "name"}, {"LUNGROUPID", "30"}}), FileRecord());
+    EXPECT_THAT(LinesOf("SetHostInfo"), Contains("2 The host is this node's own: forget DONOTDELETEHOST:NOT"));
+}
+
+TEST_F(DeviceOperateOwnHostTest, SetHostInfoThatFailsLeavesTheProtection)
+{
+    const Record record = {{"HOSTID", "99"}, {"HOSTNAME", "found"}, {"DONOTDELETEHOST", "NOT"}};
+    WriteRecord(record);
+    m_san.Fail("create host", "no space left");
+    EXPECT_FALSE(SetHost());
+    EXPECT_EQ(record, FileRecord());
+}
+
+TEST_F(DeviceOperateOwnHostTest, SetHostInfoOfARecordThatIsNoJsonSucceeds)
+{
+    WriteFile("{");
+    EXPECT_TRUE(SetHost());
+    EXPECT_EQ("{", FileText());
 }
 
 class DeviceOperateAssociationTest : public ProvisioningTest {
@@ -229,7 +291,8 @@ TEST_F(DeviceOperateAssociationTest, SetHostGroupInfoThatCannotAddAHostRecordsNo
     EXPECT_EQ("", FileText());
     EXPECT_THAT(Memory(m_device), Each(""));
     EXPECT_THAT(LinesOf("SetHostGroupInfo"),
-                ElementsAre("1 begin create host group.", "1 create host group failed. oLib ex:host is gone"));
+                ElementsAre("1 begin create host group.", "2 created host group 5, name name",
+                            "1 create host group failed. oLib ex:host is gone"));
 }
 
 TEST_F(DeviceOperateAssociationTest, SetMapViewInfoThatCannotAddTheHostGroupDoesNotAddTheLunGroup)
@@ -238,8 +301,8 @@ TEST_F(DeviceOperateAssociationTest, SetMapViewInfoThatCannotAddTheHostGroupDoes
     EXPECT_FALSE(m_device.SetMapViewInfo(KEY, m_manager, "name", "31", "5"));
     EXPECT_THAT(m_san.Calls(), ElementsAre("create mapping view name", "add host group 5 to mapping view 7"));
     EXPECT_EQ("", FileText());
-    EXPECT_THAT(LinesOf("SetMapViewInfo"),
-                ElementsAre("1 begin create mapview.", "1 create mapview failed.oLib ex:group is gone"));
+    EXPECT_THAT(LinesOf("SetMapViewInfo"), ElementsAre("1 begin create mapview.", "2 created mapping view 7, name name",
+                                                       "1 create mapview failed.oLib ex:group is gone"));
 }
 
 TEST_F(DeviceOperateAssociationTest, SetMapViewInfoThatCannotAddTheLunGroupRecordsNoView)
