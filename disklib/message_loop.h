@@ -39,6 +39,7 @@ private:
 /// Any thread posts; one thread runs. The loop sleeps in epoll_wait and is woken through a pipe to itself. Without a
 /// pipe (the process is out of descriptors) it still works by its timeouts, but a post does not wake it.
 /// To stop it: clear `keep_running` under `lock`, call WakeUp, and join the running thread.
+/// The header is installed because ZavStorageDiskLib holds one; none of its functions is exported.
 class MessageLoop {
 public:
     struct PendingTask {

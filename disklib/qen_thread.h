@@ -12,6 +12,7 @@
 /// To stop: 1. clear the loop's `keep_running` under the loop's lock; 2. wake the loop; 3. join the thread, which
 /// throws "boost thread: trying joining itself" on the thread itself; 4. destroy loop and thread. The worker leaves
 /// after the task that it is running.
+/// The header is installed because ZavStorageDiskLib holds one; none of its functions is exported.
 class QenThread {
 public:
     /// Makes a loop and the thread that runs it, and returns when it runs. Must not be called while one runs. False,

@@ -63,6 +63,8 @@ configure_package_config_file(
     INSTALL_DESTINATION ${cmakeDir})
 write_basic_package_version_file(
     ${PROJECT_BINARY_DIR}/packaging/ProductStorageConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+# Where the file lies says where the package lies, so that it may be installed, or packed, anywhere.
+file(RELATIVE_PATH fromPkgConfigToPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(
     ${CMAKE_CURRENT_LIST_DIR}/ProductStorage.pc.in ${PROJECT_BINARY_DIR}/packaging/ProductStorage.pc @ONLY)
 install(FILES
@@ -81,7 +83,9 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "open-iscsi")
+# The programs run iscsiadm; the headers and the CMake package need what they include and look for.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "open-iscsi, libboost-thread-dev, libboost-chrono-dev, libboost-filesystem-dev, libjsoncpp-dev, libprotobuf-dev")
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -92,7 +92,7 @@ TEST(ManualTest, OptionsAreThoseOfTheProgram)
     std::set<std::string> shown;
     for (const std::string& line : ManualLines()) {
         std::smatch found;
-        if (std::regex_search(line, found, std::regex("^\\| `(--[a-z-]+) "))) {
+        if (std::regex_search(line, found, std::regex("^\\| `(--[a-z-]+)[ `]"))) {
             shown.insert(found[1]);
         }
     }
