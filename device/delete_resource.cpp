@@ -73,11 +73,14 @@ int DeleteResource::CheckAndDeleteMapView(const DeviceMessage& message, const bo
     if (result != ResultCode::OK) {
         return Fail(__func__, "CheckMapView failed! errorNum: ", result);
     }
-    result = api->RemoveHostGroup(message.hostGroupId, message.mapViewId, errorText);
+    // A group without an id was never made, or never recorded: there is none to part from the view by.
+    result = message.hostGroupId.empty() ? ResultCode::OK
+                                         : api->RemoveHostGroup(message.hostGroupId, message.mapViewId, errorText);
     if (!IsOneOf(result, {ResultCode::OK, ArrayCode::HOST_GROUP_GONE})) {
         return Fail(__func__, "RemoveHostGroup failed errorNum: ", result);
     }
-    result = api->RemoveLunGroup(message.lunGroupId, message.mapViewId, errorText);
+    result = message.lunGroupId.empty() ? ResultCode::OK
+                                        : api->RemoveLunGroup(message.lunGroupId, message.mapViewId, errorText);
     if (!IsOneOf(result, {ResultCode::OK, ArrayCode::LUN_GROUP_GONE})) {
         return Fail(__func__, "RemoveLunGroup failed errorNum: ", result);
     }
@@ -150,6 +153,10 @@ int DeleteResource::CheckAndDeleteHost(const DeviceMessage& message, const boost
 int DeleteResource::DeleteHost(const std::string& hostId, const boost::shared_ptr<ZavRestApi>& api)
 {
     PS_LOG(1) << "Enter DeleteHost!";
+    if (hostId.empty()) { // for which the array would list every initiator that it knows
+        PS_LOG(1) << "The Host has not exist!";
+        return ResultCode::OK;
+    }
     std::string errorText;
     std::vector<std::string> initiators;
     int result = api->GetIscsiInitiator(initiators, hostId, errorText);

@@ -106,6 +106,22 @@ TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourceOfAPartialRecordRemovesWh
                                               "GetIscsiInitiator 12", "GetFCInitiator 12", "DeleteHost 12"));
 }
 
+TEST_F(DeleteCreatedResourceTest, DeleteCreatedResourcePartsAViewOnlyFromGroupsThatHaveAnId)
+{
+    m_message.hostGroupId.clear();
+    m_message.lunGroupId.clear();
+    EXPECT_EQ(0, Delete());
+    EXPECT_THAT(m_array->Calls(), ElementsAre("CheckMapView 7 view", "DeleteMapView 7"));
+}
+
+TEST_F(DeleteCreatedResourceTest, DeleteHostWithoutAnIdAsksNothing)
+{
+    m_array->m_iscsiInitiators = {"iqn.other"};
+    EXPECT_EQ(0, m_resource.DeleteHost("", m_array));
+    EXPECT_THAT(m_array->Calls(), IsEmpty());
+    EXPECT_THAT(LinesOf("DeleteHost"), ElementsAre("1 Enter DeleteHost!", "1 The Host has not exist!"));
+}
+
 struct StepRow : NamedRow {
     std::string call;
     std::string line;
