@@ -91,11 +91,12 @@ void ZavStorageDiskLib::StopCheckThread()
     const boost::this_thread::disable_interruption untilJoined; // leaving now would destroy the loop under its thread
     boost::unique_lock<boost::recursive_mutex> guard(lock);
     if (check_thread.thread != nullptr && check_thread.message_loop != nullptr) {
-        TellToStop(*check_thread.message_loop);
         if (check_thread.thread->get_id() == boost::this_thread::get_id()) {
+            TellToStop(*check_thread.message_loop);
             check_thread.thread->join(); // throws: thread and loop stay, for this is the thread that runs in them
         }
         const auto id = joined_threads.insert(check_thread.thread->get_id()).first;
+        TellToStop(*check_thread.message_loop);
         const std::unique_ptr<boost::thread> thread = std::move(check_thread.thread);
         const std::unique_ptr<MessageLoop> loop = std::move(check_thread.message_loop);
         guard.unlock();
@@ -140,10 +141,11 @@ void ZavStorageDiskLib::GetDeviceInfoByEnv(const EnvironmentPath& env, std::stri
     const Secret::ScopedWipe wipePassword(info.password);
     Environment::FillDeviceInfo(env, info);
     user = info.user;
-    url = info.url; // until another address takes the login
-    const bool isDecrypted = SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), info.password);
-    Secret::Replace(password, isDecrypted ? info.password : std::string()); // an older one leaves no trace
-    if (!isDecrypted) {
+    url = info.url;         // until another address takes the login
+    Secret::Wipe(password); // an older one leaves no trace
+    if (SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), info.password)) {
+        password = info.password;
+    } else {
         PS_LOG(4) << "Decrypt password failed. User is " << info.user;
         return;
     }
@@ -223,8 +225,9 @@ int ZavStorageDiskLib::GetLoginedZavRestApi(const Zav::DeviceInfo& info, boost::
     }
     try {
         api = boost::make_shared<ZavRestApi>(info.restApiArgument);
-    } catch (const std::exception& error) {
-        PS_LOG(4) << "Create ZavRestApi objcet failed." << error.what(); // so spelt: operators search for it
+    } catch (...) {
+        const std::string cause = CaughtText();
+        PS_LOG(4) << "Create ZavRestApi objcet failed." << cause; // so spelt: operators search for it
         return ResultCode::FAILED;
     }
     const int code = api->Login(info.url, info.user, info.password, errMsg);

@@ -147,6 +147,12 @@ void FakeHttp::Serve(const boost::shared_ptr<QEN::IHttpClient>& client)
     m_client = client;
 }
 
+void FakeHttp::ServeBy(const std::function<boost::shared_ptr<QEN::IHttpClient>()>& make)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_make = make;
+}
+
 void FakeHttp::ThrowOnCreate(const std::string& text)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -166,6 +172,7 @@ void FakeHttp::Clear()
     m_observer = nullptr;
     m_isRefusing = false;
     m_client = nullptr;
+    m_make = nullptr;
     m_createError.clear();
     m_reachable.clear();
     m_requests.clear();
@@ -210,6 +217,9 @@ int FakeHttp::ClientsMade() const
 boost::shared_ptr<QEN::IHttpClient> FakeHttp::MakeClient()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_make) {
+        return m_make();
+    }
     if (!m_createError.empty()) {
         throw std::runtime_error(m_createError);
     }

@@ -63,6 +63,9 @@ public:
     /// From now on CreateClient gives `client`, which answers in place of the script and of which nothing is recorded.
     void Serve(const boost::shared_ptr<QEN::IHttpClient>& client);
 
+    /// From now on CreateClient gives what `make` gives, or throws what it throws.
+    void ServeBy(const std::function<boost::shared_ptr<QEN::IHttpClient>()>& make);
+
     /// CreateClient throws std::runtime_error with `text`; empty: no more.
     void ThrowOnCreate(const std::string& text);
 
@@ -95,16 +98,17 @@ private:
     };
 
     mutable std::mutex m_lock;
-    std::deque<Rule> m_rules;                                   // guarded by m_lock
-    Observer m_observer;                                        // guarded by m_lock
-    bool m_isRefusing = false;                                  // guarded by m_lock
-    boost::shared_ptr<QEN::IHttpClient> m_client;               // guarded by m_lock; null: one that follows the script
-    std::string m_createError;                                  // guarded by m_lock
-    std::set<std::string> m_reachable;                          // guarded by m_lock
-    std::vector<TMSHttpRequest> m_requests;                     // guarded by m_lock
-    std::vector<unsigned int> m_timeouts;                       // guarded by m_lock
-    std::vector<std::pair<std::string, int>> m_connectionTests; // guarded by m_lock
-    int m_clientsMade = 0;                                      // guarded by m_lock
+    std::deque<Rule> m_rules;                                    // guarded by m_lock
+    Observer m_observer;                                         // guarded by m_lock
+    bool m_isRefusing = false;                                   // guarded by m_lock
+    boost::shared_ptr<QEN::IHttpClient> m_client;                // guarded by m_lock; null: one that follows the script
+    std::string m_createError;                                   // guarded by m_lock
+    std::function<boost::shared_ptr<QEN::IHttpClient>()> m_make; // guarded by m_lock
+    std::set<std::string> m_reachable;                           // guarded by m_lock
+    std::vector<TMSHttpRequest> m_requests;                      // guarded by m_lock
+    std::vector<unsigned int> m_timeouts;                        // guarded by m_lock
+    std::vector<std::pair<std::string, int>> m_connectionTests;  // guarded by m_lock
+    int m_clientsMade = 0;                                       // guarded by m_lock
 };
 
 #endif

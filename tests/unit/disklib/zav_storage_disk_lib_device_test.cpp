@@ -1,3 +1,4 @@
+#include "tests/unit/freed_memory.h"
 #include "tests/unit/keeper_test.h"
 
 #include <cstdint>
@@ -167,6 +168,31 @@ TEST_P(ZavStorageDiskLibOldPasswordTest, GetDeviceInfoByEnvLeavesNoTraceOfAnOlde
 
 INSTANTIATE_TEST_SUITE_P(Of, ZavStorageDiskLibOldPasswordTest, ::testing::Values("cipher:secret", "garbage"),
                          [](const auto& row) { return row.param[0] == 'c' ? "Decrypted" : "Garbage"; });
+
+// Without SystemCalls, which keep what is wiped.
+class ZavStorageDiskLibPasswordMemoryTest : public FakesTest {
+protected:
+    void TearDown() override { ZavStorageDiskLib::GetInstance()->StopCheckThread(); }
+};
+
+TEST_F(ZavStorageDiskLibPasswordMemoryTest, GetDeviceInfoByEnvGivesNoMemoryBackThatHoldsThePassword)
+{
+    const std::string secret = "a-password-that-needs-a-buffer-of-its-own";
+    m_http.RefuseClients(); // the fake client would keep the login's body
+    EnvironmentPath env;
+    env.add_management_ips("10.0.0.1");
+    env.add_user_names("admin");
+    env.add_encrypted_passwords("cipher:" + secret);
+    env.add_ports(8088);
+    env.add_protocols(0);
+    std::string url;
+    std::string user;
+    std::string password;
+    FreedMemory memory({secret});
+    memory.During([&] { ZavStorageDiskLib::GetInstance()->GetDeviceInfoByEnv(env, url, user, password); });
+    EXPECT_EQ(secret, password);
+    EXPECT_EQ(0, memory.Holding(secret));
+}
 
 struct MissingRow {
     const char* name;

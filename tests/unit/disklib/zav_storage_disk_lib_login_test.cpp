@@ -122,6 +122,15 @@ TEST_F(ZavStorageDiskLibLoginTest, PortAndProtocolArePartOfTheKey)
 
 // ---- failures
 
+TEST_F(ZavStorageDiskLibLoginTest, GetLoginedZavRestApiKeepsWhateverTheHttpLibraryThrowsToItself)
+{
+    m_http.ServeBy([]() -> boost::shared_ptr<QEN::IHttpClient> { throw 42; });
+    EXPECT_EQ(-1, LogIn(FIRST));
+    EXPECT_THAT(m_api, IsNull());
+    EXPECT_THAT(KeeperLines(), ElementsAre(IsLineOf("GetLoginedZavRestApi", 4,
+                                                    "Create ZavRestApi objcet failed.an exception without a text")));
+}
+
 TEST_F(ZavStorageDiskLibLoginTest, GetLoginedZavRestApiWithoutAFirstCheckHasNoCheckThreadAndFails)
 {
     AcceptLogin(FIRST);

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <functional>
 #include <future>
 #include <optional>
 #include <thread>
@@ -46,17 +47,25 @@ protected:
         poll(&descriptor, 1, -1);
     }
 
-    /// Holds the check thread at the beginning of its next round, before it takes the lock, until `go`.
-    void HoldCheck(boost::latch& held, boost::latch& go)
+    /// Has the check thread begin its next round and holds it, before it takes the lock, until m_go; then it does
+    /// `further` first.
+    void HoldCheck(const std::function<void()>& further = [] {})
     {
-        m_log.Observe([&](const LogLine& line) {
+        m_log.Observe([this, further](const LogLine& line) {
             if (line.text == "start to check expired session.") {
                 m_log.Observe(nullptr);
-                held.count_down();
-                go.wait();
+                m_held.count_down();
+                m_go.wait();
+                further();
             }
         });
+        m_calls.AwaitSleep();
+        m_calls.PassTime(milliseconds(1001));
+        m_held.wait();
     }
+
+    boost::latch m_held{1};
+    boost::latch m_go{1};
 };
 
 TEST_F(ZavStorageDiskLibStopTest, StopCheckThreadEndsTheChecksAndKeepsTheSessions)
@@ -112,17 +121,12 @@ TEST_F(ZavStorageDiskLibStopTest, StopRightAfterStartIsNeverLost)
 TEST_F(ZavStorageDiskLibStopTest, StopWaitsForACheckThatWaitsForTheLock)
 {
     LogInAndRelease(FIRST);
-    boost::latch held(1);
-    boost::latch go(1);
-    HoldCheck(held, go);
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck();
 
     const int pipe = PipeOfTheLoop();
     std::thread stopper([this] { m_keeper.StopCheckThread(); });
     AwaitWakeUp(pipe);
-    go.count_down();
+    m_go.count_down();
     stopper.join(); // would not come back if the stop kept the lock
     EXPECT_EQ(1, Checks());
     EXPECT_THAT(m_log.Lines(), Contains(IsLine(1, "End StopCheckThread")));
@@ -131,12 +135,7 @@ TEST_F(ZavStorageDiskLibStopTest, StopWaitsForACheckThatWaitsForTheLock)
 TEST_F(ZavStorageDiskLibStopTest, CheckThatAStopAndANewStartOvertookBeginsNoSecondSeries)
 {
     LogInAndRelease(FIRST);
-    boost::latch held(1);
-    boost::latch go(1);
-    HoldCheck(held, go);
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck();
 
     const int pipe = PipeOfTheLoop();
     std::thread stopper([this] { m_keeper.StopCheckThread(); });
@@ -145,7 +144,7 @@ TEST_F(ZavStorageDiskLibStopTest, CheckThatAStopAndANewStartOvertookBeginsNoSeco
     const int threads = m_calls.Count("pthread_create");
     EXPECT_EQ(0, m_keeper.GetLoginedZavRestApi(Device(FIRST), m_api, m_errorText));
     EXPECT_EQ(threads + 1, m_calls.Count("pthread_create"));
-    go.count_down();
+    m_go.count_down();
     stopper.join();
     EXPECT_EQ(1, Checks());
     LetTimePass(milliseconds(1001));
@@ -155,12 +154,7 @@ TEST_F(ZavStorageDiskLibStopTest, CheckThatAStopAndANewStartOvertookBeginsNoSeco
 TEST_F(ZavStorageDiskLibStopTest, LaterStopReturnsWhenTheThreadThatAnotherStopsHasEnded)
 {
     LogInAndRelease(FIRST);
-    boost::latch held(1);
-    boost::latch go(1);
-    HoldCheck(held, go);
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck();
 
     const int pipe = PipeOfTheLoop();
     std::thread first([this] { m_keeper.StopCheckThread(); });
@@ -171,7 +165,7 @@ TEST_F(ZavStorageDiskLibStopTest, LaterStopReturnsWhenTheThreadThatAnotherStopsH
         descriptorsClosed = m_calls.Count("close"); // the loop's, which the first stop frees behind the join
     });
     m_log.Await("Enter StopCheckThread", 2);
-    go.count_down();
+    m_go.count_down();
     second.join();
     EXPECT_EQ(3, descriptorsClosed);
     first.join();
@@ -183,12 +177,7 @@ TEST_F(ZavStorageDiskLibStopTest, DestructionWaitsForTheThreadThatAnotherStops)
     AcceptLogin(FIRST);
     ASSERT_EQ(0, keeper->GetLoginedZavRestApi(Device(FIRST), m_api, m_errorText));
     m_api.reset();
-    boost::latch held(1);
-    boost::latch go(1);
-    HoldCheck(held, go);
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck();
 
     const int pipe = PipeOfTheLoop();
     std::thread stopper([&keeper] { keeper->StopCheckThread(); });
@@ -199,7 +188,7 @@ TEST_F(ZavStorageDiskLibStopTest, DestructionWaitsForTheThreadThatAnotherStops)
         descriptorsClosed = m_calls.Count("close");
     });
     m_log.Await("Enter StopCheckThread", 2);
-    go.count_down();
+    m_go.count_down();
     destroyer.join();
     EXPECT_EQ(3, descriptorsClosed);
     stopper.join();
@@ -208,25 +197,13 @@ TEST_F(ZavStorageDiskLibStopTest, DestructionWaitsForTheThreadThatAnotherStops)
 TEST_F(ZavStorageDiskLibStopTest, StopOnACheckThreadThatAnotherJoinsReturnsAtOnce)
 {
     LogInAndRelease(FIRST);
-    boost::latch held(1);
-    boost::latch go(1);
-    m_log.Observe([&](const LogLine& line) {
-        if (line.text == "start to check expired session.") {
-            m_log.Observe(nullptr);
-            held.count_down();
-            go.wait();
-            m_keeper.StopCheckThread(); // would wait for itself
-        }
-    });
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck([this] { m_keeper.StopCheckThread(); }); // would wait for itself
 
     const int pipe = PipeOfTheLoop();
     std::thread stopper([this] { m_keeper.StopCheckThread(); });
     AwaitWakeUp(pipe);
     m_keeper.DoCheck(); // comes to the lock when the stop has let go of it
-    go.count_down();
+    m_go.count_down();
     stopper.join();
     EXPECT_THAT(m_log.Lines(), Contains(IsLine(1, "End StopCheckThread")).Times(2));
 }
@@ -270,12 +247,7 @@ TEST_F(ZavStorageDiskLibStopTest, StopOnTheCheckThreadThrowsAndEndsTheChecksAfte
 TEST_F(ZavStorageDiskLibStopTest, StopIsFinishedEvenOnAnInterruptedThread)
 {
     LogInAndRelease(FIRST);
-    boost::latch held(1);
-    boost::latch go(1);
-    HoldCheck(held, go);
-    m_calls.AwaitSleep();
-    m_calls.PassTime(milliseconds(1001));
-    held.wait();
+    HoldCheck();
 
     const int pipe = PipeOfTheLoop();
     std::promise<void> interrupted;
@@ -288,7 +260,7 @@ TEST_F(ZavStorageDiskLibStopTest, StopIsFinishedEvenOnAnInterruptedThread)
     stopper.interrupt();
     interrupted.set_value();
     AwaitWakeUp(pipe);
-    go.count_down();
+    m_go.count_down();
     stopper.join();
     EXPECT_TRUE(isStopped);
 }
