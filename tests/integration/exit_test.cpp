@@ -14,7 +14,7 @@ namespace {
 class ExitTest : public Stage {
 protected:
     static constexpr int PROCESSES = 24;
-    static constexpr int STEP_MICROSECONDS = 250;
+    static constexpr int STEP_MICROSECONDS = 500;
 
     std::string Fifo(int process) const { return Directory() + "/go" + std::to_string(process); }
 
