@@ -123,7 +123,9 @@ bool Forget(const Source& source, std::string_view operation, std::string_view w
     for (const std::string& name : names) {
         Json::Value value;
         if (record.removeMember(name, &value)) {
-            forgotten += (forgotten.empty() ? "" : ", ") + name + ":" + value.asString();
+            std::string text = "?"; // no text: nothing that this system wrote
+            JsonText::ToText(value, text);
+            forgotten += (forgotten.empty() ? "" : ", ") + name + ":" + text;
         }
     }
     if (forgotten.empty()) {

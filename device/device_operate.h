@@ -63,6 +63,8 @@ public:
     /// A new object name: "Vendrix_" and `length` random characters of [0-9a-zA-Z_]. `length` must be below 1024.
     virtual bool GetRandStr(std::string& name, unsigned int length);
 
+    /// Also takes the protection of an earlier host out of the record, once that holds the new id: in the file itself,
+    /// which GetDeviceInfoCfgFile and ReadConfig lead to, not through WriteInfoToJson, which takes nothing out.
     virtual bool SetHostInfo(std::string key, CDeviceManager* manager, const std::string& name, std::string& hostId);
 
     /// False when one of the four recorded objects is known to be gone from the array.
@@ -145,7 +147,7 @@ private:
     struct PRODUCT_STORAGE_LOCAL InitiatorKind;
     struct PRODUCT_STORAGE_LOCAL HostChoice;
 
-    PRODUCT_STORAGE_LOCAL bool CreateObject(const Creation& creation, const std::string& key, CDeviceManager* manager,
+    PRODUCT_STORAGE_LOCAL bool CreateObject(Creation& creation, const std::string& key, CDeviceManager* manager,
                                             const std::string& name,
                                             const std::function<std::string(CHandler&)>& create);
 

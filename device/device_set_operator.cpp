@@ -119,7 +119,7 @@ bool DeviceSetOperator::InitLockedDeviceSet(const Zav::SessionInfo& session, con
         PS_LOG_AS("InitDeviceSet", 1) << "The device has been init!";
         return true;
     }
-    const auto device = boost::make_shared<DeviceOperate>();
+    auto device = boost::make_shared<DeviceOperate>();
     const ManagerHandle handle(GetDeviceManager());
     CDeviceManager* manager = handle.get();
     SecretSession current(session);
@@ -170,10 +170,11 @@ bool DeviceSetOperator::PrepareAndCheckInit(const Zav::SessionInfo& session, con
     return false;
 }
 
-// Initiators and host, then the groups and the mapping view, by a device that knows what the file records.
+// Initiators and host, then the groups and the mapping view, by a device that knows what the file records; `device` is
+// replaced by one that knows nothing when that is gone.
 bool DeviceSetOperator::ProvisionDevice(const Zav::SessionInfo& session, const std::vector<std::string>& storageIps,
                                         const boost::shared_ptr<ZavRestApi>& api, CDeviceManager* manager,
-                                        const boost::shared_ptr<DeviceOperate>& device, bool& result)
+                                        boost::shared_ptr<DeviceOperate>& device, bool& result)
 {
     std::map<std::string, std::string> info;
     device->ReadInfoFromJson(session.deviceId, info);
@@ -188,6 +189,7 @@ bool DeviceSetOperator::ProvisionDevice(const Zav::SessionInfo& session, const s
         // looks complete. A file that cannot be written stops nothing.
         DeviceInfoRecord::Forget(DeviceInfoRecord::SourceOf(*device), "InitDeviceSet",
                                  "Everything is made anew: forget ", session.deviceId, WhatIsMadeAnew());
+        device = boost::make_shared<DeviceOperate>(); // so does what is kept in memory
     }
 
     PS_LOG_AS("InitDeviceSet", 1) << "begin set initiator.";

@@ -99,7 +99,7 @@ private:
     PRODUCT_STORAGE_LOCAL bool ProvisionDevice(const Zav::SessionInfo& session,
                                                const std::vector<std::string>& storageIps,
                                                const boost::shared_ptr<ZavRestApi>& api, CDeviceManager* manager,
-                                               const boost::shared_ptr<DeviceOperate>& device, bool& result);
+                                               boost::shared_ptr<DeviceOperate>& device, bool& result);
 
     boost::mutex m_mutex; // held across the whole of InitDeviceSet; before g_infoFileMutext
     std::map<std::string, boost::shared_ptr<DeviceOperate>> m_mapDeviceOperate; // guarded by m_mutex; by device id

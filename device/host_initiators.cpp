@@ -95,7 +95,12 @@ bool DeviceOperate::GetLoginTargetIP(Lines& ips)
 {
     PS_TRACE();
     Lines out;
-    if (RunShell(READ_LOGGED_IN_TARGETS, out) != 0) {
+    Lines err;
+    const int result = RunShell(READ_LOGGED_IN_TARGETS, {}, out, err);
+    if (result != 0 || out.empty()) {
+        TellComplaint(__func__, err); // the pipeline's own result is that of its last command
+    }
+    if (result != 0) {
         PS_LOG(4) << "GetLoginTargetIP error. ";
         return false;
     }

@@ -66,6 +66,7 @@ bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string
         }
         return false;
     }
+    PS_LOG_AS(kind.operation, 2) << "the array knows initiator " << initiator.id;
     PS_LOG_AS(kind.operation, 1) << "initiator parent id is:" << initiator.parentId;
     if (kind.created != nullptr) {
         PS_LOG_AS(kind.operation, 1) << kind.created;

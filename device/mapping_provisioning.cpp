@@ -10,8 +10,8 @@ namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
-// Failures of the SAN library, and of looking up its handlers, are level-1 lines of the creation steps, on purpose: the
-// operation that drives them reports the failure at level 4.
+// Failures of the SAN library, and of looking up its handlers, are level-1 lines of the creation steps, on purpose:
+// what drives them reports the failure of a group or view at level 4, and that of the host as one of the initiators.
 
 // Gives the id. The line is there before anything else can fail: from here on the object is on the array.
 template <typename Record>
@@ -37,6 +37,7 @@ struct DeviceOperate::Creation {
     const char* begin;
     const char* failed;
     const char* end;
+    bool isRecorded = false; ///< the file holds the new id
 };
 
 bool DeviceOperate::GetHandler(CDeviceManager* manager, CHandler** handler, HANDLERTYPE type)
@@ -56,7 +57,7 @@ bool DeviceOperate::GetHandler(CDeviceManager* manager, CHandler** handler, HAND
 }
 
 // `create` makes the object, and whatever belongs to it, and returns its id.
-bool DeviceOperate::CreateObject(const Creation& creation, const std::string& key, CDeviceManager* manager,
+bool DeviceOperate::CreateObject(Creation& creation, const std::string& key, CDeviceManager* manager,
                                  const std::string& name, const std::function<std::string(CHandler&)>& create)
 {
     PS_LOG_AS(creation.operation, 1) << creation.begin;
@@ -77,7 +78,7 @@ bool DeviceOperate::CreateObject(const Creation& creation, const std::string& ke
         return false;
     }
     std::map<std::string, std::string> info = {{creation.idKey, id}, {creation.nameKey, name}};
-    WriteInfoToJson(key, info); // a file that cannot be written does not stop provisioning
+    creation.isRecorded = WriteInfoToJson(key, info); // a file that cannot be written does not stop provisioning
     creation.id = id;
     creation.name = name;
     PS_LOG_AS(creation.operation, 1) << creation.end;
@@ -87,15 +88,15 @@ bool DeviceOperate::CreateObject(const Creation& creation, const std::string& ke
 bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                     std::string& lunGroupId)
 {
-    const Creation creation = {__func__,
-                               HANDLER_LUN_GROUP,
-                               DeviceKey::LUN_GROUP_ID,
-                               DeviceKey::LUN_GROUP_NAME,
-                               m_deviceMessage.lunGroupId,
-                               m_deviceMessage.lunGroupName,
-                               "begin create lun group.",
-                               "create lun group failed.oLib ex:",
-                               "create lun group finish."};
+    Creation creation = {__func__,
+                         HANDLER_LUN_GROUP,
+                         DeviceKey::LUN_GROUP_ID,
+                         DeviceKey::LUN_GROUP_NAME,
+                         m_deviceMessage.lunGroupId,
+                         m_deviceMessage.lunGroupName,
+                         "begin create lun group.",
+                         "create lun group failed.oLib ex:",
+                         "create lun group finish."};
     return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
         return lunGroupId = CreateNamed<LunGroupMO>(operation, "LUN group", handler, name);
     });
@@ -103,20 +104,21 @@ bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, co
 
 bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const std::string& name, std::string& hostId)
 {
-    const Creation creation = {__func__,
-                               HANDLER_HOST,
-                               DeviceKey::HOST_ID,
-                               DeviceKey::HOST_NAME,
-                               m_deviceMessage.hostId,
-                               m_deviceMessage.hostName,
-                               "begin create host.",
-                               "create host failed.oLib ex:",
-                               "create host finish."};
+    Creation creation = {__func__,
+                         HANDLER_HOST,
+                         DeviceKey::HOST_ID,
+                         DeviceKey::HOST_NAME,
+                         m_deviceMessage.hostId,
+                         m_deviceMessage.hostName,
+                         "begin create host.",
+                         "create host failed.oLib ex:",
+                         "create host finish."};
     const bool isCreated = CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
         return hostId = CreateNamed<HostMO>(operation, "host", handler, name);
     });
-    if (isCreated) {
-        // After the id: a crash between the two writes keeps the host. A record that cannot be written stops nothing.
+    if (creation.isRecorded) {
+        // After the id, and only once the file holds it: a crash between the two writes, or a failed one, keeps the
+        // host that the file names.
         DeviceInfoRecord::Forget(DeviceInfoRecord::SourceOf(*this), __func__, "The host is this node's own: forget ",
                                  key, {DeviceKey::DO_NOT_DELETE_HOST});
     }
@@ -126,15 +128,15 @@ bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const 
 bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                      const std::set<std::string>& hostIds, std::string& hostGroupId)
 {
-    const Creation creation = {__func__,
-                               HANDLER_HOST_GROUP,
-                               DeviceKey::HOST_GROUP_ID,
-                               DeviceKey::HOST_GROUP_NAME,
-                               m_deviceMessage.hostGroupId,
-                               m_deviceMessage.hostGroupName,
-                               "begin create host group.",
-                               "create host group failed. oLib ex:",
-                               "create host group finish."};
+    Creation creation = {__func__,
+                         HANDLER_HOST_GROUP,
+                         DeviceKey::HOST_GROUP_ID,
+                         DeviceKey::HOST_GROUP_NAME,
+                         m_deviceMessage.hostGroupId,
+                         m_deviceMessage.hostGroupName,
+                         "begin create host group.",
+                         "create host group failed. oLib ex:",
+                         "create host group finish."};
     return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
         hostGroupId = CreateNamed<HostGroupMO>(operation, "host group", handler, name);
         for (const std::string& hostId : hostIds) {
@@ -147,15 +149,15 @@ bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, c
 bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                    const std::string& firstGroupId, const std::string& secondGroupId)
 {
-    const Creation creation = {__func__,
-                               HANDLER_MAPPING_VIEW,
-                               DeviceKey::MAP_VIEW_ID,
-                               DeviceKey::MAP_VIEW_NAME,
-                               m_deviceMessage.mapViewId,
-                               m_deviceMessage.mapViewName,
-                               "begin create mapview.",
-                               "create mapview failed.oLib ex:",
-                               "create mapview finish."};
+    Creation creation = {__func__,
+                         HANDLER_MAPPING_VIEW,
+                         DeviceKey::MAP_VIEW_ID,
+                         DeviceKey::MAP_VIEW_NAME,
+                         m_deviceMessage.mapViewId,
+                         m_deviceMessage.mapViewName,
+                         "begin create mapview.",
+                         "create mapview failed.oLib ex:",
+                         "create mapview finish."};
     return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
         std::string mapViewId = CreateNamed<MappingViewMO>(operation, "mapping view", handler, name);
         auto& views = dynamic_cast<CMappingViewHandler&>(handler);

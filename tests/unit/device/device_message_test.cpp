@@ -59,9 +59,9 @@ TEST_F(DeviceOperateMessageTest, AddZavMessageKeepsAnExceptionToItself)
         const DeviceSystemCalls::FailingMapInfo failing;
         m_device.AddZavMessage(info, KEY);
     }
-    EXPECT_THAT(
-        LinesOf("AddZavMessage"),
-        ElementsAre("1 Enter AddZavMessage", "4 Some exception happened when AddZavMessage!", "1 End AddZavMessage"));
+    EXPECT_THAT(LinesOf("AddZavMessage"),
+                ElementsAre("1 Enter AddZavMessage", "4 Some exception happened when AddZavMessage!",
+                            "4 The cause: std::bad_alloc", "1 End AddZavMessage"));
     EXPECT_THAT(Texts(info), ElementsAre("", "", "", "from before", "", "", "", "", ""));
 }
 

@@ -193,6 +193,23 @@ TEST_F(DeviceSetOperatorInitTest, InitDeviceSetThatStopsHalfWayForgetsWhatIsGone
                                      Contains("create mapping view " + name), Not(Contains("create host " + name))));
 }
 
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetTellsNothingOfWhatIsGone)
+{
+    Record record = CompleteRecord();
+    record["FCINITIATORNAME"] = ";2100";
+    WriteRecord(record);
+    Node::HasNoPorts();
+    Node::HasNoInitiator();
+    m_array->Answer("CheckHost", 1077937498);
+    EXPECT_TRUE(Init());
+    const std::string name = NAME;
+    EXPECT_THAT(Texts(m_mapInfo), ElementsAre(KEY, "5", name, "", "", "31", name, "7", name));
+
+    // Nor does a port that was recorded then stand in for an iSCSI session later.
+    Node::HasPorts({"2100"});
+    EXPECT_FALSE(m_operator.PrepareAndCheckInit(Session(), m_storageIps, m_array, m_mapInfo));
+}
+
 TEST_F(DeviceSetOperatorInitTest, InitDeviceSetForgetsInOneWriteUnderTheFileLockBeforeAnythingIsMade)
 {
     WriteRecord(CompleteRecord());

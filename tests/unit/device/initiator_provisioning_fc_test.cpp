@@ -101,8 +101,9 @@ TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevMakesAHostForTheFirstPort)
     EXPECT_EQ("12", m_hostId);
     EXPECT_THAT(m_shell.Calls(), IsEmpty());
     EXPECT_THAT(LinesOf("CreateFCInitorOnDev"),
-                ElementsAre("1 begin create FC initiator.", "1 initiator parent id is:",
-                            "1 create fc initiator finish.", "1 HOSTNAME: name", "1 begin add initiator to host."));
+                ElementsAre("1 begin create FC initiator.", "2 the array knows initiator 2100",
+                            "1 initiator parent id is:", "1 create fc initiator finish.", "1 HOSTNAME: name",
+                            "1 begin add initiator to host."));
 }
 
 TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevSharesAHostThatIsThere)
@@ -131,9 +132,9 @@ TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevKeepsTheHostThatThePortHas)
     EXPECT_THAT(m_hostIds, ElementsAre("99"));
     EXPECT_THAT(FileRecord(), ElementsAre(Pair("DONOTDELETEHOST", "NOT"), Pair("HOSTID", "99"),
                                           Pair("HOSTNAME", "host of the array")));
-    EXPECT_THAT(
-        LinesOf("CreateFCInitorOnDev"),
-        ElementsAre("1 begin create FC initiator.", "1 initiator parent id is:99", "1 create fc initiator finish."));
+    EXPECT_THAT(LinesOf("CreateFCInitorOnDev"),
+                ElementsAre("1 begin create FC initiator.", "2 the array knows initiator 2100",
+                            "1 initiator parent id is:99", "1 create fc initiator finish."));
 }
 
 TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevWithoutItsHandlerFails)
@@ -174,9 +175,10 @@ TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevWithoutItsHostFails)
     m_san.Fail("create host", "no space left");
     EXPECT_FALSE(Create());
     EXPECT_EQ("", m_hostId);
-    EXPECT_THAT(LinesOf("CreateFCInitorOnDev"), ElementsAre("1 begin create FC initiator.", "1 initiator parent id is:",
-                                                            "1 create fc initiator finish.", "1 HOSTNAME: name",
-                                                            "1 set host failed. device id is :DEV1"));
+    EXPECT_THAT(LinesOf("CreateFCInitorOnDev"),
+                ElementsAre("1 begin create FC initiator.", "2 the array knows initiator 2100",
+                            "1 initiator parent id is:", "1 create fc initiator finish.", "1 HOSTNAME: name",
+                            "1 set host failed. device id is :DEV1"));
 }
 
 TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevThatCannotAddThePortTellsTheReason)
@@ -185,7 +187,7 @@ TEST_F(DeviceOperateFCTest, CreateFCInitorOnDevThatCannotAddThePortTellsTheReaso
     EXPECT_FALSE(Create());
     EXPECT_EQ("12", m_hostId);
     EXPECT_THAT(LinesOf("CreateFCInitorOnDev"),
-                ElementsAre("1 begin create FC initiator.",
+                ElementsAre("1 begin create FC initiator.", "2 the array knows initiator 2100",
                             "1 initiator parent id is:", "1 create fc initiator finish.", "1 HOSTNAME: name",
                             "1 begin add initiator to host.", "1 add init to host failed. oLib ex:host is full"));
 }

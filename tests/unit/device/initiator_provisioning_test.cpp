@@ -182,8 +182,9 @@ TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoMakesAHostForANewInitiator)
     EXPECT_THAT(FileRecord(),
                 ElementsAre(Pair("HOSTID", "12"), Pair("HOSTNAME", "name"), Pair("ISCSIINITIATORNAME", "iqn.node")));
     EXPECT_THAT(LinesOf("SetIscsiInitorInfo"),
-                ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.", "1 initiator parent id is:",
-                            "1 HOSTNAME: name", "1 begin add initiator.", "1 create iscsi initiator finish."));
+                ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.",
+                            "2 the array knows initiator iqn.node", "1 initiator parent id is:", "1 HOSTNAME: name",
+                            "1 begin add initiator.", "1 create iscsi initiator finish."));
 }
 
 TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoAddsTheInitiatorToTheGivenHost)
@@ -227,7 +228,8 @@ TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoKeepsTheHostThatTheInitiatorHas
                 ElementsAre(Pair("DONOTDELETEHOST", "NOT"), Pair("HOSTID", "99"), Pair("HOSTNAME", "host of the array"),
                             Pair("ISCSIINITIATORNAME", "iqn.node")));
     EXPECT_THAT(LinesOf("SetIscsiInitorInfo"),
-                ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.", "1 initiator parent id is:99",
+                ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.",
+                            "2 the array knows initiator iqn.node", "1 initiator parent id is:99",
                             "1 create iscsi initiator finish."));
     EXPECT_THAT(LinesOf("UpdateConfigFile"),
                 Contains("1 Host Already Exist, No Need To Create. ID: 99 Name: host of the array"));
@@ -298,7 +300,8 @@ TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoWithoutItsHostFails)
     EXPECT_THAT(m_hostIds, IsEmpty());
     EXPECT_THAT(LinesOf("SetIscsiInitorInfo"),
                 ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.",
-                            "1 initiator parent id is:", "1 HOSTNAME: name", "1 set host failed. device id is :DEV1"));
+                            "2 the array knows initiator iqn.node", "1 initiator parent id is:", "1 HOSTNAME: name",
+                            "1 set host failed. device id is :DEV1"));
 }
 
 TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoThatCannotAddTheInitiatorTellsTheReasonAndKeepsTheHost)
@@ -311,8 +314,8 @@ TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoThatCannotAddTheInitiatorTellsT
     EXPECT_THAT(FileRecord(), ElementsAre(Pair("HOSTID", "12"), Pair("HOSTNAME", "name")));
     EXPECT_THAT(LinesOf("SetIscsiInitorInfo"),
                 ElementsAre("1 begin check iscsi initiator.", "1 get IQN successed.",
-                            "1 initiator parent id is:", "1 HOSTNAME: name", "1 begin add initiator.",
-                            "1 add init to host failed. oLib ex:host is full"));
+                            "2 the array knows initiator iqn.node", "1 initiator parent id is:", "1 HOSTNAME: name",
+                            "1 begin add initiator.", "1 add init to host failed. oLib ex:host is full"));
 }
 
 TEST_F(DeviceOperateIscsiTest, SetIscsiInitorInfoLetsWhatIsNoStandardExceptionPass)

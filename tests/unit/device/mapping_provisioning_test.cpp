@@ -263,6 +263,24 @@ TEST_F(DeviceOperateOwnHostTest, SetHostInfoThatFailsLeavesTheProtection)
     EXPECT_EQ(record, FileRecord());
 }
 
+// A device whose record cannot be written for once.
+class UnrecordingDevice : public DeviceOperate {
+public:
+    bool WriteInfoToJson(const std::string& /*key*/, std::map<std::string, std::string>& /*info*/) override
+    {
+        return false;
+    }
+};
+
+TEST_F(DeviceOperateOwnHostTest, SetHostInfoThatIsNotRecordedLeavesTheProtectionOfTheHostThatIs)
+{
+    const Record record = {{"HOSTID", "99"}, {"HOSTNAME", "found"}, {"DONOTDELETEHOST", "NOT"}};
+    WriteRecord(record);
+    UnrecordingDevice device;
+    EXPECT_TRUE(device.SetHostInfo(KEY, m_manager, "name", m_id));
+    EXPECT_EQ(record, FileRecord());
+}
+
 TEST_F(DeviceOperateOwnHostTest, SetHostInfoOfARecordThatIsNoJsonSucceeds)
 {
     WriteFile("{");
