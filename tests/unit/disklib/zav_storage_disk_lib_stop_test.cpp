@@ -182,6 +182,7 @@ TEST_F(ZavStorageDiskLibStopTest, DestructionWaitsForTheThreadThatAnotherStops)
     const int pipe = PipeOfTheLoop();
     std::thread stopper([&keeper] { keeper->StopCheckThread(); });
     AwaitWakeUp(pipe);
+    m_log.Await("Enter StopCheckThread"); // orders the stopper's call before the destruction
     int descriptorsClosed = 0;
     std::thread destroyer([&] {
         keeper.reset();
