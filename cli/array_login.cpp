@@ -1,8 +1,8 @@
 #include "cli/array_login.h"
 
+#include "base/secret.h"
 #include "cli/failure.h"
 #include "cli/report.h"
-#include "common/secret.h"
 #include "device/device_set_operator.h"
 #include "disklib/zav_storage_disk_lib.h"
 #include "rest/zav_rest_api.h"

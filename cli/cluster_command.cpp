@@ -1,9 +1,9 @@
 #include "cli/commands.h"
 
+#include "base/secret.h"
 #include "cli/cluster_login.h"
 #include "cli/options.h"
 #include "cli/password_prompt.h"
-#include "common/secret.h"
 
 #include <boost/algorithm/string/join.hpp>
 

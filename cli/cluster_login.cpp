@@ -1,20 +1,11 @@
 #include "cli/cluster_login.h"
 
+#include "base/host_port.h"
 #include "cli/failure.h"
 #include "cli/report.h"
 
-namespace {
-
-std::string UrlHost(const std::string& address)
-{
-    const bool isBareIpv6 = address.find(':') != std::string::npos && address.front() != '[';
-    return isBareIpv6 ? "[" + address + "]" : address;
-}
-
-} // namespace
-
 ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::string& port)
-    : m_host(UrlHost(address))
+    : m_host(Base::BracketedHost(address))
     , m_port(port)
     , m_url("https://" + m_host + ":" + port)
     , m_follower(log)

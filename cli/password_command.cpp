@@ -1,9 +1,9 @@
 #include "cli/commands.h"
 
+#include "base/secret.h"
 #include "cli/failure.h"
 #include "cli/password_prompt.h"
 #include "common/framework/security.h"
-#include "common/secret.h"
 
 #include <iostream>
 #include <string>

@@ -1,7 +1,7 @@
 #include "cli/password_prompt.h"
 
+#include "base/secret.h"
 #include "cli/failure.h"
-#include "common/secret.h"
 
 #include <termios.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 #include "common/json_text.h"
 
-#include "common/secret.h"
+#include "base/secret.h"
 
 #include <json/reader.h>
 #include <json/writer.h>

@@ -1,8 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_SECRET_SESSION_H
 #define PRODUCT_STORAGE_COMMON_SECRET_SESSION_H
 
+#include "base/secret.h"
 #include "common/records.h"
-#include "common/secret.h"
 
 /// A session record that wipes its token and cookie when it is released.
 struct SecretSession : Zav::SessionInfo {

@@ -1,6 +1,6 @@
 #include "device/device_operate.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
 #include "common/device_keys.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/framework/product_root.h"
@@ -193,7 +193,7 @@ void DeviceOperate::AddZavMessage(ZavMapInfo& info, const std::string& key)
         info.add_map_view_ids(m_deviceMessage.mapViewId);
         info.add_map_view_names(m_deviceMessage.mapViewName);
     } catch (...) {
-        const std::string cause = CaughtText(); // lets a thread's cancellation pass
+        const std::string cause = Base::CaughtText(); // lets a thread's cancellation pass
         PS_LOG(4) << "Some exception happened when AddZavMessage!";
         PS_LOG(4) << "The cause: " << cause;
     }

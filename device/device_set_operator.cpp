@@ -1,6 +1,6 @@
 #include "device/device_set_operator.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
 #include "common/device_keys.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/framework/san_manager.h"
@@ -40,7 +40,7 @@ bool Attempt(std::string& cause, const Work& work)
     } catch (const boost::lock_error&) {
         throw;
     } catch (...) {
-        cause = CaughtText();
+        cause = Base::CaughtText();
         return false;
     }
 }

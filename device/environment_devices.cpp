@@ -1,10 +1,10 @@
 #include "device/device_set_operator.h"
 
+#include "base/secret.h"
 #include "common/environment.h"
 #include "common/framework/security.h"
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "common/secret.h"
 #include "disklib/zav_storage_disk_lib.h"
 #include "rest/zav_rest_api.h"
 

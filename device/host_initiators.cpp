@@ -1,13 +1,13 @@
 #include "device/device_operate.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
+#include "base/printable_text.h"
 #include "common/device_keys.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/http_client.h"
 #include "common/framework/random_bytes.h"
 #include "common/framework/shell_runner.h"
 #include "common/log.h"
-#include "common/printable_text.h"
 
 #include <boost/algorithm/string/erase.hpp>
 
@@ -55,7 +55,7 @@ int RunShell(const std::string& command, Lines& out)
 void TellComplaint(std::string_view operation, const Lines& err)
 {
     if (!err.empty()) {
-        PS_LOG_AS(operation, 4) << "iscsiadm said: " << PrintableText(err);
+        PS_LOG_AS(operation, 4) << "iscsiadm said: " << Base::PrintableLines(err);
     }
 }
 
@@ -132,7 +132,7 @@ bool DeviceOperate::ReachesPortal(const std::string& targetIp)
         }
         return true;
     } catch (...) { // the client may be anybody's; what it throws ends here
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG_AS(operation, 4) << "The HTTP client failed: " << cause;
         return false;
     }

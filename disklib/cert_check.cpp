@@ -1,6 +1,6 @@
 #include "disklib/zav_storage_disk_lib.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
 #include "common/framework/cert.h"
 #include "common/log.h"
 
@@ -26,7 +26,7 @@ bool VerifyCert(const EnvironmentPath& env, unsigned long requestId)
     try {
         return Cert::VerifyCertForEnv(env, result, LOG_MODULE, certInfo, true, CERT_ROLE, requestId);
     } catch (...) { // an error of the service is a refusal
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG_AS(OPERATION, 3) << "The certificate service failed: " << cause;
         return false;
     }
@@ -38,7 +38,7 @@ void ResumeAlert(const std::string& address, unsigned long requestId)
     try {
         Cert::ResumeAlertForEnv(address, CERT_ROLE, requestId);
     } catch (...) { // the other addresses still have theirs resumed
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG_AS(OPERATION, 3) << "Failed to resume alert for env:" << address << ": " << cause;
     }
 }

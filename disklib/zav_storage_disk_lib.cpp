@@ -1,12 +1,12 @@
 #include "disklib/zav_storage_disk_lib.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
+#include "base/secret.h"
 #include "common/environment.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/security.h"
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "common/secret.h"
 #include "common/secret_session.h"
 #include "common/time_source.h"
 #include "device/device_set_operator.h"
@@ -226,7 +226,7 @@ int ZavStorageDiskLib::GetLoginedZavRestApi(const Zav::DeviceInfo& info, boost::
     try {
         api = boost::make_shared<ZavRestApi>(info.restApiArgument);
     } catch (...) {
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG(4) << "Create ZavRestApi objcet failed." << cause; // so spelt: operators search for it
         return ResultCode::FAILED;
     }
@@ -253,7 +253,7 @@ bool ZavStorageDiskLib::StartCheckThread()
     try {
         check_thread.message_loop->PostDelayedTask([this] { DoCheck(); }, CHECK_INTERVAL_MILLISECONDS);
     } catch (...) {
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG_AS("GetLoginedZavRestApi", 4) << "Check  session thread new failed.";
         PS_LOG_AS("GetLoginedZavRestApi", 4) << "The first check could not be posted: " << cause;
         EndIdleThread();

@@ -1,10 +1,10 @@
 #include "rest/nimb_rest_api.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
+#include "base/secret.h"
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "common/secret.h"
 #include "common/time_source.h"
 #include "rest/secret_request.h"
 #include "rest/zav_json.h"
@@ -72,7 +72,7 @@ bool NimbRestApi::Init()
     try {
         m_httpClient = QEN::IHttpClient::CreateClient();
     } catch (...) {
-        cause = CaughtText();
+        cause = Base::CaughtText();
     }
     if (m_httpClient == nullptr) {
         PS_LOG(4) << "m_httpClient is null.";
@@ -136,7 +136,7 @@ int NimbRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& dat
         const auto response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
         return UnwrapResponse(request.url, response.get(), data, errorText, errorCode);
     } catch (...) { // the client may be anybody's; what it throws ends here
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG(4) << "Return response is empty. ";
         PS_LOG(4) << "The HTTP client failed: " << cause;
         return ResultCode::FAILED;

@@ -1,9 +1,9 @@
 #ifndef PRODUCT_STORAGE_REST_SECRET_REQUEST_H
 #define PRODUCT_STORAGE_REST_SECRET_REQUEST_H
 
+#include "base/secret.h"
 #include "common/framework/http_client.h"
 #include "common/json_text.h"
-#include "common/secret.h"
 
 #include <string>
 #include <utility>

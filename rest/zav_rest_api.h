@@ -23,12 +23,11 @@
 ///
 /// Success is a 0 result: the error code in the answer's envelope was 0. -1 is this library's own failure (not logged
 /// in, a missing or malformed member), -2 the name mismatch of the checks, -20000 a transport failure; anything else is
-/// the array's code, unchanged. `errorText` is set when the array refused, when it answered with an HTTP failure or with
-/// no envelope, and when the transport failed; it is left alone on success, without a response, by what is missing or
-/// malformed in an answer's data, and when not logged in. Lists are appended to, not cleared, and on failure keep what was
-/// read before it, unless an operation says otherwise.
-/// No exception leaves an operation. Nothing here retries or logs in again: a session that the array has dropped shows
-/// as the array's code.
+/// the array's code, unchanged. `errorText` is set when the array refused, when it answered with an HTTP failure or
+/// with no envelope, and when the transport failed; it is left alone on success, without a response, by what is missing
+/// or malformed in an answer's data, and when not logged in. Lists are appended to, not cleared, and on failure keep
+/// what was read before it, unless an operation says otherwise. No exception leaves an operation. Nothing here retries
+/// or logs in again: a session that the array has dropped shows as the array's code.
 ///
 /// Threads: one object may be shared, and any operation may run beside any other. What is sent bears the session's
 /// texts as they are at that moment: beside a removal that takes a new cookie from its answer (RemoveHostGroup,

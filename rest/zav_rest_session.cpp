@@ -1,11 +1,11 @@
 #include "rest/zav_rest_api.h"
 
-#include "common/caught_text.h"
+#include "base/caught_text.h"
+#include "base/secret.h"
 #include "common/framework/config_reader.h"
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "common/secret.h"
 #include "common/time_source.h"
 #include "rest/secret_request.h"
 #include "rest/zav_json.h"
@@ -169,7 +169,7 @@ int ZavRestApi::SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data
         const auto response = m_httpClient->SendRequest(request, REQUEST_TIMEOUT_SECONDS);
         return UnwrapResponse(response.get(), data, errorText, parseCookie);
     } catch (...) { // the client may be anybody's; what it throws ends here
-        const std::string cause = CaughtText();
+        const std::string cause = Base::CaughtText();
         PS_LOG(4) << "Return response is empty. ";
         PS_LOG(4) << "The HTTP client failed: " << cause;
         return ResultCode::FAILED;

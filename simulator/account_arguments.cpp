@@ -1,7 +1,7 @@
 #include "simulator/account_arguments.h"
 
-#include "simulator/access/scoped_wipe.h"
-#include "simulator/base/file_io.h"
+#include "base/files.h"
+#include "base/secret.h"
 
 #include <stdexcept>
 
@@ -25,7 +25,7 @@ Accounts AccountArguments::Read() const
     }
     for (std::size_t i = 0; i < m_users.size(); ++i) {
         std::string password = ReadPassword(m_files[i]);
-        const ScopedWipe wipePassword(password);
+        const Secret::ScopedWipe wipePassword(password);
         accounts.Add(m_users[i], password);
     }
     return accounts;
@@ -33,11 +33,11 @@ Accounts AccountArguments::Read() const
 
 std::string AccountArguments::ReadPassword(const std::string& path) const
 {
-    auto text = ReadFileIfThere(path);
+    auto text = Base::ReadFileIfThere(path);
     if (!text) {
         throw std::invalid_argument(m_fileOption + ": there is no file " + path);
     }
-    const ScopedWipe wipeText(*text);
+    const Secret::ScopedWipe wipeText(*text);
     std::string password = text->substr(0, text->find_first_of("\r\n"));
     if (password.empty()) {
         throw std::invalid_argument(m_fileOption + ": the first line of " + path + " is empty");

@@ -1,5 +1,6 @@
 #include "simulator/cluster_arguments.h"
 
+#include "base/host_port.h"
 #include "simulator/http/target.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace {
 /// An empty text stands for an address that is not told.
 std::string CheckedAddress(const std::string& option, const std::string& address)
 {
-    if (!address.empty() && !IsNumericAddress(address)) {
+    if (!address.empty() && !Base::IsNumericAddress(address)) {
         throw std::invalid_argument(option + ": \"" + address + "\" is not a numeric address");
     }
     return address;

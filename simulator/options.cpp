@@ -1,5 +1,6 @@
 #include "simulator/options.h"
 
+#include "base/host_port.h"
 #include "simulator/account_arguments.h"
 #include "simulator/cluster_arguments.h"
 
@@ -64,7 +65,7 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
 void CheckServiceAddresses(const std::vector<std::string>& addresses)
 {
     for (const std::string& address : addresses) {
-        if (!IsNumericAddress(address)) {
+        if (!Base::IsNumericAddress(address)) {
             throw std::invalid_argument("--service: \"" + address + "\" is not a numeric address");
         }
     }

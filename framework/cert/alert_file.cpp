@@ -1,8 +1,8 @@
 #include "framework/cert/alert_file.h"
 
-#include "framework/support/files.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 #include "framework/support/log_line.h"
-#include "framework/support/unique_fd.h"
 
 #include <json/reader.h>
 #include <json/value.h>
@@ -92,7 +92,7 @@ public:
     int Error() const { return m_error; }
 
 private:
-    UniqueFd m_file;
+    Base::Descriptor m_file;
     int m_error;
 };
 
@@ -128,12 +128,12 @@ bool Parse(const std::string& text, Json::Value& alerts)
 int Read(const std::string& path, Json::Value& alerts)
 {
     alerts = Json::Value(Json::arrayValue);
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.IsOpen()) {
         return errno == ENOENT ? 0 : errno;
     }
     std::string text;
-    const int error = ReadToEnd(file.Get(), MAX_FILE_BYTES, text);
+    const int error = Base::ReadToEnd(file.Get(), MAX_FILE_BYTES, text);
     if (error != 0 || Parse(text, alerts)) {
         return error;
     }
@@ -148,7 +148,7 @@ int Write(const std::string& path, const Json::Value& alerts)
     root["alerts"] = alerts;
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    return ReplaceFile(path, Json::writeString(builder, root) + "\n", FILE_MODE);
+    return Base::ReplaceFile(path, Json::writeString(builder, root) + "\n", FILE_MODE);
 }
 
 Json::Value Without(const Json::Value& alerts, const std::string& address)
@@ -166,7 +166,7 @@ Json::Value Without(const Json::Value& alerts, const std::string& address)
 template <typename Change>
 bool Update(const std::string& path, std::string& problem, const Change& change)
 {
-    MakeParentDirectory(path);
+    Base::MakeParentDirectory(path);
     const AlertLock lock(path);
     Json::Value alerts;
     int error = lock.Error();
@@ -176,7 +176,7 @@ bool Update(const std::string& path, std::string& problem, const Change& change)
         error = changed == alerts ? 0 : Write(path, changed);
     }
     if (error != 0) {
-        problem = "The certificate alerts " + path + " cannot be changed: " + ErrorText(error);
+        problem = "The certificate alerts " + path + " cannot be changed: " + Base::ErrorText(error);
     }
     return error == 0;
 }

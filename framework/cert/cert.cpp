@@ -1,5 +1,6 @@
 #include "common/framework/cert.h"
 
+#include "base/host_port.h"
 #include "framework/cert/alert_file.h"
 #include "framework/cert/certificate_text.h"
 #include "framework/cert/server_certificate.h"
@@ -34,10 +35,7 @@ bool FindServer(const EnvironmentPath& env, UrlParts& server, std::string& probl
         problem = "the environment is used over http, where there is no certificate";
         return false;
     }
-    std::string host = env.management_ips(0);
-    if (host.find(':') != std::string::npos && host.front() != '[') {
-        host = "[" + host + "]";
-    }
+    const std::string host = Base::BracketedHost(env.management_ips(0));
     return ParseUrl("https://" + host + ":" + std::to_string(env.ports(0)), server, problem);
 }
 

@@ -1,6 +1,6 @@
 #include "framework/cert/certificate_text.h"
 
-#include "framework/support/openssl_handles.h"
+#include "base/openssl_handles.h"
 
 #include <openssl/asn1.h>
 #include <openssl/evp.h>
@@ -26,7 +26,7 @@ std::string TakeText(BIO* memory)
 
 std::string NameText(const X509_NAME* name)
 {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
+    const Base::BioHandle memory(BIO_new(BIO_s_mem()));
     // RFC 2253 with the characters of other scripts as they are.
     if (memory == nullptr || X509_NAME_print_ex(memory.get(), name, 0, XN_FLAG_RFC2253 & ~ASN1_STRFLGS_ESC_MSB) < 0) {
         return {};
@@ -36,8 +36,8 @@ std::string NameText(const X509_NAME* name)
 
 std::string SerialText(X509* certificate)
 {
-    const BignumHandle number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
-    const OpensslText text(number == nullptr ? nullptr : BN_bn2hex(number.get()));
+    const Base::BignumHandle number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
+    const Base::OpensslText text(number == nullptr ? nullptr : BN_bn2hex(number.get()));
     return text == nullptr ? std::string() : std::string(text.get());
 }
 
@@ -65,7 +65,7 @@ std::string FingerprintText(const X509* certificate)
 
 std::string PemText(X509* certificate)
 {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
+    const Base::BioHandle memory(BIO_new(BIO_s_mem()));
     if (memory == nullptr || PEM_write_bio_X509(memory.get(), certificate) != 1) {
         return {};
     }

@@ -1,7 +1,8 @@
 #include "framework/cert/server_certificate.h"
 
+#include "base/files.h"
+#include "base/host_port.h"
 #include "framework/http/tcp_connection.h"
-#include "framework/support/files.h"
 
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
@@ -20,12 +21,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A host as a certificate names it: an IPv6 address without its brackets.
-std::string BareHost(const std::string& host)
-{
-    return host.size() > 2 && host.front() == '[' ? host.substr(1, host.size() - 2) : host;
-}
-
 // Empty when `context` trusts what `trust` holds, and nothing else.
 std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
 {
@@ -35,11 +30,12 @@ std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
     }
     struct stat status = {};
     if (::stat(trust.path.c_str(), &status) != 0) {
-        return "the trust store " + trust.path + " cannot be read: " + ErrorText(errno);
+        return "the trust store " + trust.path + " cannot be read: " + Base::ErrorText(errno);
     }
     const int isLoaded = S_ISDIR(status.st_mode) ? SSL_CTX_load_verify_dir(context, trust.path.c_str())
                                                  : SSL_CTX_load_verify_file(context, trust.path.c_str());
-    return isLoaded == 1 ? std::string() : "the trust store " + trust.path + " cannot be read: " + TakeOpensslError();
+    return isLoaded == 1 ? std::string()
+                         : "the trust store " + trust.path + " cannot be read: " + Base::TakeOpensslError();
 }
 
 // Has the handshake check that the certificate is made out to `host`.
@@ -77,7 +73,7 @@ public:
         for (;;) {
             const int result = SSL_connect(m_tls);
             const int error = SSL_get_error(m_tls, result);
-            const std::string reason = result == 1 || error == SSL_ERROR_WANT_READ ? "" : TakeOpensslError();
+            const std::string reason = result == 1 || error == SSL_ERROR_WANT_READ ? "" : Base::TakeOpensslError();
             if (!Send(toSend)) {
                 return m_problem;
             }
@@ -128,7 +124,7 @@ private:
     bool WaitAfter(ssize_t count, short events)
     {
         if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-            m_problem = count == 0 ? "the server hung up" : ErrorText(errno);
+            m_problem = count == 0 ? "the server hung up" : Base::ErrorText(errno);
             return false;
         }
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(m_deadline - Clock::now()).count();
@@ -151,9 +147,9 @@ private:
 ServerCertificate FetchServerCertificate(const UrlParts& server, const TrustStore& trust, long timeoutSeconds)
 {
     ServerCertificate result;
-    const SslContextHandle context(SSL_CTX_new(TLS_client_method()));
+    const Base::TlsContextHandle context(SSL_CTX_new(TLS_client_method()));
     if (context == nullptr || SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION) != 1) {
-        result.problem = "TLS cannot be used: " + TakeOpensslError();
+        result.problem = "TLS cannot be used: " + Base::TakeOpensslError();
         return result;
     }
     result.problem = LoadTrust(context.get(), trust);
@@ -165,9 +161,9 @@ ServerCertificate FetchServerCertificate(const UrlParts& server, const TrustStor
         result.problem = "no connection: " + connection.Problem();
         return result;
     }
-    const SslHandle tls(SSL_new(context.get()));
-    if (tls == nullptr || !ExpectHost(tls.get(), BareHost(server.host))) {
-        result.problem = "TLS cannot be used: " + TakeOpensslError();
+    const Base::TlsHandle tls(SSL_new(context.get()));
+    if (tls == nullptr || !ExpectHost(tls.get(), Base::BareHost(server.host))) {
+        result.problem = "TLS cannot be used: " + Base::TakeOpensslError();
         return result;
     }
     // The handshake goes on past a certificate that is not trusted, so that it can be shown; nothing is sent after it.

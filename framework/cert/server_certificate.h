@@ -1,8 +1,8 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_CERT_SERVER_CERTIFICATE_H
 #define PRODUCT_STORAGE_FRAMEWORK_CERT_SERVER_CERTIFICATE_H
 
+#include "base/openssl_handles.h"
 #include "framework/http/url_parts.h"
-#include "framework/support/openssl_handles.h"
 
 #include <string>
 
@@ -15,8 +15,8 @@ struct TrustStore {
 
 /// What a server showed.
 struct ServerCertificate {
-    CertificateHandle certificate; ///< null when there was no TLS connection
-    std::string problem;           ///< why it is not trusted; empty when it is
+    Base::CertificateHandle certificate; ///< null when there was no TLS connection
+    std::string problem;                 ///< why it is not trusted; empty when it is
 };
 
 /// Connects to `server`, shakes hands and hangs up, all within `timeoutSeconds` for the connection and as many for the

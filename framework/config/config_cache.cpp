@@ -1,7 +1,7 @@
 #include "framework/config/config_cache.h"
 
+#include "base/files.h"
 #include "framework/config/config_values.h"
-#include "framework/support/files.h"
 #include "framework/support/immortal.h"
 #include "framework/support/log_line.h"
 
@@ -76,7 +76,7 @@ void ConfigCache::Read(const std::string& path, std::vector<std::string>& proble
         Accept(InterpretConfig(path, m_text), problems);
         return;
     }
-    problems.push_back(path + " cannot be read: " + ErrorText(state.error));
+    problems.push_back(path + " cannot be read: " + Base::ErrorText(state.error));
     if (m_values == nullptr) {
         Publish(InterpretConfig(path, {}).values);
     }

@@ -1,8 +1,8 @@
 #include "framework/config/config_file.h"
 
+#include "base/descriptor.h"
+#include "base/files.h"
 #include "framework/support/executable_root.h"
-#include "framework/support/files.h"
-#include "framework/support/unique_fd.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -66,14 +66,15 @@ FileState LookAtFile(const std::string& path)
 void ReadConfigText(const std::string& path, std::string& text, FileState& state)
 {
     text.clear();
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // not to wait for a pipe's writer
+    const Base::Descriptor file(
+        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // not to wait for a pipe's writer
     struct stat status = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0) {
         state = FailedState(errno);
         return;
     }
     state = StateOf(status);
-    state.error = S_ISREG(status.st_mode) ? ReadToEnd(file.Get(), MAX_FILE_BYTES, text) : EISDIR;
+    state.error = S_ISREG(status.st_mode) ? Base::ReadToEnd(file.Get(), MAX_FILE_BYTES, text) : EISDIR;
 }
 
 } // namespace Framework

@@ -1,7 +1,7 @@
 #include "common/framework/config_reader.h"
 
+#include "base/files.h"
 #include "framework/config/config_values.h"
-#include "framework/support/files.h"
 #include "framework/support/log_line.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ std::vector<std::string> ReadStrictly(ConfigValues& values)
     ConfigReading reading = InterpretConfig(path, text);
     values = reading.values;
     if (state.error != 0 && state.error != ENOENT) {
-        reading.problems = {path + " cannot be read: " + ErrorText(state.error)};
+        reading.problems = {path + " cannot be read: " + Base::ErrorText(state.error)};
     }
     // A program would find out when it connects, and fail then: nothing else is trusted in the file's place.
     for (const Setting setting : {Setting::HttpCaFile, Setting::CertTrustStore}) {
@@ -31,7 +31,7 @@ std::vector<std::string> ReadStrictly(ConfigValues& values)
         if (error != 0) {
             const SettingSpec& spec = SpecOf(setting);
             reading.problems.push_back(path + ": [" + std::string(spec.section) + "] " + std::string(spec.key) +
-                                       " names " + named + ": " + ErrorText(error));
+                                       " names " + named + ": " + Base::ErrorText(error));
         }
     }
     return reading.problems;

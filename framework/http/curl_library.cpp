@@ -1,6 +1,6 @@
 #include "framework/http/curl_library.h"
 
-#include "framework/support/files.h"
+#include "base/files.h"
 
 #include <openssl/crypto.h>
 
@@ -69,7 +69,7 @@ std::string FailureText(CURL* curl, CURLcode code, const char* details)
     long systemError = 0;
     if (code == CURLE_COULDNT_CONNECT && curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &systemError) == CURLE_OK &&
         systemError != 0) {
-        text += ": " + ErrorText(static_cast<int>(systemError));
+        text += ": " + Base::ErrorText(static_cast<int>(systemError));
     }
     return text;
 }

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
 #define PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
 
-#include "framework/support/openssl_handles.h"
+#include "base/openssl_handles.h"
 
 #include <curl/curl.h>
 
@@ -10,9 +10,9 @@
 
 namespace Framework {
 
-using CurlHandle = std::unique_ptr<CURL, FreeBy<curl_easy_cleanup>>;
-using CurlMultiHandle = std::unique_ptr<CURLM, FreeBy<curl_multi_cleanup>>;
-using CurlUrl = std::unique_ptr<CURLU, FreeBy<curl_url_cleanup>>;
+using CurlHandle = std::unique_ptr<CURL, Base::FreeBy<curl_easy_cleanup>>;
+using CurlMultiHandle = std::unique_ptr<CURLM, Base::FreeBy<curl_multi_cleanup>>;
+using CurlUrl = std::unique_ptr<CURLU, Base::FreeBy<curl_url_cleanup>>;
 
 /// A new handle for one transfer at a time; null when there is none. The first call of the process initialises libcurl
 /// such that it wipes each of its buffers when it gives it back: they hold passwords, tokens and cookies. Where another
@@ -35,7 +35,7 @@ public:
     curl_slist* Get() const { return m_list.get(); }
 
 private:
-    std::unique_ptr<curl_slist, FreeBy<curl_slist_free_all>> m_list;
+    std::unique_ptr<curl_slist, Base::FreeBy<curl_slist_free_all>> m_list;
 };
 
 } // namespace Framework

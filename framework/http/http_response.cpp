@@ -1,6 +1,6 @@
 #include "framework/http/http_response.h"
 
-#include "framework/support/wipe.h"
+#include "base/secret.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 
@@ -58,7 +58,7 @@ bool HttpResponse::IsSuccess() const
 void HttpResponse::TakeHeadLine(std::string_view line)
 {
     if (boost::starts_with(line, "HTTP/")) {
-        Wipe(m_cookies);
+        Secret::Wipe(m_cookies);
         m_reason = Reason(line);
     } else if (boost::istarts_with(line, SET_COOKIE)) {
         m_cookies.emplace(Trim(line.substr(SET_COOKIE.size())));
@@ -67,7 +67,7 @@ void HttpResponse::TakeHeadLine(std::string_view line)
 
 void HttpResponse::TakeBody(const char* bytes, std::size_t size)
 {
-    AppendSecret(m_body, bytes, size);
+    Secret::Append(m_body, bytes, size);
 }
 
 void HttpResponse::Complete(int status, const std::string& request)
@@ -89,8 +89,8 @@ void HttpResponse::Fail(int code, const std::string& errorText)
 
 void HttpResponse::Drop() noexcept
 {
-    Wipe(m_body);
-    Wipe(m_cookies);
+    Secret::WipeOnce(m_body);
+    Secret::Wipe(m_cookies);
 }
 
 } // namespace Framework

@@ -1,8 +1,8 @@
 #include "framework/http/transfer.h"
 
+#include "base/secret.h"
 #include "framework/http/scheme_memory.h"
 #include "framework/http/url_parts.h"
-#include "framework/support/wipe.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/trim.hpp>
@@ -149,7 +149,7 @@ bool Transfer::SetHeaders()
         }
         const bool isEmpty = boost::trim_copy(value).empty();
         std::string line;
-        const ScopedWipe wipeLine(line);
+        const Secret::ScopedWipe wipeLine(line);
         line.reserve(name.size() + value.size() + 2);
         // For libcurl a name with ':' and nothing else takes a header away; with ';' it sends an empty one.
         line.append(name).append(isEmpty ? ";" : ": ").append(isEmpty ? "" : value);

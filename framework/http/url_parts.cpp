@@ -14,7 +14,7 @@ void FreeCurlText(char* text) noexcept
     curl_free(text);
 }
 
-using CurlText = std::unique_ptr<char, FreeBy<FreeCurlText>>;
+using CurlText = std::unique_ptr<char, Base::FreeBy<FreeCurlText>>;
 
 std::string Part(CURLU* url, CURLUPart part)
 {

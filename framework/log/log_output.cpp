@@ -1,8 +1,8 @@
 #include "framework/log/log_output.h"
 
-#include "framework/support/files.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 #include "framework/support/immortal.h"
-#include "framework/support/unique_fd.h"
 
 #include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
@@ -48,7 +48,7 @@ int PersonLevel(int none)
 void WriteToStandardError(std::string line)
 {
     line += '\n';
-    WriteWhole(STDERR_FILENO, line);
+    Base::WriteWhole(STDERR_FILENO, line);
 }
 
 } // namespace
@@ -163,10 +163,10 @@ void LogOutput::OpenFile()
     }
     m_nextOpenSeconds = now + REOPEN_SECONDS;
     // The sink would sleep and try again several times when it cannot open the file; whether it can is known first.
-    MakeParentDirectory(m_path);
-    const UniqueFd probe(::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+    Base::MakeParentDirectory(m_path);
+    const Base::Descriptor probe(::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
     if (!probe.IsOpen()) {
-        LoseFile(ErrorText(errno));
+        LoseFile(Base::ErrorText(errno));
         return;
     }
     try {

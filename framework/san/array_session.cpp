@@ -1,6 +1,6 @@
 #include "framework/san/array_session.h"
 
-#include "framework/support/wipe.h"
+#include "base/secret.h"
 
 #include <json/reader.h>
 #include <json/writer.h>
@@ -22,7 +22,7 @@ struct SessionRequest : TMSHttpRequest {
     ~SessionRequest()
     {
         while (!headers.empty()) {
-            Wipe(headers.extract(headers.begin()).value().second);
+            Secret::Wipe(headers.extract(headers.begin()).value().second);
         }
     }
 };
@@ -89,8 +89,8 @@ ArraySession::~ArraySession()
 void ArraySession::Detach() noexcept
 {
     m_client.reset();
-    Wipe(m_token);
-    Wipe(m_cookie);
+    Secret::Wipe(m_token);
+    Secret::Wipe(m_cookie);
 }
 
 void ArraySession::Attach(const std::string& server, const std::string& deviceId, const std::string& token,

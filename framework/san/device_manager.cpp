@@ -1,5 +1,6 @@
 #include "common/framework/san_manager.h"
 
+#include "base/host_port.h"
 #include "framework/http/scheme_memory.h"
 #include "framework/san/handlers.h"
 #include "framework/support/log_line.h"
@@ -13,12 +14,6 @@ namespace {
 
 constexpr unsigned int HTTP_PORT = 80;
 constexpr unsigned int MAX_PORT = 65535;
-
-std::string BracketedHost(const std::string& address)
-{
-    const bool isBareIpv6 = address.find(':') != std::string::npos && address.front() != '[';
-    return isBareIpv6 ? "[" + address + "]" : address;
-}
 
 /// The SAN management over the array's REST interface, with one handler of each kind.
 class DeviceManager final : public CDeviceManager {
@@ -56,7 +51,7 @@ public:
                                  ", failed: that is no address");
             }
             port = port == 0 ? HTTP_PORT : port;
-            const std::string server = BracketedHost(address) + ":" + std::to_string(port);
+            const std::string server = Base::HostAndPort(address, port);
             // The login that opened the session went over the right scheme and was answered.
             const std::string known = SchemeMemory::Find(server);
             const std::string url = (known.empty() ? "https" : known) + "://" + server;

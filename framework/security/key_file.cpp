@@ -1,9 +1,11 @@
 #include "framework/security/key_file.h"
 
+#include "base/descriptor.h"
+#include "base/files.h"
+#include "base/secret.h"
 #include "common/framework/random_bytes.h"
-#include "framework/support/files.h"
-#include "framework/support/unique_fd.h"
-#include "framework/support/wipe.h"
+
+#include <openssl/crypto.h>
 
 #include <boost/algorithm/hex.hpp>
 
@@ -28,7 +30,7 @@ std::string FindFileProblem(int fd)
 {
     struct stat status = {};
     if (::fstat(fd, &status) != 0) {
-        return ErrorText(errno);
+        return Base::ErrorText(errno);
     }
     if (!S_ISREG(status.st_mode)) {
         return "it is no regular file";
@@ -97,11 +99,11 @@ bool Generate(std::string& text)
 
 int WriteNew(const std::string& path, const std::string& text)
 {
-    const UniqueFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, KEY_MODE));
+    const Base::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, KEY_MODE));
     if (!file.IsOpen() || ::fchmod(file.Get(), KEY_MODE) != 0) { // the process's umask may have taken bits away
         return errno;
     }
-    const int error = WriteWhole(file.Get(), text);
+    const int error = Base::WriteWhole(file.Get(), text);
     return error != 0 || ::fsync(file.Get()) == 0 ? error : errno;
 }
 
@@ -115,20 +117,20 @@ Key::~Key()
 KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)
 {
     // Without waiting for a pipe's writer, and without following a link that others may have laid.
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.IsOpen()) {
         const int error = errno;
         problem = "The key file " + path +
-                  " cannot be opened: " + (error == ELOOP ? "it is a symbolic link" : ErrorText(error));
+                  " cannot be opened: " + (error == ELOOP ? "it is a symbolic link" : Base::ErrorText(error));
         return error == ENOENT ? KeyResult::Missing : KeyResult::Refused;
     }
     std::string reason = FindFileProblem(file.Get());
     std::string text;
-    const ScopedWipe wipeText(text);
+    const Secret::ScopedWipe wipeText(text);
     if (reason.empty()) {
         const int error = ReadKeyText(file.Get(), text);
         if (error != 0) {
-            reason = ErrorText(error);
+            reason = Base::ErrorText(error);
         } else if (!Decode(text, key)) {
             reason = "it does not hold 64 hexadecimal digits";
         }
@@ -142,25 +144,25 @@ KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)
 bool CreateKey(const std::string& path, std::string& problem)
 {
     std::string text;
-    const ScopedWipe wipeText(text);
+    const Secret::ScopedWipe wipeText(text);
     if (!Generate(text)) {
         problem = "No random key can be made";
         return false;
     }
     // Written apart and then given its name, which fails when there is one: nobody ever reads half a key, and a key
     // that is there already is never replaced.
-    const std::string temporary = TemporaryName(path);
-    MakeParentDirectory(path);
+    const std::string temporary = Base::TemporaryName(path);
+    Base::MakeParentDirectory(path);
     int error = WriteNew(temporary, text);
     if (error == 0 && ::link(temporary.c_str(), path.c_str()) != 0) {
         error = errno;
     }
     ::unlink(temporary.c_str());
     if (error != 0 && error != EEXIST) {
-        problem = "The key file " + path + " cannot be made: " + ErrorText(error);
+        problem = "The key file " + path + " cannot be made: " + Base::ErrorText(error);
         return false;
     }
-    SyncParentDirectory(path);
+    Base::SyncParentDirectory(path);
     return true;
 }
 

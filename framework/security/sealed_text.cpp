@@ -1,8 +1,8 @@
 #include "framework/security/sealed_text.h"
 
+#include "base/openssl_handles.h"
+#include "base/secret.h"
 #include "common/framework/random_bytes.h"
-#include "framework/support/openssl_handles.h"
-#include "framework/support/wipe.h"
 
 #include <climits>
 #include <string_view>
@@ -65,7 +65,7 @@ bool Seal(const Key& key, const std::string& plain, std::string& sealed)
     unsigned char* const nonce = Bytes(bytes);
     unsigned char* const body = nonce + NONCE_SIZE;
     unsigned char* const tag = body + plain.size();
-    const CipherHandle cipher(EVP_CIPHER_CTX_new());
+    const Base::CipherHandle cipher(EVP_CIPHER_CTX_new());
     int count = 0;
     const bool isSealed =
         cipher != nullptr && getRandBytes(nonce, NONCE_SIZE) > 0 &&
@@ -92,7 +92,7 @@ OpenResult Open(const Key& key, const std::string& sealed, std::string& plain)
     unsigned char* const nonce = Bytes(bytes);
     const unsigned char* const body = nonce + NONCE_SIZE;
     unsigned char* const tag = nonce + NONCE_SIZE + plain.size();
-    const CipherHandle cipher(EVP_CIPHER_CTX_new());
+    const Base::CipherHandle cipher(EVP_CIPHER_CTX_new());
     int count = 0;
     const bool isOpened = cipher != nullptr &&
                           EVP_DecryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, key.Bytes(), nonce) == 1 &&
@@ -101,7 +101,7 @@ OpenResult Open(const Key& key, const std::string& sealed, std::string& plain)
                           EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_SET_TAG, TAG_SIZE, tag) == 1 &&
                           EVP_DecryptFinal_ex(cipher.get(), Bytes(plain) + plain.size(), &count) == 1;
     if (!isOpened) {
-        Wipe(plain);
+        Secret::Wipe(plain);
         return OpenResult::Tampered;
     }
     return OpenResult::Ok;

@@ -1,10 +1,10 @@
 #include "common/framework/security.h"
 
+#include "base/secret.h"
 #include "framework/config/config_values.h"
 #include "framework/security/key_file.h"
 #include "framework/security/sealed_text.h"
 #include "framework/support/log_line.h"
-#include "framework/support/wipe.h"
 
 #include <exception>
 
@@ -54,12 +54,12 @@ std::string Encrypt(const std::string& plain, std::string& cipher)
 
 bool SecuritySS::ZelkDecryptInfo(const std::string& cipher, std::string& plain)
 {
-    Wipe(plain);
+    Secret::Wipe(plain);
     std::string problem;
     try {
         problem = Decrypt(cipher, plain);
     } catch (const std::exception& error) {
-        Wipe(plain);
+        Secret::Wipe(plain);
         problem = error.what();
     }
     if (!problem.empty()) {

@@ -1,5 +1,7 @@
 #include "framework/shell/child_process.h"
 
+#include "base/program.h"
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/syscall.h>
@@ -24,16 +26,16 @@ constexpr int FIRST_OWN_FD = 10; // above all that the child's descriptors are m
 // command) so that it lives to tell how the command took it.
 constexpr char OUTER_SCRIPT[] = "trap : INT; (exec /bin/sh -c \"$1\" 2>&4 3>&- 4>&-); echo \"$?\" >&3";
 
-int MakePipe(UniqueFd& readEnd, UniqueFd& writeEnd)
+int MakePipe(Base::Descriptor& readEnd, Base::Descriptor& writeEnd)
 {
     std::array<int, 2> ends = {-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         return errno;
     }
-    const UniqueFd first(ends[0]);
-    const UniqueFd second(ends[1]);
-    readEnd = UniqueFd(::fcntl(first.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
-    writeEnd = UniqueFd(::fcntl(second.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
+    const Base::Descriptor first(ends[0]);
+    const Base::Descriptor second(ends[1]);
+    readEnd = Base::Descriptor(::fcntl(first.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
+    writeEnd = Base::Descriptor(::fcntl(second.Get(), F_DUPFD_CLOEXEC, FIRST_OWN_FD));
     if (!readEnd.IsOpen() || !writeEnd.IsOpen() || ::fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK) != 0) {
         return errno;
     }
@@ -95,25 +97,13 @@ private:
     posix_spawnattr_t m_attributes;
 };
 
-// The list of writable C texts that exec takes; it lives as long as `texts`.
-std::vector<char*> CTexts(std::vector<std::string>& texts)
-{
-    std::vector<char*> list;
-    list.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        list.push_back(text.data());
-    }
-    list.push_back(nullptr);
-    return list;
-}
-
 } // namespace
 
 int ChildProcess::Start(const std::string& command, const std::vector<std::string>& environment)
 {
-    UniqueFd output;
-    UniqueFd error;
-    UniqueFd status;
+    Base::Descriptor output;
+    Base::Descriptor error;
+    Base::Descriptor status;
     int result = MakePipe(m_pipes.output, output);
     result = result == 0 ? MakePipe(m_pipes.error, error) : result;
     result = result == 0 ? MakePipe(m_pipes.status, status) : result;
@@ -126,12 +116,12 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     std::vector<std::string> arguments = {"sh", "-c", OUTER_SCRIPT, "sh", command};
     std::vector<std::string> variables = environment;
     pid_t pid = -1;
-    result = ::posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), CTexts(arguments).data(),
-                           CTexts(variables).data());
+    result = ::posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), Base::CTexts(arguments).data(),
+                           Base::CTexts(variables).data());
     if (result == 0) {
         m_group = pid;
         // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
-        m_pipes.ended = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+        m_pipes.ended = Base::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
     }
     return result;
 }

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_SHELL_CHILD_PROCESS_H
 #define PRODUCT_STORAGE_FRAMEWORK_SHELL_CHILD_PROCESS_H
 
-#include "framework/support/unique_fd.h"
+#include "base/descriptor.h"
 
 #include <sys/types.h>
 
@@ -12,10 +12,10 @@ namespace Framework {
 
 /// One end for us of each of a shell's pipes.
 struct ShellPipes {
-    UniqueFd output;
-    UniqueFd error;
-    UniqueFd status; ///< receives the shell's exit status in decimal and a line end
-    UniqueFd ended;  ///< readable when the outer shell has ended; not open when that was so from the beginning
+    Base::Descriptor output;
+    Base::Descriptor error;
+    Base::Descriptor status; ///< receives the shell's exit status in decimal and a line end
+    Base::Descriptor ended;  ///< readable when the outer shell has ended; not open when that was so from the beginning
 };
 
 /// A shell that runs one command in a process group of its own, with standard input from /dev/null, every signal at its

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_SHELL_OUTPUT_COLLECTOR_H
 #define PRODUCT_STORAGE_FRAMEWORK_SHELL_OUTPUT_COLLECTOR_H
 
-#include "framework/support/unique_fd.h"
+#include "base/descriptor.h"
 
 #include <cstddef>
 #include <string>
@@ -13,7 +13,7 @@ namespace Framework {
 /// writer goes on.
 class OutputCollector {
 public:
-    OutputCollector(UniqueFd& pipe, std::size_t limit)
+    OutputCollector(Base::Descriptor& pipe, std::size_t limit)
         : m_pipe(pipe)
         , m_limit(limit)
     {
@@ -35,7 +35,7 @@ public:
     std::vector<std::string> Lines() const;
 
 private:
-    UniqueFd& m_pipe;
+    Base::Descriptor& m_pipe;
     const std::size_t m_limit;
     std::string m_text;
     std::size_t m_dropped = 0;

@@ -1,8 +1,8 @@
 #include "framework/shell/shell_run.h"
 
+#include "base/files.h"
 #include "framework/shell/child_process.h"
 #include "framework/shell/output_collector.h"
-#include "framework/support/files.h"
 
 #include <poll.h>
 
@@ -166,7 +166,7 @@ ShellResult RunShell(const std::string& command, const std::vector<std::string>&
     ChildProcess child;
     const int failure = child.Start(command, environment);
     if (failure != 0) {
-        return {ShellStatus::NOT_STARTED, {}, {"The shell could not be started: " + ErrorText(failure)}};
+        return {ShellStatus::NOT_STARTED, {}, {"The shell could not be started: " + Base::ErrorText(failure)}};
     }
     return ShellWatch(child, timeLimit).Watch(timeLimit);
 }

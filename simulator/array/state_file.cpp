@@ -1,8 +1,8 @@
 #include "simulator/array/state_file.h"
 
+#include "base/files.h"
 #include "simulator/array/state_json.h"
-#include "simulator/base/file_io.h"
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 #include <stdexcept>
 
@@ -10,7 +10,7 @@ namespace ZavSim {
 
 State StateFile::Load(std::uint64_t lunCount) const
 {
-    const auto text = ReadFileIfThere(m_path);
+    const auto text = Base::ReadFileIfThere(m_path);
     if (!text) {
         return State(lunCount);
     }
@@ -28,7 +28,7 @@ State StateFile::Load(std::uint64_t lunCount) const
 
 void StateFile::Save(const State& state) const
 {
-    WriteFileAtomically(m_path, WriteJsonIndented(StateToJson(state, m_serial)), 0600);
+    Base::SaveFile(m_path, WriteJsonIndented(StateToJson(state, m_serial)), 0600);
 }
 
 } // namespace ZavSim

@@ -1,9 +1,9 @@
 #include "simulator/cluster/cluster_service.h"
 
-#include "simulator/access/scoped_wipe.h"
-#include "simulator/base/json_io.h"
+#include "base/secret.h"
 #include "simulator/cluster/dialects.h"
 #include "simulator/http/listen_address.h"
+#include "simulator/json/json_io.h"
 
 #include <algorithm>
 
@@ -99,7 +99,7 @@ HttpAnswer ClusterService::Login(const HttpRequest& request)
 {
     const Json::Value body = ParseBody(request.body);
     std::string password = RequireText(body, "password");
-    const ScopedWipe wipePassword(password);
+    const Secret::ScopedWipe wipePassword(password);
     const Session session = m_cluster.Login(RequireText(body, "user_name"), password);
     Json::Value data(Json::objectValue);
     data["x_auth_token"] = session.token;

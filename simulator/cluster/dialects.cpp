@@ -1,6 +1,6 @@
 #include "simulator/cluster/dialects.h"
 
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 namespace ZavSim {
 

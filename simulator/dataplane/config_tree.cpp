@@ -1,6 +1,7 @@
 #include "simulator/dataplane/config_tree.h"
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,14 +19,14 @@ void MakeFolder(const std::string& path)
 {
     constexpr mode_t MODE = 0755;
     if (::mkdir(path.c_str(), MODE) != 0 && errno != EEXIST) {
-        ThrowErrno("cannot make", path);
+        Base::ThrowErrno("cannot make", path);
     }
 }
 
 void RemoveFolder(const std::string& path)
 {
     if (::rmdir(path.c_str()) != 0 && errno != ENOENT) {
-        ThrowErrno("cannot remove", path);
+        Base::ThrowErrno("cannot remove", path);
     }
 }
 
@@ -33,23 +34,23 @@ void Write(const std::string& path, const std::string& value)
 {
     constexpr mode_t MODE = 0644;
     // Only a plain folder lets the file be made: the kernel's objects have all of theirs.
-    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, MODE));
+    const Base::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, MODE));
     if (!file.IsOpen() || ::write(file.Get(), value.data(), value.size()) != static_cast<ssize_t>(value.size())) {
-        ThrowErrno("cannot write \"" + value + "\" to", path);
+        Base::ThrowErrno("cannot write \"" + value + "\" to", path);
     }
 }
 
 void Link(const std::string& object, const std::string& path)
 {
     if (::symlink(object.c_str(), path.c_str()) != 0 && errno != EEXIST) {
-        ThrowErrno("cannot link " + object + " as", path);
+        Base::ThrowErrno("cannot link " + object + " as", path);
     }
 }
 
 void Unlink(const std::string& path)
 {
     if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
-        ThrowErrno("cannot unlink", path);
+        Base::ThrowErrno("cannot unlink", path);
     }
 }
 

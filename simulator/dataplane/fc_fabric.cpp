@@ -1,6 +1,6 @@
 #include "simulator/dataplane/fc_fabric.h"
 
-#include "simulator/base/file_io.h"
+#include "base/files.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,7 +15,7 @@ namespace {
 std::string ReadAttribute(const fs::path& path)
 {
     try {
-        const std::string text = ReadFileIfThere(path.string()).value_or("");
+        const std::string text = Base::ReadFileIfThere(path.string()).value_or("");
         return text.substr(0, text.find('\n'));
     } catch (const std::exception&) {
         return "";

@@ -1,5 +1,6 @@
 #include "simulator/dataplane/lio_plane.h"
 
+#include "base/host_port.h"
 #include "simulator/dataplane/config_tree.h"
 #include "simulator/dataplane/fc_fabric.h"
 
@@ -10,11 +11,11 @@ namespace ZavSim {
 
 namespace {
 
-constexpr const char* PORT = ":3260";
+constexpr unsigned int PORT = 3260;
 
 std::string PortalOf(const std::string& address)
 {
-    return (address.find(':') == std::string::npos ? address : "[" + address + "]") + PORT;
+    return Base::HostAndPort(address, PORT);
 }
 
 void RequireTargetCore(const std::string& target)

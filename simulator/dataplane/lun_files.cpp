@@ -1,6 +1,7 @@
 #include "simulator/dataplane/lun_files.h"
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -43,13 +44,13 @@ BackedLun LunFiles::Open(std::uint64_t lun) const
     backed.sectorSize = NumberOf(record, "SECTORSIZE");
     backed.bytes = NumberOf(record, "CAPACITY") * backed.sectorSize;
 
-    const Descriptor file(::open(backed.file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, OWNER_ONLY));
+    const Base::Descriptor file(::open(backed.file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, OWNER_ONLY));
     struct stat status {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0) {
-        ThrowErrno("cannot open", backed.file);
+        Base::ThrowErrno("cannot open", backed.file);
     }
     if (status.st_size == 0 && ::ftruncate(file.Get(), static_cast<off_t>(backed.bytes)) != 0) {
-        ThrowErrno("cannot give its size to", backed.file);
+        Base::ThrowErrno("cannot give its size to", backed.file);
     }
     if (status.st_size != 0 && static_cast<std::uint64_t>(status.st_size) != backed.bytes) {
         throw std::runtime_error(backed.file + " has " + std::to_string(status.st_size) + " bytes, the LUN has " +

@@ -1,11 +1,17 @@
 #include "simulator/dataplane/tgt_daemon.h"
 
-#include "simulator/dataplane/command.h"
+#include "base/program.h"
 
 #include <sstream>
 #include <stdexcept>
 
 namespace ZavSim {
+
+namespace {
+
+constexpr std::chrono::seconds PATIENCE(10);
+
+} // namespace
 
 TgtDaemon::TgtDaemon(const std::string& socket)
     : m_socket(socket)
@@ -76,9 +82,9 @@ std::string TgtDaemon::Administer(const std::vector<std::string>& words) const
 {
     std::vector<std::string> all{"tgtadm", "-C", m_port, "--lld", "iscsi"};
     all.insert(all.end(), words.begin(), words.end());
-    CommandResult result;
+    Base::ProgramResult result;
     try {
-        result = RunCommand(all, {m_setting});
+        result = Base::RunProgram(all, {m_setting}, PATIENCE);
     } catch (const std::exception& error) {
         throw std::runtime_error("the tgtd at " + m_socket + ": " + error.what() + " (Debian: package tgt)");
     }

@@ -1,6 +1,6 @@
 #include "simulator/faults/fault.h"
 
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 #include <algorithm>
 #include <array>

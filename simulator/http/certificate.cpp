@@ -20,13 +20,13 @@ constexpr int X509_VERSION = 2; // counts from 0: this is version 3
 void Require(bool done, const char* what)
 {
     if (!done) {
-        ThrowOpenSsl(what);
+        Base::ThrowOpenssl(what);
     }
 }
 
 void SetSerial(X509* certificate)
 {
-    const BignumHandle number(BN_new());
+    const Base::BignumHandle number(BN_new());
     Require(number && BN_rand(number.get(), SERIAL_BITS, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ANY) == 1 &&
                 BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr,
             "cannot draw a serial number");
@@ -43,14 +43,14 @@ void AddExtension(X509* certificate, X509* issuer, int nid, const std::string& v
 {
     X509V3_CTX context;
     X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
-    const ExtensionHandle extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
+    const Base::ExtensionHandle extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
     Require(extension && X509_add_ext(certificate, extension.get(), -1) == 1, "cannot add to a certificate");
 }
 
 /// A certificate with a new key, complete but for its extensions and signature.
 Identity Draft(const std::string& name, long days)
 {
-    Identity identity{CertificateHandle(X509_new()), KeyHandle(EVP_EC_gen("P-256"))};
+    Identity identity{Base::CertificateHandle(X509_new()), Base::KeyHandle(EVP_EC_gen("P-256"))};
     Require(identity.certificate && identity.key, "cannot make a key");
     X509* const certificate = identity.certificate.get();
     Require(X509_set_version(certificate, X509_VERSION) == 1 &&
@@ -75,9 +75,9 @@ std::string TextOf(BIO* memory)
     return std::string(data, static_cast<std::size_t>(size));
 }
 
-BioHandle Reading(const std::string& text)
+Base::BioHandle Reading(const std::string& text)
 {
-    return BioHandle(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+    return Base::BioHandle(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
 }
 
 } // namespace
@@ -125,14 +125,14 @@ bool IsUsableFor(const Identity& server, const Identity& authority, const std::s
 
 std::string CertificateToPem(const Identity& identity)
 {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
+    const Base::BioHandle memory(BIO_new(BIO_s_mem()));
     Require(memory && PEM_write_bio_X509(memory.get(), identity.certificate.get()) == 1, "cannot write a certificate");
     return TextOf(memory.get());
 }
 
 std::string KeyToPem(const Identity& identity)
 {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
+    const Base::BioHandle memory(BIO_new(BIO_s_mem()));
     Require(memory &&
                 PEM_write_bio_PrivateKey(memory.get(), identity.key.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
             "cannot write a private key");
@@ -142,8 +142,8 @@ std::string KeyToPem(const Identity& identity)
 Identity IdentityFromPem(const std::string& certificate, const std::string& key)
 {
     Identity identity{
-        CertificateHandle(PEM_read_bio_X509(Reading(certificate).get(), nullptr, nullptr, nullptr)),
-        KeyHandle(PEM_read_bio_PrivateKey(Reading(key).get(), nullptr, nullptr, nullptr)),
+        Base::CertificateHandle(PEM_read_bio_X509(Reading(certificate).get(), nullptr, nullptr, nullptr)),
+        Base::KeyHandle(PEM_read_bio_PrivateKey(Reading(key).get(), nullptr, nullptr, nullptr)),
     };
     Require(identity.certificate != nullptr, "not a certificate in PEM form");
     Require(identity.key != nullptr, "not a private key in PEM form");

@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_HTTP_CERTIFICATE_H
 #define ZAVSIM_HTTP_CERTIFICATE_H
 
-#include "simulator/http/openssl_handles.h"
+#include "base/openssl_handles.h"
 
 #include <string>
 
@@ -9,8 +9,8 @@ namespace ZavSim {
 
 /// A certificate with its private key.
 struct Identity {
-    CertificateHandle certificate;
-    KeyHandle key;
+    Base::CertificateHandle certificate;
+    Base::KeyHandle key;
 };
 
 /// A new authority that signs itself. Throws std::runtime_error.

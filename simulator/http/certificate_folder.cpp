@@ -1,6 +1,7 @@
 #include "simulator/http/certificate_folder.h"
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -20,16 +21,16 @@ constexpr unsigned CERTIFICATE_MODE = 0644;
 constexpr unsigned KEY_MODE = 0600;
 
 /// Keeps other processes out of the folder; released with the descriptor.
-Descriptor LockFolder(const std::string& folder)
+Base::Descriptor LockFolder(const std::string& folder)
 {
     const std::string path = folder + "/lock";
-    Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, KEY_MODE));
+    Base::Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, KEY_MODE));
     if (!lock.IsOpen()) {
-        ThrowErrno("cannot write", path);
+        Base::ThrowErrno("cannot write", path);
     }
     while (::flock(lock.Get(), LOCK_EX) != 0) {
         if (errno != EINTR) {
-            ThrowErrno("cannot lock", path);
+            Base::ThrowErrno("cannot lock", path);
         }
     }
     return lock;
@@ -37,14 +38,14 @@ Descriptor LockFolder(const std::string& folder)
 
 void Store(const Identity& identity, const std::string& certificatePath, const std::string& keyPath)
 {
-    WriteFileAtomically(keyPath, KeyToPem(identity), KEY_MODE);
-    WriteFileAtomically(certificatePath, CertificateToPem(identity), CERTIFICATE_MODE);
+    Base::SaveFile(keyPath, KeyToPem(identity), KEY_MODE);
+    Base::SaveFile(certificatePath, CertificateToPem(identity), CERTIFICATE_MODE);
 }
 
 std::optional<Identity> LoadIfThere(const std::string& certificatePath, const std::string& keyPath)
 {
-    const auto certificate = ReadFileIfThere(certificatePath);
-    const auto key = ReadFileIfThere(keyPath);
+    const auto certificate = Base::ReadFileIfThere(certificatePath);
+    const auto key = Base::ReadFileIfThere(keyPath);
     if (!certificate && !key) {
         return std::nullopt;
     }
@@ -62,9 +63,9 @@ std::optional<Identity> LoadIfThere(const std::string& certificatePath, const st
 Identity LoadOrMakeAuthority(const std::string& folder)
 {
     if (::mkdir(folder.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
-        ThrowErrno("cannot make the folder", folder);
+        Base::ThrowErrno("cannot make the folder", folder);
     }
-    const Descriptor lock = LockFolder(folder);
+    const Base::Descriptor lock = LockFolder(folder);
     auto authority = LoadIfThere(folder + "/ca.pem", folder + "/ca.key");
     if (!authority) {
         authority = MakeAuthority();
@@ -89,7 +90,7 @@ Identity CertificateFolder::LoadOrMakeServer(const std::string& address) const
     std::string name = address;
     std::replace(name.begin(), name.end(), ':', '_'); // an IPv6 address as a file name that every tool takes
     const std::string base = m_folder + "/server-" + name;
-    const Descriptor lock = LockFolder(m_folder);
+    const Base::Descriptor lock = LockFolder(m_folder);
     try {
         auto server = LoadIfThere(base + ".pem", base + ".key");
         if (server && IsUsableFor(*server, m_authority, address)) {
@@ -103,14 +104,14 @@ Identity CertificateFolder::LoadOrMakeServer(const std::string& address) const
     return server;
 }
 
-TlsContextHandle CertificateFolder::ServerContext(const std::string& address) const
+Base::TlsContextHandle CertificateFolder::ServerContext(const std::string& address) const
 {
     const Identity server = LoadOrMakeServer(address);
-    TlsContextHandle context(SSL_CTX_new(TLS_server_method()));
+    Base::TlsContextHandle context(SSL_CTX_new(TLS_server_method()));
     if (!context || SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION) != 1 ||
         SSL_CTX_use_certificate(context.get(), server.certificate.get()) != 1 ||
         SSL_CTX_use_PrivateKey(context.get(), server.key.get()) != 1) {
-        ThrowOpenSsl("cannot set up TLS for " + address);
+        Base::ThrowOpenssl("cannot set up TLS for " + address);
     }
     return context;
 }

@@ -21,7 +21,7 @@ public:
     std::string AuthorityPath() const { return m_folder + "/ca.pem"; }
 
     /// A context for serving on the address: TLS 1.2 at least. Throws std::runtime_error.
-    TlsContextHandle ServerContext(const std::string& address) const;
+    Base::TlsContextHandle ServerContext(const std::string& address) const;
 
 private:
     Identity LoadOrMakeServer(const std::string& address) const;

@@ -1,8 +1,8 @@
 #ifndef ZAVSIM_HTTP_CONNECTION_H
 #define ZAVSIM_HTTP_CONNECTION_H
 
+#include "base/openssl_handles.h"
 #include "simulator/http/handler.h"
-#include "simulator/http/openssl_handles.h"
 
 #include <httplib.h>
 
@@ -57,7 +57,7 @@ private:
     const socket_t m_socket;
     const std::uint64_t m_number;
     const bool m_isTls;
-    TlsHandle m_tls;
+    Base::TlsHandle m_tls;
     bool m_severed = false;
     std::array<char, 16384> m_buffer; ///< the library reads single bytes; m_begin … m_end are yet to be given
     std::size_t m_begin = 0;

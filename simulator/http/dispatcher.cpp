@@ -1,7 +1,7 @@
 #include "simulator/http/dispatcher.h"
 
-#include "simulator/base/json_io.h"
 #include "simulator/http/compression.h"
+#include "simulator/json/json_io.h"
 
 #include <algorithm>
 

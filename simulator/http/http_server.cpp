@@ -113,7 +113,7 @@ private:
     Connection& m_connection;
 };
 
-HttpServer::HttpServer(Dispatcher& dispatcher, TlsContextHandle context, const ServerLimits& limits)
+HttpServer::HttpServer(Dispatcher& dispatcher, Base::TlsContextHandle context, const ServerLimits& limits)
     : m_dispatcher(dispatcher)
     , m_context(std::move(context))
     , m_limits(limits)
@@ -143,7 +143,7 @@ void HttpServer::Open(ListenAddress& address)
     if (!bound || ::listen(svr_sock_, BACKLOG) != 0) {
         throw std::runtime_error("cannot listen on " + address.Url() + ": " + WhyNot(address));
     }
-    m_listening = Descriptor(svr_sock_);
+    m_listening = Base::Descriptor(svr_sock_);
     address.port = port;
     m_url = address.Url();
 }

@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_HTTP_HTTP_SERVER_H
 #define ZAVSIM_HTTP_HTTP_SERVER_H
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
 #include "simulator/http/connection.h"
 #include "simulator/http/dispatcher.h"
 #include "simulator/http/listen_address.h"
@@ -24,7 +24,7 @@ struct ServerLimits {
 class HttpServer final : private httplib::Server {
 public:
     /// `context` is null for plain HTTP. Nothing is opened yet.
-    HttpServer(Dispatcher& dispatcher, TlsContextHandle context, const ServerLimits& limits);
+    HttpServer(Dispatcher& dispatcher, Base::TlsContextHandle context, const ServerLimits& limits);
     ~HttpServer() override;
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
@@ -51,10 +51,11 @@ private:
     void Answer(const httplib::Request& request, httplib::Response& response);
 
     Dispatcher& m_dispatcher;
-    const TlsContextHandle m_context;
+    const Base::TlsContextHandle m_context;
     const ServerLimits m_limits;
     std::string m_url;
-    Descriptor m_listening; ///< what svr_sock_ was before Halt; closed only after Run, so that its number stays ours
+    Base::Descriptor
+        m_listening; ///< what svr_sock_ was before Halt; closed only after Run, so that its number stays ours
     std::atomic<bool> m_halted{false};
     std::mutex m_lock;
     std::set<const Connection*> m_connections; // guarded by m_lock

@@ -18,12 +18,6 @@ struct ListenAddress {
 /// wrong.
 ListenAddress ParseListenAddress(const std::string& text);
 
-/// True for a numeric IPv4 or IPv6 address without brackets.
-bool IsNumericAddress(const std::string& text);
-
-/// True for 127.0.0.0/8 and ::1, also when the latter wraps an IPv4 address.
-bool IsLoopback(const std::string& address);
-
 } // namespace ZavSim
 
 #endif

@@ -37,8 +37,8 @@ void Listener::Start()
         throw std::runtime_error(m_address.Url() + " cannot be started through a connection of its own");
     }
     Join();
-    m_server =
-        std::make_unique<HttpServer>(m_dispatcher, m_address.tls ? m_contextSource() : TlsContextHandle(), m_limits);
+    m_server = std::make_unique<HttpServer>(m_dispatcher, m_address.tls ? m_contextSource() : Base::TlsContextHandle(),
+                                            m_limits);
     m_server->Open(m_address);
     m_listening = true;
     m_thread = std::thread([this, server = m_server.get(), url = m_address.Url()] {

@@ -12,7 +12,7 @@ namespace ZavSim {
 /// One address that can be taken down and put up again. Any thread may call, one that serves a request on it included.
 class Listener {
 public:
-    using ContextSource = std::function<TlsContextHandle()>;
+    using ContextSource = std::function<Base::TlsContextHandle()>;
 
     /// `contextSource` is asked at every start of an https address.
     Listener(ListenAddress address, Dispatcher& dispatcher, ContextSource contextSource, const ServerLimits& limits);

@@ -1,7 +1,7 @@
 #include "simulator/http/masking.h"
 
-#include "simulator/base/json_io.h"
 #include "simulator/http/target.h"
+#include "simulator/json/json_io.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,6 @@
 #include "simulator/node/initiator_name.h"
 
-#include "simulator/base/file_io.h"
-
+#include "base/files.h"
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -12,7 +11,7 @@ std::string ReadInitiatorName()
 {
     const char* const given = std::getenv("ZAVSIM_NODE_INITIATOR_FILE");
     const std::string path = given != nullptr && *given != '\0' ? given : "/etc/iscsi/initiatorname.iscsi";
-    const auto text = ZavSim::ReadFileIfThere(path);
+    const auto text = Base::ReadFileIfThere(path);
     if (!text) {
         throw std::runtime_error("there is no file " + path);
     }

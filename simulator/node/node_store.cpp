@@ -1,6 +1,7 @@
 #include "simulator/node/node_store.h"
 
-#include "simulator/base/json_io.h"
+#include "base/files.h"
+#include "simulator/json/json_io.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -59,7 +60,7 @@ SessionRecord SessionFromJson(const Json::Value& value)
 /// Null when there is no such file.
 Json::Value LoadJson(const std::string& path)
 {
-    const auto text = ZavSim::ReadFileIfThere(path);
+    const auto text = Base::ReadFileIfThere(path);
     if (!text) {
         return {};
     }
@@ -73,7 +74,7 @@ Json::Value LoadJson(const std::string& path)
 
 void SaveJson(const std::string& path, const Json::Value& value)
 {
-    ZavSim::WriteFileAtomically(path, ZavSim::WriteJsonIndented(value), FILE_MODE);
+    Base::SaveFile(path, ZavSim::WriteJsonIndented(value), FILE_MODE);
 }
 
 template <typename Convert>
@@ -104,11 +105,11 @@ NodeStore::NodeStore(std::string folder)
     : m_folder(std::move(folder))
 {
     if (::mkdir(m_folder.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
-        ZavSim::ThrowErrno("cannot make the folder", m_folder);
+        Base::ThrowErrno("cannot make the folder", m_folder);
     }
     struct stat status = {};
     if (::lstat(m_folder.c_str(), &status) != 0) {
-        ZavSim::ThrowErrno("cannot look at", m_folder);
+        Base::ThrowErrno("cannot look at", m_folder);
     }
     if (!S_ISDIR(status.st_mode) || status.st_uid != ::geteuid() || (status.st_mode & MODE_BITS) != FOLDER_MODE) {
         throw std::runtime_error(m_folder + " must be a folder of this user with mode 0700");
@@ -118,13 +119,13 @@ NodeStore::NodeStore(std::string folder)
 NodeStore::Lock::Lock(const NodeStore& store)
 {
     const std::string path = store.m_folder + "/lock";
-    m_file = ZavSim::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, FILE_MODE));
+    m_file = Base::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, FILE_MODE));
     if (!m_file.IsOpen()) {
-        ZavSim::ThrowErrno("cannot write", path);
+        Base::ThrowErrno("cannot write", path);
     }
     while (::flock(m_file.Get(), LOCK_EX) != 0) {
         if (errno != EINTR) {
-            ZavSim::ThrowErrno("cannot lock", path);
+            Base::ThrowErrno("cannot lock", path);
         }
     }
 }

@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_NODE_NODE_STORE_H
 #define ZAVSIM_NODE_NODE_STORE_H
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
 #include "simulator/node/portal.h"
 #include "simulator/node/process_identity.h"
 
@@ -40,7 +40,7 @@ public:
         explicit Lock(const NodeStore& store);
 
     private:
-        ZavSim::Descriptor m_file;
+        Base::Descriptor m_file;
     };
 
     std::vector<NodeRecord> LoadNodes() const;

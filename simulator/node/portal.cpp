@@ -1,34 +1,17 @@
 #include "simulator/node/portal.h"
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
+#include "base/host_port.h"
 
-#include <arpa/inet.h>
 #include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
-#include <charconv>
 
 namespace ZavSimNode {
 
 namespace {
-
-constexpr int LAST_PORT = 65535;
-
-bool IsAddress(int family, const std::string& text)
-{
-    in6_addr address{};
-    return ::inet_pton(family, text.c_str(), &address) == 1;
-}
-
-std::optional<int> ParsePort(const std::string& text)
-{
-    int port = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, port);
-    return error == std::errc() && stop == end && port > 0 && port <= LAST_PORT ? std::optional(port) : std::nullopt;
-}
 
 int FinishConnect(int socket, std::chrono::milliseconds limit)
 {
@@ -45,7 +28,7 @@ int FinishConnect(int socket, std::chrono::milliseconds limit)
 
 std::string Portal::ForUrl() const
 {
-    return (host.find(':') == std::string::npos ? host : "[" + host + "]") + ":" + std::to_string(port);
+    return Base::HostAndPort(host, static_cast<unsigned int>(port));
 }
 
 std::string Portal::ForLines() const
@@ -55,21 +38,16 @@ std::string Portal::ForLines() const
 
 std::optional<Portal> ParsePortal(const std::string& text)
 {
-    if (IsAddress(AF_INET6, text)) {
-        return Portal{text};
-    }
-    const bool bracketed = !text.empty() && text.front() == '[';
-    const std::size_t hostEnd = text.find(bracketed ? ']' : ':');
-    const std::string host = text.substr(bracketed ? 1 : 0, bracketed ? hostEnd - 1 : hostEnd);
-    if ((bracketed && hostEnd == std::string::npos) || !IsAddress(bracketed ? AF_INET6 : AF_INET, host)) {
+    const auto parts = Base::SplitHostPort(text);
+    // What stands in brackets is an IPv6 address; without them one has no port.
+    if (!parts || !Base::IsNumericAddress(parts->host) || (parts->isBracketed && !Base::IsIpv6Address(parts->host))) {
         return std::nullopt;
     }
-    const std::string rest = hostEnd == std::string::npos ? "" : text.substr(hostEnd + (bracketed ? 1 : 0));
-    if (rest.empty()) {
-        return Portal{host};
+    if (!parts->port) {
+        return Portal{parts->host};
     }
-    const auto port = rest.front() == ':' ? ParsePort(rest.substr(1)) : std::nullopt;
-    return port ? std::optional(Portal{host, *port}) : std::nullopt;
+    const auto port = Base::ParsePort(*parts->port);
+    return port && *port > 0 ? std::optional(Portal{parts->host, *port}) : std::nullopt;
 }
 
 int TryConnect(const Portal& portal, std::chrono::milliseconds limit)
@@ -81,7 +59,7 @@ int TryConnect(const Portal& portal, std::chrono::milliseconds limit)
     if (::getaddrinfo(portal.host.c_str(), std::to_string(portal.port).c_str(), &hints, &found) != 0) {
         return EADDRNOTAVAIL;
     }
-    const ZavSim::Descriptor socket(::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const Base::Descriptor socket(::socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     int error = 0;
     if (!socket.IsOpen() || ::connect(socket.Get(), found->ai_addr, found->ai_addrlen) != 0) {
         error = errno;

@@ -1,6 +1,7 @@
 #include "simulator/node/process_identity.h"
 
-#include "simulator/base/file_io.h"
+#include "base/descriptor.h"
+#include "base/files.h"
 
 #include <poll.h>
 
@@ -26,7 +27,7 @@ ProcessStat ReadStat(pid_t pid)
     ProcessStat stat;
     std::optional<std::string> text;
     try {
-        text = ZavSim::ReadFileIfThere("/proc/" + std::to_string(pid) + "/stat");
+        text = Base::ReadFileIfThere("/proc/" + std::to_string(pid) + "/stat");
     } catch (const std::exception&) {
         return stat; // the process ended while its file was read
     }
@@ -67,7 +68,7 @@ bool ProcessIdentity::IsAlive() const
 
 bool EndProcess(const ProcessIdentity& process, std::chrono::milliseconds patience)
 {
-    const ZavSim::Descriptor descriptor(::pidfd_open(process.pid, 0));
+    const Base::Descriptor descriptor(::pidfd_open(process.pid, 0));
     // Asked after the descriptor is had: from here on it cannot come to mean another process.
     if (!descriptor.IsOpen() || !process.IsAlive()) {
         return true;

@@ -1,5 +1,6 @@
 #include "simulator/node/session_keeper.h"
 
+#include "base/files.h"
 #include <fcntl.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -72,13 +73,13 @@ LoginResult StartSession(const std::string& initiator, const NodeRecord& node, S
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
-        ZavSim::ThrowErrno("cannot start", "a session's process");
+        Base::ThrowErrno("cannot start", "a session's process");
     }
-    const ZavSim::Descriptor reading(ends[0]);
-    ZavSim::Descriptor writing(ends[1]);
+    const Base::Descriptor reading(ends[0]);
+    Base::Descriptor writing(ends[1]);
     const pid_t keeper = ::fork();
     if (keeper < 0) {
-        ZavSim::ThrowErrno("cannot start", "a session's process");
+        Base::ThrowErrno("cannot start", "a session's process");
     }
     if (keeper == 0) {
         KeepSession(initiator, node, writing.Get());

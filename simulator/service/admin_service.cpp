@@ -1,7 +1,8 @@
 #include "simulator/service/admin_service.h"
 
+#include "base/host_port.h"
 #include "simulator/array/operations.h"
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 #include "simulator/service/records.h"
 
 #include <stdexcept>
@@ -105,7 +106,7 @@ const AdminService::Resource AdminService::RESOURCES[] = {
 
 HttpAnswer AdminService::Handle(const HttpRequest& request)
 {
-    if (!IsLoopback(request.peer)) {
+    if (!Base::IsLoopbackAddress(request.peer)) {
         return ErrorAnswer(FORBIDDEN, "only clients on this machine may steer the simulator");
     }
     try {

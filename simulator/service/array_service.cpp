@@ -1,7 +1,7 @@
 #include "simulator/service/array_service.h"
 
-#include "simulator/access/scoped_wipe.h"
-#include "simulator/base/json_io.h"
+#include "base/secret.h"
+#include "simulator/json/json_io.h"
 #include "simulator/service/array_resources.h"
 
 namespace ZavSim {
@@ -101,7 +101,7 @@ HttpAnswer ArrayService::Login(const HttpRequest& request)
         throw Refusal(Code::ParameterBad, "scope must be the number 0, the array's own users");
     }
     std::string password = RequireText(body, "password");
-    const ScopedWipe wipePassword(password);
+    const Secret::ScopedWipe wipePassword(password);
     const Session session = m_array.Login(RequireText(body, "username"), password);
     Json::Value data(Json::objectValue);
     data["deviceid"] = m_array.GetInventory().Shape().serial;

@@ -3,7 +3,7 @@
 #include "common/framework/product_root.h"
 
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -145,20 +145,20 @@ TEST_F(ConfigReaderTest, MalformedFileIsToldOnceAndTheLastGoodValuesHold)
 TEST_F(ConfigReaderTest, FileThatIsMalformedFromTheBeginningMeansDefaults)
 {
     WriteConfig("no configuration at all");
-    const ProgramResult result =
-        RunProgram({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
+    const Base::ProgramResult result =
+        RunToEnd({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
     EXPECT_EQ("100\n", result.output);
-    EXPECT_EQ("error: " + ConfigPath() + ", line 1: '=' character not found in line (LogProblems)\n", result.error);
+    EXPECT_EQ("error: " + ConfigPath() + ", line 1: '=' character not found in line (LogProblems)\n", result.errors);
 }
 
 TEST_F(ConfigReaderTest, FileThatCannotBeReadFromTheBeginningMeansDefaults)
 {
     std::filesystem::remove(ConfigPath());
     std::filesystem::create_directory(ConfigPath());
-    const ProgramResult result =
-        RunProgram({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
+    const Base::ProgramResult result =
+        RunToEnd({ProbePath(), "int", "BackupNode", "DosRequestCount"}, {"PRODUCT_STORAGE_LOG_CONSOLE=4"});
     EXPECT_EQ("100\n", result.output);
-    EXPECT_EQ("error: " + ConfigPath() + " cannot be read: Is a directory (LogProblems)\n", result.error);
+    EXPECT_EQ("error: " + ConfigPath() + " cannot be read: Is a directory (LogProblems)\n", result.errors);
     std::filesystem::remove(ConfigPath());
 }
 
@@ -299,7 +299,7 @@ TEST_F(ConfigReaderTest, FileIsTheOneOfTheEnvironmentElseTheProducts)
     const std::filesystem::path probe = InRoot("bin/probe");
     std::filesystem::create_directories(probe.parent_path());
     std::filesystem::copy_file(ProbePath(), probe);
-    const ProgramResult result = RunProgram({"/usr/bin/env", "-u", "PRODUCT_STORAGE_CONFIG", probe, "config-file"});
+    const Base::ProgramResult result = RunToEnd({"/usr/bin/env", "-u", "PRODUCT_STORAGE_CONFIG", probe, "config-file"});
     EXPECT_EQ(InRoot("conf/backupnode.ini") + "\n", result.output);
 }
 

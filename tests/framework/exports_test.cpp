@@ -1,4 +1,4 @@
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 
 #include <boost/algorithm/string/erase.hpp>
 #include <gmock/gmock.h>
@@ -15,8 +15,8 @@ using testing::HasSubstr;
 
 TEST(FrameworkLibraryTest, ExportsWhatItsHeadersDeclareAndNothingElse)
 {
-    const ProgramResult symbols = RunProgram({"/usr/bin/nm", "-DC", "--defined-only", FRAMEWORK_LIBRARY});
-    ASSERT_EQ(0, symbols.status) << symbols.error;
+    const Base::ProgramResult symbols = RunToEnd({"/usr/bin/nm", "-DC", "--defined-only", FRAMEWORK_LIBRARY});
+    ASSERT_EQ(0, symbols.status) << symbols.errors;
     std::set<std::string> names;
     std::istringstream lines(symbols.output);
     for (std::string line; std::getline(lines, line);) {
@@ -35,7 +35,7 @@ TEST(FrameworkLibraryTest, ExportsWhatItsHeadersDeclareAndNothingElse)
 
 TEST(FrameworkLibraryTest, BearsItsVersionAndStaysLoaded)
 {
-    const ProgramResult dynamic = RunProgram({"/usr/bin/readelf", "-d", FRAMEWORK_LIBRARY});
+    const Base::ProgramResult dynamic = RunToEnd({"/usr/bin/readelf", "-d", FRAMEWORK_LIBRARY});
     EXPECT_THAT(dynamic.output, HasSubstr("soname: [libProductFramework.so.1]"));
     EXPECT_THAT(dynamic.output, HasSubstr("NODELETE"));
 }

@@ -1,6 +1,6 @@
 #include "tests/framework/support/framework_test.h"
 #include "tests/framework/support/memory_search.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 #include "tests/framework/support/web_server.h"
 
 #include <string>
@@ -35,10 +35,10 @@ protected:
 
     std::string WhatStays(const WebServer& server) const
     {
-        const ProgramResult result =
-            RunProgram({ProbePath(), "secrets", server.Url("/secret"), Hex(m_body.Turned()), Hex(m_token.Turned()),
-                        Hex(m_answer.Turned()), Hex(m_cookie.Turned())});
-        EXPECT_EQ("", result.error);
+        const Base::ProgramResult result =
+            RunToEnd({ProbePath(), "secrets", server.Url("/secret"), Hex(m_body.Turned()), Hex(m_token.Turned()),
+                      Hex(m_answer.Turned()), Hex(m_cookie.Turned())});
+        EXPECT_EQ("", result.errors);
         return result.output;
     }
 
@@ -86,9 +86,9 @@ TEST_F(HttpSecretsTest, NothingOfASessionStaysInMemoryWhenItsManagerIsReleased)
     Configure({{"Http", {{"CaFile", "ca.pem"}}}});
     WebServer server(ca.Issue());
     server.Answer("GET", "/deviceManager/rest/device/system/", R"({"error":{"code":0,"description":"0"}})");
-    const ProgramResult result =
-        RunProgram({ProbePath(), "san-secrets", "127.0.0.1", std::to_string(server.Port()),
-                    Hex(HiddenText::Random("token-").Turned()), Hex(HiddenText::Random("cookie-").Turned())});
+    const Base::ProgramResult result =
+        RunToEnd({ProbePath(), "san-secrets", "127.0.0.1", std::to_string(server.Port()),
+                  Hex(HiddenText::Random("token-").Turned()), Hex(HiddenText::Random("cookie-").Turned())});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("token 0, cookie 0\n", result.output);
 }

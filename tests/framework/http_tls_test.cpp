@@ -1,6 +1,6 @@
 #include "tests/framework/support/framework_test.h"
 #include "tests/framework/support/http_exchange.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 #include "tests/framework/support/web_server.h"
 
 #include <openssl/ssl.h>
@@ -151,9 +151,9 @@ TEST_F(HttpTlsTest, ClientOfAStaticObjectIsDestroyedAtTheProcessesEnd)
 {
     WebServer server(m_ca.Issue());
     server.Answer("GET", "/a", "body");
-    const ProgramResult result = RunProgram({ProbePath(), "client-at-exit", server.Url("/a")});
+    const Base::ProgramResult result = RunToEnd({ProbePath(), "client-at-exit", server.Url("/a")});
     EXPECT_EQ("200\n", result.output);
-    EXPECT_EQ(0, result.status) << result.error;
+    EXPECT_EQ(0, result.status) << result.errors;
 }
 
 TEST_F(HttpTlsTest, OldTlsIsRefused)

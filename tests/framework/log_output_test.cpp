@@ -2,7 +2,7 @@
 #include "common/framework/log_proxy.h"
 
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 
 #include <atomic>
 #include <chrono>
@@ -36,11 +36,12 @@ protected:
         return texts;
     }
 
-    ProgramResult Probe(const std::vector<std::string>& arguments, const std::vector<std::string>& variables = {}) const
+    Base::ProgramResult Probe(const std::vector<std::string>& arguments,
+                              const std::vector<std::string>& variables = {}) const
     {
         std::vector<std::string> all = {ProbePath()};
         all.insert(all.end(), arguments.begin(), arguments.end());
-        return RunProgram(all, variables);
+        return RunToEnd(all, variables);
     }
 };
 
@@ -166,21 +167,21 @@ TEST_F(LogOutputTest, FileThatCannotBeOpenedIsSaidOnceAndNothingBreaks)
 {
     WriteText(InRoot("blocker"), "a file where a directory should be");
     Configure({{"Log", {{"File", "blocker/test.log"}}}});
-    const ProgramResult result = Probe({"log", "1", "first", "second", "third"});
+    const Base::ProgramResult result = Probe({"log", "1", "first", "second", "third"});
 
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("The log file " + InRoot("blocker/test.log") + " cannot be written, lines are lost: Not a directory\n",
-              result.error);
+              result.errors);
 }
 
 TEST_F(LogOutputTest, FullDiskIsSaidOnceAndNothingBreaks)
 {
     Configure({{"Log", {{"File", "/dev/full"}}}});
-    const ProgramResult result = Probe({"log", "1", "first", "second", "third"});
+    const Base::ProgramResult result = Probe({"log", "1", "first", "second", "third"});
 
     EXPECT_EQ(0, result.status);
-    EXPECT_THAT(result.error, testing::MatchesRegex("The log file /dev/full cannot be written, lines are lost: "
-                                                    "[^\n]*No space left on device\n"));
+    EXPECT_THAT(result.errors, testing::MatchesRegex("The log file /dev/full cannot be written, lines are lost: "
+                                                     "[^\n]*No space left on device\n"));
 }
 
 TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
@@ -202,51 +203,51 @@ TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
 TEST_F(LogOutputTest, ConsoleOfTheConfigurationShowsTheLinesAsTheFileHasThem)
 {
     Configure({{"Log", {{"Console", "true"}, {"Level", "2"}}}});
-    const ProgramResult result = Probe({"log", "1", "not shown"});
-    EXPECT_EQ("", result.error);
+    const Base::ProgramResult result = Probe({"log", "1", "not shown"});
+    EXPECT_EQ("", result.errors);
 
-    const ProgramResult shown = Probe({"log", "2", "shown"});
-    EXPECT_EQ("shown", SplitLogLine(shown.error).text.substr(0, 5));
-    EXPECT_EQ(ReadText(LogPath()), shown.error);
+    const Base::ProgramResult shown = Probe({"log", "2", "shown"});
+    EXPECT_EQ("shown", SplitLogLine(shown.errors).text.substr(0, 5));
+    EXPECT_EQ(ReadText(LogPath()), shown.errors);
 }
 
 TEST_F(LogOutputTest, ConsoleOfTheEnvironmentSpeaksToAPerson)
 {
     Configure({{"Log", {{"Console", "true"}, {"Level", "0"}}}});
-    const ProgramResult result = Probe({"log", "4", "line\nend\\"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"});
-    EXPECT_EQ("error: line\\nend\\ (Say)\n", result.error);
+    const Base::ProgramResult result = Probe({"log", "4", "line\nend\\"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"});
+    EXPECT_EQ("error: line\\nend\\ (Say)\n", result.errors);
     EXPECT_THAT(Texts(LogPath()), ElementsAre("line\\nend\\\\"));
 
-    EXPECT_EQ("warning: w (Say)\n", Probe({"log", "3", "w"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).error);
-    EXPECT_EQ("", Probe({"log", "2", "n"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).error);
-    EXPECT_EQ("periodic: p (Say)\n", Probe({"log", "0", "p"}, {"PRODUCT_STORAGE_LOG_CONSOLE=0"}).error);
+    EXPECT_EQ("warning: w (Say)\n", Probe({"log", "3", "w"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).errors);
+    EXPECT_EQ("", Probe({"log", "2", "n"}, {"PRODUCT_STORAGE_LOG_CONSOLE=3"}).errors);
+    EXPECT_EQ("periodic: p (Say)\n", Probe({"log", "0", "p"}, {"PRODUCT_STORAGE_LOG_CONSOLE=0"}).errors);
 }
 
 TEST_F(LogOutputTest, ConsoleShowsLinesThatTheFileDoesNotTake)
 {
     Configure({{"Log", {{"Level", "4"}}}});
-    EXPECT_EQ("info: i (Say)\n", Probe({"log", "1", "i"}, {"PRODUCT_STORAGE_LOG_CONSOLE=1"}).error);
+    EXPECT_EQ("info: i (Say)\n", Probe({"log", "1", "i"}, {"PRODUCT_STORAGE_LOG_CONSOLE=1"}).errors);
     EXPECT_EQ("", ReadText(LogPath()));
 }
 
 TEST_F(LogOutputTest, ConsoleOfTheEnvironmentThatIsNoNumberChangesNothing)
 {
-    EXPECT_EQ("", Probe({"log", "4", "text"}, {"PRODUCT_STORAGE_LOG_CONSOLE=loud"}).error);
+    EXPECT_EQ("", Probe({"log", "4", "text"}, {"PRODUCT_STORAGE_LOG_CONSOLE=loud"}).errors);
     EXPECT_THAT(Texts(LogPath()), ElementsAre("text"));
 }
 
 TEST_F(LogOutputTest, StaticObjectsStillLogWhenTheProcessEnds)
 {
-    const ProgramResult result = Probe({"log-at-exit"});
-    EXPECT_EQ(0, result.status) << result.error;
+    const Base::ProgramResult result = Probe({"log-at-exit"});
+    EXPECT_EQ(0, result.status) << result.errors;
     EXPECT_THAT(Texts(LogPath()), ElementsAre("in main", "from a static object's destructor, level 1"));
 }
 
 TEST_F(LogOutputTest, LineBelowTheLevelAllocatesNothing)
 {
     Configure({{"Log", {{"Level", "4"}}}});
-    const ProgramResult result = Probe({"silent-lines"});
-    EXPECT_EQ(0, result.status) << result.error;
+    const Base::ProgramResult result = Probe({"silent-lines"});
+    EXPECT_EQ(0, result.status) << result.errors;
     EXPECT_EQ("0 allocations\n", result.output);
 }
 

@@ -1,7 +1,7 @@
 #include "common/framework/security.h"
 
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -241,7 +241,7 @@ TEST_F(SecurityTest, KeyThatCannotBeMadeIsAnErrorWithTheReason)
 
 TEST_F(SecurityTest, NothingOfACredentialOrTheKeyStaysInMemory)
 {
-    const ProgramResult result = RunProgram({ProbePath(), "sealed-secrets", KeyPath()});
+    const Base::ProgramResult result = RunToEnd({ProbePath(), "sealed-secrets", KeyPath()});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ("plain 0, key digits 0, key bytes 0\n", result.output);
 }

@@ -1,5 +1,5 @@
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/program.h"
+#include "tests/framework/support/probe.h"
 #include "tests/framework/support/shell.h"
 
 #include <fcntl.h>
@@ -148,24 +148,24 @@ TEST_F(ShellRunnerTest, ManyThreadsRunCommandsAtOnce)
 
 TEST_F(ShellRunnerTest, StatusArrivesInAProgramThatIgnoresItsChildren)
 {
-    EXPECT_EQ("7 out\n", RunProgram({ProbePath(), "shell-ignored-children"}).output);
+    EXPECT_EQ("7 out\n", RunToEnd({ProbePath(), "shell-ignored-children"}).output);
 }
 
 TEST_F(ShellRunnerTest, StatusArrivesInAProgramThatWaitsForEveryChild)
 {
-    EXPECT_EQ("7 out\n", RunProgram({ProbePath(), "shell-reaped-children"}).output);
+    EXPECT_EQ("7 out\n", RunToEnd({ProbePath(), "shell-reaped-children"}).output);
 }
 
 TEST_F(ShellRunnerTest, CommandStartsWithEverySignalAtItsDefault)
 {
     // The program blocks, ignores and catches signals; the command's own masks are empty.
-    const ProgramResult result = RunProgram({ProbePath(), "shell-signals"});
+    const Base::ProgramResult result = RunToEnd({ProbePath(), "shell-signals"});
     EXPECT_EQ("SigBlk:0 SigIgn:0 SigCgt:0 \n", result.output);
 }
 
 TEST_F(ShellRunnerTest, ProgramWithoutStandardDescriptorsGetsTheOutput)
 {
-    EXPECT_EQ(0, RunProgram({ProbePath(), "shell-closed-descriptors"}).status);
+    EXPECT_EQ(0, RunToEnd({ProbePath(), "shell-closed-descriptors"}).status);
 }
 
 } // namespace

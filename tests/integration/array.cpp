@@ -24,8 +24,8 @@ Process::Arguments ArgumentsFor(const ArrayOptions& options)
 
 } // namespace
 
-Array::Array(const std::string& directory, const ArrayOptions& options)
-    : Simulator(directory, ArgumentsFor(options), UrlOf(options, options.managementIps.size() - 1))
+Array::Array(const ArrayOptions& options)
+    : Simulator(ArgumentsFor(options), UrlOf(options, options.managementIps.size() - 1))
     , m_options(options)
 {
 }

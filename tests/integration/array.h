@@ -22,7 +22,7 @@ public:
     static constexpr int PORT = 8088;
 
     /// Returns when it listens.
-    Array(const std::string& directory, const ArrayOptions& options);
+    explicit Array(const ArrayOptions& options);
 
     const ArrayOptions& Options() const noexcept { return m_options; }
     std::string Url(std::size_t managementIp = 0) const;

@@ -14,19 +14,22 @@ namespace {
 /// Whatever is wrong around zavctl: a clear text that names what and where, a status that is not 0, and nothing lost.
 class BadInputTest : public Stage {
 protected:
-    Outcome Init(const Array& array) const { return RunZavctl({"init", "--env", EnvironmentFileOf(array)}); }
+    Base::ProgramResult Init(const Array& array) const
+    {
+        return RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    }
 };
 
 TEST_F(BadInputTest, EnvironmentFileThatIsMissingIsNamed)
 {
-    const Outcome outcome = RunZavctl({"init", "--env", "/no/such/env.json"});
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", "/no/such/env.json"});
     EXPECT_EQ(3, outcome.status);
     EXPECT_EQ("zavctl: environment /no/such/env.json: No such file or directory\n", outcome.errors);
 }
 
 TEST_F(BadInputTest, EnvironmentFileThatIsADirectoryIsNamed)
 {
-    const Outcome outcome = RunZavctl({"init", "--env", Directory()});
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", Directory()});
     EXPECT_EQ(3, outcome.status);
     EXPECT_EQ("zavctl: environment " + Directory() + ": Is a directory\n", outcome.errors);
 }
@@ -34,12 +37,12 @@ TEST_F(BadInputTest, EnvironmentFileThatIsADirectoryIsNamed)
 TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
 {
     const std::string path = Directory() + "/env.json";
-    WriteFile(path, R"({"managementIps": ["10.0.0.1"], "userNames": )");
-    Outcome outcome = RunZavctl({"init", "--env", path});
+    WriteText(path, R"({"managementIps": ["10.0.0.1"], "userNames": )");
+    Base::ProgramResult outcome = RunZavctl({"init", "--env", path});
     EXPECT_EQ(3, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: environment " + path + ": "), HasSubstr("Expected a value")));
 
-    WriteFile(path, R"({"managementIp": ["10.0.0.1"]})");
+    WriteText(path, R"({"managementIp": ["10.0.0.1"]})");
     outcome = RunZavctl({"init", "--env", path});
     EXPECT_EQ(3, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("managementIp: Cannot find field"));
@@ -48,8 +51,8 @@ TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
 TEST_F(BadInputTest, EnvironmentWithoutAPortIsRefusedByName)
 {
     const std::string path = Directory() + "/env.json";
-    WriteFile(path, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
-    const Outcome outcome = RunZavctl({"init", "--env", path});
+    WriteText(path, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", path});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("The environment has no entry in its port list."));
 }
@@ -57,11 +60,11 @@ TEST_F(BadInputTest, EnvironmentWithoutAPortIsRefusedByName)
 TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
 {
     const Array& array = StartArray();
-    WriteFile(Directory() + "/password", "something else\n");
+    WriteText(Directory() + "/password", "something else\n");
     ArrayOptions options;
     options.further = {"--user", "admin", "--password-file", Directory() + "/password"};
     const Array& other = StartArray(options);
-    const Outcome outcome = Init(other);
+    const Base::ProgramResult outcome = Init(other);
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Login zav device failed. Error code is "),
                                       HasSubstr("cannot log into the array at " + other.Options().managementIps[0])));
@@ -72,11 +75,11 @@ TEST_F(BadInputTest, PasswordThatWasNotEncryptedHereIsNotSentAnywhere)
 {
     const Array& array = StartArray();
     const std::string env = EnvironmentFileOf(array);
-    std::string text = ReadFile(env);
+    std::string text = ReadText(env);
     const std::size_t cipher = text.find("\"encryptedPasswords\": [\"") + 24;
     text[cipher + 10] = text[cipher + 10] == 'A' ? 'B' : 'A';
-    WriteFile(env, text);
-    const Outcome outcome = RunZavctl({"init", "--env", env});
+    WriteText(env, text);
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("Decrypt password failed. User is admin"));
     EXPECT_THAT(array.Requests(), IsEmpty());
@@ -88,7 +91,7 @@ TEST_F(BadInputTest, CertificateOfAnotherAuthorityIsRefused)
     options.caFolder = Directory() + "/foreign";
     StartArray(); // makes the authority that is trusted
     const Array& array = StartArray(options);
-    const Outcome outcome = Init(array);
+    const Base::ProgramResult outcome = Init(array);
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("certificate"), HasSubstr(array.Options().managementIps[0])));
     EXPECT_THAT(array.Requests(), IsEmpty());
@@ -101,8 +104,8 @@ TEST_F(BadInputTest, ArrayThatDoesNotListenIsNamed)
     const Array& array = StartArray(options);
     const std::string env = EnvironmentFileOf(array);
     array.SetListening(0, false);
-    WriteFile(env, ReadFile(env).replace(ReadFile(env).find(", \"" + Address(1) + "\""), Address(1).size() + 4, ""));
-    const Outcome outcome = RunZavctl({"init", "--env", env});
+    WriteText(env, ReadText(env).replace(ReadText(env).find(", \"" + Address(1) + "\""), Address(1).size() + 4, ""));
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Send http request occur network error."), HasSubstr(Address(0)),
                                       HasSubstr("Login zav device failed. Error code is -20000")));
@@ -112,7 +115,7 @@ TEST_F(BadInputTest, AnswerThatIsCutOffOrNoJsonOrNeverComesIsTold)
 {
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "garbage", "target": "sessions"})");
-    Outcome outcome = Init(array);
+    Base::ProgramResult outcome = Init(array);
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("Parse json string failed"));
 
@@ -132,13 +135,13 @@ TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIs
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     const std::string content = R"({"half a record": {"HOSTID": "12", )";
-    WriteFile(ZavctlRecordPath(array), content);
+    WriteText(ZavctlRecordPath(array), content);
     for (const char* const command : {"init", "cleanup"}) {
-        const Outcome outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
+        const Base::ProgramResult outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
         EXPECT_EQ(3, outcome.status);
         EXPECT_THAT(outcome.errors,
                     HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed"));
-        EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
+        EXPECT_EQ(content, ReadText(ZavctlRecordPath(array)));
     }
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
 }
@@ -147,7 +150,7 @@ TEST_F(BadInputTest, DeviceInformationFileThatCannotBeWrittenIsToldBeforeAnythin
 {
     const Array& array = StartArray();
     boost::filesystem::create_directory(ZavctlRecordPath(array));
-    const Outcome outcome = Init(array);
+    const Base::ProgramResult outcome = Init(array);
     EXPECT_EQ(3, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": cannot be written: Is a directory"));
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
@@ -157,19 +160,19 @@ TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
 {
     const Array& array = StartArray();
     const std::string content = R"({")" + array.Options().serial + R"(": {"HOSTID": {"not": "a text"}}})";
-    WriteFile(ZavctlRecordPath(array), content);
-    const Outcome outcome = RunZavctl({"cleanup", "--env", EnvironmentFileOf(array)});
+    WriteText(ZavctlRecordPath(array), content);
+    const Base::ProgramResult outcome = RunZavctl({"cleanup", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(3, outcome.status);
     EXPECT_THAT(outcome.errors,
                 HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed\n"));
-    EXPECT_EQ(content, ReadFile(ZavctlRecordPath(array)));
+    EXPECT_EQ(content, ReadText(ZavctlRecordPath(array)));
 }
 
 TEST_F(BadInputTest, PasswordBeyondTheLongestIsRefusedAndTheLongestTaken)
 {
     const std::string longest(4096, 'p');
     EXPECT_EQ(0, RunZavctl({"password", "encrypt"}, longest + "\n").status);
-    const Outcome outcome = RunZavctl({"password", "encrypt"}, longest + "p\n");
+    const Base::ProgramResult outcome = RunZavctl({"password", "encrypt"}, longest + "p\n");
     EXPECT_EQ(3, outcome.status);
     EXPECT_EQ("zavctl: password: longer than 4096 bytes\n", outcome.errors);
     EXPECT_EQ("", outcome.output);
@@ -177,9 +180,9 @@ TEST_F(BadInputTest, PasswordBeyondTheLongestIsRefusedAndTheLongestTaken)
 
 TEST_F(BadInputTest, KeyThatCannotBeMadeIsTheReasonThatNoPasswordIsEncrypted)
 {
-    WriteFile(Directory() + "/blocker", "a file where a folder should be");
+    WriteText(Directory() + "/blocker", "a file where a folder should be");
     Configure({{"Security.KeyFile", Directory() + "/blocker/product.key"}});
-    const Outcome outcome = RunZavctl({"password", "encrypt"}, "secret\n");
+    const Base::ProgramResult outcome = RunZavctl({"password", "encrypt"}, "secret\n");
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: password: "), HasSubstr("blocker/product.key"),
                                       HasSubstr("Not a directory"), Not(HasSubstr("secret"))));
@@ -196,8 +199,8 @@ TEST_F(BadInputTest, NodeWithoutIscsiadmIsTold)
     for (const char* const tool : {"cat", "grep", "awk"}) {
         boost::filesystem::create_symlink(std::string("/usr/bin/") + tool, tools + "/" + tool);
     }
-    const Outcome outcome = RunProgram(
-        Directory(), {ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)}, {"PATH=" + tools});
+    const Base::ProgramResult outcome =
+        RunToEnd({ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)}, {"PATH=" + tools});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("discovery target failed, return error is:127"),
                                       HasSubstr("this node has no online FC port and no iSCSI session with any of " +
@@ -209,7 +212,7 @@ TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     SetInitiatorFile("# no name in here\n");
-    const Outcome outcome = Init(array);
+    const Base::ProgramResult outcome = Init(array);
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("get iscsi Initiator ID error.  (GetIscsiInitor)"),
                                       HasSubstr("the record is not complete")));
@@ -221,7 +224,7 @@ TEST_F(BadInputTest, ConfigurationThatIsMalformedEndsEveryCommandWithFour)
     Configure({{"BackupNode.DosRequestInterval", "often"}});
     for (const Process::Arguments& command :
          {Process::Arguments{"config", "check"}, Process::Arguments{"init", "--env", EnvironmentFileOf(array)}}) {
-        const Outcome outcome = RunZavctl(command);
+        const Base::ProgramResult outcome = RunZavctl(command);
         EXPECT_EQ(4, outcome.status);
         EXPECT_THAT(outcome.errors, AllOf(HasSubstr(Directory() + "/backupnode.ini"), HasSubstr("DosRequestInterval"),
                                           HasSubstr("often")));

@@ -19,8 +19,8 @@ Process::Arguments ArgumentsFor(const ClusterOptions& options)
 
 } // namespace
 
-Cluster::Cluster(const std::string& directory, const ClusterOptions& options)
-    : Simulator(directory, ArgumentsFor(options), UrlOf(options.addresses.back()))
+Cluster::Cluster(const ClusterOptions& options)
+    : Simulator(ArgumentsFor(options), UrlOf(options.addresses.back()))
     , m_options(options)
 {
 }

@@ -19,7 +19,7 @@ public:
     static constexpr const char* PORT = "8443";
 
     /// Returns when it listens.
-    Cluster(const std::string& directory, const ClusterOptions& options);
+    explicit Cluster(const ClusterOptions& options);
 
     const std::string& Address(std::size_t place = 0) const { return m_options.addresses.at(place); }
     std::string Url(std::size_t place = 0) const;

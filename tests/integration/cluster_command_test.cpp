@@ -19,7 +19,7 @@ protected:
         return arguments;
     }
 
-    Outcome Ask(const Cluster& cluster, const std::vector<std::string>& further = {}) const
+    Base::ProgramResult Ask(const Cluster& cluster, const std::vector<std::string>& further = {}) const
     {
         return RunZavctl(CommandFor(cluster, further), std::string(PASSWORD) + "\n");
     }
@@ -28,7 +28,7 @@ protected:
 TEST_F(ClusterCommandTest, TablePrintsWhatTheClusterTells)
 {
     const Cluster& cluster = StartCluster();
-    const Outcome outcome = Ask(cluster);
+    const Base::ProgramResult outcome = Ask(cluster);
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_EQ("URL             " + cluster.Url() +
                   "\n"
@@ -47,7 +47,7 @@ TEST_F(ClusterCommandTest, TablePrintsWhatTheClusterTells)
 TEST_F(ClusterCommandTest, JsonPrintsOneObject)
 {
     const Cluster& cluster = StartCluster();
-    const Outcome outcome = Ask(cluster, {"-o", "json"});
+    const Base::ProgramResult outcome = Ask(cluster, {"-o", "json"});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     Json::Value expected;
     expected["url"] = cluster.Url();
@@ -67,7 +67,7 @@ TEST_F(ClusterCommandTest, Ipv6AddressIsTakenWithoutBrackets)
     const Cluster& cluster = StartCluster(options);
     Process::Arguments command = CommandFor(cluster);
     command[2] = address;
-    const Outcome outcome = RunZavctl(command, std::string(PASSWORD) + "\n");
+    const Base::ProgramResult outcome = RunZavctl(command, std::string(PASSWORD) + "\n");
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_THAT(outcome.output, HasSubstr("MANAGEMENT IPS  " + address + "\n"));
 }
@@ -75,7 +75,7 @@ TEST_F(ClusterCommandTest, Ipv6AddressIsTakenWithoutBrackets)
 TEST_F(ClusterCommandTest, WrongPasswordEndsWithOneAndTheClustersOwnWords)
 {
     const Cluster& cluster = StartCluster();
-    const Outcome outcome = RunZavctl(CommandFor(cluster), "not it\n");
+    const Base::ProgramResult outcome = RunZavctl(CommandFor(cluster), "not it\n");
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("", outcome.output);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: " + cluster.Url() +
@@ -89,7 +89,7 @@ TEST_F(ClusterCommandTest, QueryThatIsRefusedEndsWithOneAndPrintsNothing)
     const Cluster& cluster = StartCluster();
     cluster.AddFault(
         R"({"kind": "code", "code": 7, "description": "no licence", "result": 1, "target": "productModel"})");
-    const Outcome outcome = Ask(cluster);
+    const Base::ProgramResult outcome = Ask(cluster);
     EXPECT_EQ(1, outcome.status);
     EXPECT_EQ("", outcome.output);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("code : 7, Describe : no licence"),
@@ -102,7 +102,7 @@ TEST_F(ClusterCommandTest, QueryThatIsAnsweredWithNothingEndsWithOne)
 {
     const Cluster& cluster = StartCluster();
     cluster.AddFault(R"({"kind": "answer", "answer": {"result": 0}, "target": "/sn$"})");
-    Outcome outcome = Ask(cluster);
+    Base::ProgramResult outcome = Ask(cluster);
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr(": the cluster tells no serial number\n"));
 
@@ -144,10 +144,10 @@ TEST_F(ClusterCommandTest, ClusterThatDoesNotAnswerIsToldWhileItIsTried)
     const Cluster& cluster = StartCluster();
     cluster.SetListening(0, false);
     const std::unique_ptr<Process> zavctl = StartZavctl(CommandFor(cluster), std::string(PASSWORD) + "\n");
-    zavctl->WaitForError("send failed. Retry 1 time. url=" + cluster.Url());
+    zavctl->AwaitError("send failed. Retry 1 time. url=" + cluster.Url());
     EXPECT_THAT(zavctl->Errors(), AllOf(HasSubstr("Connection refused"), Not(HasSubstr("logging out"))))
         << "told at once";
-    zavctl->WaitForError("logging out");
+    zavctl->AwaitError("logging out");
     cluster.SetListening(0, true); // spares the logout's pauses
     EXPECT_EQ(1, zavctl->Wait());
     EXPECT_EQ("", zavctl->Output());

@@ -21,8 +21,6 @@ protected:
     std::unique_ptr<Process> StartProbe(int process, const Array& array)
     {
         EXPECT_EQ(0, mkfifo(Fifo(process).c_str(), S_IRUSR | S_IWUSR));
-        const std::string folder = Directory() + "/probe" + std::to_string(process);
-        EXPECT_EQ(0, mkdir(folder.c_str(), S_IRWXU));
         const Process::Arguments command = {ProgramPath("exit_probe"),
                                             std::to_string(process * STEP_MICROSECONDS),
                                             Fifo(process),
@@ -30,7 +28,7 @@ protected:
                                             PASSWORD,
                                             array.Url(0),
                                             array.Url(1)};
-        return std::make_unique<Process>(folder, command);
+        return std::make_unique<Process>(command);
     }
 };
 
@@ -45,7 +43,7 @@ TEST_F(ExitTest, ProcessEndsCleanlyAtEachMomentOfALogout)
         probes.push_back(StartProbe(process, array));
     }
     for (const auto& probe : probes) {
-        probe->WaitForLine("ready");
+        probe->AwaitLine("ready");
     }
     // The array closes the connections, as it does when nobody has used them for long: each logout opens a new one.
     for (const std::size_t address : {0U, 1U}) {

@@ -89,7 +89,7 @@ TEST_F(InitTest, InitLogsTheNodeIntoTheFirstServiceAddressThatAnswers)
     ASSERT_TRUE(Init(array)) << LogText();
     EXPECT_THAT(LogText(), AllOf(HasSubstr("Target address is unreachable, address is " + Address(8)),
                                  HasSubstr("login iscsi target success! target ip is" + Address(9))));
-    const Outcome sessions = RunProgram(Directory(), {ProgramPath("node/iscsiadm"), "-m", "session", "-P", "1"});
+    const Base::ProgramResult sessions = RunToEnd({ProgramPath("node/iscsiadm"), "-m", "session", "-P", "1"});
     EXPECT_THAT(sessions.output, HasSubstr("Current Portal: " + Address(9) + ":3260,1"));
 }
 
@@ -112,11 +112,11 @@ TEST_F(InitTest, InitOfANewProcessContinuesFromTheRecord)
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
-    const Outcome first = RunZavctl({"init", "--env", env, "-o", "json"});
+    const Base::ProgramResult first = RunZavctl({"init", "--env", env, "-o", "json"});
     ASSERT_EQ(0, first.status) << first.errors;
     array.ClearJournal();
 
-    const Outcome second = RunZavctl({"init", "--env", env, "-o", "json"});
+    const Base::ProgramResult second = RunZavctl({"init", "--env", env, "-o", "json"});
     ASSERT_EQ(0, second.status) << second.errors;
     EXPECT_EQ(first.output, second.output);
     // The initiator is fetched by an attempt to create it; nothing else is asked for.
@@ -209,7 +209,7 @@ TEST_F(InitTest, InitUsesAHostThatTheNodeHasAlreadyAndLeavesItOnCleanup)
                   R"({"TYPE": "222", "ID": ")" + std::string(NODE_IQN) + R"(", "PARENTTYPE": "21", "PARENTID": ")" +
                       host + R"("})");
     const std::string env = EnvironmentFileOf(array);
-    const Outcome init = RunZavctl({"init", "--env", env});
+    const Base::ProgramResult init = RunZavctl({"init", "--env", env});
     ASSERT_EQ(0, init.status) << init.errors;
     const std::map<std::string, std::string> record = ReadRecord(ZavctlRecordPath(array));
     EXPECT_THAT(record, AllOf(Contains(Pair("HOSTID", host)), Contains(Pair("HOSTNAME", "operators-host")),
@@ -217,7 +217,7 @@ TEST_F(InitTest, InitUsesAHostThatTheNodeHasAlreadyAndLeavesItOnCleanup)
     EXPECT_THAT(record.at("HOSTGROUPNAME"), StartsWith("Vendrix_"));
     EXPECT_THAT(array.Members("hostgroup", record.at("HOSTGROUPID"), "host"), ElementsAre(host));
 
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(array.Ids("host"), ElementsAre(host));
     EXPECT_THAT(array.Members("host", host, "iscsi_initiator"), ElementsAre(NODE_IQN));

@@ -8,13 +8,13 @@
 #include <stdexcept>
 #include <utility>
 
-Simulator::Simulator(const std::string& directory, const Process::Arguments& arguments, std::string adminUrl)
+Simulator::Simulator(const Process::Arguments& arguments, std::string adminUrl)
     : m_adminUrl(std::move(adminUrl))
 {
     Process::Arguments command = {ProgramPath("zavsim")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    m_process = std::make_unique<Process>(directory, command);
-    m_process->WaitForLine("zavsim: listening on " + m_adminUrl);
+    m_process = std::make_unique<Process>(command);
+    m_process->AwaitLine("zavsim: listening on " + m_adminUrl);
 }
 
 std::vector<JournalEntry> Simulator::Journal() const

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_TESTS_INTEGRATION_SIMULATOR_H
 #define PRODUCT_STORAGE_TESTS_INTEGRATION_SIMULATOR_H
 
-#include "tests/integration/process.h"
+#include "tests/support/process.h"
 
 #include <httplib.h>
 #include <json/value.h>
@@ -35,7 +35,7 @@ public:
 
 protected:
     /// Starts zavsim with these arguments and returns when it listens on `adminUrl`, the last that it tells.
-    Simulator(const std::string& directory, const Process::Arguments& arguments, std::string adminUrl);
+    Simulator(const Process::Arguments& arguments, std::string adminUrl);
     ~Simulator() = default;
 
     Json::Value Admin(const std::string& method, const std::string& resource, const std::string& body = {}) const;

@@ -18,15 +18,6 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-std::string MakeDirectory()
-{
-    std::string name = (fs::temp_directory_path() / "product-storage-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot make a folder " + name);
-    }
-    return name;
-}
-
 int NextNumber()
 {
     static std::atomic<int> count(0);
@@ -43,7 +34,7 @@ std::string ProgramFolder()
 
 void MakeScript(const std::string& path, const std::string& content)
 {
-    WriteFile(path, content);
+    WriteText(path, content);
     fs::permissions(path, fs::owner_all);
 }
 
@@ -55,39 +46,36 @@ std::string ProgramPath(const std::string& name)
 }
 
 Stage::Stage()
-    : m_directory(MakeDirectory())
-    , m_number(NextNumber())
+    : m_number(NextNumber())
 {
     fs::create_directories(fs::path(ProgramFolder()).parent_path() / "conf");
     for (const char* const folder : {"node/bin", "product/bin", "product/conf", "ca"}) {
-        fs::create_directories(fs::path(m_directory) / folder);
+        fs::create_directories(fs::path(Directory()) / folder);
     }
     fs::copy_file(ProgramPath("zavctl"), ProductPath("bin/zavctl"));
-    m_settings = {{"Log.File", m_directory + "/library.log"},
-                  {"Security.KeyFile", m_directory + "/product.key"},
-                  {"Shell.Path", m_directory + "/node/bin:" + ProgramPath("node")},
-                  {"Cert.AlertDir", m_directory + "/alerts"}};
+    m_settings = {{"Log.File", m_folder.File("library.log")},
+                  {"Security.KeyFile", m_folder.File("product.key")},
+                  {"Shell.Path", Directory() + "/node/bin:" + ProgramPath("node")},
+                  {"Cert.AlertDir", m_folder.File("alerts")}};
     WriteConfiguration();
     MakeNode();
-    setenv("PRODUCT_STORAGE_CONFIG", (m_directory + "/backupnode.ini").c_str(), 1);
-    setenv("ZAVSIM_NODE_INITIATOR_FILE", (m_directory + "/node/initiatorname.iscsi").c_str(), 1);
-    setenv("ZAVSIM_NODE_STATE", (m_directory + "/node/state").c_str(), 1);
+    setenv("PRODUCT_STORAGE_CONFIG", (m_folder.File("backupnode.ini")).c_str(), 1);
+    setenv("ZAVSIM_NODE_INITIATOR_FILE", (m_folder.File("node/initiatorname.iscsi")).c_str(), 1);
+    setenv("ZAVSIM_NODE_STATE", (m_folder.File("node/state")).c_str(), 1);
 }
 
 Stage::~Stage()
 {
     ZavStorageDiskLib::GetInstance()->StopCheckThread();
-    RunProgram(m_directory, {ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
+    RunToEnd({ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
     if (m_hasTargets) {
-        RunProgram(m_directory, {ProgramPath("zavsim-target"), "stop", "--folder", m_directory + "/targets"});
+        RunToEnd({ProgramPath("zavsim-target"), "stop", "--folder", m_folder.File("targets")});
     }
     for (const std::unique_ptr<Array>& array : m_arrays) {
         fs::remove(RecordPath(*array));
     }
     m_arrays.clear();
     m_clusters.clear();
-    boost::system::error_code ignored;
-    fs::remove_all(m_directory, ignored);
 }
 
 std::string Stage::Address(int number) const
@@ -114,7 +102,7 @@ Array& Stage::StartArray(ArrayOptions options)
     if (options.caFolder.empty()) {
         options.caFolder = CaFolder();
     }
-    m_arrays.push_back(std::make_unique<Array>(m_directory, options));
+    m_arrays.push_back(std::make_unique<Array>(options));
     if (options.caFolder == CaFolder()) {
         TrustCaFolder();
     }
@@ -131,7 +119,7 @@ Cluster& Stage::StartCluster(ClusterOptions options)
     if (options.caFolder.empty()) {
         options.caFolder = CaFolder();
     }
-    m_clusters.push_back(std::make_unique<Cluster>(m_directory, options));
+    m_clusters.push_back(std::make_unique<Cluster>(options));
     if (options.caFolder == CaFolder()) {
         TrustCaFolder();
     }
@@ -146,10 +134,10 @@ void Stage::TrustCaFolder()
 
 void Stage::StartTargets(const std::vector<std::string>& addresses)
 {
-    Process::Arguments command = {ProgramPath("zavsim-target"), "start", "--folder", m_directory + "/targets"};
+    Process::Arguments command = {ProgramPath("zavsim-target"), "start", "--folder", m_folder.File("targets")};
     command.insert(command.end(), addresses.begin(), addresses.end());
     m_hasTargets = true;
-    const Outcome outcome = RunProgram(m_directory, command);
+    const Base::ProgramResult outcome = RunToEnd(command);
     if (outcome.status != 0) {
         throw std::runtime_error("no iSCSI targets: " + outcome.output + outcome.errors);
     }
@@ -177,8 +165,8 @@ std::string Stage::EnvironmentFileOf(const Array& array) const
     for (const std::string& address : array.Options().managementIps) {
         allIps += (allIps.empty() ? "" : ", ") + quoted(address);
     }
-    const std::string path = m_directory + "/" + array.Options().serial + ".json";
-    WriteFile(path, R"({"managementIps": [)" + quoted(array.Options().managementIps.front()) +
+    const std::string path = Directory() + "/" + array.Options().serial + ".json";
+    WriteText(path, R"({"managementIps": [)" + quoted(array.Options().managementIps.front()) +
                         R"(], "userNames": ["admin"], "encryptedPasswords": [)" + quoted(EncryptedPassword()) +
                         R"(], "certificates": ["array"], "ports": [)" + std::to_string(Array::PORT) +
                         R"(], "protocols": [)" + (array.Options().protocol == "http" ? "1" : "0") +
@@ -188,18 +176,18 @@ std::string Stage::EnvironmentFileOf(const Array& array) const
 
 void Stage::SetFcPorts(const std::vector<std::string>& portNames) const
 {
-    const fs::path folder = fs::path(m_directory) / "node/fc_host";
+    const fs::path folder = fs::path(Directory()) / "node/fc_host";
     fs::remove_all(folder);
     for (std::size_t i = 0; i < portNames.size(); ++i) {
         const fs::path host = folder / ("host" + std::to_string(i));
         fs::create_directories(host);
-        WriteFile((host / "port_name").string(), portNames[i] + "\n");
+        WriteText((host / "port_name").string(), portNames[i] + "\n");
     }
 }
 
 void Stage::SetInitiatorFile(const std::string& content) const
 {
-    WriteFile(m_directory + "/node/initiatorname.iscsi", content);
+    WriteText(m_folder.File("node/initiatorname.iscsi"), content);
 }
 
 void Stage::Configure(const std::map<std::string, std::string>& settings)
@@ -210,18 +198,18 @@ void Stage::Configure(const std::map<std::string, std::string>& settings)
     WriteConfiguration();
 }
 
-Outcome Stage::RunZavctl(const Process::Arguments& arguments, const std::string& input) const
+Base::ProgramResult Stage::RunZavctl(const Process::Arguments& arguments, const std::string& input) const
 {
     Process::Arguments command = {ProductPath("bin/zavctl")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return RunProgram(m_directory, command, {}, input);
+    return RunToEnd(command, {}, input);
 }
 
 std::unique_ptr<Process> Stage::StartZavctl(const Process::Arguments& arguments, const std::string& input) const
 {
     Process::Arguments command = {ProductPath("bin/zavctl")};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return std::make_unique<Process>(m_directory, command, Process::Arguments(), input);
+    return std::make_unique<Process>(command, Process::Arguments(), input);
 }
 
 std::string Stage::RecordPath(const Array& array) const
@@ -238,9 +226,9 @@ std::map<std::string, std::string> Stage::ReadRecord(const std::string& path)
 {
     Json::Value root;
     std::string errors;
-    std::istringstream stream(ReadFile(path));
+    std::istringstream stream(ReadText(path));
     if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &root, &errors) || root.size() != 1) {
-        throw std::runtime_error(path + " does not hold one record: " + ReadFile(path));
+        throw std::runtime_error(path + " does not hold one record: " + ReadText(path));
     }
     std::map<std::string, std::string> record;
     const Json::Value& members = *root.begin();
@@ -252,20 +240,20 @@ std::map<std::string, std::string> Stage::ReadRecord(const std::string& path)
 
 std::string Stage::LogText() const
 {
-    return ReadFile(m_directory + "/library.log");
+    return ReadText(m_folder.File("library.log"));
 }
 
 // The files that a Linux node has under /etc and /sys, and a `cat` that finds them here.
 void Stage::MakeNode() const
 {
     SetInitiatorFile("## DO NOT EDIT OR REMOVE THIS FILE!\nInitiatorName=" + std::string(NODE_IQN) + "\n");
-    MakeScript(m_directory + "/node/bin/cat", "#!/bin/sh\n"
+    MakeScript(m_folder.File("node/bin/cat"), "#!/bin/sh\n"
                                               "case $1 in\n"
                                               "    /etc/iscsi/initiatorname.iscsi) exec /bin/cat '" +
-                                                  m_directory +
+                                                  Directory() +
                                                   "/node/initiatorname.iscsi' ;;\n"
                                                   "    /sys/class/fc_host/*) exec /bin/cat '" +
-                                                  m_directory +
+                                                  Directory() +
                                                   "'/node/fc_host/host*/port_name ;;\n"
                                                   "esac\n"
                                                   "exec /bin/cat \"$@\"\n");
@@ -282,7 +270,7 @@ void Stage::WriteConfiguration() const
     for (const auto& [section, keys] : sections) {
         content += "[" + section + "]\n" + keys;
     }
-    WriteFile(m_directory + "/backupnode.ini", content);
+    WriteText(m_folder.File("backupnode.ini"), content);
 }
 
 std::string Stage::EncryptedPassword() const

@@ -4,7 +4,8 @@
 #include "common/framework/product_messages.pb.h"
 #include "tests/integration/array.h"
 #include "tests/integration/cluster.h"
-#include "tests/integration/process.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 
@@ -61,7 +62,7 @@ protected:
     void Configure(const std::map<std::string, std::string>& settings);
 
     /// Runs zavctl to its end in the test's product folder.
-    Outcome RunZavctl(const Process::Arguments& arguments, const std::string& input = {}) const;
+    Base::ProgramResult RunZavctl(const Process::Arguments& arguments, const std::string& input = {}) const;
 
     /// The same without waiting for its end.
     std::unique_ptr<Process> StartZavctl(const Process::Arguments& arguments, const std::string& input = {}) const;
@@ -76,16 +77,16 @@ protected:
     /// What the library logged so far.
     std::string LogText() const;
 
-    const std::string& Directory() const noexcept { return m_directory; }
-    std::string ProductPath(const std::string& name) const { return m_directory + "/product/" + name; }
+    const std::string& Directory() const noexcept { return m_folder.Path(); }
+    std::string ProductPath(const std::string& name) const { return m_folder.File("product/" + name); }
 
 private:
-    std::string CaFolder() const { return m_directory + "/ca"; }
+    std::string CaFolder() const { return m_folder.File("ca"); }
     void TrustCaFolder();
     void MakeNode() const;
     void WriteConfiguration() const;
 
-    const std::string m_directory;
+    const TemporaryFolder m_folder;
     const int m_number; ///< tells the tests that run at the same time apart
     std::map<std::string, std::string> m_settings;
     std::vector<std::unique_ptr<Array>> m_arrays;

@@ -1,6 +1,6 @@
 #include "tests/integration/terminal.h"
 
-#include "tests/integration/process.h"
+#include "tests/support/process.h"
 
 #include <fcntl.h>
 #include <pty.h>

@@ -49,15 +49,15 @@ TEST_F(ZavctlManualTest, CommandsPrintWhatTheManualShows)
     Replace("10.20.0.9", cluster.Address(1));
     Replace("/opt/product", Directory() + "/product");
     const std::string environment = Move(ConsoleBlocks::Block(ZAVCTL_MANUAL, "json"));
-    WriteFile(Directory() + "/password", std::string(PASSWORD) + "\n");
-    WriteFile(Directory() + "/env.json",
+    WriteText(Directory() + "/password", std::string(PASSWORD) + "\n");
+    WriteText(Directory() + "/env.json",
               std::regex_replace(environment, std::regex("AES256GCM[^\"]*"), EncryptedPassword()));
 
     const ConsoleBlocks::Session session = ConsoleBlocks::ReadSession(ZAVCTL_MANUAL);
     ASSERT_GT(session.commands, 10U);
-    WriteFile(Directory() + "/script", "exec 2>&1\ncd " + Directory() + "\n" + Move(session.script));
-    const Outcome outcome = RunProgram(Directory(), {"timeout", "90", "/bin/bash", Directory() + "/script"},
-                                       {"PATH=" + ProductPath("bin") + ":" + std::getenv("PATH")});
+    WriteText(Directory() + "/script", "exec 2>&1\ncd " + Directory() + "\n" + Move(session.script));
+    const Base::ProgramResult outcome = RunToEnd({"timeout", "90", "/bin/bash", Directory() + "/script"},
+                                                 {"PATH=" + ProductPath("bin") + ":" + std::getenv("PATH")});
     EXPECT_EQ(Settle(Move(session.output)), Settle(outcome.output));
 }
 

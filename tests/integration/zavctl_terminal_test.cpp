@@ -17,7 +17,7 @@ protected:
     {
         Process::Arguments command = {"/bin/sh", "-c", "exec \"$@\" " + redirection, "sh", ProductPath("bin/zavctl")};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        return std::make_unique<Process>(Directory(), command, Process::Arguments{"TERMINAL=" + m_terminal.Path()});
+        return std::make_unique<Process>(command, Process::Arguments{"TERMINAL=" + m_terminal.Path()});
     }
 
     Terminal m_terminal;

@@ -35,7 +35,7 @@ TEST_F(ZavctlTest, InitPrintsTheNineFieldsAsATable)
 {
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
-    const Outcome outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     std::vector<std::string> titles;
     std::istringstream lines(outcome.output);
@@ -55,7 +55,7 @@ TEST_F(ZavctlTest, InitOfSeveralEnvironmentsPrintsAColumnOrObjectEach)
     const Array& first = StartArray();
     const Array& second = StartArray();
     StartTargets({first.Options().serviceIps[0], second.Options().serviceIps[0]});
-    const Outcome outcome =
+    const Base::ProgramResult outcome =
         RunZavctl({"init", "--env", EnvironmentFileOf(first), "--env", EnvironmentFileOf(second), "-o", "json"});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     const Json::Value arrays = ParseJson(outcome.output);
@@ -70,11 +70,11 @@ TEST_F(ZavctlTest, WatchPreparesTheNodeAnewWhenAnObjectIsGoneAndStopsOnSignal)
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
-    zavctl->WaitForLine("MAPPING VIEW NAME");
+    zavctl->AwaitLine("MAPPING VIEW NAME");
     const std::string firstView = array.Ids("mappingview").at(0);
     array.DeleteBehindBack("mappingview", firstView);
 
-    zavctl->WaitForError("The MapView has been deleted!");
+    zavctl->AwaitError("The MapView has been deleted!");
     WaitUntil("a second table", [&zavctl] {
         const std::string output = zavctl->Output();
         return output.find("DEVICE KEY") != output.rfind("DEVICE KEY") && output.back() == '\n';
@@ -91,10 +91,10 @@ TEST_F(ZavctlTest, WatchLogsInAnewAfterTheArrayDroppedTheSession)
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
-    zavctl->WaitForLine("MAPPING VIEW NAME");
+    zavctl->AwaitLine("MAPPING VIEW NAME");
     array.EndSessions();
     array.ClearJournal();
-    zavctl->WaitForError("could not be prepared");
+    zavctl->AwaitError("could not be prepared");
     WaitUntil("a new session", [&array] { return array.SessionCount() == 1; });
     zavctl->Signal(SIGINT);
     EXPECT_EQ(0, zavctl->Wait()) << zavctl->Errors();
@@ -105,13 +105,13 @@ TEST_F(ZavctlTest, InventoryPrintsSystemPortsPoolsAndEveryLun)
     ArrayOptions options;
     options.further = {"--luns", "1234", "--pools", "3"};
     const Array& array = StartArray(options);
-    const Outcome table = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "--page-size", "100"});
+    const Base::ProgramResult table = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "--page-size", "100"});
     ASSERT_EQ(0, table.status) << table.errors;
     EXPECT_THAT(table.output, AllOf(HasSubstr("SERIAL NUMBER     " + array.Options().serial + "\n"),
                                     HasSubstr("SERVICE PORTS     " + array.Options().serviceIps[0] + "\n"),
                                     HasSubstr("LUNS              1234\n")));
 
-    const Outcome json = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "-o", "json"});
+    const Base::ProgramResult json = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "-o", "json"});
     ASSERT_EQ(0, json.status) << json.errors;
     const Json::Value inventory = ParseJson(json.output);
     EXPECT_EQ(3U, inventory["pools"].size());
@@ -127,7 +127,7 @@ TEST_F(ZavctlTest, InitOnANodeWithAnOnlineFcPortNeedsNoIscsiSession)
     const Array& array = StartArray(); // and no iSCSI target
     SetFcPorts({"0x21000024ff4b8c1a"});
     array.SetFcPortOnline("21000024ff4b8c1a", true);
-    const Outcome outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_THAT(outcome.errors, HasSubstr("this node is prepared"));
 }
@@ -136,7 +136,7 @@ TEST_F(ZavctlTest, InventoryThatTheArrayRefusesNamesWhatCannotBeRead)
 {
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
-    const Outcome outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array)});
+    const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors,
                 HasSubstr("zavctl: " + array.Url() + ": cannot read the storage pools, code 42: no way\n"));
@@ -148,7 +148,7 @@ TEST_F(ZavctlTest, VerboseShowsEachLineOfTheLibraryOnce)
 {
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
-    const Outcome outcome = RunZavctl({"-v", "inventory", "--env", EnvironmentFileOf(array)});
+    const Base::ProgramResult outcome = RunZavctl({"-v", "inventory", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(1, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("Login zav device successfully! Device url is " + array.Url()));
     const std::string failure = "Get all storagePool failed.";
@@ -162,14 +162,14 @@ TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
     for (const char* const kind : {"mappingview", "hostgroup", "lungroup", "host"}) {
         EXPECT_THAT(array.Ids(kind), IsEmpty()) << kind;
     }
-    EXPECT_EQ("", ReadFile(ZavctlRecordPath(array)));
+    EXPECT_EQ("", ReadText(ZavctlRecordPath(array)));
 
-    const Outcome again = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult again = RunZavctl({"cleanup", "--env", env});
     EXPECT_EQ(0, again.status);
     EXPECT_THAT(again.errors, HasSubstr("nothing is recorded for this array"));
 }
@@ -181,7 +181,7 @@ TEST_F(ZavctlTest, CleanupKeepsAHostThatASecondInitFoundUnlessItIsToldToRemoveIt
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env, "--delete-host"});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env, "--delete-host"});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(array.Ids("host"), IsEmpty());
 }
@@ -194,7 +194,7 @@ TEST_F(ZavctlTest, CleanupLeavesAHostThatASecondInitFound)
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     const std::string host = array.Ids("host").at(0);
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(cleanup.errors, HasSubstr("host " + host + " (kept)"));
     EXPECT_THAT(array.Members("host", host, "iscsi_initiator"), ElementsAre(NODE_IQN));
@@ -206,11 +206,11 @@ TEST_F(ZavctlTest, CleanupLeavesTheRecordsOfOtherArraysInTheFile)
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
-    WriteFile(ZavctlRecordPath(array), R"({"another array": {"HOSTID": "12"}})");
+    WriteText(ZavctlRecordPath(array), R"({"another array": {"HOSTID": "12"}})");
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
-    const Json::Value records = ParseJson(ReadFile(ZavctlRecordPath(array)));
+    const Json::Value records = ParseJson(ReadText(ZavctlRecordPath(array)));
     EXPECT_THAT(records.getMemberNames(), ElementsAre("another array"));
     EXPECT_EQ("12", records["another array"]["HOSTID"].asString());
 }
@@ -221,21 +221,21 @@ TEST_F(ZavctlTest, CleanupKeepsTheRecordOfWhatItCouldNotRemove)
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
-    const std::string record = ReadFile(ZavctlRecordPath(array));
+    const std::string record = ReadText(ZavctlRecordPath(array));
     array.AddFault(
         R"({"kind": "code", "code": 42, "description": "no way", "method": "DELETE", "target": "/hostgroup/"})");
-    const Outcome cleanup = RunZavctl({"cleanup", "--env", env});
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     EXPECT_EQ(1, cleanup.status);
     EXPECT_THAT(cleanup.errors,
                 AllOf(HasSubstr("DeleteHostGroup failed! reason: no way"),
                       HasSubstr("cleanup stopped with code 42; the record stays in " + ZavctlRecordPath(array))));
-    EXPECT_EQ(record, ReadFile(ZavctlRecordPath(array)));
+    EXPECT_EQ(record, ReadText(ZavctlRecordPath(array)));
     EXPECT_EQ(0, RunZavctl({"cleanup", "--env", env}).status) << "a second run finishes it";
 }
 
 TEST_F(ZavctlTest, ConfigCheckPrintsEverySetting)
 {
-    const Outcome outcome = RunZavctl({"config", "check"});
+    const Base::ProgramResult outcome = RunZavctl({"config", "check"});
     EXPECT_EQ(0, outcome.status) << outcome.errors;
     EXPECT_THAT(outcome.output, AllOf(StartsWith("SECTION"), HasSubstr("DosRequestInterval"), HasSubstr("VerifyPeer")));
 }

@@ -1,6 +1,6 @@
 #include "tests/simulator/support/running_simulation.h"
 
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 #include <gmock/gmock.h>
 #include <json/writer.h>

@@ -1,6 +1,6 @@
 #include "simulator/http/certificate_folder.h"
 
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ protected:
         }
     }
 
-    ZavSimTest::TemporaryFolder folder;
+    TemporaryFolder folder;
     const std::string path = folder.File("ca");
 };
 

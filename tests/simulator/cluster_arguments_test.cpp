@@ -1,5 +1,5 @@
 #include "simulator/options.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,11 +1,10 @@
 #include "simulator/array/operations.h"
-#include "simulator/dataplane/command.h"
 #include "simulator/dataplane/data_plane_options.h"
 #include "simulator/dataplane/fc_fabric.h"
 #include "simulator/dataplane/lio_plane.h"
 #include "simulator/dataplane/lun_files.h"
 #include "simulator/dataplane/tgt_daemon.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,7 +21,6 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ZavSimTest::TemporaryFolder;
 
 constexpr const char* NODE = "iqn.2020-01.example.node:1";
 
@@ -91,25 +89,6 @@ TEST_F(LunFilesTest, FolderThatCannotBeUsedIsNamed)
     folder.Write("file", "");
     EXPECT_THAT(MessageOf([&] { LunFiles files(folder.File("file"), inventory); }),
                 HasSubstr("cannot use the folder " + folder.File("file")));
-}
-
-TEST(CommandTest, RunCommandGivesStatusAndBothOutputs)
-{
-    const CommandResult result = RunCommand({"sh", "-c", "echo $SAID; echo wrong >&2; exit 3"}, {"SAID=a b"});
-    EXPECT_EQ(3, result.status);
-    EXPECT_EQ("a b\n", result.output);
-    EXPECT_EQ("wrong\n", result.errors);
-}
-
-TEST(CommandTest, RunCommandTellsASignal)
-{
-    EXPECT_EQ(128 + 15, RunCommand({"sh", "-c", "kill -TERM $$"}, {}).status);
-}
-
-TEST(CommandTest, RunCommandNamesAProgramThatIsNotThere)
-{
-    EXPECT_EQ("cannot start no-such-program: No such file or directory",
-              MessageOf([] { RunCommand({"no-such-program"}, {}); }));
 }
 
 TEST(TgtDaemonTest, SocketMustBeAPathAPointAndANumber)

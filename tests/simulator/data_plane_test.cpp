@@ -1,7 +1,7 @@
 #include "simulator/node/iscsi_link.h"
-#include "tests/simulator/support/child_process.h"
 #include "tests/simulator/support/iscsi_disk.h"
 #include "tests/simulator/support/running_simulation.h"
+#include "tests/support/process.h"
 
 #include <gmock/gmock.h>
 
@@ -33,8 +33,9 @@ protected:
     {
         const char* const path = ::getenv("PATH");
         ::setenv("PATH", (std::string(path == nullptr ? "/usr/bin:/bin" : path) + ":/usr/sbin:/sbin").c_str(), 1);
-        const Finished targets = Execute({ZAVSIM_TARGET, "start", "--bare", "--folder", folder.File("t"), here, there});
-        EXPECT_EQ(0, targets.status) << targets.err << "(Debian's package tgt has tgtd)";
+        const Base::ProgramResult targets =
+            RunToEnd({ZAVSIM_TARGET, "start", "--bare", "--folder", folder.File("t"), here, there});
+        EXPECT_EQ(0, targets.status) << targets.errors << "(Debian's package tgt has tgtd)";
         options.shape.serviceAddresses = {here, there};
         options.dataPlane.kind = "tgt";
         options.dataPlane.folder = folder.File("data");
@@ -46,7 +47,7 @@ protected:
     ~DataPlaneTest() override
     {
         simulation.reset();
-        EXPECT_EQ(0, Execute({ZAVSIM_TARGET, "stop", "--folder", folder.File("t")}).status);
+        EXPECT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("t")}).status);
     }
 
     static std::string Address(int last)

@@ -1,6 +1,6 @@
 #include "simulator/faults/fault_plan.h"
 
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

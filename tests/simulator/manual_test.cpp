@@ -1,8 +1,8 @@
 #include "simulator/array/codes.h"
 #include "simulator/cluster/cluster_codes.h"
-#include "tests/simulator/support/child_process.h"
-#include "tests/simulator/support/temporary_folder.h"
 #include "tests/support/console_blocks.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gtest/gtest.h>
 
@@ -50,10 +50,10 @@ TEST(ManualTest, CommandsPrintWhatTheManualShows)
     const TemporaryFolder folder;
     folder.Write("script", ENDS_WHAT_IT_STARTED + "cd " + folder.Path() + "\n" + MoveAddresses(session.script));
     const std::string programs = std::string(ZAVSIM_PROGRAM).substr(0, std::string(ZAVSIM_PROGRAM).rfind('/'));
-    const Finished finished = Execute({"timeout", "90", "/bin/bash", folder.File("script")},
-                                      {"PATH=" + programs + ":" + ::getenv("PATH") + ":/usr/sbin:/sbin"});
-    EXPECT_EQ(MoveAddresses(session.output), finished.out);
-    EXPECT_EQ("", finished.err);
+    const Base::ProgramResult finished = RunToEnd({"timeout", "90", "/bin/bash", folder.File("script")},
+                                                  {"PATH=" + programs + ":" + ::getenv("PATH") + ":/usr/sbin:/sbin"});
+    EXPECT_EQ(MoveAddresses(session.output), finished.output);
+    EXPECT_EQ("", finished.errors);
 }
 
 TEST(ManualTest, CodesAreThoseOfTheManual)
@@ -82,7 +82,7 @@ TEST(ManualTest, CodesOfTheClusterAreThoseOfTheManual)
 
 TEST(ManualTest, OptionsAreThoseOfTheProgram)
 {
-    const std::string help = Execute({ZAVSIM_PROGRAM, "--help"}).out;
+    const std::string help = RunToEnd({ZAVSIM_PROGRAM, "--help"}).output;
     std::set<std::string> offered;
     const std::regex option("--[a-z-]+");
     for (std::sregex_iterator each(help.begin(), help.end(), option), end; each != end; ++each) {

@@ -1,5 +1,5 @@
-#include "tests/simulator/support/child_process.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,9 +39,9 @@ protected:
 
     ~NodeIscsiadmTest() override
     {
-        Execute({ISCSIADM, "-m", "node", "-u"}, environment);
+        RunToEnd({ISCSIADM, "-m", "node", "-u"}, environment);
         if (std::filesystem::exists(folder.File("target"))) {
-            EXPECT_EQ(0, Execute({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
+            EXPECT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
         }
     }
 
@@ -61,21 +61,21 @@ protected:
         std::vector<std::string> words{ZAVSIM_TARGET, "start", "--folder",    folder.File("target"),
                                        "--initiator", ME,      "--megabytes", "8"};
         words.insert(words.end(), addresses.begin(), addresses.end());
-        const Finished finished = Execute(words, environment);
-        ASSERT_EQ(0, finished.status) << finished.err << "(Debian's package tgt has tgtd)";
+        const Base::ProgramResult finished = RunToEnd(words, environment);
+        ASSERT_EQ(0, finished.status) << finished.errors << "(Debian's package tgt has tgtd)";
     }
 
-    Finished Discover(const std::string& address)
+    Base::ProgramResult Discover(const std::string& address)
     {
-        return Execute({ISCSIADM, "-m", "discovery", "--op=new", "-t", "st", "-p", address}, environment);
+        return RunToEnd({ISCSIADM, "-m", "discovery", "--op=new", "-t", "st", "-p", address}, environment);
     }
-    Finished Login(const std::string& address)
+    Base::ProgramResult Login(const std::string& address)
     {
-        return Execute({ISCSIADM, "-m", "node", "-p", address, "-l"}, environment);
+        return RunToEnd({ISCSIADM, "-m", "node", "-p", address, "-l"}, environment);
     }
-    Finished Logout() { return Execute({ISCSIADM, "-m", "node", "-u"}, environment); }
-    Finished List() { return Execute({ISCSIADM, "-m", "session", "-P", "1"}, environment); }
-    Finished ListAddresses() { return RunShell(LIST_ADDRESSES, environment); }
+    Base::ProgramResult Logout() { return RunToEnd({ISCSIADM, "-m", "node", "-u"}, environment); }
+    Base::ProgramResult List() { return RunToEnd({ISCSIADM, "-m", "session", "-P", "1"}, environment); }
+    Base::ProgramResult ListAddresses() { return RunShellLine(LIST_ADDRESSES, environment); }
 
     /// "[…target: …, portal: …]" as the lines about logins have it.
     static std::string Bracket(const std::string& address)
@@ -98,7 +98,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    Environment environment;
+    Process::Arguments environment;
     const std::string here = Address(1);
     const std::string there = Address(2);
 };
@@ -106,47 +106,47 @@ protected:
 TEST_F(NodeIscsiadmTest, DiscoveryListsTheTargetOfThePortal)
 {
     StartTargets({here, there});
-    const Finished found = Discover(here);
+    const Base::ProgramResult found = Discover(here);
     EXPECT_EQ(0, found.status);
-    EXPECT_EQ(here + ":3260,1 " + Name(here) + "\n", found.out);
-    EXPECT_EQ("", found.err);
-    EXPECT_EQ(there + ":3260,1 " + Name(there) + "\n", Discover(there).out);
+    EXPECT_EQ(here + ":3260,1 " + Name(here) + "\n", found.output);
+    EXPECT_EQ("", found.errors);
+    EXPECT_EQ(there + ":3260,1 " + Name(there) + "\n", Discover(there).output);
 }
 
 TEST_F(NodeIscsiadmTest, DiscoveryWhereNothingListensTellsItSixTimes)
 {
-    const Finished refused = Discover(here);
+    const Base::ProgramResult refused = Discover(here);
     const std::string line = "iscsiadm: cannot make connection to " + here + ": Connection refused\n";
     EXPECT_EQ(11, refused.status);
-    EXPECT_EQ("", refused.out);
+    EXPECT_EQ("", refused.output);
     EXPECT_EQ(line + line + line + line + line + line +
                   "iscsiadm: connection login retries (reopen_max) 5 exceeded\n"
                   "iscsiadm: Could not perform SendTargets discovery: iSCSI PDU timed out\n",
-              refused.err);
+              refused.errors);
 }
 
 TEST_F(NodeIscsiadmTest, DiscoveryByAnInitiatorThatSeesNothing)
 {
     StartTargets({here});
     SetInitiator("iqn.2020-01.example.node:stranger");
-    const Finished nothing = Discover(here);
+    const Base::ProgramResult nothing = Discover(here);
     EXPECT_EQ(21, nothing.status);
-    EXPECT_EQ("", nothing.out);
-    EXPECT_EQ("iscsiadm: No portals found\n", nothing.err);
+    EXPECT_EQ("", nothing.output);
+    EXPECT_EQ("iscsiadm: No portals found\n", nothing.errors);
 }
 
 TEST_F(NodeIscsiadmTest, LoginKeepsASessionThatTheListShowsByAddress)
 {
     StartTargets({here});
     Discover(here);
-    const Finished login = Login(here);
-    EXPECT_EQ(0, login.status) << login.err;
-    EXPECT_EQ("Logging in to " + Bracket(here) + "\nLogin to " + Bracket(here) + " successful.\n", login.out);
-    EXPECT_EQ("", login.err);
-    const Finished addresses = ListAddresses();
+    const Base::ProgramResult login = Login(here);
+    EXPECT_EQ(0, login.status) << login.errors;
+    EXPECT_EQ("Logging in to " + Bracket(here) + "\nLogin to " + Bracket(here) + " successful.\n", login.output);
+    EXPECT_EQ("", login.errors);
+    const Base::ProgramResult addresses = ListAddresses();
     EXPECT_EQ(0, addresses.status);
-    EXPECT_EQ(here + "\n", addresses.out);
-    EXPECT_EQ("", addresses.err);
+    EXPECT_EQ(here + "\n", addresses.output);
+    EXPECT_EQ("", addresses.errors);
 }
 
 TEST_F(NodeIscsiadmTest, ListHasTheFormOfTheRealTool)
@@ -166,7 +166,7 @@ TEST_F(NodeIscsiadmTest, ListHasTheFormOfTheRealTool)
                   "\t\tIface IPaddress: [default]\n\t\tIface HWaddress: default\n\t\tIface Netdev: default\n"
                   "\t\tSID: 1\n\t\tiSCSI Connection State: LOGGED IN\n\t\tiSCSI Session State: LOGGED_IN\n"
                   "\t\tInternal iscsid Session State: NO CHANGE\n",
-              List().out);
+              List().output);
 }
 
 TEST_F(NodeIscsiadmTest, SecondLoginSaysThatTheSessionIsThere)
@@ -174,13 +174,13 @@ TEST_F(NodeIscsiadmTest, SecondLoginSaysThatTheSessionIsThere)
     StartTargets({here});
     Discover(here);
     Login(here);
-    const Finished second = Login(here);
+    const Base::ProgramResult second = Login(here);
     EXPECT_EQ(15, second.status);
-    EXPECT_EQ("", second.out);
+    EXPECT_EQ("", second.output);
     EXPECT_EQ("iscsiadm: default: 1 session requested, but 1 already present.\n"
               "iscsiadm: Could not log into all portals\n",
-              second.err);
-    EXPECT_EQ(here + "\n", ListAddresses().out);
+              second.errors);
+    EXPECT_EQ(here + "\n", ListAddresses().output);
 }
 
 TEST_F(NodeIscsiadmTest, OfTwoLoginsAtOnceOneFindsTheOthersSession)
@@ -192,7 +192,7 @@ TEST_F(NodeIscsiadmTest, OfTwoLoginsAtOnceOneFindsTheOthersSession)
     const int two = other.get();
     EXPECT_EQ(15, one + two);
     EXPECT_EQ(0, one * two);
-    EXPECT_EQ(here + "\n", ListAddresses().out);
+    EXPECT_EQ(here + "\n", ListAddresses().output);
 }
 
 TEST_F(NodeIscsiadmTest, TwoPortalsMakeTwoSessionsAndOneLogoutEndsBoth)
@@ -202,38 +202,38 @@ TEST_F(NodeIscsiadmTest, TwoPortalsMakeTwoSessionsAndOneLogoutEndsBoth)
         Discover(address);
         EXPECT_EQ(0, Login(address).status);
     }
-    EXPECT_EQ(here + "\n" + there + "\n", ListAddresses().out);
-    const Finished logout = Logout();
+    EXPECT_EQ(here + "\n" + there + "\n", ListAddresses().output);
+    const Base::ProgramResult logout = Logout();
     EXPECT_EQ(0, logout.status);
     const std::string first = "[sid: 1, target: " + Name(here) + ", portal: " + here + ",3260]";
     const std::string second = "[sid: 2, target: " + Name(there) + ", portal: " + there + ",3260]";
     EXPECT_EQ("Logging out of session " + first + "\nLogging out of session " + second + "\nLogout of " + first +
                   " successful.\nLogout of " + second + " successful.\n",
-              logout.out);
+              logout.output);
     EXPECT_EQ(21, Logout().status);
-    EXPECT_EQ("iscsiadm: No matching sessions found\n", Logout().err);
+    EXPECT_EQ("iscsiadm: No matching sessions found\n", Logout().errors);
     EXPECT_EQ(0, Login(here).status) << "the records stay";
 }
 
 TEST_F(NodeIscsiadmTest, ListWithoutSessionsIsEmpty)
 {
-    const Finished alone = List();
+    const Base::ProgramResult alone = List();
     EXPECT_EQ(21, alone.status);
-    EXPECT_EQ("iscsiadm: No active sessions.\n", alone.err);
-    const Finished addresses = ListAddresses();
+    EXPECT_EQ("iscsiadm: No active sessions.\n", alone.errors);
+    const Base::ProgramResult addresses = ListAddresses();
     EXPECT_EQ(0, addresses.status);
-    EXPECT_EQ("", addresses.out);
-    EXPECT_EQ("iscsiadm: No active sessions.\n", addresses.err);
+    EXPECT_EQ("", addresses.output);
+    EXPECT_EQ("iscsiadm: No active sessions.\n", addresses.errors);
 }
 
 TEST_F(NodeIscsiadmTest, LoginWithoutDiscoveryFindsNoRecords)
 {
     StartTargets({here, there});
-    EXPECT_EQ("iscsiadm: No records found\n", Login(here).err);
+    EXPECT_EQ("iscsiadm: No records found\n", Login(here).errors);
     Discover(there);
-    const Finished login = Login(here);
+    const Base::ProgramResult login = Login(here);
     EXPECT_EQ(21, login.status);
-    EXPECT_EQ("iscsiadm: No records found\n", login.err);
+    EXPECT_EQ("iscsiadm: No records found\n", login.errors);
 }
 
 TEST_F(NodeIscsiadmTest, LoginThatTheTargetRefusesTellsWhy)
@@ -241,14 +241,14 @@ TEST_F(NodeIscsiadmTest, LoginThatTheTargetRefusesTellsWhy)
     StartTargets({here});
     Discover(here);
     SetInitiator("iqn.2020-01.example.node:stranger");
-    const Finished refused = Login(here);
+    const Base::ProgramResult refused = Login(here);
     EXPECT_EQ(19, refused.status);
-    EXPECT_EQ("Logging in to " + Bracket(here) + "\n", refused.out);
+    EXPECT_EQ("Logging in to " + Bracket(here) + "\n", refused.output);
     EXPECT_EQ("iscsiadm: Could not login to " + Bracket(here) +
                   ".\niscsiadm: initiator reported error (19 - encountered non-retryable iSCSI login failure)\n"
                   "iscsiadm: Could not log into all portals\n",
-              refused.err);
-    EXPECT_EQ("", ListAddresses().out);
+              refused.errors);
+    EXPECT_EQ("", ListAddresses().output);
 }
 
 TEST_F(NodeIscsiadmTest, StaleAndPresentRecordsOnOnePortalTellThePresentFirst)
@@ -259,15 +259,15 @@ TEST_F(NodeIscsiadmTest, StaleAndPresentRecordsOnOnePortalTellThePresentFirst)
     folder.Write("state/nodes.json", R"([{"target":"iqn.2020-01.example.gone","host":")" + here +
                                          R"(","port":3260,"group":1},{"target":")" + Name(here) + R"(","host":")" +
                                          here + R"(","port":3260,"group":1}])");
-    const Finished login = Login(here);
+    const Base::ProgramResult login = Login(here);
     EXPECT_EQ(15, login.status);
-    EXPECT_THAT(login.err, StartsWith("iscsiadm: default: 1 session requested, but 1 already present.\n"
-                                      "iscsiadm: Could not login to"));
+    EXPECT_THAT(login.errors, StartsWith("iscsiadm: default: 1 session requested, but 1 already present.\n"
+                                         "iscsiadm: Could not login to"));
     Logout();
-    const Finished again = Login(here);
+    const Base::ProgramResult again = Login(here);
     EXPECT_EQ(19, again.status);
-    EXPECT_THAT(again.out, HasSubstr("Login to " + Bracket(here) + " successful."));
-    EXPECT_EQ(here + "\n", ListAddresses().out);
+    EXPECT_THAT(again.output, HasSubstr("Login to " + Bracket(here) + " successful."));
+    EXPECT_EQ(here + "\n", ListAddresses().output);
 }
 
 TEST_F(NodeIscsiadmTest, SessionEndsWhenItsTargetGoes)
@@ -275,14 +275,14 @@ TEST_F(NodeIscsiadmTest, SessionEndsWhenItsTargetGoes)
     StartTargets({here});
     Discover(here);
     Login(here);
-    ASSERT_EQ(0, Execute({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
+    ASSERT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (List().status == 0 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20)); // the keeper is another process
     }
-    EXPECT_EQ("", ListAddresses().out);
+    EXPECT_EQ("", ListAddresses().output);
     EXPECT_EQ(8, Login(here).status);
-    EXPECT_THAT(Login(here).err, HasSubstr("(8 - connection timed out)"));
+    EXPECT_THAT(Login(here).errors, HasSubstr("(8 - connection timed out)"));
 }
 
 TEST_F(NodeIscsiadmTest, KeeperStandsAloneAndItsDeathEndsTheSession)
@@ -301,7 +301,7 @@ TEST_F(NodeIscsiadmTest, KeeperStandsAloneAndItsDeathEndsTheSession)
     while (List().status == 0 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    EXPECT_EQ("", ListAddresses().out);
+    EXPECT_EQ("", ListAddresses().output);
     EXPECT_EQ(0, Login(here).status) << "a new session takes its place";
 }
 
@@ -309,8 +309,8 @@ TEST_F(NodeIscsiadmTest, PipelineIsNotHeldOpenByTheKeeper)
 {
     StartTargets({here});
     Discover(here);
-    const Finished piped = RunShell("iscsiadm -m node -p " + here + " -l 2>&1 | cat", environment);
-    EXPECT_THAT(piped.out, HasSubstr("successful.")); // cat ends only when nobody holds the pipe any more
+    const Base::ProgramResult piped = RunShellLine("iscsiadm -m node -p " + here + " -l 2>&1 | cat", environment);
+    EXPECT_THAT(piped.output, HasSubstr("successful.")); // cat ends only when nobody holds the pipe any more
 }
 
 TEST_F(NodeIscsiadmTest, OtherCommandLinesAreRefusedWithTheirUse)
@@ -318,20 +318,20 @@ TEST_F(NodeIscsiadmTest, OtherCommandLinesAreRefusedWithTheirUse)
     for (const std::vector<std::string>& words : {std::vector<std::string>{ISCSIADM},
                                                   {ISCSIADM, "-m", "host"},
                                                   {ISCSIADM, "-m", "node", "-p", "nonsense", "-l"}}) {
-        const Finished refused = Execute(words, environment);
+        const Base::ProgramResult refused = RunToEnd(words, environment);
         EXPECT_EQ(7, refused.status);
-        EXPECT_EQ("", refused.out);
-        EXPECT_THAT(refused.err, StartsWith("iscsiadm: "));
-        EXPECT_THAT(refused.err, HasSubstr("Try `iscsiadm --help' for more information."));
+        EXPECT_EQ("", refused.output);
+        EXPECT_THAT(refused.errors, StartsWith("iscsiadm: "));
+        EXPECT_THAT(refused.errors, HasSubstr("Try `iscsiadm --help' for more information."));
     }
 }
 
 TEST_F(NodeIscsiadmTest, NodeWithoutANameCannotDoAnything)
 {
     std::filesystem::remove(folder.File("name"));
-    const Finished refused = Discover(here);
+    const Base::ProgramResult refused = Discover(here);
     EXPECT_EQ(6, refused.status);
-    EXPECT_EQ("iscsiadm: there is no file " + folder.File("name") + "\n", refused.err);
+    EXPECT_EQ("iscsiadm: there is no file " + folder.File("name") + "\n", refused.errors);
 }
 
 class TargetScriptTest : public NodeIscsiadmTest {};
@@ -339,13 +339,14 @@ class TargetScriptTest : public NodeIscsiadmTest {};
 TEST_F(TargetScriptTest, StopEndsItsProcessesAndRemovesItsFiles)
 {
     StartTargets({here, there});
-    const Finished status = Execute({ZAVSIM_TARGET, "status", "--folder", folder.File("target")}, environment);
+    const Base::ProgramResult status =
+        RunToEnd({ZAVSIM_TARGET, "status", "--folder", folder.File("target")}, environment);
     EXPECT_EQ(0, status.status);
-    EXPECT_THAT(status.out, HasSubstr(Name(here)));
-    EXPECT_THAT(status.out, HasSubstr(Name(there)));
-    EXPECT_EQ(0, Execute({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
+    EXPECT_THAT(status.output, HasSubstr(Name(here)));
+    EXPECT_THAT(status.output, HasSubstr(Name(there)));
+    EXPECT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
     EXPECT_TRUE(std::filesystem::is_empty(folder.File("target")));
-    EXPECT_EQ(1, Execute({ZAVSIM_TARGET, "status", "--folder", folder.File("target")}, environment).status);
+    EXPECT_EQ(1, RunToEnd({ZAVSIM_TARGET, "status", "--folder", folder.File("target")}, environment).status);
     EXPECT_EQ(11, Discover(here).status);
 }
 
@@ -354,21 +355,22 @@ TEST_F(TargetScriptTest, StopEndsATargetThatIsInUse)
     StartTargets({here});
     Discover(here);
     Login(here);
-    EXPECT_EQ(0, Execute({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
+    EXPECT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("target")}, environment).status);
     EXPECT_EQ(11, Discover(here).status);
 }
 
 TEST_F(TargetScriptTest, StartTwiceOrOnATakenAddressLeavesWhatIsThere)
 {
     StartTargets({here});
-    const Finished again = Execute({ZAVSIM_TARGET, "start", "--folder", folder.File("target"), there}, environment);
+    const Base::ProgramResult again =
+        RunToEnd({ZAVSIM_TARGET, "start", "--folder", folder.File("target"), there}, environment);
     EXPECT_EQ(1, again.status);
-    EXPECT_THAT(again.err, HasSubstr("serves already"));
-    const Finished other =
-        Execute({ZAVSIM_TARGET, "start", "--folder", folder.File("other"), there, here}, environment);
+    EXPECT_THAT(again.errors, HasSubstr("serves already"));
+    const Base::ProgramResult other =
+        RunToEnd({ZAVSIM_TARGET, "start", "--folder", folder.File("other"), there, here}, environment);
     EXPECT_EQ(1, other.status);
-    EXPECT_THAT(other.err, HasSubstr("tgtd does not serve " + here + ":3260"));
-    EXPECT_THAT(other.err, HasSubstr("Address already in use"));
+    EXPECT_THAT(other.errors, HasSubstr("tgtd does not serve " + here + ":3260"));
+    EXPECT_THAT(other.errors, HasSubstr("Address already in use"));
     EXPECT_TRUE(std::filesystem::is_empty(folder.File("other"))) << "what it had begun is undone";
     EXPECT_EQ(11, Discover(there).status);
     EXPECT_EQ(0, Discover(here).status);
@@ -385,9 +387,9 @@ TEST_F(TargetScriptTest, BadUseIsTold)
           {"start", "--folder", folder.File("x"), "--luns", "0", "127.0.0.5"}}) {
         std::vector<std::string> line{ZAVSIM_TARGET};
         line.insert(line.end(), words.begin(), words.end());
-        const Finished refused = Execute(line, environment);
+        const Base::ProgramResult refused = RunToEnd(line, environment);
         EXPECT_EQ(2, refused.status);
-        EXPECT_THAT(refused.err, StartsWith("zavsim-target: "));
+        EXPECT_THAT(refused.errors, StartsWith("zavsim-target: "));
     }
 }
 

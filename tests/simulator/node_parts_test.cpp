@@ -1,8 +1,8 @@
 #include "simulator/node/command_line.h"
 #include "simulator/node/initiator_name.h"
 #include "simulator/node/node_store.h"
-#include "tests/simulator/support/child_process.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ protected:
     InitiatorNameTest() { ::setenv("ZAVSIM_NODE_INITIATOR_FILE", folder.File("name").c_str(), 1); }
     ~InitiatorNameTest() override { ::unsetenv("ZAVSIM_NODE_INITIATOR_FILE"); }
 
-    ZavSimTest::TemporaryFolder folder;
+    TemporaryFolder folder;
 };
 
 TEST_F(InitiatorNameTest, ReadPassesOverCommentsThatMentionIt)
@@ -83,7 +83,7 @@ protected:
         return session;
     }
 
-    ZavSimTest::TemporaryFolder folder;
+    TemporaryFolder folder;
     NodeStore store{folder.File("state")};
     const NodeRecord first{"iqn.a", {"10.0.0.1", 3260}, 1};
     const NodeRecord second{"iqn.b", {"fd00::1", 3261}, 2};
@@ -100,7 +100,7 @@ TEST_F(NodeStoreTest, AddNodesKeepsOrderAndKnowsTwins)
 TEST_F(NodeStoreTest, SessionOfALivingProcessIsThereAndThatOfAnEndedOneIsNot)
 {
     const ProcessIdentity self = ProcessIdentity::Of(::getpid());
-    ZavSimTest::ChildProcess other({"sleep", "1000"});
+    Process other({"sleep", "1000"});
     const ProcessIdentity child = ProcessIdentity::Of(other.Pid());
     EXPECT_EQ(1, Kept(first, self).number);
     EXPECT_EQ(2, Kept(second, child).number);
@@ -124,10 +124,10 @@ TEST_F(NodeStoreTest, SessionOfAnotherProcessWithTheSameNumberIsStale)
 
 TEST_F(NodeStoreTest, EndProcessEndsOneThatWillNotListen)
 {
-    ZavSimTest::ChildProcess deaf({"/bin/sh", "-c", "trap '' TERM; echo ready; while :; do sleep 1; done"});
+    Process deaf({"/bin/sh", "-c", "trap '' TERM; echo ready; while :; do sleep 1; done"});
     deaf.AwaitOutput("ready");
     EXPECT_TRUE(EndProcess(ProcessIdentity::Of(deaf.Pid()), std::chrono::milliseconds(2000)));
-    EXPECT_EQ(128 + SIGKILL, deaf.Wait().status);
+    EXPECT_EQ(128 + SIGKILL, deaf.Wait());
 }
 
 TEST_F(NodeStoreTest, FolderThatOthersCouldChangeIsRefused)

@@ -1,6 +1,6 @@
 #include "tests/simulator/support/array_client.h"
-#include "tests/simulator/support/child_process.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,18 +19,18 @@ using ZavSim::Code;
 
 class ProgramTest : public ::testing::Test {
 protected:
-    Finished RunZavsim(std::vector<std::string> words)
+    Base::ProgramResult RunZavsim(std::vector<std::string> words)
     {
         words.insert(words.begin(), ZAVSIM_PROGRAM);
         words.insert(words.end(), {"--ca", folder.File("ca")});
-        return Execute(words);
+        return RunToEnd(words);
     }
 
     /// The first address that the program told.
-    static std::string UrlOf(const ChildProcess& zavsim)
+    static std::string UrlOf(const Process& zavsim)
     {
         std::smatch url;
-        const std::string line = zavsim.OutputSoFar();
+        const std::string line = zavsim.Output();
         EXPECT_TRUE(std::regex_search(line, url, std::regex("https?://[0-9.:]+"))) << line;
         return url[0].str();
     }
@@ -41,45 +41,45 @@ protected:
 TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnBothSignals)
 {
     for (const int signal : {SIGINT, SIGTERM}) {
-        ChildProcess zavsim({ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen", "https://127.0.0.1:0", "--listen",
-                             "http://[::1]:0", "--luns", "100000"});
+        Process zavsim({ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen", "https://127.0.0.1:0", "--listen",
+                        "http://[::1]:0", "--luns", "100000"});
         zavsim.AwaitOutput("http://[::1]");
         zavsim.Signal(signal);
-        const Finished finished = zavsim.Wait();
+        const Base::ProgramResult finished = zavsim.Finish();
         EXPECT_EQ(0, finished.status);
-        EXPECT_EQ("", finished.err);
-        EXPECT_THAT(finished.out, MatchesRegex("zavsim: listening on https://127\\.0\\.0\\.1:[0-9]+ \\(certificate "
-                                               "authority .*/ca\\.pem\\)\nzavsim: listening on "
-                                               "http://\\[::1\\]:[0-9]+\n"));
+        EXPECT_EQ("", finished.errors);
+        EXPECT_THAT(finished.output, MatchesRegex("zavsim: listening on https://127\\.0\\.0\\.1:[0-9]+ \\(certificate "
+                                                  "authority .*/ca\\.pem\\)\nzavsim: listening on "
+                                                  "http://\\[::1\\]:[0-9]+\n"));
     }
 }
 
 TEST_F(ProgramTest, ServesWithTheOptionsGiven)
 {
     folder.Write("password", "from-a-file\nsecond line\n");
-    ChildProcess zavsim({ZAVSIM_PROGRAM,
-                         "--ca",
-                         folder.File("ca"),
-                         "--listen",
-                         "https://127.0.0.1:0",
-                         "--user",
-                         "u",
-                         "--password-file",
-                         folder.File("password"),
-                         "--serial",
-                         "XY",
-                         "--luns",
-                         "3",
-                         "--service",
-                         "127.0.0.5",
-                         "--service",
-                         "127.0.0.6",
-                         "--session-limit",
-                         "1",
-                         "--fc-online",
-                         "2100000000000001",
-                         "--fault",
-                         R"({"kind":"code","code":9,"target":"system"})"});
+    Process zavsim({ZAVSIM_PROGRAM,
+                    "--ca",
+                    folder.File("ca"),
+                    "--listen",
+                    "https://127.0.0.1:0",
+                    "--user",
+                    "u",
+                    "--password-file",
+                    folder.File("password"),
+                    "--serial",
+                    "XY",
+                    "--luns",
+                    "3",
+                    "--service",
+                    "127.0.0.5",
+                    "--service",
+                    "127.0.0.6",
+                    "--session-limit",
+                    "1",
+                    "--fc-online",
+                    "2100000000000001",
+                    "--fault",
+                    R"({"kind":"code","code":9,"target":"system"})"});
     zavsim.AwaitOutput("\n");
     const std::string url = UrlOf(zavsim);
     ArrayClient client(url, folder.File("ca/ca.pem"));
@@ -99,7 +99,7 @@ TEST_F(ProgramTest, IdsAreGivenAgainWhenItIsToldTo)
         if (isReusing) {
             command.push_back("--reuse-ids");
         }
-        ChildProcess zavsim(command);
+        Process zavsim(command);
         zavsim.AwaitOutput("\n");
         ArrayClient client(UrlOf(zavsim));
         client.Login();
@@ -112,7 +112,7 @@ TEST_F(ProgramTest, IdsAreGivenAgainWhenItIsToldTo)
 TEST_F(ProgramTest, LunsThatNobodyTouchedCostNoMemory)
 {
     const auto residentKilobytes = [](const char* luns) {
-        ChildProcess zavsim({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--luns", luns});
+        Process zavsim({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--luns", luns});
         zavsim.AwaitOutput("\n");
         ArrayClient client(UrlOf(zavsim));
         client.Login();
@@ -131,20 +131,20 @@ TEST_F(ProgramTest, LunsThatNobodyTouchedCostNoMemory)
 
 TEST_F(ProgramTest, AddressInUseEndsItWithAMessage)
 {
-    ChildProcess first({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0"});
+    Process first({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0"});
     first.AwaitOutput("\n");
     const std::string url = UrlOf(first);
-    const Finished second = RunZavsim({"--listen", url});
+    const Base::ProgramResult second = RunZavsim({"--listen", url});
     EXPECT_EQ(1, second.status);
-    EXPECT_EQ("zavsim: cannot listen on " + url + ": Address already in use\n", second.err);
-    EXPECT_EQ("", second.out);
+    EXPECT_EQ("zavsim: cannot listen on " + url + ": Address already in use\n", second.errors);
+    EXPECT_EQ("", second.output);
 }
 
 TEST_F(ProgramTest, AddressThatIsNotOfThisMachineEndsItWithAMessage)
 {
-    const Finished finished = RunZavsim({"--listen", "http://192.0.2.1:8088"});
+    const Base::ProgramResult finished = RunZavsim({"--listen", "http://192.0.2.1:8088"});
     EXPECT_EQ(1, finished.status);
-    EXPECT_THAT(finished.err, HasSubstr("cannot listen on http://192.0.2.1:8088: Cannot assign requested address"));
+    EXPECT_THAT(finished.errors, HasSubstr("cannot listen on http://192.0.2.1:8088: Cannot assign requested address"));
 }
 
 TEST_F(ProgramTest, BadArgumentEndsItWithAMessageThatNamesIt)
@@ -172,10 +172,10 @@ TEST_F(ProgramTest, BadArgumentEndsItWithAMessageThatNamesIt)
         {{"--what"}, "--what"},
     };
     for (const auto& each : cases) {
-        const Finished finished = RunZavsim(each.words);
+        const Base::ProgramResult finished = RunZavsim(each.words);
         EXPECT_EQ(2, finished.status) << each.words.front();
-        EXPECT_THAT(finished.err, StartsWith("zavsim: "));
-        EXPECT_THAT(finished.err, HasSubstr(each.complaint));
+        EXPECT_THAT(finished.errors, StartsWith("zavsim: "));
+        EXPECT_THAT(finished.errors, HasSubstr(each.complaint));
     }
     EXPECT_EQ(1, RunZavsim({"--listen", "http://127.0.0.1:0", "--fc-online", "12"}).status);
 }
@@ -183,12 +183,13 @@ TEST_F(ProgramTest, BadArgumentEndsItWithAMessageThatNamesIt)
 TEST_F(ProgramTest, FolderThatCannotBeUsedEndsItWithAMessage)
 {
     folder.Write("file", "");
-    const Finished ca = Execute({ZAVSIM_PROGRAM, "--listen", "https://127.0.0.1:0", "--ca", folder.File("file")});
+    const Base::ProgramResult ca =
+        RunToEnd({ZAVSIM_PROGRAM, "--listen", "https://127.0.0.1:0", "--ca", folder.File("file")});
     EXPECT_EQ(1, ca.status);
-    EXPECT_THAT(ca.err, HasSubstr(folder.File("file")));
-    const Finished state = RunZavsim({"--listen", "http://127.0.0.1:0", "--state", folder.File("no/state")});
+    EXPECT_THAT(ca.errors, HasSubstr(folder.File("file")));
+    const Base::ProgramResult state = RunZavsim({"--listen", "http://127.0.0.1:0", "--state", folder.File("no/state")});
     EXPECT_EQ(1, state.status);
-    EXPECT_THAT(state.err, HasSubstr(folder.File("no/state")));
+    EXPECT_THAT(state.errors, HasSubstr(folder.File("no/state")));
 }
 
 TEST_F(ProgramTest, StateSurvivesTheEndByForce)
@@ -196,15 +197,15 @@ TEST_F(ProgramTest, StateSurvivesTheEndByForce)
     const std::vector<std::string> words{ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--state",
                                          folder.File("state")};
     {
-        ChildProcess zavsim(words);
+        Process zavsim(words);
         zavsim.AwaitOutput("\n");
         ArrayClient client(UrlOf(zavsim));
         client.Login();
         client.Make("host", "kept");
         zavsim.Signal(SIGKILL);
-        EXPECT_EQ(128 + SIGKILL, zavsim.Wait().status);
+        EXPECT_EQ(128 + SIGKILL, zavsim.Wait());
     }
-    ChildProcess zavsim(words);
+    Process zavsim(words);
     zavsim.AwaitOutput("\n");
     ArrayClient client(UrlOf(zavsim));
     client.Login();
@@ -213,13 +214,13 @@ TEST_F(ProgramTest, StateSurvivesTheEndByForce)
 
 TEST_F(ProgramTest, HelpTellsEveryOption)
 {
-    const Finished help = Execute({ZAVSIM_PROGRAM, "--help"});
+    const Base::ProgramResult help = RunToEnd({ZAVSIM_PROGRAM, "--help"});
     EXPECT_EQ(0, help.status);
     for (const char* const option :
          {"--listen", "--service", "--luns", "--pools", "--serial", "--product-mode", "--user", "--password-file",
           "--ca", "--state", "--session-limit", "--session-idle", "--connections", "--journal", "--fc-online", "--seed",
           "--fault", "--reuse-ids"}) {
-        EXPECT_THAT(help.out, HasSubstr(option));
+        EXPECT_THAT(help.output, HasSubstr(option));
     }
 }
 

@@ -55,13 +55,14 @@ TEST_F(RestartTest, ChangeThatCannotBeSavedIsNotMade)
     const auto client = Client();
     client->Make("host", "first");
     const std::string saved = folder.Read("state.json");
-    std::filesystem::create_directory(folder.File("state.json.new")); // where the new state would be written first
+    std::filesystem::rename(folder.File("state.json"), folder.File("aside"));
+    std::filesystem::create_directory(folder.File("state.json")); // no file can take its place
     const Reply refused = client->Post("host", R"({"NAME":"second","TYPE":"21"})");
     EXPECT_CODE(Code::StateNotSaved, refused);
     EXPECT_THAT(refused.json["error"]["description"].asString(), HasSubstr("state.json"));
     EXPECT_CODE(Code::HostGone, client->Get("host/2"));
-    EXPECT_EQ(saved, folder.Read("state.json"));
-    std::filesystem::remove(folder.File("state.json.new"));
+    EXPECT_EQ(saved, folder.Read("aside"));
+    std::filesystem::remove(folder.File("state.json"));
     EXPECT_EQ("2", client->Make("host", "second"));
 }
 

@@ -2,8 +2,8 @@
 
 #include "simulator/array/operations.h"
 #include "simulator/array/state_json.h"
-#include "simulator/base/json_io.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "simulator/json/json_io.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,7 +59,7 @@ protected:
         return Complaint(WriteJson(root));
     }
 
-    ZavSimTest::TemporaryFolder folder;
+    TemporaryFolder folder;
     StateFile file{folder.File("state"), "S1"};
     State state{10};
 };

@@ -1,6 +1,6 @@
 #include "tests/unit/freed_memory.h"
 
-#include "common/secret.h"
+#include "base/secret.h"
 
 #include <gtest/gtest.h>
 

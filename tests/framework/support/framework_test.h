@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_FRAMEWORK_TEST_H
 #define PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_FRAMEWORK_TEST_H
 
-#include "tests/framework/support/temporary_directory.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ protected:
     std::string LogPath() const { return InRoot("log/test.log"); }
 
 private:
-    TemporaryDirectory m_root;
+    TemporaryFolder m_root;
     const std::string m_configPath;
 };
 

@@ -1,4 +1,5 @@
-// Another provider of the log, by somebody else: every line goes to standard output, and the configuration is not asked.
+// Another provider of the log, by somebody else: every line goes to standard output, and the configuration is not
+// asked.
 #include "common/framework/log_proxy.h"
 
 #include <iostream>

@@ -3,7 +3,7 @@
 
 #include "simulator/simulation.h"
 #include "tests/simulator/support/array_client.h"
-#include "tests/simulator/support/temporary_folder.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tests/simulator/support/wire_client.h"
 
-#include "simulator/base/json_io.h"
+#include "simulator/json/json_io.h"
 
 #include <gtest/gtest.h>
 

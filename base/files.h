@@ -1,0 +1,55 @@
+#ifndef PRODUCT_STORAGE_BASE_FILES_H
+#define PRODUCT_STORAGE_BASE_FILES_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Whole files. Operations that return an `int` give 0 or the error number.
+namespace Base {
+
+/// Reads from `descriptor` to its end; EFBIG when there are more than `limit` bytes. `text` receives what was read,
+/// after an error too.
+int ReadToEnd(int descriptor, std::size_t limit, std::string& text);
+
+/// Writes all of `text`.
+int WriteWhole(int descriptor, std::string_view text);
+
+/// The whole file; nothing when there is no such file. Throws std::runtime_error naming the file and why when it is
+/// there but cannot be read.
+std::optional<std::string> ReadFileIfThere(const std::string& path);
+
+/// Replaces the file at `path` by one with `text` and mode `mode`, whatever the process's mask: a reader finds either
+/// the old file or the new one, whole, and so does one after a power failure. On failure the old file stands, and no
+/// other is left.
+int ReplaceFile(const std::string& path, std::string_view text, unsigned int mode);
+
+/// The same; throws std::runtime_error naming the file and why.
+void SaveFile(const std::string& path, std::string_view text, unsigned int mode);
+
+/// Gives the file at `path` new content as ReplaceFile does, and keeps what its owner made of it: a link is followed, a
+/// file that may not be opened for writing is not replaced, mode, owner and group stay. A file that is not there gets
+/// `newMode` less the process's mask. Where the file cannot be replaced, because its folder may not gain files, because
+/// it is a mount of its own, or because it is no regular file or its owner cannot be kept, it is written in place: then
+/// a crash or a full disk may leave a part.
+int RewriteFile(const std::string& path, std::string_view text, unsigned int newMode);
+
+/// Makes the directory of the file `path` and those above it. Where that fails, opening the file tells why.
+void MakeParentDirectory(const std::string& path);
+
+/// Makes the entries of `path`'s directory last through a power failure, as far as the file system does.
+void SyncParentDirectory(const std::string& path);
+
+/// A name beside `path` that no other thread or process uses.
+std::string TemporaryName(const std::string& path);
+
+/// The system's text for an error number, such as "Permission denied".
+std::string ErrorText(int errorNumber);
+
+/// Throws std::runtime_error made of `what`, `path` and the text of errno.
+[[noreturn]] void ThrowErrno(const std::string& what, const std::string& path);
+
+} // namespace Base
+
+#endif

@@ -1,0 +1,20 @@
+#ifndef PRODUCT_STORAGE_BASE_PRINTABLE_TEXT_H
+#define PRODUCT_STORAGE_BASE_PRINTABLE_TEXT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Base {
+
+/// Text from outside as it may be shown: control characters, and bytes that are no UTF-8, as \xHH. What else there is
+/// stays, so that a text without them comes back as it is.
+std::string Printable(std::string_view text);
+
+/// Lines that another program printed, as one piece of a line: printable, joined by "; ", and cut, with "..." behind,
+/// where they come to more than `limit` bytes.
+std::string PrintableLines(const std::vector<std::string>& lines, std::size_t limit = 1000);
+
+} // namespace Base
+
+#endif

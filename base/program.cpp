@@ -1,0 +1,218 @@
+#include "base/program.h"
+
+#include "base/files.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <limits>
+#include <stdexcept>
+
+namespace Base {
+
+namespace {
+
+Descriptor MakeMemoryFile(const char* name)
+{
+    Descriptor file(::memfd_create(name, MFD_CLOEXEC));
+    if (!file.IsOpen()) {
+        ThrowErrno("cannot make a file in memory for", name);
+    }
+    return file;
+}
+
+Descriptor InputFile(const std::string& input)
+{
+    if (input.empty()) {
+        return Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    Descriptor file = MakeMemoryFile("input");
+    if (WriteWhole(file.Get(), input) != 0 || ::lseek(file.Get(), 0, SEEK_SET) != 0) {
+        ThrowErrno("cannot write", "a program's input");
+    }
+    return file;
+}
+
+std::string ReadFromBegin(const Descriptor& file)
+{
+    std::string text;
+    char buffer[16384];
+    for (ssize_t count = ::pread(file.Get(), buffer, sizeof buffer, 0); count > 0;
+         count = ::pread(file.Get(), buffer, sizeof buffer, static_cast<off_t>(text.size()))) {
+        text.append(buffer, static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+/// What is done in the child between fork and exec. Functions of the lists fail for want of memory only.
+class Preparation {
+public:
+    Preparation(int input, int output, int errors)
+    {
+        posix_spawn_file_actions_init(&m_actions);
+        posix_spawn_file_actions_adddup2(&m_actions, input, STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, errors, STDERR_FILENO);
+        posix_spawnattr_init(&m_attributes);
+        sigset_t signals;
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&m_attributes, &signals);
+        sigfillset(&signals);
+        posix_spawnattr_setsigdefault(&m_attributes, &signals);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    Preparation(const Preparation&) = delete;
+    Preparation& operator=(const Preparation&) = delete;
+    ~Preparation()
+    {
+        posix_spawn_file_actions_destroy(&m_actions);
+        posix_spawnattr_destroy(&m_attributes);
+    }
+
+    const posix_spawn_file_actions_t* Actions() const { return &m_actions; }
+    const posix_spawnattr_t* Attributes() const { return &m_attributes; }
+
+private:
+    posix_spawn_file_actions_t m_actions;
+    posix_spawnattr_t m_attributes;
+};
+
+} // namespace
+
+std::vector<char*> CTexts(std::vector<std::string>& texts)
+{
+    std::vector<char*> list;
+    list.reserve(texts.size() + 1);
+    for (std::string& text : texts) {
+        list.push_back(text.data());
+    }
+    list.push_back(nullptr);
+    return list;
+}
+
+std::vector<std::string> EnvironmentWith(const std::vector<std::string>& settings)
+{
+    std::vector<std::string> environment = settings;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        const std::string own = *variable;
+        const std::string name = own.substr(0, own.find('=') + 1);
+        bool isReplaced = false;
+        for (const std::string& setting : settings) {
+            isReplaced = isReplaced || setting.compare(0, name.size(), name) == 0;
+        }
+        if (!isReplaced) {
+            environment.push_back(own);
+        }
+    }
+    return environment;
+}
+
+int ExitStatus(int waitStatus)
+{
+    constexpr int SIGNAL_BASE = 128;
+    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : SIGNAL_BASE + WTERMSIG(waitStatus);
+}
+
+Program::Program(const std::vector<std::string>& words, const std::vector<std::string>& settings,
+                 const std::string& input)
+    : m_output(MakeMemoryFile("output"))
+    , m_errors(MakeMemoryFile("errors"))
+{
+    const Descriptor inputFile = InputFile(input);
+    const Preparation preparation(inputFile.Get(), m_output.Get(), m_errors.Get());
+    std::vector<std::string> arguments = words;
+    std::vector<std::string> environment = EnvironmentWith(settings);
+    const int error = ::posix_spawnp(&m_pid, words.front().c_str(), preparation.Actions(), preparation.Attributes(),
+                                     CTexts(arguments).data(), CTexts(environment).data());
+    if (error != 0) {
+        m_pid = -1;
+        throw std::runtime_error("cannot start " + words.front() + ": " + ErrorText(error));
+    }
+}
+
+Program::~Program()
+{
+    if (!HasEnded()) {
+        Signal(SIGKILL);
+        Wait();
+    }
+}
+
+void Program::Signal(int number) const
+{
+    if (!m_status) { // its number is its own until it was waited for
+        ::kill(m_pid, number);
+    }
+}
+
+bool Program::HasEnded()
+{
+    int status = 0;
+    if (!m_status && ::waitpid(m_pid, &status, WNOHANG) == m_pid) {
+        m_status = ExitStatus(status);
+    }
+    return m_status.has_value();
+}
+
+std::optional<int> Program::WaitFor(std::chrono::milliseconds limit)
+{
+    // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
+    const Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    pollfd waiting{process.Get(), POLLIN, 0};
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!HasEnded()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            return std::nullopt;
+        }
+        ::poll(&waiting, 1, static_cast<int>(left.count()) + 1);
+    }
+    return m_status;
+}
+
+int Program::Wait()
+{
+    int status = 0;
+    while (!m_status) {
+        if (::waitpid(m_pid, &status, 0) == m_pid) {
+            m_status = ExitStatus(status);
+        } else if (errno != EINTR) {
+            m_status = -1; // somebody else has waited for it
+        }
+    }
+    return *m_status;
+}
+
+std::string Program::Output() const
+{
+    return ReadFromBegin(m_output);
+}
+
+std::string Program::Errors() const
+{
+    return ReadFromBegin(m_errors);
+}
+
+ProgramResult RunProgram(const std::vector<std::string>& words, const std::vector<std::string>& settings,
+                         std::optional<std::chrono::milliseconds> limit)
+{
+    Program program(words, settings);
+    if (limit && !program.WaitFor(*limit)) {
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(*limit);
+        throw std::runtime_error(words.front() + " did not end within " + std::to_string(seconds.count()) + " seconds");
+    }
+    ProgramResult result;
+    result.status = program.Wait();
+    result.output = program.Output();
+    result.errors = program.Errors();
+    return result;
+}
+
+} // namespace Base

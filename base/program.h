@@ -1,0 +1,73 @@
+#ifndef PRODUCT_STORAGE_BASE_PROGRAM_H
+#define PRODUCT_STORAGE_BASE_PROGRAM_H
+
+#include "base/descriptor.h"
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Running other programs, without a shell in between.
+namespace Base {
+
+/// The writable C texts that exec takes, with a null behind; they live as long as `texts` is not changed.
+std::vector<char*> CTexts(std::vector<std::string>& texts);
+
+/// This process's variables, those of `settings` ("NAME=value") in place of its own of the same names.
+std::vector<std::string> EnvironmentWith(const std::vector<std::string>& settings);
+
+/// An exit status as shells tell it: 128 and the signal for a program that one ended.
+int ExitStatus(int waitStatus);
+
+/// What a program did.
+struct ProgramResult {
+    int status = -1; ///< see ExitStatus
+    std::string output;
+    std::string errors;
+};
+
+/// A program that was started by the words of a command line, the first found on the search path. Its standard output
+/// and error go into memory, where they can be read while it runs; every signal is at its default and none is blocked.
+/// One thread at a time.
+class Program {
+public:
+    /// `settings` stand in for variables of the same names. `input` is what it reads from its standard input. Throws
+    /// std::runtime_error naming the program when it cannot be started.
+    explicit Program(const std::vector<std::string>& words, const std::vector<std::string>& settings = {},
+                     const std::string& input = {});
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// A program that still runs is killed.
+    ~Program();
+
+    pid_t Pid() const { return m_pid; }
+    void Signal(int number) const;
+    bool HasEnded();
+
+    /// Waits for its end, or so long at the most; nothing when it has not ended by then.
+    std::optional<int> WaitFor(std::chrono::milliseconds limit);
+
+    /// Waits for its end and gives its status.
+    int Wait();
+
+    std::string Output() const;
+    std::string Errors() const;
+
+private:
+    Descriptor m_output;
+    Descriptor m_errors;
+    pid_t m_pid = -1;
+    std::optional<int> m_status; // once it was waited for
+};
+
+/// Runs a program to its end. With a limit, one that does not end within it is killed, and std::runtime_error says so.
+ProgramResult RunProgram(const std::vector<std::string>& words, const std::vector<std::string>& settings = {},
+                         std::optional<std::chrono::milliseconds> limit = std::nullopt);
+
+} // namespace Base
+
+#endif

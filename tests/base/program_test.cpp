@@ -1,0 +1,90 @@
+#include "base/program.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+using ::testing::Contains;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace {
+
+template <typename Work>
+std::string MessageOf(const Work& work)
+{
+    try {
+        work();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "nothing thrown";
+}
+
+TEST(ProgramTest, RunProgramGivesStatusAndBothOutputs)
+{
+    const Base::ProgramResult result =
+        Base::RunProgram({"sh", "-c", "echo $SAID; echo wrong >&2; exit 3"}, {"SAID=a b"});
+    EXPECT_EQ(3, result.status);
+    EXPECT_EQ("a b\n", result.output);
+    EXPECT_EQ("wrong\n", result.errors);
+}
+
+TEST(ProgramTest, RunProgramTellsASignal)
+{
+    EXPECT_EQ(128 + SIGTERM, Base::RunProgram({"sh", "-c", "kill -TERM $$"}).status);
+}
+
+TEST(ProgramTest, RunProgramNamesAProgramThatIsNotThere)
+{
+    EXPECT_EQ("cannot start no-such-program: No such file or directory",
+              MessageOf([] { Base::RunProgram({"no-such-program"}); }));
+}
+
+TEST(ProgramTest, RunProgramEndsOneThatIsTooLate)
+{
+    EXPECT_EQ("sleep did not end within 0 seconds", MessageOf([] {
+                  Base::RunProgram({"sleep", "60"}, {}, std::chrono::milliseconds(50));
+              }));
+    EXPECT_EQ(0, Base::RunProgram({"true"}, {}, std::chrono::seconds(30)).status);
+}
+
+TEST(ProgramTest, ProgramReadsItsInputAndShowsItsOutputWhileItRuns)
+{
+    Base::Program program({"sh", "-c", "read line; echo got $line; exec sleep 60"}, {}, "a line\nanother\n");
+    while (program.Output() != "got a line\n") {
+        ASSERT_FALSE(program.HasEnded()) << program.Errors();
+    }
+    EXPECT_EQ(std::nullopt, program.WaitFor(std::chrono::milliseconds(1)));
+    program.Signal(SIGINT);
+    EXPECT_EQ(128 + SIGINT, program.Wait());
+    EXPECT_EQ(128 + SIGINT, program.Wait());
+    program.Signal(SIGKILL); // is not sent to whoever has the number now
+}
+
+TEST(ProgramTest, ProgramStartsWithoutItsParentsBlockedSignals)
+{
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    Base::Program program({"sleep", "60"});
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    program.Signal(SIGTERM);
+    EXPECT_EQ(128 + SIGTERM, program.Wait());
+}
+
+TEST(ProgramTest, EnvironmentWithReplacesWhatIsThere)
+{
+    setenv("BASE_TEST", "old", 1);
+    setenv("BASE_TEST_LONGER", "kept", 1);
+    const std::vector<std::string> environment = Base::EnvironmentWith({"BASE_TEST=new"});
+    EXPECT_THAT(environment, Contains("BASE_TEST=new"));
+    EXPECT_THAT(environment, Contains("BASE_TEST_LONGER=kept"));
+    EXPECT_THAT(environment, Not(Contains("BASE_TEST=old")));
+    EXPECT_THAT(environment, Contains(StartsWith("PATH=")));
+}
+
+} // namespace
