@@ -3,7 +3,7 @@
 #include "common/framework/config_reader.h"
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/require.h"
-#include "tests/fuzz/support/scratch_folder.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 
@@ -81,9 +81,9 @@ void CheckReading(const std::string& path, const ConfigReading& reading)
 // The content of a configuration file. It is never the one that this process works by: it could name any log file.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const ScratchFolder FOLDER;
+    static const TemporaryFolder FOLDER;
     const std::string text = Input(data, size).TakeRest();
-    const std::string path = FOLDER.PathOf(FILE_NAME);
+    const std::string path = FOLDER.File(FILE_NAME);
     const ConfigReading reading = InterpretConfig(path, text);
     CheckReading(path, reading);
 

@@ -4,7 +4,7 @@
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/model.h"
 #include "tests/fuzz/support/require.h"
-#include "tests/fuzz/support/scratch_folder.h"
+#include "tests/support/files.h"
 
 #include <json/value.h>
 
@@ -19,15 +19,15 @@ constexpr const char* FILE_NAME = "info.conf";
 
 using Record = std::map<std::string, std::string>;
 
-const ScratchFolder& Folder()
+const TemporaryFolder& Folder()
 {
-    static const ScratchFolder FOLDER;
+    static const TemporaryFolder FOLDER;
     return FOLDER;
 }
 
 class Device : public DeviceOperate {
 public:
-    std::string GetDeviceInfoCfgFile(const std::string& /*key*/) override { return Folder().PathOf(FILE_NAME); }
+    std::string GetDeviceInfoCfgFile(const std::string& /*key*/) override { return Folder().File(FILE_NAME); }
 };
 
 // Its own file lies beside the running program; its content is handed over.
@@ -35,7 +35,7 @@ class Set : public DeviceSetOperator {
 public:
     bool ReadConfig(std::string& /*path*/, std::string& content) override
     {
-        std::string path = Folder().PathOf(FILE_NAME);
+        std::string path = Folder().File(FILE_NAME);
         return DeviceSetOperator::ReadConfig(path, content);
     }
 };

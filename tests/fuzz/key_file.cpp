@@ -2,10 +2,11 @@
 
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/require.h"
-#include "tests/fuzz/support/scratch_folder.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 
 using namespace Fuzz;
 
@@ -13,9 +14,9 @@ namespace {
 
 constexpr const char* FILE_NAME = "product.key";
 
-const ScratchFolder& Folder()
+const TemporaryFolder& Folder()
 {
-    static const ScratchFolder FOLDER;
+    static const TemporaryFolder FOLDER;
     return FOLDER;
 }
 
@@ -51,11 +52,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string content = Input(data, size).TakeRest();
     Folder().Write(FILE_NAME, content);
-    std::filesystem::permissions(Folder().PathOf(FILE_NAME),
+    std::filesystem::permissions(Folder().File(FILE_NAME),
                                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     Framework::Key key;
     std::string problem;
-    const Framework::KeyResult result = Framework::ReadKey(Folder().PathOf(FILE_NAME), key, problem);
+    const Framework::KeyResult result = Framework::ReadKey(Folder().File(FILE_NAME), key, problem);
     const std::string digits = Digits(content);
     Require((result == Framework::KeyResult::Ok) == !digits.empty(),
             "64 digits and a line end are a key, nothing else");

@@ -1,8 +1,8 @@
 #include "tests/fuzz/support/input.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -26,8 +26,7 @@ std::vector<std::filesystem::path> FilesIn(const std::filesystem::path& folder)
 void Replay(const std::filesystem::path& path)
 {
     std::cout << path.string() << std::endl; // before it runs: the last line names what ended the program
-    std::ifstream file(path, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::string text = ReadText(path.string());
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
 }
 

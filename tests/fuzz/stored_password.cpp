@@ -3,6 +3,8 @@
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/require.h"
 
+#include <filesystem>
+
 using namespace Fuzz;
 
 namespace {
@@ -22,7 +24,7 @@ public:
     }
 
 private:
-    std::string KeyPath() const { return m_home.Folder().PathOf("product.key"); }
+    std::string KeyPath() const { return m_home.Folder().File("product.key"); }
 
     const FrameworkHome m_home;
 };

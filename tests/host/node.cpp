@@ -7,9 +7,6 @@
 
 #include <stdlib.h>
 
-#include <fstream>
-#include <stdexcept>
-
 namespace fs = boost::filesystem;
 
 namespace {
@@ -29,36 +26,15 @@ fi
 /bin/cat "$here/session_errors" >&2
 )";
 
-std::string MakeFolder()
-{
-    std::string name = (fs::temp_directory_path() / "host-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot make a folder " + name);
-    }
-    return name;
-}
-
-void WriteText(const fs::path& path, const std::string& text)
-{
-    fs::create_directories(path.parent_path());
-    std::ofstream file(path.string(), std::ios::binary | std::ios::trunc);
-    file << text;
-    file.close();
-    if (!file) {
-        throw std::runtime_error("cannot write " + path.string());
-    }
-}
-
 } // namespace
 
 Node::Node()
-    : m_folder(MakeFolder())
-    , m_root(NodeRoot::IsPrivate() ? "" : m_folder + "/root")
+    : m_root(NodeRoot::IsPrivate() ? "" : m_folder.File("root"))
 {
-    WriteText(m_folder + "/node.ini",
-              "[Log]\nFile = " + m_folder + "/node.log\n[Shell]\nPath = " + m_folder + "/bin\n");
-    setenv("PRODUCT_STORAGE_CONFIG", (m_folder + "/node.ini").c_str(), 1);
-    fs::create_directories(m_folder + "/bin");
+    m_folder.Write("node.ini",
+                   "[Log]\nFile = " + m_folder.File("node.log") + "\n[Shell]\nPath = " + m_folder.File("bin") + "\n");
+    setenv("PRODUCT_STORAGE_CONFIG", m_folder.File("node.ini").c_str(), 1);
+    fs::create_directories(m_folder.File("bin"));
     if (!NodeRoot::IsPrivate()) {
         MakeProgram("cat", "root='" + m_root + "'\n" + CAT_OF_NODE);
     }
@@ -69,14 +45,13 @@ Node::~Node()
     boost::system::error_code ignored;
     fs::remove_all(PathOf(INITIATOR_FILE), ignored);
     fs::remove_all(PathOf("/sys/class/fc_host"), ignored);
-    fs::remove_all(m_folder, ignored);
 }
 
 void Node::UseAwk(const std::string& name) const
 {
     const fs::path program = "/usr/bin/" + name;
     ASSERT_TRUE(fs::exists(program)) << name << " is not installed";
-    fs::create_symlink(program, m_folder + "/bin/awk");
+    fs::create_symlink(program, m_folder.File("bin/awk"));
     ASSERT_THAT(Run("readlink -f \"$(command -v awk)\""), testing::ElementsAre(fs::canonical(program).string()));
 }
 
@@ -87,9 +62,9 @@ void Node::WriteNodeFile(const std::string& path, const std::string& text) const
 
 void Node::ListsSessions(const std::string& output, const std::string& errors, int status) const
 {
-    WriteText(m_folder + "/sessions", output);
-    WriteText(m_folder + "/session_errors", errors);
-    MakeProgram("iscsiadm", "here='" + m_folder + "'\n" + ISCSIADM + "exit " + std::to_string(status) + "\n");
+    m_folder.Write("sessions", output);
+    m_folder.Write("session_errors", errors);
+    MakeProgram("iscsiadm", "here='" + m_folder.Path() + "'\n" + ISCSIADM + "exit " + std::to_string(status) + "\n");
 }
 
 std::vector<std::string> Node::Run(const std::string& command)
@@ -103,7 +78,7 @@ std::vector<std::string> Node::Run(const std::string& command)
 
 void Node::MakeProgram(const std::string& name, const std::string& script) const
 {
-    const std::string path = m_folder + "/bin/" + name;
+    const std::string path = m_folder.File("bin/" + name);
     WriteText(path, "#!/bin/sh\n" + script);
     fs::permissions(path, fs::owner_all);
 }

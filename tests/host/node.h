@@ -2,6 +2,7 @@
 #define PRODUCT_STORAGE_TESTS_HOST_NODE_H
 
 #include "device/device_operate.h"
+#include "tests/support/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,7 +42,7 @@ protected:
 private:
     void MakeProgram(const std::string& name, const std::string& script) const;
 
-    const std::string m_folder;
+    const TemporaryFolder m_folder;
     const std::string m_root; // empty: the file system's own
 };
 

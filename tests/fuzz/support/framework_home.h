@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_TESTS_FUZZ_SUPPORT_FRAMEWORK_HOME_H
 #define PRODUCT_STORAGE_TESTS_FUZZ_SUPPORT_FRAMEWORK_HOME_H
 
-#include "tests/fuzz/support/scratch_folder.h"
+#include "tests/support/files.h"
 
 #include <stdlib.h>
 
@@ -15,13 +15,13 @@ public:
     explicit FrameworkHome(const std::string& settings = {})
     {
         m_folder.Write("framework.ini", "[Log]\nFile =\nLevel = 4\n" + settings);
-        ::setenv("PRODUCT_STORAGE_CONFIG", m_folder.PathOf("framework.ini").c_str(), 1);
+        ::setenv("PRODUCT_STORAGE_CONFIG", m_folder.File("framework.ini").c_str(), 1);
     }
 
-    const ScratchFolder& Folder() const { return m_folder; }
+    const TemporaryFolder& Folder() const { return m_folder; }
 
 private:
-    const ScratchFolder m_folder;
+    const TemporaryFolder m_folder;
 };
 
 } // namespace Fuzz

@@ -11,45 +11,28 @@
 #include <boost/filesystem/operations.hpp>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
-namespace {
-
-boost::filesystem::path MakeFolder()
-{
-    const boost::filesystem::path folder =
-        boost::filesystem::temp_directory_path() / boost::filesystem::unique_path("device-test-%%%%-%%%%-%%%%");
-    boost::filesystem::create_directory(folder);
-    return folder;
-}
-
-} // namespace
-
 DeviceTest::DeviceTest()
-    : m_root(MakeFolder().string())
 {
-    boost::filesystem::create_directory(m_root + "/conf");
-    m_programPath.emplace(m_root + "/bin/agent");
+    boost::filesystem::create_directory(Root() + "/conf");
+    m_programPath.emplace(Root() + "/bin/agent");
     TSP_RequestID.set(REQUEST_ID);
 }
 
 DeviceTest::~DeviceTest()
 {
     TSP_RequestID.set(0);
-    boost::system::error_code ignored;
-    boost::filesystem::remove_all(m_root, ignored);
 }
 
 std::string DeviceTest::FilePath(const std::string& key) const
 {
-    return m_root + "/conf/" + key + "-info.conf";
+    return Root() + "/conf/" + key + "-info.conf";
 }
 
 void DeviceTest::WriteFile(const std::string& text, const std::string& key) const
 {
-    std::ofstream(FilePath(key), std::ios::trunc) << text;
+    WriteText(FilePath(key), text);
 }
 
 void DeviceTest::WriteRecord(const Record& record, const std::string& key) const
@@ -64,8 +47,7 @@ void DeviceTest::WriteRecord(const Record& record, const std::string& key) const
 
 std::string DeviceTest::FileText(const std::string& key) const
 {
-    std::ifstream file(FilePath(key));
-    return {std::istreambuf_iterator<char>(file), {}};
+    return ReadText(FilePath(key));
 }
 
 DeviceTest::Record DeviceTest::FileRecord(const std::string& key) const
@@ -86,7 +68,7 @@ DeviceTest::Record DeviceTest::FileRecord(const std::string& key) const
 
 void DeviceTest::RemoveConfFolder() const
 {
-    boost::filesystem::remove_all(m_root + "/conf");
+    boost::filesystem::remove_all(Root() + "/conf");
 }
 
 std::vector<std::string> DeviceTest::LinesOf(const std::string& function) const
@@ -150,9 +132,8 @@ std::vector<std::string> DeviceTest::Memory(DeviceOperate& device)
 DeletedWorkingDirectory::DeletedWorkingDirectory()
     : m_before(boost::filesystem::current_path().string())
 {
-    const boost::filesystem::path folder = MakeFolder();
-    boost::filesystem::current_path(folder);
-    boost::filesystem::remove(folder);
+    const TemporaryFolder folder;
+    boost::filesystem::current_path(folder.Path());
 }
 
 DeletedWorkingDirectory::~DeletedWorkingDirectory()

@@ -3,6 +3,7 @@
 
 #include "common/records.h"
 #include "tests/fakes/fakes.h"
+#include "tests/support/files.h"
 #include "tests/unit/device/device_system_calls.h"
 
 #include <map>
@@ -25,7 +26,7 @@ protected:
     DeviceTest();
     ~DeviceTest() override;
 
-    const std::string& Root() const { return m_root; }
+    const std::string& Root() const { return m_folder.Path(); }
     std::string FilePath(const std::string& key = KEY) const;
     void WriteFile(const std::string& text, const std::string& key = KEY) const;
 
@@ -61,7 +62,7 @@ protected:
     std::optional<DeviceSystemCalls::ProgramPath> m_programPath;
 
 private:
-    std::string m_root;
+    const TemporaryFolder m_folder;
 };
 
 /// While it lives, the working directory is one that was deleted: relative paths lead nowhere.

@@ -1,3 +1,4 @@
+#include "tests/support/files.h"
 #include "tests/unit/keeper_test.h"
 
 #include <boost/make_shared.hpp>
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 
@@ -34,7 +34,7 @@ public:
     InfoFile& operator=(const InfoFile&) = delete;
     ~InfoFile() { std::filesystem::remove(m_path); }
 
-    void Write(const std::string& text) const { std::ofstream(m_path) << text; }
+    void Write(const std::string& text) const { WriteText(m_path.string(), text); }
 
 private:
     const std::filesystem::path m_path;
