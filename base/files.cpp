@@ -85,7 +85,8 @@ int WriteInPlace(const std::string& path, std::string_view text, unsigned int ne
 // that: nothing was wrong with the disk.
 bool MayBeWrittenInPlace(int error)
 {
-    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV;
+    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV ||
+           error == ENAMETOOLONG;
 }
 
 // Where the links at `path` lead, which need not be there.

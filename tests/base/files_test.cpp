@@ -4,12 +4,18 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <vector>
 
@@ -39,6 +45,19 @@ protected:
     }
 
     static unsigned int ModeOf(const std::string& path) { return StatusOf(path).st_mode & 07777U; }
+
+    /// What `work` gives in a process of its own, whose rights and limits it may change; below 256.
+    static int InChild(const std::function<int()>& work)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::_exit(work());
+        }
+        int status = -1;
+        EXPECT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_TRUE(WIFEXITED(status));
+        return WEXITSTATUS(status);
+    }
 
     TemporaryFolder m_folder;
     const std::string m_path = m_folder.File("file");
@@ -153,10 +172,73 @@ TEST_F(FilesTest, RewriteFileWritesWhatIsNoFileInPlace)
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
+TEST_F(FilesTest, RewriteFileThatEndsHalfWayLeavesTheOldText)
+{
+    m_folder.Write("file", "old");
+    const int error = InChild([this] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {4, 4}; // bytes of a file, as if the disk were full there
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        return Base::RewriteFile(m_path, "the new text", 0600);
+    });
+    EXPECT_EQ(EFBIG, error);
+    EXPECT_EQ("old", m_folder.Read("file"));
+    EXPECT_THAT(Names(), ElementsAre("file"));
+}
+
+TEST_F(FilesTest, RewriteFileWritesInPlaceWhereTheFolderMayGainNoFiles)
+{
+    constexpr uid_t SOMEBODY = 65534;
+    const bool isRoot = ::geteuid() == 0; // who may do everything: the child becomes another user
+    m_folder.Write("file", "old");
+    const ino_t before = StatusOf(m_path).st_ino;
+    if (isRoot) {
+        ASSERT_EQ(0, ::chown(m_path.c_str(), SOMEBODY, SOMEBODY));
+    }
+    ASSERT_EQ(0, ::chmod(m_folder.Path().c_str(), 0555));
+    const int error = InChild([&] {
+        const bool isSomebody = !isRoot || ::setuid(SOMEBODY) == 0;
+        return isSomebody ? Base::RewriteFile(m_path, "new", 0600) : -1;
+    });
+    ASSERT_EQ(0, ::chmod(m_folder.Path().c_str(), 0755));
+    EXPECT_EQ(0, error);
+    EXPECT_EQ("new", m_folder.Read("file"));
+    EXPECT_EQ(before, StatusOf(m_path).st_ino);
+}
+
+TEST_F(FilesTest, RewriteFileWritesAMountedFileInPlace)
+{
+    constexpr int NOT_PERMITTED = 255;
+    m_folder.Write("file", "old");
+    m_folder.Write("source", "old");
+    const int error = InChild([this] {
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount(m_folder.File("source").c_str(), m_path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            return NOT_PERMITTED;
+        }
+        return Base::RewriteFile(m_path, "new", 0600);
+    });
+    if (error == NOT_PERMITTED) {
+        GTEST_SKIP() << "this user may mount nothing";
+    }
+    EXPECT_EQ(0, error);
+    EXPECT_EQ("new", m_folder.Read("source")); // what was mounted there
+    EXPECT_EQ("old", m_folder.Read("file"));
+    EXPECT_THAT(Names(), ElementsAre("file", "source"));
+}
+
 TEST_F(FilesTest, RewriteFileWithoutItsFolderFails)
 {
     EXPECT_EQ(ENOENT, Base::RewriteFile(m_folder.File("none/file"), "text", 0600));
     EXPECT_EQ(EISDIR, Base::RewriteFile(m_folder.Path(), "text", 0600));
+    EXPECT_EQ(ENAMETOOLONG, Base::RewriteFile(m_folder.File(std::string(300, 'n')), "text", 0600));
+}
+
+TEST_F(FilesTest, RewriteFileWritesAFileInPlaceWhoseNameHasNoRoomForAnother)
+{
+    const std::string name(255, 'n');
+    EXPECT_EQ(0, Base::RewriteFile(m_folder.File(name), "text", 0600));
+    EXPECT_EQ("text", m_folder.Read(name));
 }
 
 } // namespace
