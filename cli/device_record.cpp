@@ -2,21 +2,15 @@
 
 #include "cli/failure.h"
 #include "common/device_keys.h"
-#include "device/device_operate.h"
+#include "device/device_info_record.h"
 #include "device/device_set_operator.h"
 
-#include <json/reader.h>
-#include <json/value.h>
-#include <json/writer.h>
-
 #include <boost/filesystem/operations.hpp>
-#include <boost/thread/lock_guard.hpp>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
 #include <system_error>
 
 DeviceRecord::DeviceRecord(const std::string& deviceId)
@@ -50,47 +44,21 @@ bool DeviceRecord::KeepsHost() const
 DeviceMessage DeviceRecord::Message() const
 {
     DeviceMessage message;
-    message.hostGroupId = Member(DeviceKey::HOST_GROUP_ID);
-    message.hostGroupName = Member(DeviceKey::HOST_GROUP_NAME);
-    message.hostId = Member(DeviceKey::HOST_ID);
-    message.hostName = Member(DeviceKey::HOST_NAME);
+    for (const DeviceInfoRecord::Object& object : DeviceInfoRecord::Objects()) {
+        DeviceInfoRecord::Take(object, m_members, message);
+    }
     message.iscsiInitiatorName = Member(DeviceKey::ISCSI_INITIATOR_NAME);
     message.fcInitiatorName = Member(DeviceKey::FC_INITIATOR_NAME);
-    message.lunGroupId = Member(DeviceKey::LUN_GROUP_ID);
-    message.lunGroupName = Member(DeviceKey::LUN_GROUP_NAME);
-    message.mapViewId = Member(DeviceKey::MAP_VIEW_ID);
-    message.mapViewName = Member(DeviceKey::MAP_VIEW_NAME);
     message.doNotDeleteHost = KeepsHost() ? DeviceWord::NOT : DeviceWord::DELETE_HOST;
     return message;
 }
 
 void DeviceRecord::Remove() const
 {
-    const boost::lock_guard<boost::mutex> guard(g_infoFileMutext);
-    std::ifstream file(m_path);
-    Json::Value root;
-    std::string errors;
-    if (!Json::parseFromStream(Json::CharReaderBuilder(), file, &root, &errors)) {
-        throw Failure(ExitCode::Failed, m_path + ": " + errors);
-    }
-    file.close();
-    root.removeMember(m_deviceId);
-    boost::system::error_code error;
-    if (root.empty()) {
-        boost::filesystem::remove(m_path, error);
-    } else {
-        // Other arrays' records lie in the same file: it is replaced whole or not at all.
-        const std::string newPath = m_path + ".new";
-        std::ofstream newFile(newPath, std::ios::trunc);
-        newFile << Json::writeString(Json::StreamWriterBuilder(), root);
-        newFile.close();
-        if (!newFile) {
-            throw Failure(ExitCode::Failed, newPath + ": cannot be written");
-        }
-        boost::filesystem::rename(newPath, m_path, error);
-    }
-    if (error) {
-        throw Failure(ExitCode::Failed, m_path + ": " + error.message());
+    std::string problem;
+    const auto source = DeviceInfoRecord::SourceOf(*DeviceSetOperator::GetDeviceSetOperator());
+    if (!DeviceInfoRecord::Remove(source, m_deviceId, problem)) {
+        throw Failure(ExitCode::Failed, problem);
     }
 }
 

@@ -1,54 +1,90 @@
 #ifndef PRODUCT_STORAGE_DEVICE_DEVICE_INFO_RECORD_H
 #define PRODUCT_STORAGE_DEVICE_DEVICE_INFO_RECORD_H
 
+#include "common/records.h"
+
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// Where the device-information file lies and what a record in it holds: what DeviceOperate and DeviceSetOperator
-/// share.
+/// The record of what this node made on an array: where its file is, what it holds, and every way to read or change it.
+/// DeviceOperate, DeviceSetOperator and zavctl all come here.
+///
+/// The file is one JSON object of records, each named by its array's device id (`key`), each an object of texts. All
+/// that change it read, merge and write it under g_infoFileMutext.
 namespace DeviceInfoRecord {
 
-/// The running executable's path; empty when it cannot be read. Logged for `operation`.
-std::string ProgramPath(std::string_view operation);
+using Members = std::map<std::string, std::string>;
 
-/// `conf/<key>-info.conf` in the directory above `programPath`'s. Throws boost::filesystem::filesystem_error.
-std::string FileFor(const std::string& programPath, const std::string& key);
+/// One object on the array, as a record and a DeviceMessage hold it: always id and name together.
+struct Object {
+    const std::string& idKey;
+    const std::string& nameKey;
+    std::string DeviceMessage::*id;
+    std::string DeviceMessage::*name;
+    const char* missing; ///< the line of a record that does not hold it
+};
+
+enum class Kind { Host, HostGroup, LunGroup, MapView };
+
+/// The four kinds, in the order in which they are made.
+const std::array<Object, 4>& Objects();
+const Object& ObjectOf(Kind kind);
+
+/// True, with both set in `message`, when `info` holds the object's id and name.
+bool Take(const Object& object, const Members& info, DeviceMessage& message);
+
+/// What stands or falls with the objects on the array: their ids and names, the initiators that were put there, and who
+/// made the host. The name by which this node logs in, and its protocol, do not.
+std::vector<std::string> KeysOfWhatIsOnTheArray();
+
+/// `conf/<key>-info.conf` in the folder above the running program's; where that cannot be told, the product root's
+/// conf/deviceinfo.conf, which all arrays share. Logged for `operation`.
+std::string FileOf(std::string_view operation, const std::string& key);
 
 /// The file's lines joined without their ends; "{}" when there are none or all are empty.
 void ReadLines(const std::string& path, std::string& content);
 
-/// How an operation's class finds and reads the file; virtual operations of its own stand behind both.
+/// How a class finds and reads the file; virtual operations of its own stand behind both.
 struct Source {
     std::function<std::string(const std::string& key)> file;
     std::function<void(std::string& path, std::string& content)> read;
 };
 
 /// The source that `object` is, a DeviceOperate or DeviceSetOperator, which must outlive it.
-template <typename Object>
-Source SourceOf(Object& object)
+template <typename Class>
+Source SourceOf(Class& object)
 {
     return {[&object](const std::string& key) { return object.GetDeviceInfoCfgFile(key); },
             [&object](std::string& path, std::string& content) { object.ReadConfig(path, content); }};
 }
 
-/// ReadInfoFromJson of both classes, under g_infoFileMutext: adds the members of the record `key` to `info`, where a
-/// key that is there already keeps its value. False when the file is no JSON. Throws the JSON library's error when
-/// document or record is no object or a member has no text.
-bool Read(const Source& source, const std::string& key, std::map<std::string, std::string>& info);
+// All below throw the thread library's lock error, and the JSON library's error when document or record is no object or
+// a member that is read has no text.
 
-/// Takes the members `names` out of the record `key`, under g_infoFileMutext, in one write. A level-2 line of
-/// `operation` that begins with `words` tells each and what it was, before the file changes. Nothing is written when
-/// the record holds none of them. False, after an error line, when the file is no JSON or cannot be written. Throws as
-/// Read does.
+/// ReadInfoFromJson: adds the members of the record to `info`, where a key that is there already keeps its value. False
+/// when the file is no JSON.
+bool Read(const Source& source, const std::string& key, Members& info);
+
+/// ReadDeviceInfo: true when the record is there and complete. Takes no lock.
+bool IsComplete(const Source& source, const std::string& key);
+
+/// WriteInfoToJson: puts the members of `info` into the record. False, with the file as it was, when it is no JSON or
+/// cannot be written.
+bool Merge(const Source& source, const std::string& key, const Members& info);
+
+/// Takes the members `names` out of the record, in one write. A level-2 line of `operation` that begins with `words`
+/// tells each and what it was, before the file changes. Nothing is written when the record holds none of them. False,
+/// after an error line, with the file as it was, when it is no JSON or cannot be written.
 bool Forget(const Source& source, std::string_view operation, std::string_view words, const std::string& key,
             const std::vector<std::string>& names);
 
-/// Replaces the file's content. False, after two error lines of `operation`, the second with the error's number, when
-/// it cannot be written.
-bool WriteText(std::string_view operation, const std::string& path, const std::string& text);
+/// Takes the whole record out of the file, and the file away when it holds no other. False, with the file as it was and
+/// `problem` saying why, when it is no JSON or cannot be changed.
+bool Remove(const Source& source, const std::string& key, std::string& problem);
 
 } // namespace DeviceInfoRecord
 

@@ -54,15 +54,6 @@ void TellFailure(std::string_view operation, const char* failure, const std::str
     }
 }
 
-// What a record holds of the array's objects, and of who put them there. The chosen name and protocol of this node
-// stay.
-std::vector<std::string> WhatIsMadeAnew()
-{
-    using namespace DeviceKey;
-    return {MAP_VIEW_ID, MAP_VIEW_NAME, LUN_GROUP_ID,         LUN_GROUP_NAME,    HOST_GROUP_ID,     HOST_GROUP_NAME,
-            HOST_ID,     HOST_NAME,     ISCSI_INITIATOR_NAME, FC_INITIATOR_NAME, DO_NOT_DELETE_HOST};
-}
-
 // True, with `id` set and told, when the record holds the group. `position` is left at what was looked up.
 bool FindRecorded(std::map<std::string, std::string>& info, const std::string& key, const char* words,
                   std::map<std::string, std::string>::iterator& position, std::string& id)
@@ -188,7 +179,8 @@ bool DeviceSetOperator::ProvisionDevice(const Zav::SessionInfo& session, const s
         // The file forgets it too, before anything is made: a run that stops half-way must not leave a record that
         // looks complete. A file that cannot be written stops nothing.
         DeviceInfoRecord::Forget(DeviceInfoRecord::SourceOf(*device), "InitDeviceSet",
-                                 "Everything is made anew: forget ", session.deviceId, WhatIsMadeAnew());
+                                 "Everything is made anew: forget ", session.deviceId,
+                                 DeviceInfoRecord::KeysOfWhatIsOnTheArray());
         device = boost::make_shared<DeviceOperate>(); // so does what is kept in memory
     }
 
@@ -314,9 +306,7 @@ bool DeviceSetOperator::ExtractAddressInfo(const std::string& url, std::string& 
 std::string DeviceSetOperator::GetDeviceInfoCfgFile(const std::string& deviceId)
 {
     PS_TRACE();
-    std::string path = DeviceInfoRecord::FileFor(DeviceInfoRecord::ProgramPath(__func__), deviceId);
-    PS_LOG(1) << "Config path is " << path;
-    return path;
+    return DeviceInfoRecord::FileOf(__func__, deviceId);
 }
 
 bool DeviceSetOperator::ReadConfig(std::string& path, std::string& content)

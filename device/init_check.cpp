@@ -8,6 +8,8 @@
 
 #include <boost/make_shared.hpp>
 
+#include <algorithm>
+
 namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
@@ -19,6 +21,11 @@ bool IsGone(int code, int goneCode)
 }
 
 } // namespace
+
+int CheckContain(std::string text, std::vector<std::string>& list)
+{
+    return std::find(list.begin(), list.end(), text) != list.end() ? 1 : 0;
+}
 
 bool DeviceOperate::CheckInit(const Zav::SessionInfo& session, const std::vector<std::string>& targetIps,
                               const boost::shared_ptr<ZavRestApi>& api)

@@ -30,10 +30,7 @@ std::string CreateNamed(std::string_view operation, const char* kind, CHandler& 
 struct DeviceOperate::Creation {
     std::string_view operation;
     HANDLERTYPE type;
-    const std::string& idKey;
-    const std::string& nameKey;
-    std::string& id;   ///< of the device message
-    std::string& name; ///< of the device message
+    const DeviceInfoRecord::Object& object;
     const char* begin;
     const char* failed;
     const char* end;
@@ -77,10 +74,10 @@ bool DeviceOperate::CreateObject(Creation& creation, const std::string& key, CDe
         PS_LOG_AS(creation.operation, 1) << creation.failed << error.what();
         return false;
     }
-    std::map<std::string, std::string> info = {{creation.idKey, id}, {creation.nameKey, name}};
+    std::map<std::string, std::string> info = {{creation.object.idKey, id}, {creation.object.nameKey, name}};
     creation.isRecorded = WriteInfoToJson(key, info); // a file that cannot be written does not stop provisioning
-    creation.id = id;
-    creation.name = name;
+    m_deviceMessage.*creation.object.id = id;
+    m_deviceMessage.*creation.object.name = name;
     PS_LOG_AS(creation.operation, 1) << creation.end;
     return true;
 }
@@ -90,10 +87,7 @@ bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, co
 {
     Creation creation = {__func__,
                          HANDLER_LUN_GROUP,
-                         DeviceKey::LUN_GROUP_ID,
-                         DeviceKey::LUN_GROUP_NAME,
-                         m_deviceMessage.lunGroupId,
-                         m_deviceMessage.lunGroupName,
+                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::LunGroup),
                          "begin create lun group.",
                          "create lun group failed.oLib ex:",
                          "create lun group finish."};
@@ -106,10 +100,7 @@ bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const 
 {
     Creation creation = {__func__,
                          HANDLER_HOST,
-                         DeviceKey::HOST_ID,
-                         DeviceKey::HOST_NAME,
-                         m_deviceMessage.hostId,
-                         m_deviceMessage.hostName,
+                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::Host),
                          "begin create host.",
                          "create host failed.oLib ex:",
                          "create host finish."};
@@ -130,10 +121,7 @@ bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, c
 {
     Creation creation = {__func__,
                          HANDLER_HOST_GROUP,
-                         DeviceKey::HOST_GROUP_ID,
-                         DeviceKey::HOST_GROUP_NAME,
-                         m_deviceMessage.hostGroupId,
-                         m_deviceMessage.hostGroupName,
+                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::HostGroup),
                          "begin create host group.",
                          "create host group failed. oLib ex:",
                          "create host group finish."};
@@ -151,10 +139,7 @@ bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, con
 {
     Creation creation = {__func__,
                          HANDLER_MAPPING_VIEW,
-                         DeviceKey::MAP_VIEW_ID,
-                         DeviceKey::MAP_VIEW_NAME,
-                         m_deviceMessage.mapViewId,
-                         m_deviceMessage.mapViewName,
+                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::MapView),
                          "begin create mapview.",
                          "create mapview failed.oLib ex:",
                          "create mapview finish."};
@@ -165,40 +150,4 @@ bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, con
         views.AddLunGroup(mapViewId, firstGroupId);
         return mapViewId;
     });
-}
-
-bool DeviceOperate::GetSelfLunGroupInfo(const Zav::SessionInfo& /*session*/, std::string& lunGroupId,
-                                        std::string& lunGroupName)
-{
-    PS_LOG(1) << "begin get lun group id";
-    if (m_deviceMessage.lunGroupId.empty()) {
-        PS_LOG(4) << "there is no have lun group id.";
-        return false;
-    }
-    lunGroupId = m_deviceMessage.lunGroupId;
-    if (m_deviceMessage.lunGroupName.empty()) {
-        PS_LOG(4) << "there is no have lun group name.";
-        return false;
-    }
-    lunGroupName = m_deviceMessage.lunGroupName;
-    PS_LOG(1) << "get lun group id finish, lun group id is:" << lunGroupId;
-    return true;
-}
-
-bool DeviceOperate::GetSelfMapviewInfo(const Zav::SessionInfo& /*session*/, std::string& mapViewId,
-                                       std::string& mapViewName)
-{
-    PS_LOG(1) << "begin get Mapview info.";
-    if (m_deviceMessage.mapViewId.empty()) {
-        PS_LOG(4) << "there is no have mapview id.";
-        return false;
-    }
-    mapViewId = m_deviceMessage.mapViewId;
-    if (m_deviceMessage.mapViewName.empty()) {
-        PS_LOG(4) << "there is no have mapview name.";
-        return false;
-    }
-    mapViewName = m_deviceMessage.mapViewName;
-    PS_LOG(1) << "get Mapview info finish.";
-    return true;
 }

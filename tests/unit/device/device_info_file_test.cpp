@@ -4,7 +4,6 @@
 
 #include <json/value.h>
 
-#include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>
@@ -15,7 +14,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <utility>
 
 using ::testing::ElementsAre;
@@ -100,23 +101,6 @@ protected:
     const DeletedWorkingDirectory m_nowhere;
 };
 
-TEST_F(DeviceOperateFallbackFileTest, GetDeviceInfoCfgFileUsesOneFileOfTheProductForAllArrays)
-{
-    std::string cause;
-    try {
-        boost::filesystem::system_complete("bin/agent");
-    } catch (const boost::filesystem::filesystem_error& error) {
-        cause = error.what();
-    }
-    EXPECT_EQ(Root() + "/conf/deviceinfo.conf", m_device.GetDeviceInfoCfgFile(KEY));
-    EXPECT_THAT(LinesOf("GetDeviceInfoCfgFile"),
-                ElementsAre("1 Enter GetDeviceInfoCfgFile", "1 Program path is bin/agent", "4 " + cause,
-                            "1 Config path is " + Root() + "/conf/deviceinfo.conf", "1 End GetDeviceInfoCfgFile"));
-    ASSERT_THAT(m_productRoot.Calls(), SizeIs(1));
-    EXPECT_EQ("DeviceSetOperator", m_productRoot.Calls().front().module);
-    EXPECT_EQ(0U, m_productRoot.Calls().front().requestId);
-}
-
 TEST_F(DeviceOperateFallbackFileTest, WriteInfoToJsonKeepsTheArraysApartInTheSharedFile)
 {
     Record first = {{"HOSTID", "1"}};
@@ -179,6 +163,22 @@ TEST_F(DeviceOperateWriteTest, WriteInfoToJsonLeavesAFileThatIsNoJson)
     EXPECT_EQ("{\"DEV1\": {\"HOSTID\"\n", FileText());
     EXPECT_THAT(LinesOf("WriteInfoToJson"),
                 ElementsAre("1 begin write device info from Json .", "4 Json to string failed."));
+}
+
+TEST_F(DeviceOperateWriteTest, WriteInfoToJsonReplacesTheFileAndKeepsItsModeAndLinks)
+{
+    WriteRecord({{"HOSTID", "1"}});
+    boost::filesystem::permissions(FilePath(), boost::filesystem::perms(0604));
+    boost::filesystem::rename(FilePath(), Root() + "/record");
+    boost::filesystem::create_symlink(Root() + "/record", FilePath());
+    const std::string before = FileText();
+    std::ifstream reader(FilePath()); // who reads it meanwhile
+    Record info = {{"HOSTID", "2"}};
+    EXPECT_TRUE(m_device.WriteInfoToJson(KEY, info));
+    EXPECT_EQ(before, std::string(std::istreambuf_iterator<char>(reader), {}));
+    EXPECT_THAT(FileRecord(), ElementsAre(Pair("HOSTID", "2")));
+    EXPECT_TRUE(boost::filesystem::is_symlink(FilePath()));
+    EXPECT_EQ(0604, boost::filesystem::status(Root() + "/record").permissions());
 }
 
 TEST_F(DeviceOperateWriteTest, WriteInfoToJsonWithoutItsFolderFails)

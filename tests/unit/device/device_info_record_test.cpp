@@ -1,10 +1,14 @@
+#include "device/device_info_record.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/device/info_reader.h"
 
 #include <json/value.h>
 
+#include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/thread/exceptions.hpp>
+
+#include <sys/stat.h>
 
 #include <tuple>
 
@@ -14,6 +18,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::Pair;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 namespace {
@@ -77,6 +82,26 @@ TEST_P(DeviceInfoPathTest, GetDeviceInfoCfgFileTakesARelativePathFromTheWorkingD
 {
     m_programPath.emplace("bin/agent");
     EXPECT_EQ(boost::filesystem::current_path().string() + "/conf/DEV1-info.conf", m_reader->File(KEY));
+}
+
+TEST_P(DeviceInfoPathTest, GetDeviceInfoCfgFileWithoutAnAbsolutePathIsOneFileOfTheProductForAllArrays)
+{
+    m_programPath.emplace("bin/agent");
+    m_productRoot.Set(Root());
+    const DeletedWorkingDirectory nowhere;
+    std::string cause;
+    try {
+        boost::filesystem::system_complete("bin/agent");
+    } catch (const boost::filesystem::filesystem_error& error) {
+        cause = error.what();
+    }
+    EXPECT_EQ(Root() + "/conf/deviceinfo.conf", m_reader->File(KEY));
+    EXPECT_THAT(LinesOf("GetDeviceInfoCfgFile"),
+                ElementsAre("1 Enter GetDeviceInfoCfgFile", "1 Program path is bin/agent", "4 " + cause,
+                            "1 Config path is " + Root() + "/conf/deviceinfo.conf", "1 End GetDeviceInfoCfgFile"));
+    ASSERT_THAT(m_productRoot.Calls(), SizeIs(1));
+    EXPECT_EQ("DeviceSetOperator", m_productRoot.Calls().front().module);
+    EXPECT_EQ(0U, m_productRoot.Calls().front().requestId);
 }
 
 struct LinesRow : NamedRow {
@@ -312,5 +337,68 @@ INSTANTIATE_TEST_SUITE_P(Of, DeviceInfoScalarTest,
                                                                             ScalarRow{{"True"}, "true", "true"},
                                                                             ScalarRow{{"Null"}, "null", ""})),
                          KindAndRow<ScalarRow>);
+
+class DeviceInfoRemoveTest : public DeviceInfoTest {
+protected:
+    bool Remove() { return DeviceInfoRecord::Remove(DeviceInfoRecord::SourceOf(m_device), KEY, m_problem); }
+
+    DeviceOperate m_device;
+    std::string m_problem;
+};
+
+TEST_F(DeviceInfoRemoveTest, RemoveOfTheOnlyRecordRemovesTheFile)
+{
+    WriteRecord({{"HOSTID", "1"}});
+    const DeviceSystemCalls::LockWatch watch(g_infoFileMutext);
+    EXPECT_TRUE(Remove());
+    EXPECT_FALSE(boost::filesystem::exists(FilePath()));
+    EXPECT_EQ(1, watch.Locks());
+    EXPECT_FALSE(watch.IsHeld());
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveKeepsTheRecordsOfOtherArrays)
+{
+    WriteFile(R"({"A": {"HOSTID": "9"}, "DEV1": {"HOSTID": "1"}})");
+    EXPECT_TRUE(Remove());
+    EXPECT_EQ("{\n\t\"A\" : \n\t{\n\t\t\"HOSTID\" : \"9\"\n\t}\n}", FileText());
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveLeavesALinkAndRemovesWhatItLeadsTo)
+{
+    WriteRecord({{"HOSTID", "1"}});
+    boost::filesystem::rename(FilePath(), Root() + "/record");
+    boost::filesystem::create_symlink(Root() + "/record", FilePath());
+    EXPECT_TRUE(Remove());
+    EXPECT_FALSE(boost::filesystem::exists(Root() + "/record"));
+    EXPECT_TRUE(boost::filesystem::is_symlink(FilePath()));
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveOfAFileThatIsNoneOfOursLeavesItAndSaysSo)
+{
+    for (const std::string text : {"[1]", "HOSTID=1"}) {
+        WriteFile(text);
+        EXPECT_FALSE(Remove());
+        EXPECT_EQ(text, FileText());
+        EXPECT_EQ(FilePath() + ": not a device record in JSON", m_problem);
+    }
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveOfWhatIsNotThereIsDone)
+{
+    RemoveConfFolder();
+    EXPECT_TRUE(Remove());
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveFromWhatIsNoFileSaysWhyItCannot)
+{
+    const std::string pipe = Root() + "/pipe"; // that nobody reads
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), S_IRUSR | S_IWUSR));
+    const DeviceInfoRecord::Source source = {
+        [&](const std::string&) { return pipe; },
+        [](std::string&, std::string& content) { content = R"({"DEV1": {"HOSTID": "1"}})"; }};
+    EXPECT_FALSE(DeviceInfoRecord::Remove(source, KEY, m_problem));
+    EXPECT_EQ(pipe + ": No such device or address", m_problem);
+    EXPECT_TRUE(boost::filesystem::exists(pipe));
+}
 
 } // namespace

@@ -2,7 +2,6 @@
 #include "tests/unit/device/device_set_test.h"
 #include "tests/unit/named_row.h"
 
-#include <boost/filesystem/exception.hpp>
 #include <boost/thread/exceptions.hpp>
 
 using ::testing::Contains;
@@ -239,13 +238,15 @@ TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoKeepsTheJsonLibrarysErr
     EXPECT_THAT(LinesOf("GetSelfLunGroupInfo"), ElementsAre("1 begin get lun group id", "4 read config failed."));
 }
 
-TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoKeepsAFilesystemErrorToItself)
+TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoFindsTheRecordInTheProductsFileToo)
 {
     m_programPath.emplace("bin/agent");
+    m_productRoot.Set(Root());
     const DeletedWorkingDirectory nowhere;
-    EXPECT_THROW(m_operator.GetDeviceInfoCfgFile(KEY), boost::filesystem::filesystem_error);
-    EXPECT_FALSE(Get());
-    EXPECT_THAT(LinesOf("GetSelfLunGroupInfo"), ElementsAre("1 begin get lun group id", "4 read config failed."));
+    WriteText(Root() + "/conf/deviceinfo.conf", R"({"DEV1": {"LUNGROUPID": "31", "LUNGROUPNAME": "l"}})");
+    EXPECT_TRUE(Get());
+    EXPECT_EQ("31", m_id);
+    EXPECT_EQ("l", m_name);
 }
 
 TEST_F(DeviceSetOperatorLunGroupTest, GetSelfLunGroupInfoLetsTheLockErrorPass)
