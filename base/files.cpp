@@ -34,13 +34,9 @@ int WriteNewFile(const std::string& path, std::string_view text, const Look& loo
     if (!file.IsOpen()) {
         return errno;
     }
-    int error = 0;
-    if (look.owner && ::fchown(file.Get(), look.owner->first, look.owner->second) != 0) {
-        error = errno;
-    } else if (!look.isMasked && ::fchmod(file.Get(), look.mode) != 0) {
-        error = errno;
-    }
-    error = error == 0 ? WriteWhole(file.Get(), text) : error;
+    const bool looksRight = (!look.owner || ::fchown(file.Get(), look.owner->first, look.owner->second) == 0) &&
+                            (look.isMasked || ::fchmod(file.Get(), look.mode) == 0);
+    int error = looksRight ? WriteWhole(file.Get(), text) : errno;
     if (error == 0 && ::fsync(file.Get()) != 0) {
         error = errno;
     }
