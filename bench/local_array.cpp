@@ -1,10 +1,9 @@
 #include "bench/local_array.h"
 
-#include <httplib.h>
+#include "tests/support/http_server.h"
 
 #include <memory>
 #include <sstream>
-#include <thread>
 
 namespace {
 
@@ -33,26 +32,18 @@ const LocalArray& LocalArray::Get()
 LocalArray::LocalArray()
     : m_lunPage(MakeLunPage())
 {
-    // Both are left to the end of the process, for requests may still be under way.
-    static auto& server = *std::make_unique<httplib::Server>().release();
-    server.set_keep_alive_max_count(1000000);
-    server.set_tcp_nodelay(true);
-    server.Post(".*/sessions", [](const httplib::Request&, httplib::Response& response) {
-        response.set_header("Set-Cookie", "session=ismsession; Path=/");
-        response.set_content(
-            R"({"data": {"deviceid": "DEV1", "iBaseToken": "T"}, "error": {"code": 0, "description": "0"}})",
-            "application/json");
-    });
-    server.Get(".*", [this](const httplib::Request&, httplib::Response& response) {
-        response.set_content(m_lunPage, "application/json");
-    });
-    server.Delete(".*", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content(R"({"data": {}, "error": {"code": 0, "description": "0"}})", "application/json");
-    });
-    const int port = server.bind_to_any_port("127.0.0.1");
-    std::thread([] { server.listen_after_bind(); }).detach();
-    while (!server.is_running()) {
-        std::this_thread::yield();
-    }
-    m_url = "http://127.0.0.1:" + std::to_string(port);
+    // Left to the end of the process, for requests may still be under way.
+    static auto& server =
+        *std::make_unique<HttpServer>("127.0.0.1", [this](const ServedRequest& request, HttpReply& reply) {
+             if (request.method == "POST") {
+                 reply.headers.emplace("Set-Cookie", "session=ismsession; Path=/");
+                 reply.body =
+                     R"({"data": {"deviceid": "DEV1", "iBaseToken": "T"}, "error": {"code": 0, "description": "0"}})";
+             } else if (request.method == "GET") {
+                 reply.body = m_lunPage;
+             } else {
+                 reply.body = R"({"data": {}, "error": {"code": 0, "description": "0"}})";
+             }
+         }).release();
+    m_url = "http://127.0.0.1:" + std::to_string(server.Port());
 }

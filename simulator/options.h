@@ -6,7 +6,7 @@
 #include "simulator/cluster/cluster_system.h"
 #include "simulator/dataplane/data_plane_options.h"
 #include "simulator/faults/fault.h"
-#include "simulator/http/http_server.h"
+#include "simulator/http/acceptor.h"
 #include "simulator/http/listen_address.h"
 
 #include <optional>

@@ -60,6 +60,7 @@ Simulation::Simulation(const Options& options, const Clock& clock)
 Simulation::~Simulation()
 {
     m_listeners.Clear();
+    m_threads.Stop();
 }
 
 void Simulation::AddListeners(const std::vector<ListenAddress>& addresses, Dispatcher& dispatcher,
@@ -67,7 +68,7 @@ void Simulation::AddListeners(const std::vector<ListenAddress>& addresses, Dispa
 {
     for (const ListenAddress& address : addresses) {
         const auto context = [this, host = address.host] { return m_certificates->ServerContext(host); };
-        m_listeners.Add(std::make_unique<Listener>(address, dispatcher, context, limits));
+        m_listeners.Add(std::make_unique<Listener>(m_threads, address, dispatcher, context, limits));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "simulator/cluster/cluster_service.h"
 #include "simulator/dataplane/export_keeper.h"
 #include "simulator/http/certificate_folder.h"
+#include "simulator/http/io_threads.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options.h"
 #include "simulator/service/admin_service.h"
@@ -38,12 +39,13 @@ private:
     ClusterSystem m_cluster;
     Journal m_journal;
     FaultPlan m_faults;
-    ListenerSet m_listeners; // above its users, which look at it; emptied of threads first, in the destructor
+    ListenerSet m_listeners; // above its users, which look at it; emptied first, in the destructor
     ArrayService m_arrayService;
     ClusterService m_clusterService;
     AdminService m_adminService;
     Dispatcher m_arrayDispatcher;
     Dispatcher m_clusterDispatcher;
+    IoThreads m_threads; // behind all that they call
 };
 
 } // namespace ZavSim

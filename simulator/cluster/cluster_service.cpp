@@ -3,7 +3,6 @@
 #include "base/secret.h"
 #include "simulator/cluster/dialects.h"
 #include "simulator/http/listen_address.h"
-#include "simulator/json/json_io.h"
 
 #include <algorithm>
 
@@ -46,12 +45,6 @@ std::string RequireText(const Json::Value& body, const char* name)
                              std::string("the body must be a JSON object with ") + name + " as a text");
     }
     return body[name].asString();
-}
-
-Json::Value ParseBody(const std::string& body)
-{
-    std::string problem;
-    return ParseJson(body, problem).value_or(Json::Value());
 }
 
 HttpAnswer Tell(const char* name, const Json::Value& value)
@@ -97,7 +90,7 @@ HttpAnswer ClusterService::Refuse(const HttpRequest& request, const Fault& fault
 
 HttpAnswer ClusterService::Login(const HttpRequest& request)
 {
-    const Json::Value body = ParseBody(request.body);
+    const Json::Value body = request.json.value_or(Json::Value());
     std::string password = RequireText(body, "password");
     const Secret::ScopedWipe wipePassword(password);
     const Session session = m_cluster.Login(RequireText(body, "user_name"), password);

@@ -1,106 +1,45 @@
 #include "simulator/faults/fault.h"
 
+#include "simulator/faults/fault_kinds.h"
 #include "simulator/json/json_io.h"
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 
 namespace ZavSim {
 
 namespace {
 
-struct FaultWord {
-    FaultKind kind;
-    const char* word;
-    const char* needs; ///< the member that only this kind has and must have; null when none
-};
-
-constexpr std::array<FaultWord, 10> WORDS{{
-    {FaultKind::Code, "code", "code"},
-    {FaultKind::Answer, "answer", "answer"},
-    {FaultKind::Status, "status", "status"},
-    {FaultKind::Delay, "delay", "milliseconds"},
-    {FaultKind::Drop, "drop", nullptr},
-    {FaultKind::DropAnswer, "drop-answer", nullptr},
-    {FaultKind::Cut, "cut", nullptr},
-    {FaultKind::Garbage, "garbage", nullptr},
-    {FaultKind::Silent, "silent", nullptr},
-    {FaultKind::NoCookie, "no-cookie", nullptr},
-}};
-
-constexpr Json::Int64 LONGEST_MILLISECONDS = 3600 * 1000;
+constexpr std::int64_t LONGEST_MILLISECONDS = 3600 * 1000;
+constexpr std::int64_t MOST_BYTES = 1 << 30;
 constexpr int FIRST_STATUS = 200;
 constexpr int LAST_STATUS = 599;
 constexpr int FIRST_RESULT = 1;
 constexpr int LAST_RESULT = 2;
 
-std::string Quoted(const std::string& text)
+std::string Text(const Json::Value& value)
 {
-    return '"' + text + '"';
+    if (!value.isString()) {
+        throw std::invalid_argument("not a text");
+    }
+    return value.asString();
 }
 
-const FaultWord& FindWord(const std::string& word)
+std::int64_t Number(const Json::Value& value, std::int64_t lowest, std::int64_t highest)
 {
-    const auto found =
-        std::find_if(WORDS.begin(), WORDS.end(), [&](const FaultWord& each) { return word == each.word; });
-    if (found == WORDS.end()) {
-        throw std::invalid_argument("kind: no fault is called " + Quoted(word));
-    }
-    return *found;
-}
-
-bool BelongsTo(const std::string& member, FaultKind kind)
-{
-    if (member == "code" || member == "description" || member == "result") {
-        return kind == FaultKind::Code;
-    }
-    if (member == "answer") {
-        return kind == FaultKind::Answer;
-    }
-    if (member == "status") {
-        return kind == FaultKind::Status;
-    }
-    if (member == "milliseconds") {
-        return kind == FaultKind::Delay || kind == FaultKind::Silent;
-    }
-    return member == "kind" || member == "method" || member == "target" || member == "count" || member == "probability";
-}
-
-std::string TextMember(const Json::Value& value, const char* name)
-{
-    if (!value.isMember(name)) {
-        return "";
-    }
-    if (!value[name].isString()) {
-        throw std::invalid_argument(std::string(name) + ": not a text");
-    }
-    return value[name].asString();
-}
-
-std::int64_t NumberMember(const Json::Value& value, const char* name, std::int64_t standard, std::int64_t lowest,
-                          std::int64_t highest)
-{
-    if (!value.isMember(name)) {
-        return standard;
-    }
-    if (!value[name].isInt64() || value[name].asInt64() < lowest || value[name].asInt64() > highest) {
-        throw std::invalid_argument(std::string(name) + ": not a whole number from " + std::to_string(lowest) + " to " +
+    if (!value.isInt64() || value.asInt64() < lowest || value.asInt64() > highest) {
+        throw std::invalid_argument("not a whole number from " + std::to_string(lowest) + " to " +
                                     std::to_string(highest));
     }
-    return value[name].asInt64();
+    return value.asInt64();
 }
 
-double ProbabilityMember(const Json::Value& value)
+double Probability(const Json::Value& value)
 {
-    if (!value.isMember("probability")) {
-        return 1;
+    if (!value.isNumeric() || !(value.asDouble() > 0 && value.asDouble() <= 1)) {
+        throw std::invalid_argument("not a number above 0 and up to 1");
     }
-    const Json::Value& member = value["probability"];
-    if (!member.isNumeric() || !(member.asDouble() > 0 && member.asDouble() <= 1)) {
-        throw std::invalid_argument("probability: not a number above 0 and up to 1");
-    }
-    return member.asDouble();
+    return value.asDouble();
 }
 
 std::regex Pattern(const std::string& text)
@@ -108,8 +47,75 @@ std::regex Pattern(const std::string& text)
     try {
         return std::regex(text, std::regex::ECMAScript | std::regex::optimize);
     } catch (const std::regex_error& error) {
-        throw std::invalid_argument("target: " + Quoted(text) + " is not a regular expression: " + error.what());
+        throw std::invalid_argument('"' + text + "\" is not a regular expression: " + error.what());
     }
+}
+
+/// How a member is read, and written where a fault has it.
+struct Member {
+    const char* name;
+    bool isOfAll; ///< every kind takes it
+    void (*read)(const Json::Value& value, Fault& fault);
+    Json::Value (*write)(const Fault& fault); ///< null where there is nothing to tell
+};
+
+Json::Value TextOrNull(const std::string& text)
+{
+    return text.empty() ? Json::Value() : Json::Value(text);
+}
+
+const Member MEMBERS[] = {
+    {"kind", true, [](const Json::Value& value, Fault& fault) { fault.kind = &FaultKindOf(Text(value)); },
+     [](const Fault& fault) { return Json::Value(fault.kind->word); }},
+    {"method", true, [](const Json::Value& value, Fault& fault) { fault.method = Text(value); },
+     [](const Fault& fault) { return TextOrNull(fault.method); }},
+    {"target", true,
+     [](const Json::Value& value, Fault& fault) {
+         fault.targetText = Text(value);
+         fault.target = Pattern(fault.targetText);
+     },
+     [](const Fault& fault) { return TextOrNull(fault.targetText); }},
+    {"count", true,
+     [](const Json::Value& value, Fault& fault) {
+         fault.count = static_cast<std::uint64_t>(Number(value, 0, INT32_MAX));
+     },
+     [](const Fault& fault) { return Json::Value(Json::UInt64(fault.count)); }},
+    {"probability", true, [](const Json::Value& value, Fault& fault) { fault.probability = Probability(value); },
+     [](const Fault& fault) { return Json::Value(fault.probability); }},
+    {"code", false, [](const Json::Value& value, Fault& fault) { fault.code = Number(value, INT32_MIN, INT32_MAX); },
+     [](const Fault& fault) { return Json::Value(Json::Int64(fault.code)); }},
+    {"description", false, [](const Json::Value& value, Fault& fault) { fault.description = Text(value); },
+     [](const Fault& fault) { return Json::Value(fault.description); }},
+    {"result", false,
+     [](const Json::Value& value, Fault& fault) {
+         fault.result = static_cast<int>(Number(value, FIRST_RESULT, LAST_RESULT));
+     },
+     [](const Fault& fault) { return fault.result ? Json::Value(*fault.result) : Json::Value(); }},
+    {"answer", false, [](const Json::Value& value, Fault& fault) { fault.answer = value; },
+     [](const Fault& fault) { return fault.answer; }},
+    {"status", false,
+     [](const Json::Value& value, Fault& fault) {
+         fault.status = static_cast<int>(Number(value, FIRST_STATUS, LAST_STATUS));
+     },
+     [](const Fault& fault) { return Json::Value(fault.status); }},
+    {"milliseconds", false,
+     [](const Json::Value& value, Fault& fault) {
+         fault.duration = std::chrono::milliseconds(Number(value, 0, LONGEST_MILLISECONDS));
+     },
+     [](const Fault& fault) { return Json::Value(Json::Int64(fault.duration.count())); }},
+    {"bytes", false,
+     [](const Json::Value& value, Fault& fault) { fault.bytes = Number(value, -MOST_BYTES, MOST_BYTES); },
+     [](const Fault& fault) { return fault.bytes == 0 ? Json::Value() : Json::Value(Json::Int64(fault.bytes)); }},
+};
+
+bool Contains(const std::vector<std::string>& names, const char* name)
+{
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool BelongsTo(const Member& member, const FaultKind& kind)
+{
+    return member.isOfAll || Contains(kind.needs, member.name) || Contains(kind.takes, member.name);
 }
 
 } // namespace
@@ -119,30 +125,26 @@ Fault FaultFromJson(const Json::Value& value)
     if (!value.isObject()) {
         throw std::invalid_argument("a fault is a JSON object");
     }
-    const FaultWord& word = FindWord(TextMember(value, "kind"));
-    for (const std::string& member : value.getMemberNames()) {
-        if (!BelongsTo(member, word.kind)) {
-            throw std::invalid_argument(member + ": a fault of kind " + Quoted(word.word) + " has no such member");
+    Fault fault;
+    fault.kind = &FaultKindOf(value["kind"].isString() ? value["kind"].asString() : "");
+    fault.description = "Injected fault";
+    for (const std::string& name : value.getMemberNames()) {
+        const auto* const member =
+            std::find_if(std::begin(MEMBERS), std::end(MEMBERS), [&](const Member& each) { return name == each.name; });
+        if (member == std::end(MEMBERS) || !BelongsTo(*member, *fault.kind)) {
+            throw std::invalid_argument(name + ": a fault of kind \"" + fault.kind->word + "\" has no such member");
+        }
+        try {
+            member->read(value[name], fault);
+        } catch (const std::invalid_argument& error) {
+            throw std::invalid_argument(name + ": " + error.what());
         }
     }
-    if (word.needs != nullptr && !value.isMember(word.needs)) {
-        throw std::invalid_argument(std::string(word.needs) + ": missing");
+    for (const std::string& name : fault.kind->needs) {
+        if (!value.isMember(name)) {
+            throw std::invalid_argument(name + ": missing");
+        }
     }
-    Fault fault;
-    fault.kind = word.kind;
-    fault.code = NumberMember(value, "code", 0, INT32_MIN, INT32_MAX);
-    fault.description = value.isMember("description") ? TextMember(value, "description") : "Injected fault";
-    if (value.isMember("result")) {
-        fault.result = static_cast<int>(NumberMember(value, "result", FIRST_RESULT, FIRST_RESULT, LAST_RESULT));
-    }
-    fault.answer = value["answer"];
-    fault.status = static_cast<int>(NumberMember(value, "status", 0, FIRST_STATUS, LAST_STATUS));
-    fault.duration = std::chrono::milliseconds(NumberMember(value, "milliseconds", 0, 0, LONGEST_MILLISECONDS));
-    fault.method = TextMember(value, "method");
-    fault.targetText = TextMember(value, "target");
-    fault.target = Pattern(fault.targetText);
-    fault.count = static_cast<std::uint64_t>(NumberMember(value, "count", 1, 0, INT32_MAX));
-    fault.probability = ProbabilityMember(value);
     return fault;
 }
 
@@ -159,32 +161,12 @@ Fault FaultFromText(const std::string& text)
 Json::Value FaultToJson(const Fault& fault)
 {
     Json::Value value(Json::objectValue);
-    value["kind"] =
-        std::find_if(WORDS.begin(), WORDS.end(), [&](const FaultWord& each) { return each.kind == fault.kind; })->word;
-    if (fault.kind == FaultKind::Code) {
-        value["code"] = Json::Int64(fault.code);
-        value["description"] = fault.description;
-        if (fault.result) {
-            value["result"] = *fault.result;
+    for (const Member& member : MEMBERS) {
+        const Json::Value written = BelongsTo(member, *fault.kind) ? member.write(fault) : Json::Value();
+        if (!written.isNull() || Contains(fault.kind->needs, member.name)) {
+            value[member.name] = written;
         }
     }
-    if (fault.kind == FaultKind::Answer) {
-        value["answer"] = fault.answer;
-    }
-    if (fault.kind == FaultKind::Status) {
-        value["status"] = fault.status;
-    }
-    if (fault.kind == FaultKind::Delay || fault.kind == FaultKind::Silent) {
-        value["milliseconds"] = Json::Int64(fault.duration.count());
-    }
-    if (!fault.method.empty()) {
-        value["method"] = fault.method;
-    }
-    if (!fault.targetText.empty()) {
-        value["target"] = fault.targetText;
-    }
-    value["count"] = Json::UInt64(fault.count);
-    value["probability"] = fault.probability;
     return value;
 }
 

@@ -11,37 +11,28 @@
 
 namespace ZavSim {
 
-enum class FaultKind {
-    Code,       ///< the envelope bears a code; the request is not carried out
-    Answer,     ///< the body is a JSON value as given; the request is not carried out
-    Status,     ///< an HTTP status; the request is not carried out
-    Delay,      ///< the request is carried out, later
-    Drop,       ///< the connection ends without an answer; the request is not carried out
-    DropAnswer, ///< the same after the request was carried out
-    Cut,        ///< the request is carried out; the connection ends in the middle of the body
-    Garbage,    ///< the request is carried out; the body is not JSON
-    Silent,     ///< no answer until the client goes away or the time is over, then as Drop
-    NoCookie,   ///< the request is carried out; the answer sets no cookie
-};
+struct FaultKind;
 
-/// What is to go wrong, and with which requests.
+/// What is to go wrong, and with which requests. Of the members below `kind`, a fault has those that its kind takes.
 struct Fault {
-    FaultKind kind = FaultKind::Code;
-    std::int64_t code = 0;                 ///< Code only
-    std::string description;               ///< Code only
-    std::optional<int> result;             ///< Code only: the form of the refusal, where a system has several
-    Json::Value answer;                    ///< Answer only
-    int status = 0;                        ///< Status only
-    std::chrono::milliseconds duration{0}; ///< Delay, Silent; 0 with Silent: without end
-    std::string method;                    ///< empty: any
-    std::string targetText;                ///< searched in the request's target; empty: any
+    const FaultKind* kind = nullptr; ///< a row of AllFaultKinds; never null in a fault that was read
+    std::int64_t code = 0;
+    std::string description;
+    std::optional<int> result; ///< the form of the refusal, where a system has several
+    Json::Value answer;
+    int status = 0;
+    std::chrono::milliseconds duration{0};
+    std::int64_t bytes = 0;
+
+    std::string method;     ///< empty: any
+    std::string targetText; ///< searched in the request's target; empty: any
     std::regex target;
     std::uint64_t count = 1; ///< how many requests; 0: until it is taken away
     double probability = 1;  ///< of hitting one request that matches
 };
 
-/// Reads {"kind", "code", "description", "result", "answer", "status", "milliseconds", "method", "target", "count",
-/// "probability"}. Throws std::invalid_argument naming the member that is missing, unknown, malformed or out of place.
+/// Reads {"kind", "method", "target", "count", "probability"} and the members that the kind takes. Throws
+/// std::invalid_argument naming the member that is missing, unknown, malformed or out of place.
 Fault FaultFromJson(const Json::Value& value);
 
 /// The same from JSON text.

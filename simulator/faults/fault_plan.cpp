@@ -4,6 +4,16 @@
 
 namespace ZavSim {
 
+namespace {
+
+bool Concerns(const Fault& fault, const std::string& method, const std::string& target)
+{
+    return (fault.method.empty() || fault.method == method) &&
+           (fault.targetText.empty() || std::regex_search(target, fault.target));
+}
+
+} // namespace
+
 std::uint64_t FaultPlan::Add(const Fault& fault)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
@@ -34,7 +44,7 @@ std::optional<Fault> FaultPlan::Draw(const std::string& method, const std::strin
     const std::lock_guard<std::mutex> guard(m_lock);
     for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
         Fault& fault = entry->fault;
-        if ((!fault.method.empty() && fault.method != method) || !std::regex_search(target, fault.target)) {
+        if (!Concerns(fault, method, target)) {
             continue;
         }
         if (fault.probability < 1 && std::uniform_real_distribution<double>(0, 1)(m_random) >= fault.probability) {

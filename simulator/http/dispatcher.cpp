@@ -1,7 +1,7 @@
 #include "simulator/http/dispatcher.h"
 
+#include "simulator/faults/fault_kinds.h"
 #include "simulator/http/compression.h"
-#include "simulator/json/json_io.h"
 
 #include <algorithm>
 
@@ -18,27 +18,49 @@ HttpAnswer PlainAnswer(int status, const std::string& text)
     return answer;
 }
 
-HttpAnswer JsonAnswer(const Json::Value& value)
+// What the system says, where there is one and it throws nothing.
+template <typename Ask>
+HttpAnswer AskSafely(const Exchange& exchange, const Ask& ask)
 {
-    HttpAnswer answer;
-    answer.body = WriteJson(value);
-    return answer;
+    if (exchange.system == nullptr) {
+        return PlainAnswer(404, "zavsim serves nothing here");
+    }
+    try {
+        return ask(*exchange.system);
+    } catch (const std::exception& error) {
+        return PlainAnswer(500, error.what());
+    }
 }
 
-HttpAnswer NoAnswer()
+HttpAnswer CarryOut(const Exchange& exchange)
 {
-    HttpAnswer answer;
-    answer.delivery = Delivery::Nothing;
-    return answer;
+    return AskSafely(exchange, [&exchange](HttpHandler& system) { return system.Handle(exchange.request); });
 }
 
-void DropCookies(HttpAnswer& answer)
+HttpAnswer AnswerWithFault(const Exchange& exchange, const Fault& fault)
 {
-    const auto isCookie = [](const auto& header) { return header.first == "Set-Cookie"; };
-    answer.headers.erase(std::remove_if(answer.headers.begin(), answer.headers.end(), isCookie), answer.headers.end());
+    HttpAnswer answer;
+    if (fault.kind->treatment == Treatment::CarriedOut) {
+        answer = CarryOut(exchange);
+    } else if (fault.kind->treatment == Treatment::Refused) {
+        answer = AskSafely(exchange, [&](HttpHandler& system) { return system.Refuse(exchange.request, fault); });
+    }
+    if (fault.kind->change != nullptr) {
+        fault.kind->change(fault, answer);
+    }
+    return answer;
 }
 
 } // namespace
+
+Exchange::Wait Exchange::TimeToWait() const
+{
+    if (!fault || fault->kind->pause == Pause::None) {
+        return {};
+    }
+    const bool isEndless = fault->kind->pause == Pause::DurationOrEver && fault->duration.count() == 0;
+    return {isEndless, fault->duration};
+}
 
 void Dispatcher::Mount(const std::string& prefix, HttpHandler& system)
 {
@@ -58,65 +80,26 @@ const Dispatcher::MountPoint* Dispatcher::Find(const std::string& target) const
     return found == m_mounts.end() ? nullptr : &*found;
 }
 
-HttpAnswer Dispatcher::Serve(const HttpRequest& request, Peer& peer)
+Exchange Dispatcher::Begin(HttpRequest request)
 {
-    const MountPoint* const mount = Find(request.target);
-    HttpHandler* const system = mount == nullptr ? nullptr : mount->system;
-    if (mount != nullptr && !mount->observed) {
-        return ServeSafely(system, request);
+    Exchange exchange;
+    exchange.request = std::move(request);
+    exchange.request.ParseBody();
+    const MountPoint* const mount = Find(exchange.request.target);
+    exchange.system = mount == nullptr ? nullptr : mount->system;
+    if (mount == nullptr || mount->isObserved) {
+        exchange.number = m_journal.Begin(exchange.request);
+        exchange.fault = m_faults.Draw(exchange.request.method, exchange.request.target);
     }
-    const std::uint64_t number = m_journal.Begin(request);
-    const auto fault = m_faults.Draw(request.method, request.target);
-    HttpAnswer answer = fault ? ServeFaulty(*fault, system, request, peer) : ServeSafely(system, request);
-    CompressIfAsked(request, answer); // after the fault, which may have put another body into it
-    m_journal.End(number, answer, fault ? FaultToJson(*fault)["kind"].asString() : "");
-    return answer;
+    return exchange;
 }
 
-HttpAnswer Dispatcher::ServeSafely(HttpHandler* system, const HttpRequest& request)
+HttpAnswer Dispatcher::Finish(const Exchange& exchange)
 {
-    if (system == nullptr) {
-        return PlainAnswer(404, "zavsim serves nothing here");
-    }
-    try {
-        return system->Handle(request);
-    } catch (const std::exception& error) {
-        return PlainAnswer(500, error.what());
-    }
-}
-
-HttpAnswer Dispatcher::ServeFaulty(const Fault& fault, HttpHandler* system, const HttpRequest& request, Peer& peer)
-{
-    switch (fault.kind) {
-    case FaultKind::Code:
-        return system == nullptr ? ServeSafely(system, request) : system->Refuse(request, fault);
-    case FaultKind::Answer:
-        return JsonAnswer(fault.answer);
-    case FaultKind::Status:
-        return PlainAnswer(fault.status, "Injected fault");
-    case FaultKind::Drop:
-        return NoAnswer();
-    case FaultKind::Silent:
-        peer.WaitGone(fault.duration.count() == 0 ? std::nullopt : std::optional(fault.duration));
-        return NoAnswer();
-    case FaultKind::Delay:
-        // A client that gave up meanwhile still has its request carried out, as with a slow array.
-        peer.WaitGone(fault.duration);
-        return ServeSafely(system, request);
-    case FaultKind::DropAnswer:
-    case FaultKind::Cut:
-    case FaultKind::Garbage:
-    case FaultKind::NoCookie:
-        break;
-    }
-    HttpAnswer answer = ServeSafely(system, request);
-    if (fault.kind == FaultKind::NoCookie) {
-        DropCookies(answer);
-    } else if (fault.kind == FaultKind::Garbage) {
-        answer.body = "<html>This is not JSON.</html>";
-        answer.code = std::nullopt;
-    } else {
-        answer.delivery = fault.kind == FaultKind::Cut ? Delivery::Cut : Delivery::Nothing;
+    HttpAnswer answer = exchange.fault ? AnswerWithFault(exchange, *exchange.fault) : CarryOut(exchange);
+    if (exchange.number != 0) {
+        CompressIfAsked(exchange.request, answer); // after the fault, which may have put another body into it
+        m_journal.End(exchange.number, answer, exchange.fault ? exchange.fault->kind->word : "");
     }
     return answer;
 }

@@ -9,6 +9,21 @@
 
 namespace ZavSim {
 
+/// One request on its way through a Dispatcher.
+struct Exchange {
+    HttpRequest request;
+    HttpHandler* system = nullptr; ///< null when no path fits
+    std::uint64_t number = 0;      ///< the journal's; 0: not observed
+    std::optional<Fault> fault;
+
+    /// How long whoever carries the request waits between Begin and Finish. Less when the client goes away.
+    struct Wait {
+        bool isEndless = false;
+        std::chrono::milliseconds limit{0};
+    };
+    Wait TimeToWait() const;
+};
+
 /// Hands each request to the system whose path it bears, with the faults that were asked for, and keeps the journal.
 /// What a system throws becomes status 500 with the text of it.
 ///
@@ -27,18 +42,20 @@ public:
     /// The same without faults and journal, for what steers the simulator itself.
     void MountUnobserved(const std::string& prefix, HttpHandler& system);
 
-    HttpAnswer Serve(const HttpRequest& request, Peer& peer);
+    /// Notes the request and draws its fault.
+    Exchange Begin(HttpRequest request);
+
+    /// Has the request carried out, as far as its fault lets it, and notes the answer.
+    HttpAnswer Finish(const Exchange& exchange);
 
 private:
     struct MountPoint {
         std::string prefix;
         HttpHandler* system;
-        bool observed;
+        bool isObserved;
     };
 
     const MountPoint* Find(const std::string& target) const;
-    static HttpAnswer ServeSafely(HttpHandler* system, const HttpRequest& request);
-    static HttpAnswer ServeFaulty(const Fault& fault, HttpHandler* system, const HttpRequest& request, Peer& peer);
 
     Journal& m_journal;
     FaultPlan& m_faults;

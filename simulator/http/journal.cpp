@@ -40,7 +40,7 @@ std::uint64_t Journal::Begin(const HttpRequest& request)
     record["connection"] = Json::UInt64(request.connection);
     record["method"] = request.method;
     record["target"] = MaskTarget(request.target);
-    const Json::Value body = MaskBody(request.body);
+    const Json::Value body = MaskBody(request);
     if (!body.isNull()) {
         record["body"] = body;
     }
@@ -63,7 +63,7 @@ void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::str
     Entry& entry = m_entries[static_cast<std::size_t>(number - m_entries.front().number)];
     Json::Value& record = entry.record;
     record["durationMs"] = Json::Int64(Milliseconds(end - entry.begin));
-    record["status"] = answer.delivery == Delivery::Nothing ? 0 : answer.status;
+    record["status"] = answer.delivery.part == Delivery::Part::None ? 0 : answer.status;
     if (answer.code) {
         record["code"] = Json::Int64(*answer.code);
     }

@@ -1,11 +1,9 @@
 #ifndef ZAVSIM_HTTP_LISTENER_H
 #define ZAVSIM_HTTP_LISTENER_H
 
-#include "simulator/http/http_server.h"
+#include "simulator/http/acceptor.h"
 
 #include <functional>
-#include <memory>
-#include <thread>
 
 namespace ZavSim {
 
@@ -15,8 +13,9 @@ public:
     using ContextSource = std::function<Base::TlsContextHandle()>;
 
     /// `contextSource` is asked at every start of an https address.
-    Listener(ListenAddress address, Dispatcher& dispatcher, ContextSource contextSource, const ServerLimits& limits);
-    ~Listener();
+    Listener(IoThreads& threads, ListenAddress address, Dispatcher& dispatcher, ContextSource contextSource,
+             const ServerLimits& limits);
+    ~Listener() { Stop(); }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
@@ -27,22 +26,19 @@ public:
     /// the address and why.
     void Start();
 
-    /// Nobody can connect when it returns, and the connections are closed but for one on which the calling thread still
-    /// has an answer to give.
+    /// Nobody can connect when it returns, and no request that comes later is answered. One that is being carried out
+    /// still gets its answer.
     void Stop();
     bool IsListening() const;
 
 private:
-    void Join();
-
+    IoThreads& m_threads;
     Dispatcher& m_dispatcher;
     const ContextSource m_contextSource;
     const ServerLimits m_limits;
     mutable std::mutex m_lock;
     ListenAddress m_address;              // guarded by m_lock
-    std::unique_ptr<HttpServer> m_server; // guarded by m_lock; replaced only after m_thread has ended
-    std::thread m_thread;                 // guarded by m_lock
-    std::atomic<bool> m_listening{false};
+    std::shared_ptr<Acceptor> m_acceptor; // guarded by m_lock; null while it does not listen
 };
 
 } // namespace ZavSim

@@ -18,9 +18,6 @@ void ListenerSet::StartAll()
 
 void ListenerSet::Clear()
 {
-    for (const auto& listener : m_listeners) {
-        listener->Stop(); // all of them at once, before waiting for the first
-    }
     m_listeners.clear();
 }
 

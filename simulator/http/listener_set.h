@@ -17,7 +17,7 @@ public:
     /// Starts all in their order. Throws what Listener::Start throws; those before the failing one then listen.
     void StartAll();
 
-    /// Stops all, waits for their threads and forgets them. Not on a thread that serves a request.
+    /// Stops all and forgets them.
     void Clear();
 
     const std::vector<std::unique_ptr<Listener>>& All() const noexcept { return m_listeners; }

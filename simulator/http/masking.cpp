@@ -1,7 +1,6 @@
 #include "simulator/http/masking.h"
 
 #include "simulator/http/target.h"
-#include "simulator/json/json_io.h"
 
 #include <algorithm>
 #include <cctype>
@@ -39,18 +38,17 @@ void Mask(Json::Value& value)
 
 } // namespace
 
-Json::Value MaskBody(const std::string& body)
+Json::Value MaskBody(const HttpRequest& request)
 {
-    if (body.empty()) {
+    if (request.body.empty()) {
         return Json::nullValue;
     }
-    std::string problem;
-    auto value = ParseJson(body, problem);
-    if (!value) {
-        return "(" + std::to_string(body.size()) + " bytes that are not JSON)";
+    if (!request.json) {
+        return "(" + std::to_string(request.body.size()) + " bytes that are not JSON)";
     }
-    Mask(*value);
-    return *value;
+    Json::Value masked = *request.json;
+    Mask(masked);
+    return masked;
 }
 
 std::string MaskTarget(const std::string& target)

@@ -1,8 +1,17 @@
 #include "simulator/http/message.h"
 
+#include "simulator/json/json_io.h"
+
 #include <strings.h>
 
 namespace ZavSim {
+
+void HttpRequest::ParseBody()
+{
+    if (!body.empty()) {
+        json = ParseJson(body, jsonProblem);
+    }
+}
 
 std::vector<std::string> HttpRequest::HeaderValues(const std::string& name) const
 {

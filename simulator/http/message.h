@@ -1,6 +1,9 @@
 #ifndef ZAVSIM_HTTP_MESSAGE_H
 #define ZAVSIM_HTTP_MESSAGE_H
 
+#include <json/value.h>
+
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,13 +24,30 @@ struct HttpRequest {
     std::string peer;             ///< the client's address, without port
     std::uint64_t connection = 0; ///< counts accepted connections of the process from 1
 
+    std::optional<Json::Value> json; ///< the body, when it is JSON; set by ParseBody
+    std::string jsonProblem;         ///< why it is none; empty without a body
+
+    /// Reads the body as JSON, once for all who want it so.
+    void ParseBody();
+
     std::vector<std::string> HeaderValues(const std::string& name) const;
 };
 
-enum class Delivery {
-    Whole,
-    Cut,    ///< the connection ends in the middle of the body
-    Nothing ///< the connection ends without an answer
+/// How an answer goes over the wire. The default is how it should.
+struct Delivery {
+    enum class Part { All, Half, None };
+    enum class End {
+        AsAgreed, ///< the connection is kept or closed, as client and server told each other
+        Close,    ///< with TLS's goodbye
+        Break,    ///< without it: the peer sees the transport end
+        Reset,    ///< the peer sees the transport reset; what it has not read may be lost to it
+    };
+
+    Part part = Part::All; ///< of head and body; of Half, head and half the body
+    End end = End::AsAgreed;
+    std::int64_t lengthError = 0;              ///< announced length less the real one
+    std::size_t pieceBytes = 0;                ///< 0: in one go
+    std::chrono::milliseconds pieceInterval{}; ///< between two pieces
 };
 
 struct HttpAnswer {
@@ -35,7 +55,7 @@ struct HttpAnswer {
     HeaderList headers;
     std::string contentType = "application/json";
     std::string body;
-    Delivery delivery = Delivery::Whole;
+    Delivery delivery;
 
     // For the journal only.
     std::optional<std::int64_t> code; ///< the envelope's code

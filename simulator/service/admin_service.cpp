@@ -115,14 +115,10 @@ HttpAnswer AdminService::Handle(const HttpRequest& request)
             throw AdminError(BAD_REQUEST, "a percent sign in the address is not followed by two digits");
         }
         Call call{request.method, *target, Json::Value()};
-        if (!request.body.empty()) {
-            std::string problem;
-            auto body = ParseJson(request.body, problem);
-            if (!body) {
-                throw AdminError(BAD_REQUEST, "the body is not JSON: " + problem);
-            }
-            call.body = std::move(*body);
+        if (!request.jsonProblem.empty()) {
+            throw AdminError(BAD_REQUEST, "the body is not JSON: " + request.jsonProblem);
         }
+        call.body = request.json.value_or(Json::Value());
         return JsonAnswer(200, Dispatch(call));
     } catch (const AdminError& error) {
         return ErrorAnswer(error.Status(), error.what());

@@ -96,7 +96,7 @@ HttpAnswer ArrayService::Refuse(const HttpRequest& /*request*/, const Fault& fau
 
 HttpAnswer ArrayService::Login(const HttpRequest& request)
 {
-    const Json::Value body = ParseBody(request.body);
+    const Json::Value& body = RequireObject(request);
     if (!body["scope"].isInt() || body["scope"].asInt() != 0) {
         throw Refusal(Code::ParameterBad, "scope must be the number 0, the array's own users");
     }
@@ -129,7 +129,7 @@ HttpAnswer ArrayService::CallLoggedIn(const HttpRequest& request, const Target& 
             session.number,
             request.method,
             {target.pieces.begin() + RESOURCE_PIECE, target.pieces.end()},
-            hasBody ? Parameters::FromBody(request.body) : Parameters(target.query),
+            hasBody ? Parameters::FromBody(request) : Parameters(target.query),
         };
         answer = Success(CallResource(call));
         if (request.method == "PUT") {

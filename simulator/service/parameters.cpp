@@ -1,22 +1,18 @@
 #include "simulator/service/parameters.h"
 
-#include "simulator/json/json_io.h"
-
 namespace ZavSim {
 
-Json::Value ParseBody(const std::string& body)
+const Json::Value& RequireObject(const HttpRequest& request)
 {
-    std::string problem;
-    auto value = ParseJson(body, problem);
-    if (!value || !value->isObject()) {
+    if (!request.json || !request.json->isObject()) {
         throw Refusal(Code::ParameterBad, "the body is not a JSON object");
     }
-    return std::move(*value);
+    return *request.json;
 }
 
-Parameters Parameters::FromBody(const std::string& body)
+Parameters Parameters::FromBody(const HttpRequest& request)
 {
-    const Json::Value object = ParseBody(body);
+    const Json::Value& object = RequireObject(request);
     std::map<std::string, std::string> values;
     for (const std::string& name : object.getMemberNames()) {
         if (!object[name].isString()) {

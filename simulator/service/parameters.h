@@ -2,6 +2,7 @@
 #define ZAVSIM_SERVICE_PARAMETERS_H
 
 #include "simulator/array/kinds.h"
+#include "simulator/http/message.h"
 
 #include <json/value.h>
 
@@ -20,7 +21,7 @@ public:
     }
 
     /// The members of a JSON object; all of them must be texts.
-    static Parameters FromBody(const std::string& body);
+    static Parameters FromBody(const HttpRequest& request);
 
     /// Empty when it is not there.
     std::string Get(const std::string& name) const;
@@ -34,8 +35,8 @@ private:
     std::map<std::string, std::string> m_values;
 };
 
-/// A JSON object, or Refusal with ParameterBad.
-Json::Value ParseBody(const std::string& body);
+/// The request's body, a JSON object, or Refusal with ParameterBad.
+const Json::Value& RequireObject(const HttpRequest& request);
 
 } // namespace ZavSim
 

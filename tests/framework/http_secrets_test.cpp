@@ -23,13 +23,12 @@ class HttpSecretsTest : public FrameworkTest {
 protected:
     void ServeSecrets(WebServer& server) const
     {
-        server.On("/secret", [this](const httplib::Request& request, httplib::Response& response) {
+        server.On("/secret", [this](const ServedRequest& request, HttpReply& response) {
             response.status =
-                request.body == m_body.Reveal() && request.get_header_value("iBaseToken") == m_token.Reveal() ? 200
-                                                                                                              : 400;
-            response.set_header("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+                request.body == m_body.Reveal() && request.Header("iBaseToken") == m_token.Reveal() ? 200 : 400;
+            response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
             const std::string padding(m_paddingSize, ' ');
-            response.set_content(padding + m_answer.Reveal() + padding, "text/json");
+            response.body = padding + m_answer.Reveal() + padding;
         });
     }
 

@@ -24,9 +24,9 @@ TEST_F(HttpThreadsTest, ThreadsOnOneClientEachGetTheirOwnAnswer)
     constexpr int THREADS = 6;
     constexpr int ROUNDS = 30;
     WebServer server;
-    server.On("/echo", [](const httplib::Request& request, httplib::Response& response) {
-        response.set_header("Set-Cookie", "for=" + request.body);
-        response.set_content("answer to " + request.body, "text/plain");
+    server.On("/echo", [](const ServedRequest& request, HttpReply& response) {
+        response.headers.emplace("Set-Cookie", "for=" + request.body);
+        response.body = "answer to " + request.body;
     });
     std::atomic<int> wrong = 0;
     {

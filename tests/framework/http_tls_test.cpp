@@ -159,22 +159,13 @@ TEST_F(HttpTlsTest, ClientOfAStaticObjectIsDestroyedAtTheProcessesEnd)
 TEST_F(HttpTlsTest, OldTlsIsRefused)
 {
     // The server's own library must be talked into it.
-    const Identity identity = m_ca.Issue();
-    httplib::SSLServer server([&identity](SSL_CTX& context) {
-        SSL_CTX_set_security_level(&context, 0);
-        SSL_CTX_set_min_proto_version(&context, TLS1_VERSION);
-        SSL_CTX_set_max_proto_version(&context, TLS1_1_VERSION);
-        return SSL_CTX_use_certificate(&context, identity.certificate.get()) == 1 &&
-               SSL_CTX_use_PrivateKey(&context, identity.key.get()) == 1;
-    });
-    const int port = server.bind_to_any_port("127.0.0.1");
-    std::thread thread([&server] { server.listen_after_bind(); });
-    while (!server.is_running()) {
-        std::this_thread::yield();
-    }
-    const auto response = Get("https://127.0.0.1:" + std::to_string(port) + "/");
-    server.stop();
-    thread.join();
+    Base::TlsContextHandle context = ServerContext(m_ca.Issue());
+    SSL_CTX_set_security_level(context.get(), 0);
+    SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
+    SSL_CTX_set_max_proto_version(context.get(), TLS1_1_VERSION);
+    const HttpServer server(
+        "127.0.0.1", [](const ServedRequest&, HttpReply&) {}, std::move(context));
+    const auto response = Get("https://127.0.0.1:" + std::to_string(server.Port()) + "/");
     EXPECT_EQ(35, response->IsNetworkError()) << response->GetErrorText();
 }
 

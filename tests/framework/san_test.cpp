@@ -34,7 +34,7 @@ struct Release {
 using Manager = std::unique_ptr<CDeviceManager, Release>;
 
 /// One request as the array sees it.
-std::string Summary(const httplib::Request& request)
+std::string Summary(const ServedRequest& request)
 {
     const std::string resource =
         request.target.substr(0, BASE.size()) == BASE ? request.target.substr(BASE.size()) : request.target;
@@ -93,11 +93,11 @@ Handler& HandlerOf(const Manager& manager, HANDLERTYPE type)
 TEST_F(SanManagerTest, ConnectAsksTheArrayWhetherTheSessionStands)
 {
     const Manager manager = Connected();
-    const httplib::Request request = m_server.Requests().back();
+    const ServedRequest request = m_server.Requests().back();
     EXPECT_EQ("GET", request.method);
     EXPECT_EQ(BASE + "system/", request.target);
-    EXPECT_EQ("the token", request.get_header_value("iBaseToken"));
-    EXPECT_EQ("session=the cookie", request.get_header_value("Cookie"));
+    EXPECT_EQ("the token", request.Header("iBaseToken"));
+    EXPECT_EQ("session=the cookie", request.Header("Cookie"));
 }
 
 TEST_F(SanManagerTest, SessionThatTheArrayDoesNotTakeIsNoConnection)

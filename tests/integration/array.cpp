@@ -94,12 +94,12 @@ void Array::SetFcPortOnline(const std::string& wwn, bool isOnline) const
 
 Json::Value Array::Operate(const std::string& method, const std::string& resource, const std::string& body) const
 {
-    const httplib::Response loginAnswer = Exchange("POST", "/deviceManager/rest//sessions",
-                                                   R"({"username": "admin", "password": "zavsim-admin", "scope": 0})");
+    const HttpReply loginAnswer = Exchange("POST", "/deviceManager/rest//sessions",
+                                           R"({"username": "admin", "password": "zavsim-admin", "scope": 0})");
     const Json::Value login = ParseJsonText(loginAnswer.body);
-    const std::string cookie = loginAnswer.get_header_value("Set-Cookie");
-    const httplib::Headers headers = {{"iBaseToken", login["data"]["iBaseToken"].asString()},
-                                      {"Cookie", cookie.substr(0, cookie.find(';'))}};
+    const std::string cookie = loginAnswer.Header("Set-Cookie");
+    const Headers headers = {{"iBaseToken", login["data"]["iBaseToken"].asString()},
+                             {"Cookie", cookie.substr(0, cookie.find(';'))}};
     const std::string base = "/deviceManager/rest/" + login["data"]["deviceid"].asString() + "/";
     const Json::Value answer = ParseJsonText(Exchange(method, base + resource, body, headers).body);
     if (answer["error"]["code"].asInt64() != 0) {

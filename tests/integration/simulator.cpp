@@ -1,6 +1,7 @@
 #include "tests/integration/simulator.h"
 
 #include "tests/integration/stage.h"
+#include "tests/support/http_client.h"
 
 #include <json/reader.h>
 
@@ -56,28 +57,21 @@ void Simulator::SetListening(const std::string& url, bool isListening) const
 
 Json::Value Simulator::Admin(const std::string& method, const std::string& resource, const std::string& body) const
 {
-    const httplib::Response response = Exchange(method, "/zavsim/" + resource, body);
+    const HttpReply response = Exchange(method, "/zavsim/" + resource, body);
     if (response.status != 200) {
         throw std::runtime_error(method + " /zavsim/" + resource + ": " + response.body);
     }
     return ParseJsonText(response.body);
 }
 
-httplib::Response Simulator::Exchange(const std::string& method, const std::string& target, const std::string& body,
-                                      const httplib::Headers& headers) const
+HttpReply Simulator::Exchange(const std::string& method, const std::string& target, const std::string& body,
+                              const Headers& headers) const
 {
-    httplib::Client client(m_adminUrl);
-    client.enable_server_certificate_verification(false); // whoever steers the simulator trusts it
-    httplib::Request request;
-    request.method = method;
-    request.path = target;
-    request.headers = headers;
-    request.body = body;
-    const httplib::Result result = client.send(request);
-    if (!result) {
-        throw std::runtime_error(method + " " + target + ": " + httplib::to_string(result.error()));
+    HttpReply reply = HttpClient(m_adminUrl).Send(method, target, headers, body);
+    if (!reply.isWhole) {
+        throw std::runtime_error(method + " " + target + ": " + reply.problem);
     }
-    return *result;
+    return reply;
 }
 
 Json::Value ParseJsonText(const std::string& text)

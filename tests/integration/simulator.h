@@ -1,9 +1,9 @@
 #ifndef PRODUCT_STORAGE_TESTS_INTEGRATION_SIMULATOR_H
 #define PRODUCT_STORAGE_TESTS_INTEGRATION_SIMULATOR_H
 
+#include "tests/support/http_message.h"
 #include "tests/support/process.h"
 
-#include <httplib.h>
 #include <json/value.h>
 
 #include <cstdint>
@@ -42,8 +42,8 @@ protected:
     void SetListening(const std::string& url, bool isListening) const;
 
     /// A request to what is simulated itself, on the address that is used for steering.
-    httplib::Response Exchange(const std::string& method, const std::string& target, const std::string& body,
-                               const httplib::Headers& headers = {}) const;
+    HttpReply Exchange(const std::string& method, const std::string& target, const std::string& body,
+                       const Headers& headers = {}) const;
 
 private:
     std::string m_adminUrl;

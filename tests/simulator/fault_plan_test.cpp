@@ -1,3 +1,4 @@
+#include "simulator/faults/fault_kinds.h"
 #include "simulator/faults/fault_plan.h"
 
 #include "simulator/json/json_io.h"
@@ -24,7 +25,7 @@ TEST(FaultTest, ParseReadsEveryMember)
 {
     const Fault fault = FaultFromText(
         R"({"kind":"code","code":-401,"description":"d","method":"PUT","target":"view","count":3,"probability":0.5})");
-    EXPECT_EQ(FaultKind::Code, fault.kind);
+    EXPECT_STREQ("code", fault.kind->word);
     EXPECT_EQ(-401, fault.code);
     EXPECT_EQ("d", fault.description);
     EXPECT_EQ("PUT", fault.method);
@@ -54,6 +55,9 @@ TEST(FaultTest, ParseRefusesWhatItDoesNotUnderstandAndNamesIt)
     EXPECT_THAT(ComplaintOf(R"({"kind":"answer"})"), HasSubstr("answer: missing"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"code","code":1,"answer":{}})"), HasSubstr("answer: a fault of kind"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","tarket":"x"})"), HasSubstr("tarket"));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"drop","method":7})"), HasSubstr("method: not a text"));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"drip"})"), HasSubstr("milliseconds: missing"));
+    EXPECT_THAT(ComplaintOf(R"({"kind":"cut","bytes":1})"), HasSubstr("bytes: a fault of kind \"cut\""));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","target":"("})"), HasSubstr("regular expression"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","probability":0})"), HasSubstr("probability"));
     EXPECT_THAT(ComplaintOf(R"({"kind":"drop","count":-1})"), HasSubstr("count"));
@@ -63,7 +67,10 @@ TEST(FaultTest, JsonOfAFaultIsReadAsTheSameFault)
 {
     for (const char* const text :
          {R"({"code":5,"count":1,"description":"d","kind":"code","probability":1.0,"result":2})",
-          R"({"answer":{"result":1},"count":0,"kind":"answer","method":"GET","probability":0.5,"target":"a"})"}) {
+          R"({"answer":{"result":1},"count":0,"kind":"answer","method":"GET","probability":0.5,"target":"a"})",
+          R"({"answer":null,"count":1,"kind":"answer","probability":1.0})",
+          R"({"bytes":-3,"count":1,"kind":"wrong-length","probability":1.0})",
+          R"({"count":1,"kind":"drip","milliseconds":0,"probability":1.0})"}) {
         EXPECT_EQ(text, WriteJson(FaultToJson(FaultFromText(text))));
     }
 }

@@ -29,6 +29,13 @@ protected:
         return entries[entries.size() - 1];
     }
 
+    /// The answer to a query, as far as it comes.
+    HttpReply Count()
+    {
+        return client->Http().Send("GET", "/deviceManager/rest/" + client->device + "/lun/count",
+                                   {{"Cookie", client->cookie}, {"iBaseToken", client->token}});
+    }
+
     bool HasHost() { return Admin("GET", "objects").json["host"].size() == 1; }
 
     std::unique_ptr<ArrayClient> client;
@@ -85,16 +92,64 @@ TEST_F(FaultsOverHttpTest, DropAnswerEndsTheConnectionAfterItIsDone)
 TEST_F(FaultsOverHttpTest, CutSendsHalfOfTheBody)
 {
     Inject(R"({"kind":"cut"})");
-    httplib::Headers headers{{"Cookie", client->cookie}, {"iBaseToken", client->token}};
-    std::string received;
-    const auto result = client->Http().Get("/deviceManager/rest/" + client->device + "/lun/count", headers,
-                                           [&received](const char* data, std::size_t size) {
-                                               received.append(data, size);
-                                               return true;
-                                           });
-    EXPECT_FALSE(result);
+    const HttpReply reply = Count();
+    EXPECT_FALSE(reply.isWhole);
     const std::string whole = client->Get("lun/count").body;
-    EXPECT_EQ(whole.substr(0, whole.size() / 2), received);
+    EXPECT_EQ(whole.substr(0, whole.size() / 2), reply.body);
+}
+
+TEST_F(FaultsOverHttpTest, ResetBeforeTheAnswerIsSeenAsOneAndNothingIsDone)
+{
+    Inject(R"({"kind":"reset","method":"POST"})");
+    const HttpReply reply = client->Http().Send("POST", "/deviceManager/rest/" + client->device + "/host",
+                                                {{"Cookie", client->cookie}, {"iBaseToken", client->token}}, host);
+    EXPECT_EQ(0, reply.status);
+    EXPECT_EQ("Connection reset by peer", reply.problem);
+    EXPECT_FALSE(HasHost());
+}
+
+TEST_F(FaultsOverHttpTest, ResetInTheAnswerComesBehindHalfOfTheBody)
+{
+    Inject(R"({"kind":"reset-in-answer"})");
+    const HttpReply reply = Count();
+    EXPECT_FALSE(reply.isWhole);
+    EXPECT_EQ("Connection reset by peer", reply.problem);
+    const std::string whole = client->Get("lun/count").body;
+    EXPECT_EQ(whole.substr(0, whole.size() / 2), reply.body);
+}
+
+TEST_F(FaultsOverHttpTest, ResetBehindTheAnswerLeavesTheAnswerWhole)
+{
+    Inject(R"({"kind":"reset-after-answer"})");
+    EXPECT_CODE(Code::Success, client->Post("host", host));
+    EXPECT_TRUE(HasHost());
+    EXPECT_CODE(Code::Success, client->Get("lun/count")) << "a new connection works";
+}
+
+TEST_F(FaultsOverHttpTest, WrongLengthHasTheClientWaitForMoreThanComes)
+{
+    Inject(R"({"kind":"wrong-length"})");
+    client->Http().SetTimeout(std::chrono::milliseconds(200));
+    const HttpReply reply = Count();
+    EXPECT_FALSE(reply.isWhole);
+    EXPECT_EQ(std::to_string(reply.body.size() + 1), reply.Header("Content-Length"));
+}
+
+TEST_F(FaultsOverHttpTest, LengthBelowTheRealOneLeavesTheRestInTheWay)
+{
+    const std::string whole = client->Get("lun/count").body;
+    Inject(R"({"kind":"wrong-length","bytes":-5})");
+    const HttpReply reply = Count();
+    EXPECT_TRUE(reply.isWhole);
+    EXPECT_EQ(whole.substr(0, whole.size() - 5), reply.body);
+}
+
+TEST_F(FaultsOverHttpTest, DripBringsTheAnswerInPieces)
+{
+    Inject(R"({"kind":"drip","milliseconds":5,"bytes":20})");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_CODE(Code::Success, client->Get("lun/count"));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(5 * 5)); // of more than 120 bytes
 }
 
 TEST_F(FaultsOverHttpTest, GarbageIsNoJson)
@@ -129,9 +184,9 @@ TEST_F(FaultsOverHttpTest, DelayAnswersLaterAndInFull)
 TEST_F(FaultsOverHttpTest, SilentNeverAnswersUntilTheClientGivesUp)
 {
     Inject(R"({"kind":"silent"})");
-    client->Http().set_read_timeout(0, 200000);
+    client->Http().SetTimeout(std::chrono::milliseconds(200));
     EXPECT_EQ(0, client->Get("lun/count").status);
-    client->Http().set_read_timeout(20);
+    client->Http().SetTimeout(std::chrono::seconds(20));
     EXPECT_CODE(Code::Success, client->Get("lun/count"));
 }
 
@@ -151,6 +206,30 @@ TEST_F(FaultsOverHttpTest, SilenceDoesNotKeepTheSimulatorFromEnding)
     }
     simulation.reset();
     EXPECT_EQ(0, waiting.get());
+}
+
+struct TlsEnd {
+    const char* fault;
+    const char* problem;
+};
+
+class TlsEndTest : public FaultsOverHttpTest, public ::testing::WithParamInterface<TlsEnd> {};
+
+// The library's words for what follows a goodbye, and for an end without one.
+INSTANTIATE_TEST_SUITE_P(Ends, TlsEndTest,
+                         ::testing::Values(TlsEnd{"cut", "partial message"}, TlsEnd{"tls-cut", "stream truncated"}));
+
+TEST_P(TlsEndTest, CutOverTlsComesWithAGoodbyeOrWithout)
+{
+    options.listen = {{true, "127.0.0.1", 0}, {false, "127.0.0.1", 0}};
+    Start();
+    client = std::make_unique<ArrayClient>(Url(0));
+    EXPECT_CODE(Code::Success, client->Login());
+    ArrayClient(Url(1)).Raw("POST", "/zavsim/faults", std::string(R"({"kind":")") + GetParam().fault + "\"}");
+    const HttpReply reply = Count();
+    EXPECT_EQ(200, reply.status);
+    EXPECT_FALSE(reply.isWhole);
+    EXPECT_EQ(GetParam().problem, reply.problem);
 }
 
 TEST_F(FaultsOverHttpTest, FaultsOfTheCommandLineAreInForceFromTheStart)

@@ -199,13 +199,32 @@ TEST_F(HttpServerTest, EndDoesNotWaitForIdleConnections)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3)); // they might lie idle for a minute
 }
 
+TEST_F(HttpServerTest, AddressClosesWhileItsConnectionsGo)
+{
+    constexpr int ROUNDS = 100;
+    constexpr int CONNECTIONS = 8;
+    Start();
+    ZavSim::Listener& listener = *simulation->Listeners().All().front();
+    for (int round = 0; round < ROUNDS; ++round) {
+        std::vector<std::unique_ptr<RawConnection>> connections;
+        for (int i = 0; i < CONNECTIONS; ++i) {
+            connections.push_back(std::make_unique<RawConnection>(Url()));
+            connections.back()->Send("GET /deviceManager/rest HTTP/1.1\r\nhost: array\r\n\r\n");
+        }
+        std::thread leaving([&connections] { connections.clear(); });
+        listener.Stop();
+        leaving.join();
+        listener.Start();
+    }
+}
+
 TEST_F(HttpServerTest, TlsChainVerifiesWithTheAuthorityInTheFolder)
 {
     UseTls();
     for (const std::size_t listener : {std::size_t(0), std::size_t(1)}) {
         ArrayClient client(Url(listener), Authority());
         EXPECT_CODE(Code::Success, client.Login()) << Url(listener);
-        EXPECT_EQ(0, client.Http().get_openssl_verify_result());
+        EXPECT_EQ(0, client.Http().VerifyResult());
         EXPECT_CODE(Code::Success, client.Get("lun/count"));
         EXPECT_CODE(Code::Success, client.Delete("sessions"));
     }
@@ -217,7 +236,7 @@ TEST_F(HttpServerTest, TlsChainDoesNotVerifyWithAnotherAuthority)
     ZavSim::CertificateFolder other(folder.File("other"));
     ArrayClient client(Url(), other.AuthorityPath());
     EXPECT_EQ(0, client.Login().status);
-    EXPECT_NE(0, client.Http().get_openssl_verify_result());
+    EXPECT_NE(0, client.Http().VerifyResult());
 }
 
 TEST_F(HttpServerTest, TlsServesManyClientsAtOnce)

@@ -1,5 +1,6 @@
 #include "simulator/array/codes.h"
 #include "simulator/cluster/cluster_codes.h"
+#include "simulator/faults/fault_kinds.h"
 #include "tests/support/console_blocks.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
@@ -78,6 +79,17 @@ TEST(ManualTest, CodesOfTheClusterAreThoseOfTheManual)
         }
     }
     EXPECT_EQ(expected, LinesLike("\\| -?[0-9]+ \\| [A-Z][A-Za-z]+ \\| [0-9] \\| .* \\|"));
+}
+
+TEST(ManualTest, FaultsAreThoseOfTheManual)
+{
+    std::string expected;
+    for (const ZavSim::FaultKind& kind : ZavSim::AllFaultKinds()) {
+        const bool isCarriedOut = kind.treatment == ZavSim::Treatment::CarriedOut;
+        expected +=
+            std::string("| `") + kind.word + "` | " + kind.meaning + (isCarriedOut ? " | yes |\n" : " | no |\n");
+    }
+    EXPECT_EQ(expected, LinesLike("\\| `[a-z-]+` \\| .* \\| (yes|no) \\|"));
 }
 
 TEST(ManualTest, OptionsAreThoseOfTheProgram)

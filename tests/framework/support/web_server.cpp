@@ -1,48 +1,36 @@
 #include "tests/framework/support/web_server.h"
 
+#include "base/host_port.h"
+
 #include <stdexcept>
 
-WebServer::WebServer(const std::string& address)
-    : m_scheme("http")
-    , m_server(std::make_unique<httplib::Server>())
+Base::TlsContextHandle ServerContext(const Identity& identity)
 {
-    Start(address);
+    Base::TlsContextHandle context(SSL_CTX_new(TLS_server_method()));
+    if (context == nullptr || SSL_CTX_use_certificate(context.get(), identity.certificate.get()) != 1 ||
+        SSL_CTX_use_PrivateKey(context.get(), identity.key.get()) != 1) {
+        throw std::runtime_error("the identity cannot be used");
+    }
+    return context;
+}
+
+WebServer::WebServer(const std::string& address)
+    : WebServer("http", address, nullptr)
+{
 }
 
 WebServer::WebServer(const Identity& identity, const std::string& address)
-    : m_scheme("https")
-    , m_server(std::make_unique<httplib::SSLServer>(identity.certificate.get(), identity.key.get()))
+    : WebServer("https", address, ServerContext(identity))
 {
-    Start(address);
 }
 
-WebServer::~WebServer()
+WebServer::WebServer(std::string scheme, const std::string& address, Base::TlsContextHandle context)
+    : m_scheme(std::move(scheme))
+    , m_address(address)
+    , m_server(
+          address, [this](const ServedRequest& request, HttpReply& reply) { Serve(request, reply); },
+          std::move(context))
 {
-    m_server->stop();
-    m_thread.join();
-}
-
-void WebServer::Start(const std::string& address)
-{
-    m_host = address.find(':') == std::string::npos ? address : "[" + address + "]";
-    m_server->set_keep_alive_max_count(1'000'000);
-    m_server->set_keep_alive_timeout(2);
-    m_server->set_tcp_nodelay(true);
-    const auto serve = [this](const httplib::Request& request, httplib::Response& response) {
-        Serve(request, response);
-    };
-    m_server->Get(".*", serve);
-    m_server->Post(".*", serve);
-    m_server->Put(".*", serve);
-    m_server->Delete(".*", serve);
-    m_port = m_server->bind_to_any_port(address.c_str());
-    if (m_port <= 0) {
-        throw std::runtime_error("no port to listen on");
-    }
-    m_thread = std::thread([this] { m_server->listen_after_bind(); });
-    while (!m_server->is_running()) {
-        std::this_thread::yield();
-    }
 }
 
 void WebServer::On(const std::string& path, const Handler& handler)
@@ -57,38 +45,36 @@ void WebServer::Answer(const std::string& method, const std::string& target, con
     m_answers[{method, target}] = body;
 }
 
-void WebServer::Serve(const httplib::Request& request, httplib::Response& response)
+void WebServer::Serve(const ServedRequest& request, HttpReply& reply)
 {
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         m_requests.push_back(request);
-        m_clientPorts.insert(request.remote_port);
+        m_clientPorts.insert(request.peerPort);
     }
-    FindHandler(request)(request, response);
+    FindHandler(request)(request, reply);
 }
 
-WebServer::Handler WebServer::FindHandler(const httplib::Request& request) const
+WebServer::Handler WebServer::FindHandler(const ServedRequest& request) const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    const auto handler = m_handlers.find(request.path);
+    const auto handler = m_handlers.find(request.Path());
     if (handler != m_handlers.end()) {
         return handler->second;
     }
     const auto answer = m_answers.find({request.method, request.target});
     if (answer == m_answers.end()) {
-        return [](const httplib::Request&, httplib::Response& response) { response.status = 404; };
+        return [](const ServedRequest&, HttpReply& reply) { reply.status = 404; };
     }
-    return [body = answer->second](const httplib::Request&, httplib::Response& response) {
-        response.set_content(body, "application/json");
-    };
+    return [body = answer->second](const ServedRequest&, HttpReply& reply) { reply.body = body; };
 }
 
 std::string WebServer::Url(const std::string& rest) const
 {
-    return m_scheme + "://" + m_host + ":" + std::to_string(m_port) + rest;
+    return m_scheme + "://" + Base::HostAndPort(m_address, static_cast<unsigned int>(Port())) + rest;
 }
 
-std::vector<httplib::Request> WebServer::Requests() const
+std::vector<ServedRequest> WebServer::Requests() const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
     return m_requests;

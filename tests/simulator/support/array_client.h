@@ -31,7 +31,7 @@ public:
     /// Makes an object of a kind from its name and returns its id.
     std::string Make(const std::string& kind, const std::string& name);
 
-    httplib::Client& Http() { return m_wire.Http(); }
+    HttpClient& Http() { return m_wire.Http(); }
 
     std::string token;
     std::string cookie;

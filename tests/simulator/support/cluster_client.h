@@ -43,7 +43,7 @@ public:
         return m_wire.Send(method, target, {}, body);
     }
 
-    httplib::Client& Http() { return m_wire.Http(); }
+    HttpClient& Http() { return m_wire.Http(); }
 
     std::string token;
 

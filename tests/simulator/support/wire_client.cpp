@@ -17,42 +17,27 @@ std::int64_t Reply::Code() const
 
 std::string Reply::Cookie() const
 {
-    const auto found = headers.find("Set-Cookie");
-    return found == headers.end() ? "" : found->second;
+    return HeaderOf(headers, "Set-Cookie");
 }
 
 WireClient::WireClient(const std::string& url, const std::string& authority)
-    : m_http(url)
+    : m_http(url, authority)
 {
-    m_http.set_keep_alive(true);
-    m_http.set_tcp_nodelay(true);
-    m_http.set_url_encode(false); // targets leave as they are written
-    m_http.set_connection_timeout(10);
-    m_http.set_read_timeout(20);
-    if (!authority.empty()) {
-        m_http.set_ca_cert_path(authority);
-        m_http.enable_server_certificate_verification(true);
-    }
 }
 
-Reply WireClient::Send(const std::string& method, const std::string& target, const httplib::Headers& headers,
+Reply WireClient::Send(const std::string& method, const std::string& target, const Headers& headers,
                        const std::string& body)
 {
-    httplib::Request request;
-    request.method = method;
-    request.path = target;
-    request.headers = headers;
-    request.body = body;
+    const HttpReply answer = m_http.Send(method, target, headers, body);
     Reply reply;
-    const auto result = m_http.send(request);
-    if (!result) {
+    if (!answer.isWhole) {
         return reply;
     }
-    reply.status = result->status;
-    reply.headers = result->headers;
-    reply.body = result->body;
+    reply.status = answer.status;
+    reply.headers = answer.headers;
+    reply.body = answer.body;
     std::string problem;
-    reply.json = ZavSim::ParseJson(result->body, problem).value_or(Json::Value());
+    reply.json = ZavSim::ParseJson(answer.body, problem).value_or(Json::Value());
     return reply;
 }
 

@@ -1,7 +1,8 @@
 #ifndef TESTS_SIMULATOR_SUPPORT_WIRE_CLIENT_H
 #define TESTS_SIMULATOR_SUPPORT_WIRE_CLIENT_H
 
-#include <httplib.h>
+#include "tests/support/http_client.h"
+
 #include <json/value.h>
 
 #include <cstdint>
@@ -12,7 +13,7 @@ namespace ZavSimTest {
 /// What came back: HTTP status (0: no answer), headers, and the body taken apart.
 struct Reply {
     int status = 0;
-    httplib::Headers headers;
+    Headers headers;
     std::string body;
     Json::Value json; ///< null when the body is not JSON
 
@@ -29,13 +30,12 @@ public:
     /// `authority`: the file of the certificate authority to trust; empty: whoever answers.
     explicit WireClient(const std::string& url, const std::string& authority = "");
 
-    Reply Send(const std::string& method, const std::string& target, const httplib::Headers& headers,
-               const std::string& body);
+    Reply Send(const std::string& method, const std::string& target, const Headers& headers, const std::string& body);
 
-    httplib::Client& Http() { return m_http; }
+    HttpClient& Http() { return m_http; }
 
 private:
-    httplib::Client m_http;
+    HttpClient m_http;
 };
 
 } // namespace ZavSimTest

@@ -1,0 +1,135 @@
+#include "simulator/http/acceptor.h"
+
+#include "simulator/http/session.h"
+
+#include <boost/asio/ip/address.hpp>
+
+#include <iostream>
+#include <stdexcept>
+
+namespace ZavSim {
+
+namespace {
+
+namespace asio = boost::asio;
+
+constexpr int BACKLOG = 512; // a burst of clients shall not wait a second for their second try
+constexpr std::chrono::milliseconds REST_AFTER_FAILURE{100};
+
+} // namespace
+
+std::shared_ptr<Acceptor> Acceptor::Open(IoThreads& threads, ListenAddress& address, Dispatcher& dispatcher,
+                                         Base::TlsContextHandle context, const ServerLimits& limits)
+{
+    try {
+        Tcp::endpoint endpoint(asio::ip::make_address(address.host), static_cast<std::uint16_t>(address.port));
+        Tcp::acceptor opened(threads.Next(), endpoint.protocol());
+        // Not SO_REUSEPORT, with which a second simulator could take the same address unnoticed.
+        opened.set_option(Tcp::acceptor::reuse_address(true));
+        opened.bind(endpoint);
+        opened.listen(BACKLOG);
+        address.port = opened.local_endpoint().port();
+        auto acceptor = std::make_shared<Acceptor>(Key(), threads, std::move(opened), address.Url(), dispatcher,
+                                                   std::move(context), limits);
+        const std::lock_guard<std::mutex> guard(acceptor->m_lock);
+        acceptor->AcceptNext();
+        return acceptor;
+    } catch (const boost::system::system_error& error) {
+        throw std::runtime_error("cannot listen on " + address.Url() + ": " + error.code().message());
+    }
+}
+
+Acceptor::Acceptor(Key /*key*/, IoThreads& threads, Tcp::acceptor opened, std::string url, Dispatcher& dispatcher,
+                   Base::TlsContextHandle context, const ServerLimits& limits)
+    : m_threads(threads)
+    , m_url(std::move(url))
+    , m_dispatcher(dispatcher)
+    , m_limits(limits)
+    , m_acceptor(std::move(opened))
+    , m_rest(m_acceptor->get_executor())
+{
+    if (context) {
+        m_tls.emplace(context.release());
+    }
+}
+
+Acceptor::~Acceptor() = default;
+
+void Acceptor::Close()
+{
+    std::vector<std::shared_ptr<Session>> sessions; // the last owner of one comes to Forget, which locks
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isClosed = true;
+        m_acceptor.reset();
+        m_rest.reset();
+        for (const auto& [address, session] : m_sessions) {
+            sessions.push_back(session.lock()); // null when it is just being destroyed
+        }
+    }
+    for (const std::shared_ptr<Session>& session : sessions) {
+        if (session) {
+            session->End();
+        }
+    }
+}
+
+void Acceptor::Forget(Session& session)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_sessions.erase(&session);
+    if (m_isFull) {
+        m_isFull = false;
+        AcceptNext();
+    }
+}
+
+void Acceptor::AcceptNext()
+{
+    if (m_isClosed) {
+        return;
+    }
+    if (m_sessions.size() >= m_limits.connections) {
+        m_isFull = true; // the rest waits in the system's queue
+        if (!m_hasToldFull) {
+            m_hasToldFull = true;
+            std::cerr << "zavsim: " << m_url << ": " << m_limits.connections
+                      << " connections are open, the limit: more of them wait" << std::endl;
+        }
+        return;
+    }
+    m_acceptor->async_accept(m_threads.Next(), [self = shared_from_this()](const auto& error, auto socket) {
+        self->OnAccepted(error, Tcp::socket(std::move(socket)));
+    });
+}
+
+void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket socket)
+{
+    std::shared_ptr<Session> session;
+    if (!error) {
+        session = Session::Make(std::move(socket), m_tls ? &*m_tls : nullptr, shared_from_this());
+    }
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_isClosed) {
+            return;
+        }
+        if (session) {
+            m_sessions.emplace(session.get(), session);
+        }
+        if (error && error != asio::error::connection_aborted) { // no descriptor is left, for one
+            m_rest->expires_after(REST_AFTER_FAILURE);
+            m_rest->async_wait([self = shared_from_this()](const auto&) {
+                const std::lock_guard<std::mutex> again(self->m_lock);
+                self->AcceptNext();
+            });
+        } else {
+            AcceptNext();
+        }
+    }
+    if (session) {
+        session->Run();
+    }
+}
+
+} // namespace ZavSim

@@ -1,0 +1,54 @@
+#include "simulator/http/io_threads.h"
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+
+namespace ZavSim {
+
+namespace {
+
+// More than processors: a request that has the data plane changed waits for other programs.
+constexpr unsigned int LEAST_THREADS = 4;
+
+void Run(boost::asio::io_context& context)
+{
+    while (!context.stopped()) {
+        try {
+            context.run();
+        } catch (const std::exception& error) { // one connection is lost by it; the others go on
+            std::cerr << "zavsim: " << error.what() << std::endl;
+        }
+    }
+}
+
+} // namespace
+
+IoThreads::IoThreads()
+{
+    const unsigned int count = std::max(LEAST_THREADS, std::thread::hardware_concurrency());
+    for (unsigned int i = 0; i < count; ++i) {
+        m_workers.push_back(std::make_unique<Worker>());
+        Worker& worker = *m_workers.back();
+        worker.thread = std::thread([&worker] { Run(worker.context); });
+    }
+}
+
+boost::asio::io_context& IoThreads::Next()
+{
+    return m_workers[m_next++ % m_workers.size()]->context;
+}
+
+void IoThreads::Stop()
+{
+    for (const auto& worker : m_workers) {
+        worker->context.stop();
+    }
+    for (const auto& worker : m_workers) {
+        if (worker->thread.joinable()) {
+            worker->thread.join();
+        }
+    }
+}
+
+} // namespace ZavSim

@@ -1,0 +1,70 @@
+#include "simulator/http/wire_message.h"
+
+#include <boost/beast/core/buffers_to_string.hpp>
+#include <boost/beast/http/serializer.hpp>
+
+namespace ZavSim {
+
+namespace {
+
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+
+} // namespace
+
+HttpRequest FromWire(WireRequest& request)
+{
+    HttpRequest own;
+    own.method = std::string(request.method_string());
+    own.target = std::string(request.target());
+    for (const auto& field : request) {
+        own.headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
+    }
+    own.body = std::move(request.body());
+    return own;
+}
+
+WireResponse ToWire(HttpAnswer& answer, const WireRequest& request)
+{
+    WireResponse response;
+    response.version(request.version());
+    response.result(static_cast<unsigned int>(answer.status));
+    for (const auto& [name, value] : answer.headers) {
+        response.insert(name, value);
+    }
+    response.set(http::field::content_type, answer.contentType);
+    response.keep_alive(request.keep_alive());
+    const auto size = static_cast<std::int64_t>(answer.body.size());
+    response.content_length(static_cast<std::uint64_t>(size + answer.delivery.lengthError));
+    if (request.method() != http::verb::head) {
+        response.body() = std::move(answer.body);
+    }
+    return response;
+}
+
+std::string BytesOf(const WireResponse& response, const Delivery& delivery)
+{
+    if (delivery.part == Delivery::Part::None) {
+        return {};
+    }
+    std::string bytes;
+    http::response_serializer<http::string_body> serializer(response);
+    beast::error_code error;
+    while (!serializer.is_done() && !error) {
+        serializer.next(error, [&](beast::error_code& /*error*/, const auto& buffers) {
+            bytes += beast::buffers_to_string(buffers);
+            serializer.consume(beast::buffer_bytes(buffers));
+        });
+    }
+    const std::size_t left =
+        delivery.part == Delivery::Part::Half ? response.body().size() / 2 : response.body().size();
+    bytes.resize(bytes.size() - response.body().size() + left);
+    return bytes;
+}
+
+bool IsPlain(const Delivery& delivery)
+{
+    return delivery.part == Delivery::Part::All && delivery.end == Delivery::End::AsAgreed && delivery.pieceBytes == 0;
+}
+
+} // namespace ZavSim
