@@ -10,13 +10,15 @@ if(TARGET ProductFramework)
     list(APPEND installedTargets ProductFramework)
 endif()
 install(TARGETS ${installedTargets} EXPORT ProductStorageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS zavctl zavsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set_target_properties(ProductStorage PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(TARGET ProductFramework)
     set_target_properties(ProductFramework PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
-file(RELATIVE_PATH fromBinToLib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-set_target_properties(zavctl PROPERTIES INSTALL_RPATH "$ORIGIN/${fromBinToLib}")
+if(PRODUCT_STORAGE_PROGRAMS)
+    install(TARGETS zavctl zavsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    file(RELATIVE_PATH fromBinToLib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(zavctl PROPERTIES INSTALL_RPATH "$ORIGIN/${fromBinToLib}")
+endif()
 
 # Public headers, under the names by which they are included.
 set(publicHeaders

@@ -6,9 +6,9 @@
 #include "simulator/http/certificate_folder.h"
 #include "simulator/http/io_threads.h"
 #include "simulator/http/listener_set.h"
-#include "simulator/options.h"
-#include "simulator/service/admin_service.h"
-#include "simulator/service/array_service.h"
+#include "simulator/options/options.h"
+#include "simulator/admin/admin_service.h"
+#include "simulator/array/array_service.h"
 
 #include <memory>
 

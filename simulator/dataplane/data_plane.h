@@ -1,12 +1,17 @@
 #ifndef ZAVSIM_DATAPLANE_DATA_PLANE_H
 #define ZAVSIM_DATAPLANE_DATA_PLANE_H
 
+#include "simulator/array/inventory.h"
 #include "simulator/dataplane/exports.h"
 
+#include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace ZavSim {
+
+class LunFiles;
 
 /// Targets through which initiators reach the array's LUNs. One thread at a time. What it made in the target's daemon
 /// or kernel goes with it; backing files stay.
@@ -28,9 +33,22 @@ public:
     virtual std::set<std::string> OnlineFcPorts() const { return {}; }
 };
 
+/// Which data plane there is to be.
+struct DataPlaneOptions {
+    std::string kind = "none"; ///< "none", "tgt", "lio"
+    std::string folder;        ///< of the LUNs' contents
+    std::vector<std::string> tgtSockets;
+    std::vector<std::string> fcTargets; ///< 16 lower-case digits each, once they are checked
+    std::string configfs = "/sys/kernel/config";
+};
+
 /// "iqn.2020-01.example.zavsim:a:b:c:d:10.0.0.1": the portal's address is the seventh field between colons of a line
 /// that begins with "Target: ", where clients of the array look for it.
 std::string TargetName(const std::string& address);
+
+/// The data plane that completed options ask for; null for none. The files must outlive it. Throws std::runtime_error.
+std::unique_ptr<DataPlane> MakeDataPlane(const DataPlaneOptions& options, const ArrayShape& shape,
+                                         const LunFiles& files);
 
 } // namespace ZavSim
 

@@ -1,4 +1,4 @@
-#include "simulator/options.h"
+#include "simulator/options/options.h"
 #include "tests/support/files.h"
 
 #include <gmock/gmock.h>

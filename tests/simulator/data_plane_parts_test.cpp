@@ -1,9 +1,9 @@
 #include "simulator/array/operations.h"
-#include "simulator/dataplane/data_plane_options.h"
 #include "simulator/dataplane/fc_fabric.h"
 #include "simulator/dataplane/lio_plane.h"
 #include "simulator/dataplane/lun_files.h"
 #include "simulator/dataplane/tgt_daemon.h"
+#include "simulator/options/data_plane_arguments.h"
 #include "tests/support/files.h"
 
 #include <gmock/gmock.h>

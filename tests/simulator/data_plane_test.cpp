@@ -1,4 +1,4 @@
-#include "simulator/node/iscsi_link.h"
+#include "standin/iscsi_link.h"
 #include "tests/simulator/support/iscsi_disk.h"
 #include "tests/simulator/support/running_simulation.h"
 #include "tests/support/process.h"

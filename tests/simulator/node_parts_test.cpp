@@ -1,6 +1,6 @@
-#include "simulator/node/command_line.h"
-#include "simulator/node/initiator_name.h"
-#include "simulator/node/node_store.h"
+#include "standin/command_line.h"
+#include "standin/initiator_name.h"
+#include "standin/node_store.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 

@@ -1,0 +1,21 @@
+#ifndef ZAVSIM_OPTIONS_DATA_PLANE_ARGUMENTS_H
+#define ZAVSIM_OPTIONS_DATA_PLANE_ARGUMENTS_H
+
+#include "simulator/array/inventory.h"
+#include "simulator/dataplane/data_plane.h"
+
+namespace CLI {
+class App;
+}
+
+namespace ZavSim {
+
+void DeclareDataPlane(CLI::App& app, DataPlaneOptions& options);
+
+/// Checks the options against each other and against the service addresses, and puts them into their final form.
+/// Throws std::invalid_argument naming the option.
+void CompleteDataPlane(DataPlaneOptions& options, const ArrayShape& shape);
+
+} // namespace ZavSim
+
+#endif

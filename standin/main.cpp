@@ -1,0 +1,48 @@
+#include "standin/command_line.h"
+#include "standin/commands.h"
+#include "standin/exit_codes.h"
+
+#include <iostream>
+
+namespace {
+
+using namespace ZavSimNode;
+
+int RejectUsage(const std::string& what)
+{
+    std::cerr << "iscsiadm: " << what << "\nTry `iscsiadm --help' for more information.\n";
+    return EXIT_INVALID;
+}
+
+int Run(const Command& command)
+{
+    const NodeStore store(StateFolder());
+    if (command.action == Action::List) {
+        return ListSessions(store);
+    }
+    if (command.action == Action::Logout) {
+        return LogoutAll(store);
+    }
+    const auto portal = ParsePortal(command.portal);
+    if (!portal) {
+        return RejectUsage("Invalid portal " + command.portal);
+    }
+    return command.action == Action::Discover ? Discover(store, *portal) : Login(store, *portal);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const Command command = ParseCommand({argv + 1, argv + argc});
+    if (command.action == Action::Unknown) {
+        return RejectUsage("This stand-in knows only: -m discovery --op=new -t st -p ADDRESS; -m node -p ADDRESS -l; "
+                           "-m session -P 1; -m node -u");
+    }
+    try {
+        return Run(command);
+    } catch (const std::exception& error) {
+        std::cerr << "iscsiadm: " << error.what() << "\n";
+        return EXIT_DATABASE;
+    }
+}
