@@ -19,7 +19,7 @@ std::string CreateNamed(std::string_view operation, const char* kind, CHandler& 
 {
     Record record;
     record.name = name;
-    const std::string id = dynamic_cast<CRecordHandler<Record>&>(handler).Create(record).id;
+    std::string id = dynamic_cast<CRecordHandler<Record>&>(handler).Create(record).id;
     PS_LOG_AS(operation, 2) << "created " << kind << " " << id << ", name " << name;
     return id;
 }
@@ -91,8 +91,8 @@ bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, co
                          "begin create lun group.",
                          "create lun group failed.oLib ex:",
                          "create lun group finish."};
-    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
-        return lunGroupId = CreateNamed<LunGroupMO>(operation, "LUN group", handler, name);
+    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        return lunGroupId = CreateNamed<LunGroupMO>(creation.operation, "LUN group", handler, name);
     });
 }
 
@@ -104,8 +104,8 @@ bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const 
                          "begin create host.",
                          "create host failed.oLib ex:",
                          "create host finish."};
-    const bool isCreated = CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
-        return hostId = CreateNamed<HostMO>(operation, "host", handler, name);
+    const bool isCreated = CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        return hostId = CreateNamed<HostMO>(creation.operation, "host", handler, name);
     });
     if (creation.isRecorded) {
         // After the id, and only once the file holds it: a crash between the two writes, or a failed one, keeps the
@@ -125,8 +125,8 @@ bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, c
                          "begin create host group.",
                          "create host group failed. oLib ex:",
                          "create host group finish."};
-    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
-        hostGroupId = CreateNamed<HostGroupMO>(operation, "host group", handler, name);
+    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        hostGroupId = CreateNamed<HostGroupMO>(creation.operation, "host group", handler, name);
         for (const std::string& hostId : hostIds) {
             dynamic_cast<CHostGroupHandler&>(handler).AddHost(hostId, hostGroupId);
         }
@@ -143,8 +143,8 @@ bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, con
                          "begin create mapview.",
                          "create mapview failed.oLib ex:",
                          "create mapview finish."};
-    return CreateObject(creation, key, manager, name, [&, operation = __func__](CHandler& handler) {
-        std::string mapViewId = CreateNamed<MappingViewMO>(operation, "mapping view", handler, name);
+    return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
+        std::string mapViewId = CreateNamed<MappingViewMO>(creation.operation, "mapping view", handler, name);
         auto& views = dynamic_cast<CMappingViewHandler&>(handler);
         views.AddHostGroup(mapViewId, secondGroupId);
         views.AddLunGroup(mapViewId, firstGroupId);
