@@ -1,6 +1,6 @@
 #include "bench/local_array.h"
 #include "common/json_text.h"
-#include "rest/zav_json.h"
+#include "rest/inventory_json.h"
 
 #include <benchmark/benchmark.h>
 #include <json/json.h>
@@ -20,7 +20,7 @@ void DecodeLunPage(benchmark::State& state)
         JsonText::Parse(page, root);
         std::vector<Zav::LunInfo> luns;
         for (const Json::Value& element : root["data"]) {
-            luns.push_back(ZavJson::DecodeLun(element));
+            luns.push_back(InventoryJson::DecodeLun(element));
         }
         benchmark::DoNotOptimize(luns.data());
     }

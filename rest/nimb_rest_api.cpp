@@ -6,8 +6,8 @@
 #include "common/log.h"
 #include "common/result_codes.h"
 #include "common/time_source.h"
+#include "rest/answer_json.h"
 #include "rest/secret_request.h"
-#include "rest/zav_json.h"
 
 #include <string_view>
 
@@ -34,11 +34,11 @@ bool AppendAddresses(const Json::Value& externalIpInfo, std::vector<std::string>
 {
     for (const char* const role : {"floatIp", "standbyIp", "activeIp"}) {
         std::string address;
-        const ZavJson::Finding finding = ZavJson::FindOptionalText(externalIpInfo, role, address);
-        if (finding == ZavJson::Finding::Malformed) {
+        const AnswerJson::Finding finding = AnswerJson::FindOptionalText(externalIpInfo, role, address);
+        if (finding == AnswerJson::Finding::Malformed) {
             return false;
         }
-        if (finding == ZavJson::Finding::Found) {
+        if (finding == AnswerJson::Finding::Found) {
             ips.push_back(address);
         }
     }
@@ -194,7 +194,7 @@ int NimbRestApi::Login(const std::string& ip, const std::string& port, const std
     std::string token;
     const Secret::ScopedWipe wipeToken(token);
     const bool isMalformed =
-        ZavJson::FindOptionalText(answer.data, "x_auth_token", token) == ZavJson::Finding::Malformed;
+        AnswerJson::FindOptionalText(answer.data, "x_auth_token", token) == AnswerJson::Finding::Malformed;
     if (isMalformed) {
         errorText = MALFORMED;
     }
@@ -241,13 +241,13 @@ int NimbRestApi::QueryText(const TextQuery& query, std::string& text, bool& isTo
     if (result != ResultCode::OK) {
         return result;
     }
-    const ZavJson::Finding finding = ZavJson::FindOptionalText(data, query.member, text);
-    if (finding == ZavJson::Finding::Malformed) {
+    const AnswerJson::Finding finding = AnswerJson::FindOptionalText(data, query.member, text);
+    if (finding == AnswerJson::Finding::Malformed) {
         errorText = MALFORMED;
         PS_LOG_AS(query.operation, 4) << "Json object error.";
         return ResultCode::FAILED;
     }
-    isTold = finding == ZavJson::Finding::Found;
+    isTold = finding == AnswerJson::Finding::Found;
     return ResultCode::OK;
 }
 

@@ -44,7 +44,6 @@ public:
     virtual ~ZavRestApi();
 
     // ---- session
-    // -----------------------------------------------------------------------------------------------------
 
     /// `baseUrl` is protocol + "://" + address + ":" + port. A failed login leaves the logged-in state as it was, and
     /// may already have replaced cookie, device id or token.
@@ -58,7 +57,6 @@ public:
     virtual bool GetSession(Zav::SessionInfo& session);
 
     // ---- inventory
-    // ---------------------------------------------------------------------------------------------------
 
     virtual int GetLunName(const std::string& lunId, std::string& lunName, std::string& errorText);
     virtual int GetHostName(const std::string& hostId, std::string& hostName, std::string& errorText);
@@ -80,7 +78,6 @@ public:
     virtual int GetStorageIP(std::vector<std::string>& ips, std::string& errorText);
 
     // ---- mapping objects: checks
-    // -------------------------------------------------------------------------------------
 
     /// 0 when the id names an object of that name (compared byte by byte), -2 when it names another.
     virtual int CheckLunGroup(const std::string& lunGroupId, const std::string& lunGroupName, std::string& errorText);
@@ -96,7 +93,6 @@ public:
     virtual int IsOnlineFCInitiator(const std::string& wwn, std::string& errorText);
 
     // ---- mapping objects: listings
-    // -----------------------------------------------------------------------------------
 
     virtual int GetLunIdByLunGroup(const std::string& lunGroupId, std::vector<std::string>& lunIds,
                                    std::string& errorText);
@@ -110,7 +106,6 @@ public:
                                           std::string& errorText);
 
     // ---- mapping objects: removal; what is gone already counts as removed
-    // --------------------------------------------
 
     /// An answer that sets no cookie gives -1, also after a successful removal; likewise RemoveLunGroup,
     /// RemoveIscsiInitiator and RemoveFCInitiator.
@@ -130,7 +125,6 @@ public:
     virtual int DeleteHost(const std::string& hostId, std::string& errorText);
 
     // ---- what every operation is built on
-    // ----------------------------------------------------------------------------
 
     /// Sets url, option text and session headers; the caller sets method and body.
     void BuildBaseRequest(TMSHttpRequest& request, const std::string& resource);

@@ -3,23 +3,25 @@
 
 #include "rest/zav_rest_api.h"
 
-#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 /// One exchange with the array in the words of the operation that makes it.
 struct ZavRestApi::Call {
     std::string_view operation; ///< the name under which shared code logs
     std::string method;
-    std::string resource;                          ///< behind `/deviceManager/rest/<device id>/`
-    std::map<std::string, std::string> query = {}; ///< appended behind "?" when not empty
-    std::string body = {};                         ///< JSON
+    std::string resource; ///< behind `/deviceManager/rest/<device id>/`
+    std::vector<std::pair<std::string, std::string>> query =
+        {};                ///< key=value, in this order, behind "?" when there are any
+    std::string body = {}; ///< JSON
     bool parseCookie = false;
 
     // The operation's own lines, all at level 4.
-    std::string_view notLogined = "The device has not logined.";
-    std::string_view failed = {};                       ///< when the exchange failed; empty for none
-    std::string_view unreadable = "Throw a exception."; ///< when a list's element cannot be read; its cause follows
+    std::string_view notLoginedText = "The device has not logined.";
+    std::string_view failedText = {};                       ///< when the exchange failed; empty for none
+    std::string_view unreadableText = "Throw a exception."; ///< before the cause, when a list cannot be read
 };
 
 #endif

@@ -2,11 +2,11 @@
 
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "rest/zav_json.h"
+#include "rest/answer_json.h"
+#include "rest/inventory_json.h"
 #include "rest/zav_rest_call.h"
 
 #include <exception>
-#include <stdexcept>
 
 namespace {
 
@@ -35,7 +35,7 @@ int ZavRestApi::GetLunCount(std::uint64_t& count, std::string& errorText)
         return result;
     }
     try {
-        count = ZavJson::ToUnsigned64(text);
+        count = AnswerJson::DecodeUnsigned64(text);
     } catch (const std::exception&) {
         PS_LOG(4) << "Throw a exception.";
         return ResultCode::FAILED;
@@ -47,9 +47,9 @@ int ZavRestApi::GetAllStoragePool(std::vector<Zav::StoragePool>& pools, std::str
 {
     PS_TRACE();
     Call call = {__func__, "GET", "storagepool"};
-    call.failed = "Get all storagePool failed.";
+    call.failedText = "Get all storagePool failed.";
     return ReadList(
-        call, [&pools](const Json::Value& element) { pools.push_back(ZavJson::DecodeStoragePool(element)); },
+        call, [&pools](const Json::Value& element) { pools.push_back(InventoryJson::DecodeStoragePool(element)); },
         errorText);
 }
 
@@ -59,10 +59,10 @@ int ZavRestApi::GetLunListByPage(std::uint64_t offset, std::uint64_t count, std:
     PS_TRACE();
     PS_LOG(1) << "offSet :" << offset << ", count" << count;
     Call call = {__func__, "GET", "lun"};
-    call.query["range"] = "[" + std::to_string(offset) + "-" + std::to_string(offset + count) + "]";
-    call.failed = "Get lun list failed.";
+    call.query = {{"range", "[" + std::to_string(offset) + "-" + std::to_string(offset + count) + "]"}};
+    call.failedText = "Get lun list failed.";
     return ReadList(
-        call, [&luns](const Json::Value& element) { luns.push_back(ZavJson::DecodeLun(element)); }, errorText);
+        call, [&luns](const Json::Value& element) { luns.push_back(InventoryJson::DecodeLun(element)); }, errorText);
 }
 
 int ZavRestApi::GetSerialNum(std::string& serial, std::string& errorText)
@@ -81,14 +81,12 @@ int ZavRestApi::GetAllManagementV4IPs(std::vector<std::string>& ips, std::string
 {
     PS_TRACE();
     ips.clear();
-    Call call = {__func__, "GET", "eth_port?selectType=2"};
-    call.notLogined = "Didn't login into this device.";
-    call.failed = "Failed to query management IPV4s from disk array.";
-    call.unreadable = "Throw a exception when try to query management IPV4:";
+    Call call = {__func__, "GET", "eth_port", {{"selectType", "2"}}};
+    call.notLoginedText = "Didn't login into this device.";
+    call.failedText = "Failed to query management IPV4s from disk array.";
+    call.unreadableText = "Throw a exception when try to query management IPV4:";
     const auto append = [&ips, &call](const Json::Value& element) {
-        const std::size_t before = ips.size();
-        ZavJson::AppendText(element, "IPV4ADDR", ips);
-        if (ips.size() > before) {
+        if (AnswerJson::AppendText(element, "IPV4ADDR", ips)) {
             PS_LOG_AS(call.operation, 1) << "Get a disk array management IPV4:" << ips.back();
         }
     };
@@ -99,58 +97,7 @@ int ZavRestApi::GetStorageIP(std::vector<std::string>& ips, std::string& errorTe
 {
     PS_TRACE();
     Call call = {__func__, "GET", "eth_port", {{"LOGICTYPE", "0"}}};
-    call.failed = "Get StorageIP failed.";
+    call.failedText = "Get StorageIP failed.";
     return ReadList(
-        call, [&ips](const Json::Value& element) { ZavJson::AppendText(element, "IPV4ADDR", ips); }, errorText);
-}
-
-int ZavRestApi::ReadText(const Call& call, const char* member, std::string& text, std::string& errorText)
-{
-    Json::Value data;
-    const int result = Perform(call, data, errorText);
-    if (result != ResultCode::OK) {
-        return result;
-    }
-    if (!ZavJson::FindText(data, member, text)) {
-        PS_LOG_AS(call.operation, 4) << "The response param error.";
-        return ResultCode::FAILED;
-    }
-    return ResultCode::OK;
-}
-
-// A missing member is no error here, on purpose: an array that does not tell its serial number or model is still one.
-int ZavRestApi::ReadOptionalText(const Call& call, const char* member, std::string& text, std::string& errorText)
-{
-    Json::Value data;
-    const int result = Perform(call, data, errorText);
-    if (result != ResultCode::OK) {
-        return result;
-    }
-    if (ZavJson::FindOptionalText(data, member, text) == ZavJson::Finding::Malformed) {
-        PS_LOG_AS(call.operation, 4) << "The response param error.";
-        return ResultCode::FAILED;
-    }
-    return ResultCode::OK;
-}
-
-int ZavRestApi::ReadList(const Call& call, const Visitor& visit, std::string& errorText)
-{
-    Json::Value data;
-    const int result = Perform(call, data, errorText);
-    if (result != ResultCode::OK) {
-        return result;
-    }
-    try {
-        const bool isNothing = data.isNull() || (data.isObject() && data.empty());
-        if (!isNothing && !data.isArray()) {
-            throw std::invalid_argument("the answer's data is not a list");
-        }
-        for (const Json::Value& element : data) {
-            visit(element);
-        }
-    } catch (const std::exception& error) {
-        PS_LOG_AS(call.operation, 4) << call.unreadable << error.what();
-        return ResultCode::FAILED;
-    }
-    return ResultCode::OK;
+        call, [&ips](const Json::Value& element) { AnswerJson::AppendText(element, "IPV4ADDR", ips); }, errorText);
 }

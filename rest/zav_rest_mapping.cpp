@@ -3,12 +3,14 @@
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
-#include "rest/zav_json.h"
+#include "rest/answer_json.h"
 #include "rest/zav_rest_call.h"
 
 namespace {
 
 const std::string LOG_MODULE = "ZavRestApi";
+
+using Query = std::vector<std::pair<std::string, std::string>>;
 
 /// The array's codes for the kinds of object, sent as decimal texts.
 namespace ObjectType {
@@ -43,16 +45,14 @@ std::string InitiatorBody(const std::string& type, const std::string& initiatorI
     return JsonText::Write(body);
 }
 
-std::string GroupMemberResource(const std::string& lunGroupId, const std::string& memberType,
-                                const std::string& memberId)
+Query GroupMembers(const std::string& memberType, const std::string& lunGroupId)
 {
-    return "lungroup/associate?ID=" + lunGroupId + "&ASSOCIATEOBJTYPE=" + memberType + "&ASSOCIATEOBJID=" + memberId;
+    return {{"TYPE", memberType}, {"ASSOCIATEOBJTYPE", ObjectType::LUN_GROUP}, {"ASSOCIATEOBJID", lunGroupId}};
 }
 
-std::string GroupMembersResource(const std::string& kind, const std::string& memberType, const std::string& lunGroupId)
+Query GroupMember(const std::string& lunGroupId, const std::string& memberType, const std::string& memberId)
 {
-    return kind + "/associate?TYPE=" + memberType + "&ASSOCIATEOBJTYPE=" + ObjectType::LUN_GROUP +
-           "&ASSOCIATEOBJID=" + lunGroupId;
+    return {{"ID", lunGroupId}, {"ASSOCIATEOBJTYPE", memberType}, {"ASSOCIATEOBJID", memberId}};
 }
 
 } // namespace
@@ -71,7 +71,6 @@ struct ZavRestApi::Removal {
 };
 
 // ---- checks
-// ----------------------------------------------------------------------------------------------------------
 
 int ZavRestApi::CheckLunGroup(const std::string& lunGroupId, const std::string& lunGroupName, std::string& errorText)
 {
@@ -92,7 +91,7 @@ int ZavRestApi::CheckHost(const std::string& hostId, const std::string& hostName
         return result;
     }
     std::string isAdded;
-    if (!ZavJson::FindText(data, "ISADD2HOSTGROUP", isAdded)) {
+    if (!AnswerJson::FindText(data, "ISADD2HOSTGROUP", isAdded)) {
         PS_LOG(2) << "The response param error.";
         return ResultCode::FAILED;
     }
@@ -127,7 +126,7 @@ int ZavRestApi::CheckName(const Call& call, const std::string& expectedName, con
         return result;
     }
     std::string name;
-    if (!ZavJson::FindText(data, "NAME", name)) {
+    if (!AnswerJson::FindText(data, "NAME", name)) {
         PS_LOG_AS(call.operation, 4) << "The response param error.";
         return ResultCode::FAILED;
     }
@@ -153,13 +152,12 @@ int ZavRestApi::IsOnlineFCInitiator(const std::string& wwn, std::string& errorTe
 }
 
 // ---- listings
-// --------------------------------------------------------------------------------------------------------
 
 int ZavRestApi::GetLunIdByLunGroup(const std::string& lunGroupId, std::vector<std::string>& lunIds,
                                    std::string& errorText)
 {
     PS_TRACE();
-    return ListGroupMembers({__func__, "GET", GroupMembersResource("lun", ObjectType::LUN, lunGroupId)}, lunGroupId,
+    return ListGroupMembers({__func__, "GET", "lun/associate", GroupMembers(ObjectType::LUN, lunGroupId)}, lunGroupId,
                             lunIds, errorText);
 }
 
@@ -167,7 +165,7 @@ int ZavRestApi::GetSnapshotIdByLunGroup(const std::string& lunGroupId, std::vect
                                         std::string& errorText)
 {
     PS_TRACE();
-    return ListGroupMembers({__func__, "GET", GroupMembersResource("snapshot", ObjectType::SNAPSHOT, lunGroupId)},
+    return ListGroupMembers({__func__, "GET", "snapshot/associate", GroupMembers(ObjectType::SNAPSHOT, lunGroupId)},
                             lunGroupId, snapshotIds, errorText);
 }
 
@@ -186,7 +184,7 @@ int ZavRestApi::ListGroupMembers(const Call& call, const std::string& lunGroupId
     }
     for (const Json::Value& element : data) {
         std::string id;
-        if (!ZavJson::FindText(element, "ID", id)) {
+        if (!AnswerJson::FindText(element, "ID", id)) {
             PS_LOG_AS(call.operation, 4) << "The response param error.";
             return ResultCode::FAILED;
         }
@@ -200,9 +198,9 @@ int ZavRestApi::GetIscsiInitiator(std::vector<std::string>& initiatorIds, const 
 {
     PS_TRACE();
     Call call = {__func__, "GET", "iscsi_initiator", {{"PARENTID", hostId}}};
-    call.failed = "GetIscsiInitiator failed!";
+    call.failedText = "GetIscsiInitiator failed!";
     return ReadList(
-        call, [&initiatorIds](const Json::Value& element) { ZavJson::AppendText(element, "ID", initiatorIds); },
+        call, [&initiatorIds](const Json::Value& element) { AnswerJson::AppendText(element, "ID", initiatorIds); },
         errorText);
 }
 
@@ -211,9 +209,9 @@ int ZavRestApi::GetFCInitiator(std::vector<std::string>& initiatorIds, const std
 {
     PS_TRACE();
     Call call = {__func__, "GET", "fc_initiator", {{"PARENTID", hostId}}};
-    call.failed = "GetFCInitiator failed!";
+    call.failedText = "GetFCInitiator failed!";
     return ReadList(
-        call, [&initiatorIds](const Json::Value& element) { ZavJson::AppendText(element, "ID", initiatorIds); },
+        call, [&initiatorIds](const Json::Value& element) { AnswerJson::AppendText(element, "ID", initiatorIds); },
         errorText);
 }
 
@@ -224,11 +222,9 @@ int ZavRestApi::GetAllHostIDFromHostGroup(const std::string& hostGroupId, std::v
     Call call = {__func__, "GET", "host/associate"};
     call.query = {
         {"ASSOCIATEOBJID", hostGroupId}, {"ASSOCIATEOBJTYPE", ObjectType::HOST_GROUP}, {"TYPE", ObjectType::HOST}};
-    call.failed = "Get all all host id from host group failed."; // the doubled word is part of the message
+    call.failedText = "Get all all host id from host group failed."; // the doubled word is part of the message
     const auto append = [&hostIds, &hostGroupId, &call](const Json::Value& element) {
-        const std::size_t before = hostIds.size();
-        ZavJson::AppendText(element, "ID", hostIds);
-        if (hostIds.size() > before) {
+        if (AnswerJson::AppendText(element, "ID", hostIds)) {
             PS_LOG_AS(call.operation, 1) << " HOST ID: " << hostIds.back() << ", GROUP ID: " << hostGroupId;
         }
     };
@@ -236,7 +232,6 @@ int ZavRestApi::GetAllHostIDFromHostGroup(const std::string& hostGroupId, std::v
 }
 
 // ---- removal
-// ---------------------------------------------------------------------------------------------------------
 
 int ZavRestApi::RemoveHostGroup(const std::string& hostGroupId, const std::string& mapViewId, std::string& errorText)
 {
@@ -293,7 +288,8 @@ int ZavRestApi::RemoveLunFromLunGroup(const std::string& lunGroupId, std::string
 {
     PS_TRACE();
     Json::Value data;
-    return Perform({__func__, "DELETE", GroupMemberResource(lunGroupId, ObjectType::LUN, lunId)}, data, errorText);
+    return Perform({__func__, "DELETE", "lungroup/associate", GroupMember(lunGroupId, ObjectType::LUN, lunId)}, data,
+                   errorText);
 }
 
 int ZavRestApi::RemoveSnapshotFromLunGroup(const std::string& lunGroupId, std::string& snapshotId,
@@ -301,8 +297,9 @@ int ZavRestApi::RemoveSnapshotFromLunGroup(const std::string& lunGroupId, std::s
 {
     PS_TRACE();
     Json::Value data;
-    return Perform({__func__, "DELETE", GroupMemberResource(lunGroupId, ObjectType::SNAPSHOT, snapshotId)}, data,
-                   errorText);
+    return Perform(
+        {__func__, "DELETE", "lungroup/associate", GroupMember(lunGroupId, ObjectType::SNAPSHOT, snapshotId)}, data,
+        errorText);
 }
 
 int ZavRestApi::DeleteMapView(const std::string& mapViewId, std::string& errorText)

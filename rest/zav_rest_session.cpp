@@ -7,9 +7,8 @@
 #include "common/log.h"
 #include "common/result_codes.h"
 #include "common/time_source.h"
+#include "rest/answer_json.h"
 #include "rest/secret_request.h"
-#include "rest/zav_json.h"
-#include "rest/zav_rest_call.h"
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -117,15 +116,6 @@ void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& re
     InsertSecretHeader(request, "iBaseToken", m_token);
 }
 
-std::string ZavRestApi::ToQueryString(const std::map<std::string, std::string>& parameters)
-{
-    std::string query;
-    for (const auto& [key, value] : parameters) {
-        query.append(query.empty() ? "" : "&").append(key).append("=").append(value);
-    }
-    return query;
-}
-
 bool ZavRestApi::CheckDosAttack()
 {
     const boost::lock_guard<boost::recursive_mutex> guard(m_guardLock);
@@ -207,8 +197,8 @@ int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string
         PS_LOG(4) << "Parse json string failed.";
         return ResultCode::FAILED;
     }
-    ZavJson::EnvelopeError error;
-    if (!ZavJson::DecodeEnvelopeError(root, "error", error)) {
+    AnswerJson::Verdict error;
+    if (!AnswerJson::FindVerdict(root, "error", error)) {
         errorText = "Json object format is error. ";
         PS_LOG(4) << "Json object error.";
         return ResultCode::FAILED;
@@ -229,7 +219,7 @@ int ZavRestApi::ParseLoginRespons(const Json::Value& data)
     std::string token;
     std::string deviceId;
     const Secret::ScopedWipe wipeToken(token);
-    if (!ZavJson::FindText(data, "iBaseToken", token) || !ZavJson::FindText(data, "deviceid", deviceId)) {
+    if (!AnswerJson::FindText(data, "iBaseToken", token) || !AnswerJson::FindText(data, "deviceid", deviceId)) {
         PS_LOG(4) << "Login response data is missing.";
         return ResultCode::FAILED;
     }
@@ -255,37 +245,4 @@ bool ZavRestApi::IsLoggedIn() const
 {
     const std::lock_guard<std::mutex> guard(m_sessionLock);
     return m_isLogined;
-}
-
-bool ZavRestApi::IsReadyFor(const Call& call) const
-{
-    const bool isReady = IsLoggedIn();
-    if (!isReady) {
-        PS_LOG_AS(call.operation, 4) << call.notLogined;
-    }
-    return isReady;
-}
-
-int ZavRestApi::Send(const Call& call, Json::Value& data, std::string& errorText)
-{
-    SecretRequest request;
-    request.method = call.method;
-    BuildBaseRequest(request, call.resource);
-    if (!call.query.empty()) {
-        request.url += "?" + ToQueryString(call.query);
-    }
-    request.body = call.body;
-    return SendAndParseRsp(request, data, errorText, call.parseCookie);
-}
-
-int ZavRestApi::Perform(const Call& call, Json::Value& data, std::string& errorText)
-{
-    if (!IsReadyFor(call)) {
-        return ResultCode::FAILED;
-    }
-    const int result = Send(call, data, errorText);
-    if (result != ResultCode::OK && !call.failed.empty()) {
-        PS_LOG_AS(call.operation, 4) << call.failed;
-    }
-    return result;
 }

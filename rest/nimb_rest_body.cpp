@@ -3,8 +3,8 @@
 #include "common/json_text.h"
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "rest/answer_json.h"
 #include "rest/secret_request.h"
-#include "rest/zav_json.h"
 
 #include <sstream>
 
@@ -122,8 +122,8 @@ int NimbRestApi::ParseBodyV2(const std::string& body, Json::Value& data, std::st
         return FailToParse(__func__, errorText);
     }
     // The same envelope as the array's, under another name.
-    ZavJson::EnvelopeError verdict;
-    if (!ZavJson::DecodeEnvelopeError(root, "result", verdict)) {
+    AnswerJson::Verdict verdict;
+    if (!AnswerJson::FindVerdict(root, "result", verdict)) {
         return FailToDecode(__func__, "Json object error. ", errorText); // with a blank at its end, unlike V1
     }
     errorText = verdict.description;

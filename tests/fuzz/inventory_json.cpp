@@ -1,4 +1,5 @@
-#include "rest/zav_json.h"
+#include "rest/inventory_json.h"
+#include "rest/answer_json.h"
 
 #include "tests/fuzz/support/input.h"
 #include "tests/fuzz/support/model.h"
@@ -86,13 +87,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         return 0;
     }
     Element pool(*value);
-    Compare(&ZavJson::DecodeStoragePool, *value, pool,
+    Compare(&InventoryJson::DecodeStoragePool, *value, pool,
             Zav::StoragePool{pool.Number("ID"), pool.Text("NAME"), pool.Text("DESCRIPTION"),
                              pool.Bytes("USERTOTALCAPACITY"), pool.Bytes("USERFREECAPACITY"),
                              pool.Bytes("USERCONSUMEDCAPACITY"), pool.ShortNumber("HEALTHSTATUS"),
                              pool.Text("USAGETYPE")});
     Element lun(*value);
-    Compare(&ZavJson::DecodeLun, *value, lun,
+    Compare(&InventoryJson::DecodeLun, *value, lun,
             Zav::LunInfo{lun.Number("ID"), lun.Text("NAME"), lun.Text("WWN"), lun.Bytes("CAPACITY"),
                          lun.ShortNumber("HEALTHSTATUS"), lun.Number("PARENTID"), lun.ShortNumber("ALLOCTYPE")});
     return 0;

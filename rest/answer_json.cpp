@@ -1,0 +1,76 @@
+#include "rest/answer_json.h"
+
+#include "common/json_text.h"
+
+#include <boost/lexical_cast.hpp>
+
+#include <stdexcept>
+
+namespace AnswerJson {
+
+bool FindVerdict(const Json::Value& root, const char* member, Verdict& verdict)
+{
+    const Json::Value* const told = JsonText::FindMember(root, member);
+    if (told == nullptr) {
+        return false;
+    }
+    const Json::Value* const code = JsonText::FindMember(*told, "code");
+    const Json::Value* const description = JsonText::FindMember(*told, "description");
+    if (code == nullptr || !code->isInt() || description == nullptr) {
+        return false;
+    }
+    Verdict decoded;
+    decoded.code = code->asInt();
+    if (!JsonText::ToText(*description, decoded.description)) {
+        return false;
+    }
+    verdict = decoded;
+    return true;
+}
+
+bool FindText(const Json::Value& data, const char* name, std::string& text)
+{
+    const Json::Value* const member = JsonText::FindMember(data, name);
+    return member != nullptr && JsonText::ToText(*member, text);
+}
+
+Finding FindOptionalText(const Json::Value& data, const char* name, std::string& text)
+{
+    if (data.isNull() || (data.isObject() && !data.isMember(name))) {
+        return Finding::Absent;
+    }
+    return FindText(data, name, text) ? Finding::Found : Finding::Malformed;
+}
+
+std::string MemberText(const Json::Value& element, const char* name)
+{
+    if (!element.isObject()) {
+        throw std::invalid_argument(std::string("element is not an object, looking for ") + name);
+    }
+    std::string text;
+    const Json::Value* const member = JsonText::FindMember(element, name);
+    if (member != nullptr && !JsonText::ToText(*member, text)) {
+        throw std::invalid_argument(std::string(name) + " is not a text");
+    }
+    return text;
+}
+
+bool AppendText(const Json::Value& element, const char* name, std::vector<std::string>& texts)
+{
+    if (element.isNull()) {
+        return false; // it has no members, and so not this one
+    }
+    std::string text = MemberText(element, name);
+    if (!element.isMember(name)) {
+        return false;
+    }
+    texts.push_back(std::move(text));
+    return true;
+}
+
+std::uint64_t DecodeUnsigned64(const std::string& text)
+{
+    return boost::lexical_cast<std::uint64_t>(text);
+}
+
+} // namespace AnswerJson

@@ -1,0 +1,103 @@
+#include "rest/answer_json.h"
+
+#include "tests/unit/rest/json_values.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+class AnswerJsonTextTest : public ::testing::Test {
+protected:
+    AnswerJson::Finding Find(const std::string& json)
+    {
+        m_text = "before";
+        return AnswerJson::FindOptionalText(FromText(json), "A", m_text);
+    }
+
+    std::string m_text;
+};
+
+TEST_F(AnswerJsonTextTest, FindOptionalTextTellsFoundFromAbsentFromMalformed)
+{
+    EXPECT_EQ(AnswerJson::Finding::Found, Find(R"({"A": "x"})"));
+    EXPECT_EQ("x", m_text);
+    EXPECT_EQ(AnswerJson::Finding::Found, Find(R"({"A": null})"));
+    EXPECT_EQ("", m_text);
+    for (const char* const absent : {"null", "{}", R"({"a": "x"})"}) {
+        EXPECT_EQ(AnswerJson::Finding::Absent, Find(absent)) << absent;
+        EXPECT_EQ("before", m_text);
+    }
+    for (const char* const malformed : {R"({"A": {}})", R"({"A": []})", "[]", R"("A")", "1", "false"}) {
+        EXPECT_EQ(AnswerJson::Finding::Malformed, Find(malformed)) << malformed;
+        EXPECT_EQ("before", m_text);
+    }
+}
+
+TEST_F(AnswerJsonTextTest, FindTextNeedsAnObjectWithAText)
+{
+    std::string text = "before";
+    for (const char* const json : {"{}", "[]", "null", R"("A")", R"({"A": {}})"}) {
+        EXPECT_FALSE(AnswerJson::FindText(FromText(json), "A", text)) << json;
+        EXPECT_EQ("before", text);
+    }
+    EXPECT_TRUE(AnswerJson::FindText(FromText(R"({"A": 5})"), "A", text));
+    EXPECT_EQ("5", text);
+}
+
+TEST_F(AnswerJsonTextTest, MemberTextOfAnAbsentMemberIsEmpty)
+{
+    EXPECT_EQ("", AnswerJson::MemberText(FromText("{}"), "A"));
+    EXPECT_EQ("x", AnswerJson::MemberText(FromText(R"({"A": "x"})"), "A"));
+    EXPECT_EQ("element is not an object, looking for A",
+              ErrorOf([] { AnswerJson::MemberText(Json::Value(Json::arrayValue), "A"); }));
+}
+
+TEST_F(AnswerJsonTextTest, AppendTextAppendsOnlyWhatIsThere)
+{
+    std::vector<std::string> texts;
+    EXPECT_FALSE(AnswerJson::AppendText(FromText("{}"), "A", texts));
+    EXPECT_THAT(texts, IsEmpty());
+    EXPECT_TRUE(AnswerJson::AppendText(FromText(R"({"A": "x"})"), "A", texts));
+    EXPECT_TRUE(AnswerJson::AppendText(FromText(R"({"A": null})"), "A", texts));
+    EXPECT_THAT(texts, ElementsAre("x", ""));
+    EXPECT_EQ("A is not a text", ErrorOf([&texts] { AnswerJson::AppendText(FromText(R"({"A": []})"), "A", texts); }));
+    EXPECT_EQ(2U, texts.size());
+}
+
+TEST_F(AnswerJsonTextTest, AppendTextFindsNothingInANullElement)
+{
+    std::vector<std::string> texts;
+    EXPECT_FALSE(AnswerJson::AppendText(Json::Value(), "A", texts));
+    EXPECT_THAT(texts, IsEmpty());
+    EXPECT_EQ("element is not an object, looking for A",
+              ErrorOf([&texts] { AnswerJson::AppendText(Json::Value("A"), "A", texts); }));
+}
+
+class AnswerJsonEnvelopeTest : public ::testing::Test {};
+
+TEST_F(AnswerJsonEnvelopeTest, FindVerdictReadsTheNamedOne)
+{
+    AnswerJson::Verdict error;
+    EXPECT_TRUE(
+        AnswerJson::FindVerdict(FromText(R"({"result": {"code": -2147483648, "description": "d"}})"), "result", error));
+    EXPECT_EQ(-2147483647 - 1, error.code);
+    EXPECT_EQ("d", error.description);
+}
+
+TEST_F(AnswerJsonEnvelopeTest, FindVerdictLeavesTheOutputOfAMalformedOne)
+{
+    for (const char* const json :
+         {"{}", "[]", R"({"error": {}})", R"({"error": {"code": 2}})", R"({"error": {"code": 2, "description": []}})",
+          R"({"error": {"code": "2", "description": "d"}})", R"({"result": {"code": 2, "description": "d"}})"}) {
+        AnswerJson::Verdict error{1, "before"};
+        EXPECT_FALSE(AnswerJson::FindVerdict(FromText(json), "error", error)) << json;
+        EXPECT_EQ(1, error.code);
+        EXPECT_EQ("before", error.description);
+    }
+}
+
+} // namespace
