@@ -4,7 +4,7 @@
 #include "framework/cert/alert_file.h"
 #include "framework/cert/certificate_text.h"
 #include "framework/cert/server_certificate.h"
-#include "framework/config/config_values.h"
+#include "framework/config/current_config.h"
 
 #include "common/framework/log_proxy.h"
 
@@ -20,8 +20,8 @@ constexpr std::string_view MODULE = "Cert";
 
 TrustStore ConfiguredTrust(const ConfigValues& config)
 {
-    const std::string& own = config.Of(Setting::CertTrustStore).text;
-    return {own.empty() ? config.Of(Setting::HttpCaFile).text : own};
+    const std::string& own = config.Of(SettingId::CertTrustStore).text;
+    return {own.empty() ? config.Of(SettingId::HttpCaFile).text : own};
 }
 
 // The server that `env` names. Why there is none to ask in `problem`.
@@ -43,7 +43,7 @@ void RaiseAlert(const ConfigValues& config, const std::string& role, const std::
                 const std::string& reason, unsigned long requestId)
 {
     std::string problem;
-    if (!AlertFile(config.Of(Setting::CertAlertDir).text, role).Raise(address, reason, problem)) {
+    if (!AlertFile(config.Of(SettingId::CertAlertDir).text, role).Raise(address, reason, problem)) {
         LogProxy(static_cast<int>(severity_level::Error), MODULE, requestId, GetFunctionName(__func__), __LINE__)
             << 0 << problem;
     }
@@ -88,7 +88,7 @@ void Cert::ResumeAlertForEnv(std::string address, const std::string& role, const
     std::string problem;
     bool isCleared = false;
     try {
-        isCleared = AlertFile(Config::ReadPath(Setting::CertAlertDir), role).Clear(address, problem);
+        isCleared = AlertFile(Config::ReadPath(SettingId::CertAlertDir), role).Clear(address, problem);
     } catch (const std::exception& error) {
         problem = error.what();
     }

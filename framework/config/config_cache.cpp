@@ -1,8 +1,6 @@
 #include "framework/config/config_cache.h"
 
 #include "base/files.h"
-#include "framework/config/config_values.h"
-#include "framework/support/immortal.h"
 #include "framework/support/log_line.h"
 
 #include <ctime>
@@ -96,34 +94,5 @@ void ConfigCache::Publish(ConfigValues values)
     m_values = std::make_shared<const ConfigValues>(std::move(values));
     m_generation.store(m_values->generation, std::memory_order_release);
 }
-
-namespace Config {
-
-std::shared_ptr<const ConfigValues> Current()
-{
-    return Immortal<ConfigCache>().Current();
-}
-
-std::int64_t ReadInteger(Setting setting)
-{
-    return Current()->Of(setting).number;
-}
-
-bool ReadFlag(Setting setting)
-{
-    return Current()->Of(setting).number != 0;
-}
-
-std::string ReadPath(Setting setting)
-{
-    return Current()->Of(setting).text;
-}
-
-std::uint64_t Generation() noexcept
-{
-    return Immortal<ConfigCache>().Generation();
-}
-
-} // namespace Config
 
 } // namespace Framework

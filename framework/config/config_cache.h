@@ -2,6 +2,7 @@
 #define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_CACHE_H
 
 #include "framework/config/config_file.h"
+#include "framework/config/config_interpreter.h"
 
 #include <atomic>
 #include <cstdint>
@@ -23,10 +24,10 @@ public:
 
 private:
     std::shared_ptr<const ConfigValues> Refresh(std::vector<std::string>& problems);
-    bool IsFresh(const std::string& path, const FileState& state) const;
-    void Read(const std::string& path, std::vector<std::string>& problems);
-    void Accept(const ConfigReading& reading, std::vector<std::string>& problems);
-    void Publish(ConfigValues values);
+    bool IsFresh(const std::string& path, const FileState& state) const;           // requires m_mutex
+    void Read(const std::string& path, std::vector<std::string>& problems);        // requires m_mutex
+    void Accept(const ConfigReading& reading, std::vector<std::string>& problems); // requires m_mutex
+    void Publish(ConfigValues values);                                             // requires m_mutex
 
     std::mutex m_mutex;
     std::string m_path;                           // guarded by m_mutex

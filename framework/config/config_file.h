@@ -1,31 +1,10 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_FILE_H
 #define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_FILE_H
 
-#include "framework/config/settings.h"
-
-#include <array>
+#include <cstdint>
 #include <string>
-#include <vector>
 
 namespace Framework {
-
-/// The value of every setting.
-struct ConfigValues {
-    std::array<SettingValue, SETTING_COUNT> values;
-    std::uint64_t generation = 0; ///< greater than that of all values read before in this process
-
-    const SettingValue& Of(Setting setting) const { return values[static_cast<std::size_t>(setting)]; }
-};
-
-/// What one reading of a configuration file gave.
-struct ConfigReading {
-    ConfigValues values;               ///< defaults where the file says nothing or something malformed
-    std::vector<std::string> problems; ///< each names the file, the place and what is wrong
-    bool isUsable = true;              ///< false: the text is no configuration file; all values are defaults
-};
-
-/// Interprets `text`, the content of the file at `path`.
-ConfigReading InterpretConfig(const std::string& path, const std::string& text);
 
 /// The file that is read: the one that the environment names, else the product's.
 std::string ConfigFilePath();

@@ -1,4 +1,4 @@
-#include "framework/config/config_file.h"
+#include "framework/config/config_interpreter.h"
 
 #include "framework/support/executable_root.h"
 
@@ -100,15 +100,15 @@ ConfigReading InterpretConfig(const std::string& path, const std::string& text)
         tree.clear();
     }
     // The root comes first: every other relative path is meant from it.
-    Interpret(SpecOf(Setting::ProductRoot), tree, path, ExecutableRoot(), reading);
-    SettingValue& rootValue = reading.values.values[static_cast<std::size_t>(Setting::ProductRoot)];
+    Interpret(SpecOf(SettingId::ProductRoot), tree, path, ExecutableRoot(), reading);
+    SettingValue& rootValue = reading.values.values[static_cast<std::size_t>(SettingId::ProductRoot)];
     if (rootValue.text.empty()) {
         rootValue.text = ExecutableRoot();
     }
     rootValue.text = WithoutFinalSlashes(rootValue.text);
     const std::string root = rootValue.text;
     for (const SettingSpec& spec : AllSettings()) {
-        if (spec.setting != Setting::ProductRoot) {
+        if (spec.setting != SettingId::ProductRoot) {
             Interpret(spec, tree, path, root, reading);
         }
     }

@@ -1,7 +1,9 @@
 #include "common/framework/config_reader.h"
 
 #include "base/files.h"
-#include "framework/config/config_values.h"
+#include "framework/config/config_file.h"
+#include "framework/config/config_interpreter.h"
+#include "framework/config/current_config.h"
 #include "framework/support/log_line.h"
 
 #include <algorithm>
@@ -25,7 +27,7 @@ std::vector<std::string> ReadStrictly(ConfigValues& values)
         reading.problems = {path + " cannot be read: " + Base::ErrorText(state.error)};
     }
     // A program would find out when it connects, and fail then: nothing else is trusted in the file's place.
-    for (const Setting setting : {Setting::HttpCaFile, Setting::CertTrustStore}) {
+    for (const SettingId setting : {SettingId::HttpCaFile, SettingId::CertTrustStore}) {
         const std::string& named = values.Of(setting).text;
         const int error = named.empty() ? 0 : LookAtFile(named).error;
         if (error != 0) {
@@ -63,7 +65,7 @@ std::set<int> ConfigReader::getNerovaxDiskArrayNotRetryErrorCode()
     std::set<int> codes;
     try {
         const auto values = Config::Current();
-        for (const std::int64_t code : values->Of(Framework::Setting::NotRetryErrorCodes).numbers) {
+        for (const std::int64_t code : values->Of(Framework::SettingId::NotRetryErrorCodes).numbers) {
             codes.insert(static_cast<int>(code));
         }
     } catch (const std::exception&) {

@@ -1,26 +1,21 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_VALUES_H
 #define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CONFIG_VALUES_H
 
-#include "framework/config/config_file.h"
+#include "framework/config/setting_value.h"
 
+#include <array>
 #include <cstdint>
-#include <memory>
-#include <string>
 
-/// The configuration as the rest of the framework reads it. Every read is fresh, as ConfigReader says. Any thread may
-/// call, also while the process ends.
-namespace Framework::Config {
+namespace Framework {
 
-/// All values of the file as it is now; never null.
-std::shared_ptr<const ConfigValues> Current();
+/// The value of every setting.
+struct ConfigValues {
+    std::array<SettingValue, SETTING_COUNT> values;
+    std::uint64_t generation = 0; ///< greater than that of all values read before in this process
 
-std::int64_t ReadInteger(Setting setting);
-bool ReadFlag(Setting setting);
-std::string ReadPath(Setting setting);
+    const SettingValue& Of(SettingId setting) const { return values[static_cast<std::size_t>(setting)]; }
+};
 
-/// Changes whenever a read saw new values. Costs an atomic load.
-std::uint64_t Generation() noexcept;
-
-} // namespace Framework::Config
+} // namespace Framework
 
 #endif

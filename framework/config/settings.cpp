@@ -15,40 +15,40 @@ constexpr std::int64_t MEBIBYTE = 1024 * 1024;
 #define NO_RANGE 0, 0
 
 constexpr std::array<SettingSpec, SETTING_COUNT> SETTINGS = {{
-    {Setting::DosRequestInterval, "BackupNode", "DosRequestInterval", SettingKind::Integer, "1", 0, MAX_INT,
+    {SettingId::DosRequestInterval, "BackupNode", "DosRequestInterval", SettingKind::Integer, "1", 0, MAX_INT,
      "seconds that must pass after a request to an array for the next one to start a new burst"},
-    {Setting::DosRequestCount, "BackupNode", "DosRequestCount", SettingKind::Integer, "100", 0, MAX_INT,
+    {SettingId::DosRequestCount, "BackupNode", "DosRequestCount", SettingKind::Integer, "100", 0, MAX_INT,
      "requests that one burst may have before each further one is delayed"},
-    {Setting::TestNetTimeOut, "BackupNode", "TestNetTimeOut", SettingKind::Integer, "3", 1, 3600,
+    {SettingId::TestNetTimeOut, "BackupNode", "TestNetTimeOut", SettingKind::Integer, "3", 1, 3600,
      "seconds to wait for an iSCSI portal to accept a connection"},
-    {Setting::NotRetryErrorCodes, "BackupNode", "NotRetryErrorCodes", SettingKind::IntegerList, "", MIN_INT, MAX_INT,
+    {SettingId::NotRetryErrorCodes, "BackupNode", "NotRetryErrorCodes", SettingKind::IntegerList, "", MIN_INT, MAX_INT,
      "array error codes of a login after which no other management address is tried"},
-    {Setting::LogFile, "Log", "File", SettingKind::Path, "log/ProductStorage.log", NO_RANGE,
+    {SettingId::LogFile, "Log", "File", SettingKind::Path, "log/ProductStorage.log", NO_RANGE,
      "the log file; empty for none"},
-    {Setting::LogLevel, "Log", "Level", SettingKind::Integer, "1", 0, 4, "the least level of a line that is written"},
-    {Setting::LogConsole, "Log", "Console", SettingKind::Flag, "false", NO_RANGE,
+    {SettingId::LogLevel, "Log", "Level", SettingKind::Integer, "1", 0, 4, "the least level of a line that is written"},
+    {SettingId::LogConsole, "Log", "Console", SettingKind::Flag, "false", NO_RANGE,
      "whether each line of the log goes to standard error, too"},
-    {Setting::LogMaxFileBytes, "Log", "MaxFileBytes", SettingKind::Integer, "16777216", 4096, 1024 * MEBIBYTE,
+    {SettingId::LogMaxFileBytes, "Log", "MaxFileBytes", SettingKind::Integer, "16777216", 4096, 1024 * MEBIBYTE,
      "bytes after which the log file is renamed and a new one begun"},
-    {Setting::LogMaxFiles, "Log", "MaxFiles", SettingKind::Integer, "5", 0, 1000, "renamed log files that are kept"},
-    {Setting::HttpVerifyPeer, "Http", "VerifyPeer", SettingKind::Flag, "true", NO_RANGE,
+    {SettingId::LogMaxFiles, "Log", "MaxFiles", SettingKind::Integer, "5", 0, 1000, "renamed log files that are kept"},
+    {SettingId::HttpVerifyPeer, "Http", "VerifyPeer", SettingKind::Flag, "true", NO_RANGE,
      "whether an https server must show a trusted certificate for its address"},
-    {Setting::HttpCaFile, "Http", "CaFile", SettingKind::Path, "", NO_RANGE,
+    {SettingId::HttpCaFile, "Http", "CaFile", SettingKind::Path, "", NO_RANGE,
      "PEM file of the certificates that are trusted; empty for the system's"},
-    {Setting::HttpMaxBodyBytes, "Http", "MaxBodyBytes", SettingKind::Integer, "67108864", 1024, 4096 * MEBIBYTE,
+    {SettingId::HttpMaxBodyBytes, "Http", "MaxBodyBytes", SettingKind::Integer, "67108864", 1024, 4096 * MEBIBYTE,
      "bytes that the body of an answer may have, after decompression"},
-    {Setting::SecurityKeyFile, "Security", "KeyFile", SettingKind::Path, "conf/product.key", NO_RANGE,
+    {SettingId::SecurityKeyFile, "Security", "KeyFile", SettingKind::Path, "conf/product.key", NO_RANGE,
      "the key that stored credentials are encrypted with"},
-    {Setting::ShellPath, "Shell", "Path", SettingKind::PathList, "", NO_RANGE,
+    {SettingId::ShellPath, "Shell", "Path", SettingKind::PathList, "", NO_RANGE,
      "folders, separated by colons, that are searched for commands before all others"},
-    {Setting::ShellTimeoutSeconds, "Shell", "TimeoutSeconds", SettingKind::Integer, "180", 1, 86400,
+    {SettingId::ShellTimeoutSeconds, "Shell", "TimeoutSeconds", SettingKind::Integer, "180", 1, 86400,
      "seconds that a command may run"},
-    {Setting::ProductRoot, "Product", "Root", SettingKind::Path, "", NO_RANGE,
+    {SettingId::ProductRoot, "Product", "Root", SettingKind::Path, "", NO_RANGE,
      "the product's root directory; empty for the one above the executable's"},
-    {Setting::CertTrustStore, "Cert", "TrustStore", SettingKind::Path, "", NO_RANGE,
+    {SettingId::CertTrustStore, "Cert", "TrustStore", SettingKind::Path, "", NO_RANGE,
      "PEM file, or directory of certificates by hash, that arrays' certificates are verified against; empty for "
      "[Http] CaFile"},
-    {Setting::CertAlertDir, "Cert", "AlertDir", SettingKind::Path, "conf/alerts", NO_RANGE,
+    {SettingId::CertAlertDir, "Cert", "AlertDir", SettingKind::Path, "conf/alerts", NO_RANGE,
      "directory of the certificate alerts"},
 }};
 
@@ -72,7 +72,7 @@ const std::array<SettingSpec, SETTING_COUNT>& AllSettings()
     return SETTINGS;
 }
 
-const SettingSpec& SpecOf(Setting setting)
+const SettingSpec& SpecOf(SettingId setting)
 {
     return SETTINGS[static_cast<std::size_t>(setting)];
 }

@@ -1,6 +1,8 @@
 #include "framework/http/curl_http_client.h"
 
+#include "framework/config/current_config.h"
 #include "framework/http/http_response.h"
+#include "framework/http/request_check.h"
 #include "framework/http/tcp_connection.h"
 #include "framework/http/transfer.h"
 #include "framework/http/url_parts.h"

@@ -1,4 +1,4 @@
-#include "framework/http/transfer.h"
+#include "framework/http/request_check.h"
 
 #include "framework/http/url_parts.h"
 

@@ -114,8 +114,8 @@ void Transfer::SetConnection(unsigned int timeoutSeconds)
 
 void Transfer::SetTls()
 {
-    const bool isVerified = m_config.Of(Setting::HttpVerifyPeer).number != 0;
-    const std::string& caFile = m_config.Of(Setting::HttpCaFile).text;
+    const bool isVerified = m_config.Of(SettingId::HttpVerifyPeer).number != 0;
+    const std::string& caFile = m_config.Of(SettingId::HttpCaFile).text;
     curl_easy_setopt(m_curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     curl_easy_setopt(m_curl, CURLOPT_SSL_VERIFYPEER, isVerified ? 1L : 0L);
     curl_easy_setopt(m_curl, CURLOPT_SSL_VERIFYHOST, isVerified ? 2L : 0L);
@@ -208,7 +208,7 @@ std::size_t Transfer::TakeHeadLine(const char* bytes, std::size_t size)
 
 std::size_t Transfer::TakeBody(const char* bytes, std::size_t size)
 {
-    const auto limit = static_cast<std::size_t>(m_config.Of(Setting::HttpMaxBodyBytes).number);
+    const auto limit = static_cast<std::size_t>(m_config.Of(SettingId::HttpMaxBodyBytes).number);
     if (size > limit - m_response.BodySize()) {
         m_refusal = "the answer's body is longer than the " + std::to_string(limit) + " bytes of [Http] MaxBodyBytes";
         return 0;

@@ -10,10 +10,6 @@
 
 namespace Framework {
 
-/// Why the request cannot be sent as it is; empty when it can. What is refused could otherwise change the request's
-/// form on its way, as a line end in a header does.
-std::string FindRequestProblem(const TMSHttpRequest& request);
-
 /// One request and its answer. What libcurl holds of either is given back, and so wiped, with this object; only the
 /// connection stays, with the CurlMultiHandle.
 class Transfer {

@@ -2,6 +2,7 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "framework/config/current_config.h"
 #include "framework/support/immortal.h"
 
 #include <spdlog/details/log_msg.h>
@@ -95,9 +96,9 @@ void LogOutput::Look() noexcept
 
 void LogOutput::Apply(const ConfigValues& values)
 {
-    const std::string& path = values.Of(Setting::LogFile).text;
-    const auto maxBytes = static_cast<std::size_t>(values.Of(Setting::LogMaxFileBytes).number);
-    const auto maxFiles = static_cast<std::size_t>(values.Of(Setting::LogMaxFiles).number);
+    const std::string& path = values.Of(SettingId::LogFile).text;
+    const auto maxBytes = static_cast<std::size_t>(values.Of(SettingId::LogMaxFileBytes).number);
+    const auto maxFiles = static_cast<std::size_t>(values.Of(SettingId::LogMaxFiles).number);
     if (path != m_path || maxBytes != m_maxBytes || maxFiles != m_maxFiles) {
         m_path = path;
         m_maxBytes = maxBytes;
@@ -106,8 +107,8 @@ void LogOutput::Apply(const ConfigValues& values)
         m_isLossSaid = false;
         m_nextOpenSeconds = 0;
     }
-    m_isConsoleOn = values.Of(Setting::LogConsole).number != 0;
-    const auto level = static_cast<int>(values.Of(Setting::LogLevel).number);
+    m_isConsoleOn = values.Of(SettingId::LogConsole).number != 0;
+    const auto level = static_cast<int>(values.Of(SettingId::LogLevel).number);
     const bool isForm = m_personLevel == NO_LEVEL && m_isConsoleOn;
     m_fileLevel = m_path.empty() && !isForm ? NO_LEVEL : level;
     m_threshold.store(std::min(m_fileLevel, m_personLevel), std::memory_order_relaxed);

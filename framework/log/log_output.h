@@ -32,11 +32,11 @@ public:
 private:
     bool IsLookDue() noexcept;
     void Look() noexcept;
-    void Apply(const ConfigValues& values);
-    void OpenFile();
-    void WriteToFile(const std::string& line);
-    void WriteToConsole(const LogRecord& record, const std::string& fileLine);
-    void LoseFile(const std::string& reason);
+    void Apply(const ConfigValues& values);                                    // requires m_mutex
+    void OpenFile();                                                           // requires m_mutex
+    void WriteToFile(const std::string& line);                                 // requires m_mutex
+    void WriteToConsole(const LogRecord& record, const std::string& fileLine); // requires m_mutex
+    void LoseFile(const std::string& reason);                                  // requires m_mutex
 
     static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
 

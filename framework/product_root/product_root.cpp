@@ -1,6 +1,6 @@
 #include "common/framework/product_root.h"
 
-#include "framework/config/config_values.h"
+#include "framework/config/current_config.h"
 #include "framework/support/executable_root.h"
 #include "framework/support/log_line.h"
 
@@ -10,7 +10,7 @@ std::string GetVendrixRootPath(const std::string& module, const unsigned long& r
 {
     std::string root = Framework::ExecutableRoot();
     try {
-        root = Framework::Config::ReadPath(Framework::Setting::ProductRoot);
+        root = Framework::Config::ReadPath(Framework::SettingId::ProductRoot);
     } catch (const std::exception&) {
         return root; // out of memory; the directory above the executable's is the best guess
     }

@@ -1,7 +1,7 @@
 #include "common/framework/security.h"
 
 #include "base/secret.h"
-#include "framework/config/config_values.h"
+#include "framework/config/current_config.h"
 #include "framework/security/key_file.h"
 #include "framework/security/sealed_text.h"
 #include "framework/support/log_line.h"
@@ -17,7 +17,7 @@ std::string Decrypt(const std::string& cipher, std::string& plain)
 {
     Key key;
     std::string problem;
-    if (ReadKey(Config::ReadPath(Setting::SecurityKeyFile), key, problem) != KeyResult::Ok) {
+    if (ReadKey(Config::ReadPath(SettingId::SecurityKeyFile), key, problem) != KeyResult::Ok) {
         return problem;
     }
     switch (Open(key, cipher, plain)) {
@@ -33,7 +33,7 @@ std::string Decrypt(const std::string& cipher, std::string& plain)
 
 std::string Encrypt(const std::string& plain, std::string& cipher)
 {
-    const std::string path = Config::ReadPath(Setting::SecurityKeyFile);
+    const std::string path = Config::ReadPath(SettingId::SecurityKeyFile);
     Key key;
     std::string problem;
     KeyResult result = ReadKey(path, key, problem);

@@ -1,6 +1,6 @@
 #include "common/framework/shell_runner.h"
 
-#include "framework/config/config_values.h"
+#include "framework/config/current_config.h"
 #include "framework/shell/command_template.h"
 #include "framework/shell/shell_run.h"
 
@@ -40,7 +40,7 @@ std::vector<std::string> Environment(const ConfigValues& config, const std::vect
             variables.emplace_back(*variable);
         }
     }
-    variables.push_back("PATH=" + SearchPath(config.Of(Setting::ShellPath).paths, inheritedPath));
+    variables.push_back("PATH=" + SearchPath(config.Of(SettingId::ShellPath).paths, inheritedPath));
     variables.emplace_back("LC_ALL=C");
     for (std::size_t index = 0; index < params.size(); ++index) {
         variables.push_back(ParameterVariable(index) + "=" + params[index]);
@@ -77,7 +77,7 @@ ShellResult Run(const std::string& command, const std::vector<std::string>& para
     }
     const auto config = Config::Current();
     return RunShell(parsed.command, Environment(*config, params),
-                    std::chrono::seconds(config->Of(Setting::ShellTimeoutSeconds).number));
+                    std::chrono::seconds(config->Of(SettingId::ShellTimeoutSeconds).number));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "framework/config/config_file.h"
+#include "framework/config/config_interpreter.h"
 
 #include "common/framework/config_reader.h"
 #include "tests/fuzz/support/input.h"
@@ -26,7 +26,7 @@ void CheckValue(const SettingSpec& spec, const SettingValue& value)
     } else if (spec.kind == SettingKind::Flag) {
         Require(value.number == 0 || value.number == 1, "a flag is true or false");
     } else if (spec.kind == SettingKind::Path) {
-        Require(value.text.empty() || value.text.front() == '/' || spec.setting == Setting::ProductRoot,
+        Require(value.text.empty() || value.text.front() == '/' || spec.setting == SettingId::ProductRoot,
                 "a path is absolute");
     }
     for (const std::int64_t number : value.numbers) {
@@ -48,7 +48,7 @@ std::string Write(const ConfigValues& values)
             text += "[" + std::string(section) + "]\n";
         }
         // The root has lost its final slashes, before which there may be nothing, or a blank.
-        const char* const end = spec.setting == Setting::ProductRoot ? "/\n" : "\n";
+        const char* const end = spec.setting == SettingId::ProductRoot ? "/\n" : "\n";
         text += std::string(spec.key) + "=" + values.Of(spec.setting).text + end;
     }
     return text;

@@ -1,4 +1,4 @@
-#include "framework/config/settings.h"
+#include "framework/config/setting_value.h"
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>

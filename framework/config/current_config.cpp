@@ -1,0 +1,33 @@
+#include "framework/config/current_config.h"
+
+#include "framework/config/config_cache.h"
+#include "framework/support/immortal.h"
+
+namespace Framework::Config {
+
+std::shared_ptr<const ConfigValues> Current()
+{
+    return Immortal<ConfigCache>().Current();
+}
+
+std::int64_t ReadInteger(SettingId setting)
+{
+    return Current()->Of(setting).number;
+}
+
+bool ReadFlag(SettingId setting)
+{
+    return Current()->Of(setting).number != 0;
+}
+
+std::string ReadPath(SettingId setting)
+{
+    return Current()->Of(setting).text;
+}
+
+std::uint64_t Generation() noexcept
+{
+    return Immortal<ConfigCache>().Generation();
+}
+
+} // namespace Framework::Config
