@@ -30,9 +30,31 @@ std::string ProtocolText(int protocol)
     return protocol == PROTOCOL_HTTP ? "http" : "https";
 }
 
-std::string ManagementUrl(const std::string& protocol, const std::string& address, const std::string& port)
+std::vector<std::string> OtherManagementIps(const EnvironmentPath& env)
 {
-    return protocol + "://" + address + ":" + port;
+    const std::string first = env.management_ips().empty() ? "" : env.management_ips(0);
+    std::vector<std::string> others;
+    for (const std::string& address : env.all_management_ips()) {
+        if (!address.empty() && address != first) {
+            others.push_back(address);
+        }
+    }
+    return others;
+}
+
+void UseAddress(const std::string& address, Zav::DeviceInfo& info)
+{
+    info.url = info.protocol + "://" + address + ":" + info.port;
+}
+
+void FillSoleProtocolAndPort(const EnvironmentPath& env, Zav::DeviceInfo& info)
+{
+    if (env.protocols_size() == 1) {
+        info.protocol = ProtocolText(env.protocols(0));
+    }
+    if (env.ports_size() == 1) {
+        info.port = std::to_string(env.ports(0));
+    }
 }
 
 void FillDeviceInfo(const EnvironmentPath& env, Zav::DeviceInfo& info)
@@ -40,7 +62,7 @@ void FillDeviceInfo(const EnvironmentPath& env, Zav::DeviceInfo& info)
     info.user = env.user_names(0);
     info.protocol = ProtocolText(env.protocols(0));
     info.port = std::to_string(env.ports(0));
-    info.url = ManagementUrl(info.protocol, env.management_ips(0), info.port);
+    UseAddress(env.management_ips(0), info);
 }
 
 } // namespace Environment

@@ -5,6 +5,7 @@
 #include "common/records.h"
 
 #include <string>
+#include <vector>
 
 /// What an EnvironmentPath says of its array. Of each list the first entry counts.
 namespace Environment {
@@ -16,7 +17,14 @@ const char* MissingList(const EnvironmentPath& env);
 /// "http" for protocol 1, else "https".
 std::string ProtocolText(int protocol);
 
-std::string ManagementUrl(const std::string& protocol, const std::string& address, const std::string& port);
+/// The further management addresses: none that is empty or that is the first.
+std::vector<std::string> OtherManagementIps(const EnvironmentPath& env);
+
+/// Points `info` at another address of the same array.
+void UseAddress(const std::string& address, Zav::DeviceInfo& info);
+
+/// Sets protocol and port where the environment holds exactly one of each.
+void FillSoleProtocolAndPort(const EnvironmentPath& env, Zav::DeviceInfo& info);
 
 /// Fills url, user, protocol and port. `env` must have no missing list.
 void FillDeviceInfo(const EnvironmentPath& env, Zav::DeviceInfo& info);

@@ -15,6 +15,10 @@ constexpr int CLUSTER_TRANSPORT_ERROR = 200000; ///< the same in the distributed
 /// The array's error codes that the library treats specially, as the array sends them in decimal.
 namespace ArrayCode {
 
+constexpr int SESSION_LAPSED = -401;
+constexpr int REQUEST_TIMED_OUT = -408;
+constexpr int INTERNAL_ERROR = -500;
+constexpr int CONNECTION_FAILED = -1000;
 constexpr int HOST_NOT_IN_HOST_GROUP = 1073745412;     // 0x40000E04
 constexpr int HOST_GROUP_NOT_IN_MAP_VIEW = 1073804552; // 0x4000F508
 constexpr int LUN_GROUP_NOT_IN_MAP_VIEW = 1073804554;  // 0x4000F50A
@@ -22,6 +26,8 @@ constexpr int LUN_GROUP_GONE = 1077936861;             // 0x404002DD
 constexpr int HOST_GONE = 1077937498;                  // 0x4040055A
 constexpr int HOST_GROUP_GONE = 1077937500;            // 0x4040055C
 constexpr int MEMBER_NOT_IN_LUN_GROUP = 1077948996;    // 0x40403244
+constexpr int SYSTEM_BUSY = 1077949006;                // 0x4040324E
+constexpr int SYSTEM_NOT_READY = 1077949067;           // 0x4040328B
 constexpr int INITIATOR_NOT_ON_HOST = 1077950342;      // 0x40403786
 constexpr int MAP_VIEW_GONE = 1077951819;              // 0x40403D4B
 

@@ -63,16 +63,8 @@ std::vector<Zav::DeviceInfo> DeviceSetOperator::GetAllDeviceInfo(const Environme
 void DeviceSetOperator::GetAllOtherMgmtIPs(const EnvironmentPath& env, Zav::DeviceInfo& info)
 {
     PS_TRACE();
-    const std::string firstIp = env.management_ips().empty() ? "" : env.management_ips(0);
-    for (const std::string& address : env.all_management_ips()) {
-        if (!address.empty() && address != firstIp) {
-            info.otherMgmtIps.push_back(address);
-        }
+    for (const std::string& address : Environment::OtherManagementIps(env)) {
+        info.otherMgmtIps.push_back(address);
     }
-    if (env.protocols_size() == 1) {
-        info.protocol = Environment::ProtocolText(env.protocols(0));
-    }
-    if (env.ports_size() == 1) {
-        info.port = std::to_string(env.ports(0));
-    }
+    Environment::FillSoleProtocolAndPort(env, info);
 }

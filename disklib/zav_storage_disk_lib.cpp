@@ -35,7 +35,9 @@ ZavStorageDiskLib* ZavStorageDiskLib::GetInstance()
 }
 
 ZavStorageDiskLib::ZavStorageDiskLib()
-    : retryable_error_codes{-20000, 1077949067, 1077949006, -408, -500, -1000, -401}
+    : retryable_error_codes{ResultCode::TRANSPORT_ERROR,  ArrayCode::SYSTEM_NOT_READY, ArrayCode::SYSTEM_BUSY,
+                            ArrayCode::REQUEST_TIMED_OUT, ArrayCode::INTERNAL_ERROR,   ArrayCode::CONNECTION_FAILED,
+                            ArrayCode::SESSION_LAPSED}
     , device_set_operator(DeviceSetOperator::GetDeviceSetOperator())
 {
 }
@@ -172,7 +174,7 @@ int ZavStorageDiskLib::TryToGetAValidMgmtIP(const EnvironmentPath& env, Zav::Dev
     info.otherMgmtIps.clear(); // they are listed afresh, so that each address is tried once
     device_set_operator->GetAllOtherMgmtIPs(env, info);
     for (const std::string& address : info.otherMgmtIps) {
-        info.url = Environment::ManagementUrl(info.protocol, address, info.port);
+        Environment::UseAddress(address, info);
         PS_LOG(1) << "Try to use this Mgmt URL: " << info.url;
         code = GetLoginedZavRestApi(info, api, errMsg);
         const bool isWorthAnother = CheckIfNeedToRetry(code);

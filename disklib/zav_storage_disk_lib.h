@@ -92,8 +92,8 @@ private:
     using Session = std::pair<boost::shared_ptr<ZavRestApi>, boost::chrono::steady_clock::time_point>; // last_used
 
     PRODUCT_STORAGE_LOCAL bool InitDevice(const Zav::DeviceInfo& device, ZavMapInfo& mapInfo);
-    PRODUCT_STORAGE_LOCAL bool StartCheckThread();
-    PRODUCT_STORAGE_LOCAL void EndIdleThread();
+    PRODUCT_STORAGE_LOCAL bool StartCheckThread(); // requires lock
+    PRODUCT_STORAGE_LOCAL void EndIdleThread();    // requires lock
     PRODUCT_STORAGE_LOCAL static void TellToStop(MessageLoop& loop);
     PRODUCT_STORAGE_LOCAL void AwaitJoins(boost::unique_lock<boost::recursive_mutex>& guard);
 

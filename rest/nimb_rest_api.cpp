@@ -19,9 +19,6 @@ constexpr unsigned int REQUEST_TIMEOUT_SECONDS = 10;
 constexpr int ATTEMPTS = 4;
 constexpr boost::chrono::seconds RETRY_PAUSE(3);
 
-constexpr int UNAUTHORIZED = -401;
-constexpr int SYSTEM_BUSY = 1077949006;
-
 constexpr int LOGGED_IN = 1;
 constexpr int NOT_LOGGED_IN = 0;
 
@@ -113,11 +110,11 @@ int NimbRestApi::SendRequest(TMSHttpRequest& request, Json::Value& data, std::st
             return ResultCode::OK;
         }
         // A failed attempt writes no error code: what is looked at here is what the caller came with.
-        if (errorCode == UNAUTHORIZED) {
+        if (errorCode == ArrayCode::SESSION_LAPSED) {
             PS_LOG(3) << "Unauthorized rest, need re-login";
             Logout();
             Login(m_ip, m_port, m_userName, m_password, errorText);
-        } else if (errorCode == ResultCode::CLUSTER_TRANSPORT_ERROR || errorCode == SYSTEM_BUSY) {
+        } else if (errorCode == ResultCode::CLUSTER_TRANSPORT_ERROR || errorCode == ArrayCode::SYSTEM_BUSY) {
             PS_LOG(3) << "network error or system busy: errorCode: " << errorCode;
         }
     }

@@ -76,9 +76,14 @@ INSTANTIATE_TEST_SUITE_P(Protocols, EnvironmentProtocolTest,
                                            ProtocolRow{{"Two"}, 2, "https"}, ProtocolRow{{"Negative"}, -1, "https"}),
                          RowName<ProtocolRow>);
 
-TEST(EnvironmentUrlTest, ManagementUrlJoinsProtocolAddressAndPort)
+TEST(EnvironmentUrlTest, UseAddressJoinsProtocolAddressAndPort)
 {
-    EXPECT_EQ("http://10.0.0.1:8080", Environment::ManagementUrl("http", "10.0.0.1", "8080"));
+    Zav::DeviceInfo info;
+    info.protocol = "http";
+    info.port = "8080";
+    info.url = "https://10.0.0.9:1";
+    Environment::UseAddress("10.0.0.1", info);
+    EXPECT_EQ("http://10.0.0.1:8080", info.url);
 }
 
 TEST(EnvironmentDeviceInfoTest, FillDeviceInfoTakesTheFirstEntryOfEachList)
