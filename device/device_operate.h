@@ -28,8 +28,8 @@ PRODUCT_STORAGE_API int CheckContain(std::string text, std::vector<std::string>&
 /// Provisions this node on one array and remembers what it made there, in memory and in the device-information file.
 ///
 /// `key` names the array: its device id. `bool` results are true on success; a failure has been logged and leaves what
-/// was made before it in place, on the array and in the file. Operations call each other through their virtual slots,
-/// so that a derived class can replace any step.
+/// was made before it in place, on the array and in the file. An output that nothing is said of is unchanged after
+/// false. Operations call each other through their virtual slots, so that a derived class can replace any step.
 /// Exceptions: of the SAN library only those that are no std::exception pass; the JSON library's pass from a record
 /// whose members are not texts; the thread library's lock error passes.
 /// Threads: one object, one thread at a time; objects of different arrays may work at once. A CDeviceManager is only
@@ -50,10 +50,11 @@ public:
     virtual bool GetSelfLunGroupInfo(const Zav::SessionInfo& session, std::string& lunGroupId,
                                      std::string& lunGroupName);
 
-    /// Appends the node's FC port names, without "0x". False when it has none.
+    /// Appends the node's FC port names, without "0x". False, with nothing appended, when it has none.
     virtual bool GetFCInitor(std::vector<std::string>& wwpns);
 
-    /// Appends the portal addresses of the node's logged-in iSCSI sessions. False when there is none.
+    /// Appends the portal addresses of the node's logged-in iSCSI sessions. False, with nothing appended, when there is
+    /// none.
     virtual bool GetLoginTargetIP(std::vector<std::string>& ips);
 
     /// Adds the members of the key's record to `info`; a key that `info` holds already keeps its value. True with
@@ -88,6 +89,7 @@ public:
 
     virtual bool GetIscsiInitor(std::string& iqn);
 
+    /// Of SetInitiatorInfo the part that is about iSCSI, and with the same outputs.
     virtual bool SetIscsiInitorInfo(std::string key, CDeviceManager* manager, const std::vector<std::string>& targetIps,
                                     std::string& hostId, std::string& hostName, std::set<std::string>& hostIds,
                                     bool createHost, const boost::shared_ptr<ZavRestApi>& api);
@@ -95,7 +97,8 @@ public:
     virtual bool SetLunGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                  std::string& lunGroupId);
 
-    /// `*handler` belongs to the manager.
+    /// `*handler` belongs to the manager. It is null after false when the manager has none, and unchanged without a
+    /// manager.
     virtual bool GetHandler(CDeviceManager* manager, CHandler** handler, HANDLERTYPE type);
 
     /// Merges `info` into the key's record and rewrites the file. False, with the file untouched, when it is no JSON;
@@ -107,19 +110,25 @@ public:
 
     /// Adds the node's initiators to a host on the array: by FC when a port is online, else by iSCSI. `hostIds`
     /// receives every host that carries one. A host is only ever made under the name that `hostName` came with; where
-    /// an initiator has a host already, `hostName` receives that one's name.
+    /// an initiator has a host already, `hostName` receives that one's name. After false the three outputs tell what
+    /// was found and made until then: `hostId` and `hostIds` so that a host that stands is used and not made again.
     virtual bool SetInitiatorInfo(std::string key, CDeviceManager* manager, const std::vector<std::string>& targetIps,
                                   std::string& hostId, std::string& hostName, std::set<std::string>& hostIds,
                                   bool createHost, const boost::shared_ptr<ZavRestApi>& api);
 
+    /// Of SetInitiatorInfo the part that is about FC, and with the same outputs, but that a host which it makes is in
+    /// `hostId` alone. False when no port is online, too.
     virtual bool SetFCInitorInfo(std::string key, CDeviceManager* manager, std::string& hostId, std::string& hostName,
                                  std::set<std::string>& hostIds, bool createHost,
                                  const boost::shared_ptr<ZavRestApi>& api);
 
+    /// The same for one port name, online or not.
     virtual bool CreateFCInitorOnDev(CDeviceManager* manager, const std::string& wwpn, std::string& hostId,
                                      std::string key, std::string& hostName, std::set<std::string>& hostIds,
                                      bool createHost, const boost::shared_ptr<ZavRestApi>& api);
 
+    /// `hostGroupId` is that of the group also after false, when it was made but did not take all of `hostIds`; it is
+    /// not recorded then.
     virtual bool SetHostGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                   const std::set<std::string>& hostIds, std::string& hostGroupId);
 
@@ -150,6 +159,10 @@ private:
     PRODUCT_STORAGE_LOCAL bool CreateObject(Creation& creation, const std::string& key, CDeviceManager* manager,
                                             const std::string& name,
                                             const std::function<std::string(CHandler&)>& create);
+
+    PRODUCT_STORAGE_LOCAL bool PlaceInitiator(const InitiatorKind& kind, const std::string& key,
+                                              CDeviceManager* manager, const HostChoice& host,
+                                              const std::string& parentId, std::string& goesTo);
 
     template <typename Record>
     PRODUCT_STORAGE_LOCAL bool AttachInitiator(const InitiatorKind& kind, const std::string& key,

@@ -93,6 +93,7 @@ protected:
     DeviceSetOperator();
 
 private:
+    // Both require m_mutex.
     PRODUCT_STORAGE_LOCAL bool InitLockedDeviceSet(const Zav::SessionInfo& session,
                                                    const std::vector<std::string>& storageIps,
                                                    const boost::shared_ptr<ZavRestApi>& api, ZavMapInfo& mapInfo);

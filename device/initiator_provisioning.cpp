@@ -28,26 +28,53 @@ void TakeFoundName(const std::string& given, const std::string& name, std::strin
 /// In which words and by which handler an initiator of one protocol is attached to a host.
 struct DeviceOperate::InitiatorKind {
     std::string_view operation;
-    HANDLERTYPE type;
-    const char* createFailed;
-    bool tellsCause;     ///< the cause follows `createFailed` in the same line, else in one of its own
-    const char* created; ///< after the parent's line; null for none
-    const char* beginAdd;
-    bool
-        joinsGroup; ///< the host that is created or given joins HostChoice::hostIds here, else where the caller says so
+    HANDLERTYPE type = HANDLER_ISCSI_INITIATOR;
+    const char* createFailed = nullptr;
+    bool tellsCause = false;       ///< the cause follows `createFailed` in the same line, else in one of its own
+    const char* created = nullptr; ///< after the parent's line; null for none
+    const char* beginAdd = nullptr;
+    bool joinsGroup = false; ///< the node's host joins the group as soon as the initiator goes to it
 };
 
 /// Which host an initiator goes to that has none yet.
 struct DeviceOperate::HostChoice {
     std::string& hostId;            ///< the host to use; receives the one that is created
     std::string& hostName;          ///< the name to create it with; receives that of a host found on the array
-    std::set<std::string>& hostIds; ///< of the later host group; receives the host that the initiator has already
-    bool create;
+    std::set<std::string>& hostIds; ///< of the later host group
     const boost::shared_ptr<ZavRestApi>& api;
+    bool create = false;
 };
 
-// Creates or fetches the initiator and sees to it that it belongs to a host: the one that it has, the one that is
-// given, or a new one.
+// The one place that decides which host an initiator goes to, and which ids the later host group gets of it:
+//  - one that has a host already stays there. That host joins the group, and is recorded as not ours to delete;
+//  - one without goes to the node's host, made here first when it is to be (`create`). That host joins the group at
+//  once
+//    with iSCSI; with FC when all port names are through (SetInitiatorInfo), because a node whose ports are all offline
+//    is reached by iSCSI, perhaps as another host.
+// False when the host could not be made. `goesTo` is empty for an initiator that stays where it is.
+bool DeviceOperate::PlaceInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
+                                   const HostChoice& host, const std::string& parentId, std::string& goesTo)
+{
+    goesTo.clear();
+    m_deviceMessage.doNotDeleteHost = DeviceWord::DELETE_HOST;
+    if (!parentId.empty()) {
+        host.hostIds.insert(parentId);
+        UpdateConfigFile(key, host.api, parentId, host.hostName);
+        return true;
+    }
+    PS_LOG_AS(kind.operation, 1) << "HOSTNAME: " << host.hostName;
+    if (host.create && !SetHostInfo(key, manager, host.hostName, host.hostId)) {
+        PS_LOG_AS(kind.operation, 1) << "set host failed. device id is :" << key;
+        return false;
+    }
+    if (kind.joinsGroup && !host.hostId.empty()) {
+        host.hostIds.insert(host.hostId);
+    }
+    goesTo = host.hostId;
+    return true;
+}
+
+// Creates or fetches the initiator and sees to it that it belongs to a host.
 template <typename Record>
 bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
                                     const HostChoice& host, Record& initiator)
@@ -71,23 +98,16 @@ bool DeviceOperate::AttachInitiator(const InitiatorKind& kind, const std::string
     if (kind.created != nullptr) {
         PS_LOG_AS(kind.operation, 1) << kind.created;
     }
-    m_deviceMessage.doNotDeleteHost = DeviceWord::DELETE_HOST;
-    if (!initiator.parentId.empty()) {
-        host.hostIds.insert(initiator.parentId);
-        UpdateConfigFile(key, host.api, initiator.parentId, host.hostName);
-        return true;
-    }
-    PS_LOG_AS(kind.operation, 1) << "HOSTNAME: " << host.hostName;
-    if (host.create && !SetHostInfo(key, manager, host.hostName, host.hostId)) {
-        PS_LOG_AS(kind.operation, 1) << "set host failed. device id is :" << key;
+    std::string hostId;
+    if (!PlaceInitiator(kind, key, manager, host, initiator.parentId, hostId)) {
         return false;
     }
-    if (kind.joinsGroup && !host.hostId.empty()) {
-        host.hostIds.insert(host.hostId); // so that the host group holds the node's host
+    if (!initiator.parentId.empty()) {
+        return true;
     }
     PS_LOG_AS(kind.operation, 1) << kind.beginAdd;
     try {
-        dynamic_cast<CInitiatorHandler<Record>&>(*handler).AddToHost(initiator, host.hostId);
+        dynamic_cast<CInitiatorHandler<Record>&>(*handler).AddToHost(initiator, hostId);
     } catch (const std::exception& error) {
         PS_LOG_AS(kind.operation, 1) << "add init to host failed. oLib ex:" << error.what();
         return false;
@@ -110,7 +130,7 @@ bool DeviceOperate::SetInitiatorInfo(std::string key, CDeviceManager* manager,
     bool result = SetFCInitorInfo(key, manager, hostId, hostName, hostIds, createHost, api);
     const bool hasMadeHost = hostId != givenHostId;
     if (!hostId.empty() && (result || hasMadeHost)) {
-        hostIds.insert(hostId);
+        hostIds.insert(hostId); // see PlaceInitiator
     }
     if (result) {
         PS_LOG(1) << "using FC initiator.";
@@ -143,14 +163,16 @@ bool DeviceOperate::SetIscsiInitorInfo(std::string key, CDeviceManager* manager,
     PS_LOG(1) << "get IQN successed.";
     IscsiInitiatorMO initiator;
     initiator.id = iqn;
-    const InitiatorKind kind = {__func__,
-                                HANDLER_ISCSI_INITIATOR,
-                                "create Iscsi initiator failed. oLib ex:",
-                                true,
-                                nullptr,
-                                "begin add initiator.",
-                                true};
-    if (!AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, createHost, api}, initiator)) {
+    InitiatorKind kind;
+    kind.operation = __func__;
+    kind.type = HANDLER_ISCSI_INITIATOR;
+    kind.createFailed = "create Iscsi initiator failed. oLib ex:";
+    kind.tellsCause = true;
+    kind.beginAdd = "begin add initiator.";
+    kind.joinsGroup = true;
+    HostChoice host = {hostId, hostName, hostIds, api};
+    host.create = createHost;
+    if (!AttachInitiator(kind, key, manager, host, initiator)) {
         return false;
     }
     std::string loginName = iqn;
@@ -235,10 +257,13 @@ bool DeviceOperate::CreateFCInitorOnDev(CDeviceManager* manager, const std::stri
     PS_LOG(1) << "begin create FC initiator.";
     FCInitiatorMO initiator;
     initiator.id = wwpn;
-    const InitiatorKind kind = {__func__, HANDLER_FC_INITIATOR,          "create FC initiator failed.",
-                                false,    "create fc initiator finish.", "begin add initiator to host.",
-                                false};
-    // Several port names share the host that is made for the first.
-    const bool mustCreate = createHost && hostId.empty();
-    return AttachInitiator(kind, key, manager, {hostId, hostName, hostIds, mustCreate, api}, initiator);
+    InitiatorKind kind;
+    kind.operation = __func__;
+    kind.type = HANDLER_FC_INITIATOR;
+    kind.createFailed = "create FC initiator failed.";
+    kind.created = "create fc initiator finish.";
+    kind.beginAdd = "begin add initiator to host.";
+    HostChoice host = {hostId, hostName, hostIds, api};
+    host.create = createHost && hostId.empty(); // several port names share the host that is made for the first
+    return AttachInitiator(kind, key, manager, host, initiator);
 }

@@ -28,12 +28,12 @@ std::string CreateNamed(std::string_view operation, const char* kind, CHandler& 
 
 /// One member of the family of creation steps.
 struct DeviceOperate::Creation {
-    std::string_view operation;
-    HANDLERTYPE type;
     const DeviceInfoRecord::Object& object;
-    const char* begin;
-    const char* failed;
-    const char* end;
+    std::string_view operation = {};
+    HANDLERTYPE type = HANDLER_HOST;
+    const char* begin = nullptr;
+    const char* failed = nullptr;
+    const char* end = nullptr;
     bool isRecorded = false; ///< the file holds the new id
 };
 
@@ -85,12 +85,12 @@ bool DeviceOperate::CreateObject(Creation& creation, const std::string& key, CDe
 bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                     std::string& lunGroupId)
 {
-    Creation creation = {__func__,
-                         HANDLER_LUN_GROUP,
-                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::LunGroup),
-                         "begin create lun group.",
-                         "create lun group failed.oLib ex:",
-                         "create lun group finish."};
+    Creation creation = {DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::LunGroup)};
+    creation.operation = __func__;
+    creation.type = HANDLER_LUN_GROUP;
+    creation.begin = "begin create lun group.";
+    creation.failed = "create lun group failed.oLib ex:";
+    creation.end = "create lun group finish.";
     return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
         return lunGroupId = CreateNamed<LunGroupMO>(creation.operation, "LUN group", handler, name);
     });
@@ -98,12 +98,12 @@ bool DeviceOperate::SetLunGroupInfo(std::string key, CDeviceManager* manager, co
 
 bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const std::string& name, std::string& hostId)
 {
-    Creation creation = {__func__,
-                         HANDLER_HOST,
-                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::Host),
-                         "begin create host.",
-                         "create host failed.oLib ex:",
-                         "create host finish."};
+    Creation creation = {DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::Host)};
+    creation.operation = __func__;
+    creation.type = HANDLER_HOST;
+    creation.begin = "begin create host.";
+    creation.failed = "create host failed.oLib ex:";
+    creation.end = "create host finish.";
     const bool isCreated = CreateObject(creation, key, manager, name, [&](CHandler& handler) {
         return hostId = CreateNamed<HostMO>(creation.operation, "host", handler, name);
     });
@@ -119,12 +119,12 @@ bool DeviceOperate::SetHostInfo(std::string key, CDeviceManager* manager, const 
 bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                      const std::set<std::string>& hostIds, std::string& hostGroupId)
 {
-    Creation creation = {__func__,
-                         HANDLER_HOST_GROUP,
-                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::HostGroup),
-                         "begin create host group.",
-                         "create host group failed. oLib ex:",
-                         "create host group finish."};
+    Creation creation = {DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::HostGroup)};
+    creation.operation = __func__;
+    creation.type = HANDLER_HOST_GROUP;
+    creation.begin = "begin create host group.";
+    creation.failed = "create host group failed. oLib ex:";
+    creation.end = "create host group finish.";
     return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
         hostGroupId = CreateNamed<HostGroupMO>(creation.operation, "host group", handler, name);
         for (const std::string& hostId : hostIds) {
@@ -137,12 +137,12 @@ bool DeviceOperate::SetHostGroupInfo(std::string key, CDeviceManager* manager, c
 bool DeviceOperate::SetMapViewInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                    const std::string& firstGroupId, const std::string& secondGroupId)
 {
-    Creation creation = {__func__,
-                         HANDLER_MAPPING_VIEW,
-                         DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::MapView),
-                         "begin create mapview.",
-                         "create mapview failed.oLib ex:",
-                         "create mapview finish."};
+    Creation creation = {DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::MapView)};
+    creation.operation = __func__;
+    creation.type = HANDLER_MAPPING_VIEW;
+    creation.begin = "begin create mapview.";
+    creation.failed = "create mapview failed.oLib ex:";
+    creation.end = "create mapview finish.";
     return CreateObject(creation, key, manager, name, [&](CHandler& handler) {
         std::string mapViewId = CreateNamed<MappingViewMO>(creation.operation, "mapping view", handler, name);
         auto& views = dynamic_cast<CMappingViewHandler&>(handler);
