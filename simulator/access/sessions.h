@@ -66,7 +66,7 @@ public:
     std::vector<Standing> List();
 
 private:
-    SteadyTime ExpireIdle(); // with m_lock held
+    SteadyTime ExpireIdle(); // requires m_lock
     std::optional<Session> UseFitting(const std::function<bool(const Session&)>& fits);
 
     const SessionLimits m_limits;

@@ -56,7 +56,7 @@ public:
     void SetFabric(std::function<std::set<std::string>()> fabric);
 
 private:
-    void Replace(State next);
+    void Replace(State next); // requires m_objectsLock
 
     const Inventory m_inventory;
     const Accounts m_accounts;
