@@ -1,6 +1,6 @@
 #include "simulator/http/acceptor.h"
 
-#include "simulator/http/session.h"
+#include "simulator/http/connection.h"
 
 #include <boost/asio/ip/address.hpp>
 
@@ -57,27 +57,27 @@ Acceptor::~Acceptor() = default;
 
 void Acceptor::Close()
 {
-    std::vector<std::shared_ptr<Session>> sessions; // the last owner of one comes to Forget, which locks
+    std::vector<std::shared_ptr<Connection>> connections; // the last owner of one comes to Forget, which locks
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_isClosed = true;
         m_acceptor.reset();
         m_rest.reset();
-        for (const auto& [address, session] : m_sessions) {
-            sessions.push_back(session.lock()); // null when it is just being destroyed
+        for (const auto& [address, connection] : m_connections) {
+            connections.push_back(connection.lock()); // null when it is just being destroyed
         }
     }
-    for (const std::shared_ptr<Session>& session : sessions) {
-        if (session) {
-            session->End();
+    for (const std::shared_ptr<Connection>& connection : connections) {
+        if (connection) {
+            connection->End();
         }
     }
 }
 
-void Acceptor::Forget(Session& session)
+void Acceptor::Forget(Connection& connection)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    m_sessions.erase(&session);
+    m_connections.erase(&connection);
     if (m_isFull) {
         m_isFull = false;
         AcceptNext();
@@ -89,7 +89,7 @@ void Acceptor::AcceptNext()
     if (m_isClosed) {
         return;
     }
-    if (m_sessions.size() >= m_limits.connections) {
+    if (m_connections.size() >= m_limits.connections) {
         m_isFull = true; // the rest waits in the system's queue
         if (!m_hasToldFull) {
             m_hasToldFull = true;
@@ -105,17 +105,17 @@ void Acceptor::AcceptNext()
 
 void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket socket)
 {
-    std::shared_ptr<Session> session;
+    std::shared_ptr<Connection> connection;
     if (!error) {
-        session = Session::Make(std::move(socket), m_tls ? &*m_tls : nullptr, shared_from_this());
+        connection = Connection::Make(std::move(socket), m_tls ? &*m_tls : nullptr, shared_from_this());
     }
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_isClosed) {
             return;
         }
-        if (session) {
-            m_sessions.emplace(session.get(), session);
+        if (connection) {
+            m_connections.emplace(connection.get(), connection);
         }
         if (error && error != asio::error::connection_aborted) { // no descriptor is left, for one
             m_rest->expires_after(REST_AFTER_FAILURE);
@@ -127,8 +127,8 @@ void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket so
             AcceptNext();
         }
     }
-    if (session) {
-        session->Run();
+    if (connection) {
+        connection->Run();
     }
 }
 

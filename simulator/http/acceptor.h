@@ -19,7 +19,7 @@
 
 namespace ZavSim {
 
-class Session;
+class Connection;
 
 /// How many clients at once and how patient with them.
 struct ServerLimits {
@@ -58,7 +58,7 @@ public:
     Dispatcher& Requests() const noexcept { return m_dispatcher; }
 
     /// Called once by each of its connections when that is gone.
-    void Forget(Session& session);
+    void Forget(Connection& connection);
 
 private:
     void AcceptNext(); // requires m_lock
@@ -74,9 +74,9 @@ private:
     // None once closed: the last connection may be gone later than the threads.
     std::optional<Tcp::acceptor> m_acceptor;         // guarded by m_lock
     std::optional<boost::asio::steady_timer> m_rest; // guarded by m_lock; before another try after a failed accept
-    std::map<Session*, std::weak_ptr<Session>> m_sessions; // guarded by m_lock
-    bool m_isFull = false;                                 // guarded by m_lock; no accept is under way
-    bool m_hasToldFull = false;                            // guarded by m_lock
+    std::map<Connection*, std::weak_ptr<Connection>> m_connections; // guarded by m_lock
+    bool m_isFull = false;                                          // guarded by m_lock; no accept is under way
+    bool m_hasToldFull = false;                                     // guarded by m_lock
 };
 
 } // namespace ZavSim

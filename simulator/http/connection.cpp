@@ -1,4 +1,4 @@
-#include "simulator/http/session.h"
+#include "simulator/http/connection.h"
 
 #include "simulator/http/acceptor.h"
 #include "simulator/http/wire_message.h"
@@ -47,22 +47,22 @@ HttpAnswer RefusalOf(const Error& error)
     return answer;
 }
 
-/// A session over one kind of stream. What it is doing shows in which operation is under way: there is one at a time,
-/// but for the wait of a faulty request, beside which it watches the peer.
+/// A connection over one kind of stream. What it is doing shows in which operation is under way: there is one at a
+/// time, but for the wait of a faulty request, beside which it watches the peer.
 template <typename Stream>
-class StreamSession final : public Session, public std::enable_shared_from_this<StreamSession<Stream>> {
+class StreamConnection final : public Connection, public std::enable_shared_from_this<StreamConnection<Stream>> {
 public:
     template <typename... Arguments>
-    explicit StreamSession(std::shared_ptr<Acceptor> acceptor, Arguments&&... stream)
+    explicit StreamConnection(std::shared_ptr<Acceptor> acceptor, Arguments&&... stream)
         : m_acceptor(std::move(acceptor))
         , m_stream(std::forward<Arguments>(stream)...)
         , m_timer(m_stream.get_executor())
         , m_number(++lastConnection)
     {
     }
-    StreamSession(const StreamSession&) = delete;
-    StreamSession& operator=(const StreamSession&) = delete;
-    ~StreamSession() override { m_acceptor->Forget(*this); }
+    StreamConnection(const StreamConnection&) = delete;
+    StreamConnection& operator=(const StreamConnection&) = delete;
+    ~StreamConnection() override { m_acceptor->Forget(*this); }
 
     void Run() override
     {
@@ -80,12 +80,12 @@ public:
 
 private:
     static constexpr bool IS_TLS = !std::is_same_v<Stream, beast::tcp_stream>;
-    using Then = void (StreamSession::*)(const Error& error);
+    using Then = void (StreamConnection::*)(const Error& error);
 
     beast::tcp_stream& Transport() { return beast::get_lowest_layer(m_stream); }
     const ServerLimits& Limits() const { return m_acceptor->Limits(); }
 
-    /// A completion handler that goes on with `then`, and keeps the session until it does.
+    /// A completion handler that goes on with `then`, and keeps the connection until it does.
     auto Next(Then then)
     {
         return [self = this->shared_from_this(), then](const Error& error, std::size_t = 0) {
@@ -106,7 +106,7 @@ private:
         Transport().socket().set_option(tcp::no_delay(true), error);
         if constexpr (IS_TLS) {
             Transport().expires_after(Limits().transfer);
-            m_stream.async_handshake(asio::ssl::stream_base::server, Next(&StreamSession::OnHandshake));
+            m_stream.async_handshake(asio::ssl::stream_base::server, Next(&StreamConnection::OnHandshake));
         } else {
             AwaitRequest();
         }
@@ -152,7 +152,7 @@ private:
     void ReadHead()
     {
         Transport().expires_after(Limits().transfer);
-        http::async_read_header(m_stream, m_buffer, *m_parser, Next(&StreamSession::OnHead));
+        http::async_read_header(m_stream, m_buffer, *m_parser, Next(&StreamConnection::OnHead));
     }
 
     void OnHead(const Error& error)
@@ -164,7 +164,7 @@ private:
         const auto expectation = m_parser->get()[http::field::expect];
         if (!m_parser->is_done() && beast::iequals(expectation, "100-continue")) {
             static constexpr std::string_view GO_ON = "HTTP/1.1 100 Continue\r\n\r\n";
-            asio::async_write(m_stream, asio::buffer(GO_ON.data(), GO_ON.size()), Next(&StreamSession::ReadBody));
+            asio::async_write(m_stream, asio::buffer(GO_ON.data(), GO_ON.size()), Next(&StreamConnection::ReadBody));
             return;
         }
         ReadBody({});
@@ -176,7 +176,7 @@ private:
             OnRequest(error);
             return;
         }
-        http::async_read(m_stream, m_buffer, *m_parser, Next(&StreamSession::OnRequest));
+        http::async_read(m_stream, m_buffer, *m_parser, Next(&StreamConnection::OnRequest));
     }
 
     void OnRequest(const Error& error)
@@ -221,7 +221,7 @@ private:
         m_isWaiting = true;
         m_timer.expires_at(wait.isEndless ? asio::steady_timer::time_point::max()
                                           : asio::steady_timer::clock_type::now() + wait.limit);
-        m_timer.async_wait(Next(&StreamSession::OnWaited));
+        m_timer.async_wait(Next(&StreamConnection::OnWaited));
         WatchPeer();
     }
 
@@ -274,7 +274,7 @@ private:
         m_response = ToWire(answer, m_request);
         Transport().expires_after(Limits().transfer);
         if (IsPlain(m_delivery)) {
-            http::async_write(m_stream, m_response, Next(&StreamSession::OnSent));
+            http::async_write(m_stream, m_response, Next(&StreamConnection::OnSent));
             return;
         }
         m_bytes = BytesOf(m_response, m_delivery);
@@ -293,7 +293,7 @@ private:
         const asio::const_buffer piece(m_bytes.data() + m_sent, count);
         m_sent += count;
         Transport().expires_after(Limits().transfer);
-        asio::async_write(m_stream, piece, Next(&StreamSession::OnPiece));
+        asio::async_write(m_stream, piece, Next(&StreamConnection::OnPiece));
     }
 
     void OnPiece(const Error& error)
@@ -303,7 +303,7 @@ private:
             return;
         }
         m_timer.expires_after(m_delivery.pieceInterval);
-        m_timer.async_wait(Next(&StreamSession::SendPiece));
+        m_timer.async_wait(Next(&StreamConnection::SendPiece));
     }
 
     void OnSent(const Error& error)
@@ -329,7 +329,7 @@ private:
     {
         Transport().expires_after(GOODBYE);
         if constexpr (IS_TLS) {
-            m_stream.async_shutdown(Next(&StreamSession::CloseTransport));
+            m_stream.async_shutdown(Next(&StreamConnection::CloseTransport));
         } else {
             CloseTransport({});
         }
@@ -341,14 +341,14 @@ private:
         Transport().socket().shutdown(tcp::socket::shutdown_send, error);
         if (!error) {
             m_buffer.clear();
-            Transport().async_read_some(m_buffer.prepare(READ_BYTES), Next(&StreamSession::OnLeftOver));
+            Transport().async_read_some(m_buffer.prepare(READ_BYTES), Next(&StreamConnection::OnLeftOver));
         }
     }
 
     void OnLeftOver(const Error& error)
     {
         if (!error) {
-            Transport().async_read_some(m_buffer.prepare(READ_BYTES), Next(&StreamSession::OnLeftOver));
+            Transport().async_read_some(m_buffer.prepare(READ_BYTES), Next(&StreamConnection::OnLeftOver));
         }
     }
 
@@ -381,13 +381,14 @@ private:
 
 } // namespace
 
-std::shared_ptr<Session> Session::Make(tcp::socket socket, asio::ssl::context* tls, std::shared_ptr<Acceptor> acceptor)
+std::shared_ptr<Connection> Connection::Make(tcp::socket socket, asio::ssl::context* tls,
+                                             std::shared_ptr<Acceptor> acceptor)
 {
     if (tls == nullptr) {
-        return std::make_shared<StreamSession<beast::tcp_stream>>(std::move(acceptor), std::move(socket));
+        return std::make_shared<StreamConnection<beast::tcp_stream>>(std::move(acceptor), std::move(socket));
     }
-    return std::make_shared<StreamSession<beast::ssl_stream<beast::tcp_stream>>>(std::move(acceptor), std::move(socket),
-                                                                                 *tls);
+    return std::make_shared<StreamConnection<beast::ssl_stream<beast::tcp_stream>>>(std::move(acceptor),
+                                                                                    std::move(socket), *tls);
 }
 
 } // namespace ZavSim
