@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 namespace ZavSim {

@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+
 namespace ZavSimTest {
 namespace {
 

@@ -10,6 +10,8 @@
 
 #include <sys/stat.h>
 
+#include <filesystem>
+
 namespace ZavSim {
 namespace {
 
