@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace Framework {
 
@@ -138,6 +139,8 @@ void Transfer::SetRequest()
         curl_easy_setopt(m_curl, CURLOPT_NOBODY, 1L);
     }
     curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, method.c_str());
+    curl_easy_setopt(m_curl, CURLOPT_PREREQFUNCTION, &Transfer::OnSend);
+    curl_easy_setopt(m_curl, CURLOPT_PREREQDATA, this);
 }
 
 bool Transfer::SetHeaders()
@@ -176,6 +179,27 @@ void Transfer::SetAnswer()
     curl_easy_setopt(m_curl, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
     curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, this);
+}
+
+int Transfer::OnSend(void* transfer, char* /*peer*/, char* /*local*/, int /*peerPort*/, int /*localPort*/) noexcept
+{
+    return static_cast<Transfer*>(transfer)->MaySend() ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+// libcurl sends again when a connection that was kept breaks before an answer. The server may have done what the first
+// sending asked for, so that only what changes nothing is sent again.
+bool Transfer::MaySend()
+{
+    const bool isFirst = !std::exchange(m_isSent, true);
+    if (isFirst || m_request.method == "GET" || m_request.method == "HEAD") {
+        return true;
+    }
+    try {
+        m_refusal = "the connection broke before an answer, and a " + m_request.method + " is not sent twice";
+    } catch (const std::exception&) {
+        m_refusal.clear(); // out of memory: libcurl's own words must do
+    }
+    return false;
 }
 
 std::size_t Transfer::OnHeadLine(char* bytes, std::size_t unit, std::size_t count, void* transfer) noexcept

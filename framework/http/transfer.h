@@ -36,8 +36,10 @@ private:
     std::string WhyItFailed(CURLcode code) const;
     std::string RequestText() const;
 
+    bool MaySend();
     std::size_t TakeHeadLine(const char* bytes, std::size_t size);
     std::size_t TakeBody(const char* bytes, std::size_t size);
+    static int OnSend(void* transfer, char* peer, char* local, int peerPort, int localPort) noexcept;
     static std::size_t OnHeadLine(char* bytes, std::size_t unit, std::size_t count, void* transfer) noexcept;
     static std::size_t OnBody(char* bytes, std::size_t unit, std::size_t count, void* transfer) noexcept;
 
@@ -46,7 +48,8 @@ private:
     HttpResponse& m_response;
     CurlList m_headers;
     std::size_t m_headSize = 0;
-    std::string m_refusal; ///< why this client itself stopped taking the answer
+    bool m_isSent = false;
+    std::string m_refusal; ///< why this client itself ended the exchange
     std::array<char, CURL_ERROR_SIZE> m_error = {};
     const CurlHandle m_owner; ///< last, because it points to the others
     CURL* const m_curl;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,42 @@ protected:
         return position == std::string::npos ? sent : sent.replace(position, host.size(), "Host: HOST");
     }
 };
+
+/// Answers the first request of a connection and breaks it at the second.
+void AnswerOnce(int socket, std::vector<std::string>& requests)
+{
+    requests.push_back(ReadRequest(socket));
+    SendText(socket, "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+    requests.push_back(ReadRequest(socket));
+}
+
+TEST_F(HttpRequestTest, WhatMayChangeSomethingIsSentOnceWhenItsConnectionBreaks)
+{
+    for (const std::string method : {"POST", "PUT", "DELETE", "GET"}) {
+        std::vector<std::string> requests;
+        auto server = std::make_unique<RawServer>([&](int socket) { AnswerOnce(socket, requests); });
+        const std::string url = server->Url("/second");
+        auto client = QEN::IHttpClient::CreateClient();
+        EXPECT_TRUE(client->SendRequest(Request("GET", server->Url("/first")), 20)->IsSuccess());
+        const auto response = client->SendRequest(Request(method, url), 20);
+        client.reset();
+        server.reset();
+        const auto sent = std::count_if(requests.begin(), requests.end(), [](const std::string& request) {
+            return request.find("/second") != std::string::npos;
+        });
+        if (method == "GET") {
+            EXPECT_TRUE(response->IsSuccess()) << "it changes nothing, and is sent again";
+            EXPECT_EQ(2, sent);
+        } else {
+            EXPECT_FALSE(response->IsSuccess());
+            EXPECT_EQ(1, sent) << method;
+            EXPECT_EQ(method + " " + url + " failed: the connection broke before an answer, and a " + method +
+                          " is not sent twice",
+                      response->GetErrorText());
+            EXPECT_NE(0, response->IsNetworkError());
+        }
+    }
+}
 
 TEST_F(HttpRequestTest, GetSendsNothingThatWasNotAskedFor)
 {
