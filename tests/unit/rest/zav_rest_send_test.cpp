@@ -225,7 +225,7 @@ public:
 
 private:
     const std::string m_text;
-    const std::set<std::string> m_cookies;
+    const std::set<std::string> m_cookies{};
 };
 
 class RespondingClient : public QEN::IHttpClient {
