@@ -77,11 +77,15 @@ std::pair<std::uint64_t, std::uint64_t> ParseRange(const std::string& range)
     return {*begin, *end};
 }
 
-Json::Value QueryLunPage(const ResourceCall& call)
+std::pair<std::uint64_t, std::uint64_t> PageOf(const ResourceCall& call)
 {
     const std::string range = call.parameters.Get("range");
-    const auto [begin, end] =
-        range.empty() ? std::pair<std::uint64_t, std::uint64_t>(0, STANDARD_PAGE) : ParseRange(range);
+    return range.empty() ? std::pair<std::uint64_t, std::uint64_t>(0, STANDARD_PAGE) : ParseRange(range);
+}
+
+Json::Value QueryLunPage(const ResourceCall& call)
+{
+    const auto [begin, end] = PageOf(call);
     const auto luns =
         call.array.Look([first = begin, last = end](const State& state) { return state.LunsAt(first, last); });
     Json::Value list(Json::arrayValue);
@@ -89,6 +93,24 @@ Json::Value QueryLunPage(const ResourceCall& call)
         list.append(call.array.GetInventory().LunRecord(lun));
     }
     return list;
+}
+
+/// A page of the objects of a kind that clients make.
+Json::Value QueryPage(const ResourceCall& call)
+{
+    const Kind kind = KindOf(call);
+    const auto [begin, end] = PageOf(call);
+    return call.array.Look([&, first = begin, last = end](const State& state) {
+        Json::Value list(Json::arrayValue);
+        std::uint64_t place = 0;
+        for (const auto& object : state.ObjectsOf(kind)) {
+            if (place >= first && place < last) {
+                list.append(RecordOf(state, call.array.GetInventory(), kind, object.first));
+            }
+            ++place;
+        }
+        return list;
+    });
 }
 
 Json::Value QueryOne(const ResourceCall& call)
@@ -226,6 +248,7 @@ constexpr Resource RESOURCES[] = {
     {"GET", "lun/count", &CountLuns},
     {"GET", "iscsi_initiator", &QueryInitiators},
     {"GET", "fc_initiator", &QueryInitiators},
+    {"GET", "<kind>", &QueryPage},
     {"GET", "<kind>/associate", &QueryMembers},
     {"GET", "<kind>/<id>", &QueryOne},
     {"POST", "host/associate", &Join<Kind::HostGroup>},

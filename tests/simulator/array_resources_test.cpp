@@ -107,6 +107,23 @@ TEST_F(ArrayResourcesTest, LunPageEndsBeforeTheUpperBound)
     EXPECT_EQ(40U, client->Get("lun").Data().size()) << "the first hundred without a range";
 }
 
+TEST_F(ArrayResourcesTest, WhatClientsMadeIsListedByPages)
+{
+    EXPECT_EQ(0U, client->Get("host").json["data"].size());
+    EXPECT_TRUE(client->Get("host").json["data"].isArray());
+    for (const char* const name : {"a", "b", "c"}) {
+        client->Post("host", std::string(R"({"NAME":")") + name + R"("})");
+        client->Post("mappingview", std::string(R"({"NAME":")") + name + R"("})");
+    }
+    const Json::Value page = client->Get("host?range=[1-100]").json["data"];
+    ASSERT_EQ(2U, page.size());
+    EXPECT_EQ("b", page[0]["NAME"].asString());
+    EXPECT_EQ("3", page[1]["ID"].asString());
+    EXPECT_EQ(1U, client->Get("mappingview?range=[0-1]").json["data"].size());
+    EXPECT_EQ(0U, client->Get("lungroup?range=[5-9]").json["data"].size());
+    EXPECT_CODE(Code::ParameterBad, client->Get("host?range=5-9"));
+}
+
 TEST_F(ArrayResourcesTest, LunPageWithABadRangeIsRefused)
 {
     for (const char* const range : {"0-3", "[3-0]", "[0-3", "[a-b]", "[0]", "[0-1-2]", "[-1-3]", "[]"}) {
@@ -345,7 +362,7 @@ TEST_F(ArrayResourcesTest, WhatTheArrayDoesNotHaveIsRefusedInTheEnvelope)
     const std::pair<const char*, const char*> calls[] = {
         {"GET", "disk"},     {"GET", "lun/1/2"},  {"PUT", "host/1"},
         {"DELETE", "lun/1"}, {"POST", "lun"},     {"DELETE", "fc_initiator/2100000000000001"},
-        {"GET", "host"},     {"GET", ""},         {"DELETE", "snapshot/1"},
+        {"GET", "host/1/2"}, {"GET", ""},         {"DELETE", "snapshot/1"},
         {"POST", "host/1"},  {"GET", "sessions"},
     };
     for (const auto& [method, resource] : calls) {
