@@ -11,7 +11,9 @@ namespace Framework {
 
 namespace {
 
-constexpr unsigned int TIMEOUT_SECONDS = 90;
+constexpr Json::Int64 SYSTEM_BUSY = 1077949006;
+constexpr int TOO_MANY_REQUESTS = 429;
+constexpr int SERVER_FAILURES = 500; // these and all above
 
 /// A request that wipes its headers, the session's secrets, when it is released.
 struct SessionRequest : TMSHttpRequest {
@@ -40,7 +42,7 @@ std::string ToJson(const ArraySession::Members& members)
 
 [[noreturn]] void ThrowMalformed(const std::string& what)
 {
-    throw ArrayError(what + " failed: the array's answer is not of the form that it should have");
+    throw ArrayUnsettled(what + " failed: the array's answer is not of the form that it should have");
 }
 
 // The "data" of the envelope {"data":…, "error":{"code":…, "description":…}}.
@@ -55,8 +57,12 @@ Json::Value Unwrap(const std::string& what, const std::string& body)
     const Json::Int64 code = root["error"]["code"].asInt64();
     if (code != 0) {
         const Json::Value& description = root["error"]["description"];
-        throw ArrayRefusal(what + " failed: the array answered with error " + std::to_string(code) + ": " +
-                           (description.isString() ? description.asString() : "no description"));
+        const std::string text = what + " failed: the array answered with error " + std::to_string(code) + ": " +
+                                 (description.isString() ? description.asString() : "no description");
+        if (code == SYSTEM_BUSY) {
+            throw ArrayUnsettled(text);
+        }
+        throw ArrayRefusal(text);
     }
     return root["data"];
 }
@@ -98,6 +104,7 @@ void ArraySession::Attach(const std::string& server, const std::string& deviceId
 {
     Detach();
     m_client = QEN::IHttpClient::CreateClient();
+    m_deviceId = deviceId;
     m_baseUrl = server + "/deviceManager/rest/" + PercentEncode(deviceId) + "/";
     m_token = token;
     m_cookie = cookie;
@@ -115,13 +122,20 @@ Json::Value ArraySession::Call(const std::string& what, const std::string& metho
     request.headers.emplace("Cookie", m_cookie);
     request.headers.emplace("iBaseToken", m_token);
     request.body = body.empty() ? std::string() : ToJson(body);
-    const boost::shared_ptr<QEN::IHttpResponse> response = m_client->SendRequest(request, TIMEOUT_SECONDS);
+    const boost::shared_ptr<QEN::IHttpResponse> response = m_client->SendRequest(request, m_timeoutSeconds);
     if (response == nullptr) {
         throw ArrayError(what + " failed: no request can be sent");
     }
+    if (response->IsNetworkError() != 0) {
+        throw ArrayUnsettled(what + " failed: " + response->GetErrorText());
+    }
     if (!response->IsSuccess()) {
-        throw ArrayError(what + " failed: " +
-                         (response->IsNetworkError() != 0 ? response->GetErrorText() : response->GetHttpStatusText()));
+        const int status = response->GetHttpStatusCode();
+        const std::string text = what + " failed: " + response->GetHttpStatusText();
+        if (status == TOO_MANY_REQUESTS || status >= SERVER_FAILURES) {
+            throw ArrayUnsettled(text); // of a proxy's 502 or 504 nobody knows what the array did
+        }
+        throw ArrayError(text);
     }
     try {
         return Unwrap(what, response->GetBody());

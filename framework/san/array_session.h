@@ -17,8 +17,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The array itself answered, and refused.
+/// The array itself answered, and refused: nothing was done.
 class ArrayRefusal : public ArrayError {
+public:
+    using ArrayError::ArrayError;
+};
+
+/// Nothing is settled yet: the array is busy, or gave no answer that can be read and may have done what it was asked.
+/// Worth another try, once it is known what stands.
+class ArrayUnsettled : public ArrayError {
 public:
     using ArrayError::ArrayError;
 };
@@ -28,6 +35,8 @@ public:
 class ArraySession {
 public:
     /// The members of a request's JSON body, all texts.
+    static constexpr unsigned int STANDARD_TIMEOUT_SECONDS = 90;
+
     using Members = std::map<std::string, std::string>;
 
     ArraySession() = default;
@@ -39,17 +48,25 @@ public:
     void Attach(const std::string& server, const std::string& deviceId, const std::string& token,
                 const std::string& cookie);
 
+    const std::string& DeviceId() const noexcept { return m_deviceId; }
+
+    /// How long a request of Call may take from now on.
+    void LimitTo(unsigned int seconds) noexcept { m_timeoutSeconds = seconds; }
+
     /// Wipes what Attach was given; calls fail again.
     void Detach() noexcept;
 
     /// Sends one request and returns the "data" of its answer, null when there is none. `resource` is what follows the
     /// device's part of the URL. `what` names operation and object, as in `create host "node1"`. No body is sent when
-    /// `body` is empty. Throws ArrayError, and ArrayRefusal where the array's envelope says so.
+    /// `body` is empty. Throws ArrayRefusal where the array's envelope says so, ArrayUnsettled, and ArrayError for an
+    /// HTTP status that is neither.
     Json::Value Call(const std::string& what, const std::string& method, const std::string& resource,
                      const Members& body = {});
 
 private:
     boost::shared_ptr<QEN::IHttpClient> m_client;
+    std::string m_deviceId;
+    unsigned int m_timeoutSeconds = STANDARD_TIMEOUT_SECONDS;
     std::string m_baseUrl; // up to the resource; empty before Attach
     std::string m_token;
     std::string m_cookie;

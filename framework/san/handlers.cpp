@@ -1,5 +1,11 @@
 #include "framework/san/handlers.h"
 
+#include "framework/san/settle.h"
+#include "framework/support/log_line.h"
+
+#include <algorithm>
+#include <exception>
+
 namespace Framework {
 
 namespace {
@@ -26,7 +32,7 @@ std::string Id(const std::string& what, const Json::Value& data)
 {
     std::string id = Text(data, "ID");
     if (id.empty()) {
-        throw ArrayError(what + " failed: the array's answer names no id");
+        throw ArrayUnsettled(what + " failed: the array's answer names no id");
     }
     return id;
 }
@@ -53,14 +59,86 @@ Record ToInitiator(const std::string& what, const Json::Value& data)
     return record;
 }
 
+// Whether the container has the member, as the array lists it.
+bool HasMember(ArraySession& session, const ObjectKind& container, const std::string& containerId,
+               const ObjectKind& member, const std::string& memberId)
+{
+    const Json::Value list =
+        session.Call(Named("list members of", container, containerId), "GET",
+                     std::string(member.resource) + "/associate?TYPE=" + member.type +
+                         "&ASSOCIATEOBJTYPE=" + container.type + "&ASSOCIATEOBJID=" + PercentEncode(containerId));
+    return std::any_of(list.begin(), list.end(), [&](const Json::Value& each) { return Text(each, "ID") == memberId; });
+}
+
+// Settles an association, whose `send` returns nothing.
+template <typename Send, typename IsThere>
+void Associate(ArraySession& session, const Send& send, const IsThere& isThere)
+{
+    struct Nothing {};
+    Settle(
+        session, AfterRefusal::Look,
+        [&send] {
+            send();
+            return Nothing();
+        },
+        [&isThere] { return isThere() ? std::optional(Nothing()) : std::nullopt; });
+}
+
+// A journal that cannot be kept does not stop provisioning, as a record that cannot be written does not.
+template <typename Note>
+void Enter(const Note& note)
+{
+    try {
+        note();
+    } catch (const std::exception& error) {
+        FRAMEWORK_LOG(Warning) << "The journal of what is made on arrays is not kept: " << error.what();
+    }
+}
+
 } // namespace
 
 template <typename Record, typename Base>
 Record NamedHandler<Record, Base>::Create(const Record& record)
 {
     const std::string what = Named("create", m_kind, record.name);
-    return ToNamed<Record>(
-        what, m_session.Call(what, "POST", m_kind.resource, {{"NAME", record.name}, {"TYPE", m_kind.type}}));
+    OpenFramework::JournalEntry entry = {m_session.DeviceId(), m_kind.name, record.name, {}};
+    Enter([&] { m_journal.Intend(entry); });
+    const auto send = [&] {
+        return ToNamed<Record>(
+            what, m_session.Call(what, "POST", m_kind.resource, {{"NAME", record.name}, {"TYPE", m_kind.type}}));
+    };
+    try {
+        const auto made = Settle(m_session, AfterRefusal::GiveUp, send, [&] { return Find(record.name); });
+        entry.id = made.id;
+        Enter([&] { m_journal.Made(entry); });
+        return made;
+    } catch (const ArrayUnsettled&) {
+        throw; // it may be there: the intent stands
+    } catch (const ArrayError&) {
+        Enter([&] { m_journal.Drop(entry); });
+        throw;
+    }
+}
+
+// The object of that name, in the array's list of the kind, page by page.
+template <typename Record, typename Base>
+std::optional<Record> NamedHandler<Record, Base>::Find(const std::string& name)
+{
+    constexpr std::size_t PAGE = 100;
+    const std::string what = Named("look for", m_kind, name);
+    for (std::size_t begin = 0;; begin += PAGE) {
+        const Json::Value page = m_session.Call(what, "GET",
+                                                std::string(m_kind.resource) + "?range=[" + std::to_string(begin) +
+                                                    "-" + std::to_string(begin + PAGE) + "]");
+        for (const Json::Value& each : page) {
+            if (Text(each, "NAME") == name) {
+                return ToNamed<Record>(what, each);
+            }
+        }
+        if (page.size() < PAGE) {
+            return std::nullopt;
+        }
+    }
 }
 
 template <typename Record, typename Base>
@@ -72,21 +150,29 @@ Record NamedHandler<Record, Base>::Query(const std::string& id)
 
 void HostGroupHandler::AddHost(const std::string& hostId, const std::string& hostGroupId)
 {
-    Session().Call("add host " + Quoted(hostId) + " to host group " + Quoted(hostGroupId), "POST", "host/associate",
-                   {{"TYPE", Kind::HOST_GROUP.type},
-                    {"ID", hostGroupId},
-                    {"ASSOCIATEOBJTYPE", Kind::HOST.type},
-                    {"ASSOCIATEOBJID", hostId}});
+    const std::string what = "add host " + Quoted(hostId) + " to host group " + Quoted(hostGroupId);
+    const auto send = [&] {
+        Session().Call(what, "POST", "host/associate",
+                       {{"TYPE", Kind::HOST_GROUP.type},
+                        {"ID", hostGroupId},
+                        {"ASSOCIATEOBJTYPE", Kind::HOST.type},
+                        {"ASSOCIATEOBJID", hostId}});
+    };
+    Associate(Session(), send, [&] { return HasMember(Session(), Kind::HOST_GROUP, hostGroupId, Kind::HOST, hostId); });
 }
 
 void MappingViewHandler::Add(const ObjectKind& memberKind, const std::string& mapViewId, const std::string& memberId)
 {
-    Session().Call(Named("add", memberKind, memberId) + " to mapping view " + Quoted(mapViewId), "PUT",
-                   "mappingview/CREATE_ASSOCIATE",
-                   {{"TYPE", Kind::MAPPING_VIEW.type},
-                    {"ID", mapViewId},
-                    {"ASSOCIATEOBJTYPE", memberKind.type},
-                    {"ASSOCIATEOBJID", memberId}});
+    const std::string what = Named("add", memberKind, memberId) + " to mapping view " + Quoted(mapViewId);
+    const auto send = [&] {
+        Session().Call(what, "PUT", "mappingview/CREATE_ASSOCIATE",
+                       {{"TYPE", Kind::MAPPING_VIEW.type},
+                        {"ID", mapViewId},
+                        {"ASSOCIATEOBJTYPE", memberKind.type},
+                        {"ASSOCIATEOBJID", memberId}});
+    };
+    Associate(Session(), send,
+              [&] { return HasMember(Session(), Kind::MAPPING_VIEW, mapViewId, memberKind, memberId); });
 }
 
 void MappingViewHandler::AddHostGroup(const std::string& mapViewId, const std::string& hostGroupId)
@@ -103,16 +189,21 @@ template <typename Record>
 Record InitiatorHandler<Record>::Create(const Record& record)
 {
     const std::string what = Named("create", m_kind, record.id);
-    try {
+    const auto send = [&] {
         return ToInitiator<Record>(
             what, m_session.Call(what, "POST", m_kind.resource, {{"ID", record.id}, {"TYPE", m_kind.type}}));
+    };
+    return Settle(m_session, AfterRefusal::Look, send, [&] { return Find(record.id); });
+}
+
+// None where the array refuses to tell of it: that is how it says that it is not there.
+template <typename Record>
+std::optional<Record> InitiatorHandler<Record>::Find(const std::string& id)
+{
+    try {
+        return Query(id);
     } catch (const ArrayRefusal&) {
-        try {
-            return Query(record.id);
-        } catch (const ArrayError&) {
-            // It is not there either: what counts is why it could not be created.
-        }
-        throw;
+        return std::nullopt;
     }
 }
 
@@ -126,9 +217,16 @@ Record InitiatorHandler<Record>::Query(const std::string& id)
 template <typename Record>
 void InitiatorHandler<Record>::AddToHost(const Record& initiator, const std::string& hostId)
 {
-    m_session.Call(
-        Named("add", m_kind, initiator.id) + " to host " + Quoted(hostId), "PUT", m_addResource,
-        {{"TYPE", m_kind.type}, {"ID", initiator.id}, {"PARENTTYPE", Kind::HOST.type}, {"PARENTID", hostId}});
+    const std::string what = Named("add", m_kind, initiator.id) + " to host " + Quoted(hostId);
+    const auto send = [&] {
+        m_session.Call(
+            what, "PUT", m_addResource,
+            {{"TYPE", m_kind.type}, {"ID", initiator.id}, {"PARENTTYPE", Kind::HOST.type}, {"PARENTID", hostId}});
+    };
+    Associate(m_session, send, [&] {
+        const std::optional<Record> known = Find(initiator.id);
+        return known && known->parentId == hostId;
+    });
 }
 
 template class NamedHandler<LunGroupMO, CLunGroupHandler>;

@@ -2,7 +2,10 @@
 #define PRODUCT_STORAGE_FRAMEWORK_SAN_HANDLERS_H
 
 #include "common/framework/san_manager.h"
+#include "framework/public/san_journal.h"
 #include "framework/san/array_session.h"
+
+#include <optional>
 
 namespace Framework {
 
@@ -15,7 +18,8 @@ struct ObjectKind {
 
 /// The handlers of an array's objects. All use the session of their manager, which outlives them.
 
-/// A kind of object that is created by its name. `Base` is the handler's interface for `Record`.
+/// A kind of object that is created by its name, which is unique among its kind. Each goes through the journal. `Base`
+/// is the handler's interface for `Record`.
 template <typename Record, typename Base>
 class NamedHandler : public Base {
 public:
@@ -31,8 +35,11 @@ protected:
     ArraySession& Session() { return m_session; }
 
 private:
+    std::optional<Record> Find(const std::string& name);
+
     ArraySession& m_session;
     const ObjectKind m_kind;
+    const OpenFramework::SanJournal m_journal{OpenFramework::SanJournal::StandardPath()};
 };
 
 using LunGroupHandler = NamedHandler<LunGroupMO, CLunGroupHandler>;
@@ -69,6 +76,8 @@ public:
     void AddToHost(const Record& initiator, const std::string& hostId) override;
 
 private:
+    std::optional<Record> Find(const std::string& id);
+
     ArraySession& m_session;
     const ObjectKind m_kind;
     const char* const m_addResource;

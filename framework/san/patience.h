@@ -1,0 +1,27 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_SAN_PATIENCE_H
+#define PRODUCT_STORAGE_FRAMEWORK_SAN_PATIENCE_H
+
+#include <chrono>
+#include <cstddef>
+
+namespace Framework {
+
+/// How long an operation whose outcome is in doubt is gone on with: four tries, with growing pauses of up to half more
+/// or less, and a minute in all from the first failure.
+class Patience {
+public:
+    /// Waits before the next try; false, without a wait, when there is to be none. Ended by an interruption of the
+    /// thread, as boost::thread_interrupted.
+    bool Wait();
+
+    /// What is left of the minute, rounded up to whole seconds; all of it before the first Wait.
+    unsigned int SecondsLeft() const;
+
+private:
+    std::size_t m_tries = 1;
+    std::chrono::steady_clock::time_point m_end = std::chrono::steady_clock::time_point::max();
+};
+
+} // namespace Framework
+
+#endif
