@@ -175,6 +175,12 @@ SYSTEM_CALL void explicit_bzero(void* bytes, std::size_t size) noexcept
     real(bytes, size);
 }
 
+// What code that is built with checked copies calls in its place.
+SYSTEM_CALL void __explicit_bzero_chk(void* bytes, std::size_t size, std::size_t /*room*/) noexcept
+{
+    explicit_bzero(bytes, size);
+}
+
 boost::chrono::steady_clock::time_point boost::chrono::steady_clock::now() BOOST_NOEXCEPT
 {
     if (SystemCalls* const calls = SystemCalls::Active()) {
