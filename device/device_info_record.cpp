@@ -1,5 +1,6 @@
 #include "device/device_info_record.h"
 
+#include "base/descriptor.h"
 #include "base/files.h"
 #include "common/device_keys.h"
 #include "common/framework/product_root.h"
@@ -11,15 +12,18 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <algorithm>
+#include <limits>
 
 namespace {
 
 const std::string LOG_MODULE = "DeviceSetOperator"; // not this room's own name: all device code logs as one module
 
-constexpr unsigned int NEW_FILE_MODE = 0666; // less the process's mask
+constexpr unsigned int NEW_FILE_MODE = 0640; // less the process's mask
 
 std::string ProgramPath(std::string_view operation)
 {
@@ -146,9 +150,12 @@ std::string FileOf(std::string_view operation, const std::string& key)
 void ReadLines(const std::string& path, std::string& content)
 {
     content.clear();
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
-        content += line;
+    // Without waiting for a writer of a pipe; and what is no regular file has no lines.
+    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
+        Base::ReadToEnd(file.Get(), std::numeric_limits<std::size_t>::max(), content); // as far as it can be read
+        content.erase(std::remove(content.begin(), content.end(), '\n'), content.end());
     }
     if (content.empty()) {
         content = "{}";

@@ -1,6 +1,7 @@
 #include "device/device_set_operator.h"
 
 #include "base/caught_text.h"
+#include "base/printable_text.h"
 #include "common/device_keys.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/framework/san_manager.h"
@@ -8,6 +9,7 @@
 #include "common/secret_session.h"
 #include "device/device_info_record.h"
 #include "device/device_operate.h"
+#include "device/provisioning_lock.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/lexical_cast/try_lexical_convert.hpp>
@@ -15,6 +17,7 @@
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 
@@ -52,6 +55,17 @@ void TellFailure(std::string_view operation, const char* failure, const std::str
     if (!cause.empty()) {
         PS_LOG_AS(operation, 4) << "The cause: " << cause;
     }
+}
+
+// It names the record's file, and comes from the array.
+bool IsUsableDeviceId(const std::string& deviceId)
+{
+    constexpr std::size_t MOST_BYTES = 200;
+    const auto isBad = [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return character == '/' || byte < 0x20 || byte == 0x7f;
+    };
+    return !deviceId.empty() && deviceId.size() <= MOST_BYTES && std::none_of(deviceId.begin(), deviceId.end(), isBad);
 }
 
 // True, with `id` set and told, when the record holds the group. `position` is left at what was looked up.
@@ -94,8 +108,17 @@ bool DeviceSetOperator::InitDeviceSet(const Zav::SessionInfo& session, const std
 {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
     PS_LOG(1) << "begin init device set.";
+    if (!IsUsableDeviceId(session.deviceId)) {
+        PS_LOG(4) << "The array's device id cannot name a file. It has " << session.deviceId.size()
+                  << " bytes: " << Base::Printable(session.deviceId);
+        return false;
+    }
+    ProvisioningLock lock;
     std::string cause;
-    const bool isReady = Attempt(cause, [&] { return InitLockedDeviceSet(session, storageIps, api, mapInfo); });
+    const bool isReady = Attempt(cause, [&] {
+        return lock.Acquire("InitDeviceSet", DeviceInfoRecord::FileOf("Acquire", session.deviceId)) &&
+               InitLockedDeviceSet(session, storageIps, api, mapInfo);
+    });
     if (!cause.empty()) {
         TellFailure(__func__, "init device failed!", cause);
     }

@@ -1,0 +1,44 @@
+#include "device/provisioning_lock.h"
+
+#include "common/log.h"
+#include "common/time_source.h"
+
+#include <exception>
+
+namespace {
+
+const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
+
+constexpr boost::chrono::seconds PAUSE(1);
+constexpr boost::chrono::minutes LONGEST_WAIT(10);
+
+} // namespace
+
+std::string ProvisioningLock::FileBeside(const std::string& recordPath)
+{
+    return recordPath.substr(0, recordPath.rfind('/') + 1) + ".device-info.lock";
+}
+
+bool ProvisioningLock::Acquire(std::string_view operation, const std::string& recordPath)
+{
+    const std::string path = FileBeside(recordPath);
+    try {
+        m_lock.emplace(path);
+        if (m_lock->TryLock()) {
+            return true;
+        }
+        PS_LOG_AS(operation, 2) << "Another process prepares this node or cleans up. Waiting for " << path;
+        const auto end = TimeSource::SteadyNow() + LONGEST_WAIT;
+        while (TimeSource::SteadyNow() < end) {
+            TimeSource::SleepFor(PAUSE);
+            if (m_lock->TryLock()) {
+                return true;
+            }
+        }
+        PS_LOG_AS(operation, 4) << "Another process held " << path << " for ten minutes.";
+        return false;
+    } catch (const std::exception& error) {
+        PS_LOG_AS(operation, 3) << "Other processes are not kept out: " << error.what();
+        return true;
+    }
+}
