@@ -1,5 +1,6 @@
 #include "framework/san/array_session.h"
 
+#include "base/percent_encoding.h"
 #include "base/secret.h"
 
 #include <json/reader.h>
@@ -69,24 +70,6 @@ Json::Value Unwrap(const std::string& what, const std::string& body)
 
 } // namespace
 
-std::string PercentEncode(const std::string& text)
-{
-    constexpr char DIGITS[] = "0123456789ABCDEF";
-    constexpr std::string_view PLAIN = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~";
-    std::string encoded;
-    for (const char character : text) {
-        if (PLAIN.find(character) != std::string_view::npos) {
-            encoded += character;
-        } else {
-            const auto byte = static_cast<unsigned char>(character);
-            encoded += '%';
-            encoded += DIGITS[byte >> 4];
-            encoded += DIGITS[byte & 0xF];
-        }
-    }
-    return encoded;
-}
-
 ArraySession::~ArraySession()
 {
     Detach();
@@ -105,7 +88,7 @@ void ArraySession::Attach(const std::string& server, const std::string& deviceId
     Detach();
     m_client = QEN::IHttpClient::CreateClient();
     m_deviceId = deviceId;
-    m_baseUrl = server + "/deviceManager/rest/" + PercentEncode(deviceId) + "/";
+    m_baseUrl = server + "/deviceManager/rest/" + Base::PercentEncode(deviceId) + "/";
     m_token = token;
     m_cookie = cookie;
 }

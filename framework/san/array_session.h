@@ -72,9 +72,6 @@ private:
     std::string m_cookie;
 };
 
-/// `text` as one segment of a URL's path: each byte but letters, digits and "-._~" as '%' and two digits.
-std::string PercentEncode(const std::string& text);
-
 } // namespace Framework
 
 #endif

@@ -1,5 +1,6 @@
 #include "framework/san/handlers.h"
 
+#include "base/percent_encoding.h"
 #include "framework/san/settle.h"
 #include "framework/support/log_line.h"
 
@@ -39,7 +40,7 @@ std::string Id(const std::string& what, const Json::Value& data)
 
 Json::Value Get(ArraySession& session, const std::string& what, const ObjectKind& kind, const std::string& id)
 {
-    return session.Call(what, "GET", std::string(kind.resource) + "/" + PercentEncode(id));
+    return session.Call(what, "GET", std::string(kind.resource) + "/" + Base::PercentEncode(id));
 }
 
 template <typename Record>
@@ -66,7 +67,7 @@ bool HasMember(ArraySession& session, const ObjectKind& container, const std::st
     const Json::Value list =
         session.Call(Named("list members of", container, containerId), "GET",
                      std::string(member.resource) + "/associate?TYPE=" + member.type +
-                         "&ASSOCIATEOBJTYPE=" + container.type + "&ASSOCIATEOBJID=" + PercentEncode(containerId));
+                         "&ASSOCIATEOBJTYPE=" + container.type + "&ASSOCIATEOBJID=" + Base::PercentEncode(containerId));
     return std::any_of(list.begin(), list.end(), [&](const Json::Value& each) { return Text(each, "ID") == memberId; });
 }
 
