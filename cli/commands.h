@@ -15,6 +15,7 @@ using Run = std::function<ExitCode(LogTail& log)>;
 void AddInitCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);
 void AddCleanupCommand(CLI::App& app, Run& run);
+void AddTidyCommand(CLI::App& app, Run& run);
 void AddClusterCommand(CLI::App& app, Run& run);
 void AddPasswordCommand(CLI::App& app, Run& run);
 void AddConfigCommand(CLI::App& app, Run& run);

@@ -8,6 +8,7 @@ enum class ExitCode : int {
     Usage = 2,    ///< the command line is wrong
     BadInput = 3, ///< a file or text that was given cannot be used
     BadConfiguration = 4,
+    Drift = 10, ///< the node is not rightly prepared; what is broken was printed
 };
 
 #endif

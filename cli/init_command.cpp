@@ -1,12 +1,16 @@
 #include "cli/commands.h"
 
 #include "cli/array_login.h"
+#include "cli/device_record.h"
 #include "cli/environment_file.h"
 #include "cli/failure.h"
 #include "cli/map_info_report.h"
+#include "cli/mapping_chain.h"
 #include "cli/node_check.h"
+#include "cli/node_lock.h"
 #include "cli/options.h"
 #include "cli/stop_signals.h"
+#include "cli/tidy.h"
 #include "disklib/zav_storage_disk_lib.h"
 
 #include <google/protobuf/util/message_differencer.h>
@@ -39,6 +43,26 @@ struct Target {
 
 using MapInfos = std::vector<ZavMapInfo>;
 
+// What earlier runs left behind goes, as long as nobody uses it. The node is prepared whatever becomes of it.
+void RemoveIdleLeftovers(const ArrayLogin& login, const DeviceMessage& record)
+{
+    try {
+        Leftovers leftovers(login, record);
+        for (const Leftovers::Object& object : leftovers.Objects()) {
+            const std::string naming = std::string(object.kind->words) + " " + object.id + " (" + object.name + ")";
+            if (object.inUse.empty()) {
+                leftovers.Remove(object);
+                Report::Step("removed what an earlier run left: " + naming);
+            } else {
+                Report::Step("left by an earlier run, and in use: " + naming + ": " + object.inUse.front() +
+                             "; zavctl tidy takes it apart");
+            }
+        }
+    } catch (const Failure& failure) {
+        Report::Step(failure.what());
+    }
+}
+
 void Prepare(const Target& target, MapInfos& infos)
 {
     NodeCheck::RequireUsableRecord(*target.login);
@@ -48,7 +72,11 @@ void Prepare(const Target& target, MapInfos& infos)
                       target.path + ": this node could not be prepared on " + target.login->Device().url);
     }
     infos.push_back(info);
+    const DeviceRecord record(target.login->DeviceId());
+    const NodeLock lock(record.Path());
+    MappingChain(*target.login, record.Message()).MendOrFail();
     NodeCheck::RequireConnectedNode(*target.login);
+    RemoveIdleLeftovers(*target.login, record.Message());
 }
 
 // One round over all arrays; one that fails does not keep the others from theirs.

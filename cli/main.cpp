@@ -42,6 +42,7 @@ ExitCode Main(int argc, char** argv)
     AddInitCommand(app, run);
     AddInventoryCommand(app, run);
     AddCleanupCommand(app, run);
+    AddTidyCommand(app, run);
     AddClusterCommand(app, run);
     AddPasswordCommand(app, run);
     AddConfigCommand(app, run);

@@ -147,6 +147,11 @@ std::string FileOf(std::string_view operation, const std::string& key)
     return path;
 }
 
+std::string LockFileBeside(const std::string& path)
+{
+    return path.substr(0, path.rfind('/') + 1) + ".device-info.lock";
+}
+
 void ReadLines(const std::string& path, std::string& content)
 {
     content.clear();

@@ -45,6 +45,9 @@ std::vector<std::string> KeysOfWhatIsOnTheArray();
 /// conf/deviceinfo.conf, which all arrays share. Logged for `operation`.
 std::string FileOf(std::string_view operation, const std::string& key);
 
+/// The file beside the one at `path` whose lock keeps processes from changing records at once.
+std::string LockFileBeside(const std::string& path);
+
 /// The file's lines joined without their ends; "{}" when there are none or all are empty.
 void ReadLines(const std::string& path, std::string& content);
 

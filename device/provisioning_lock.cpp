@@ -2,6 +2,7 @@
 
 #include "common/log.h"
 #include "common/time_source.h"
+#include "device/device_info_record.h"
 
 #include <exception>
 
@@ -14,14 +15,9 @@ constexpr boost::chrono::minutes LONGEST_WAIT(10);
 
 } // namespace
 
-std::string ProvisioningLock::FileBeside(const std::string& recordPath)
-{
-    return recordPath.substr(0, recordPath.rfind('/') + 1) + ".device-info.lock";
-}
-
 bool ProvisioningLock::Acquire(std::string_view operation, const std::string& recordPath)
 {
-    const std::string path = FileBeside(recordPath);
+    const std::string path = DeviceInfoRecord::LockFileBeside(recordPath);
     try {
         m_lock.emplace(path);
         if (m_lock->TryLock()) {

@@ -12,9 +12,6 @@
 /// g_infoFileMutext. Ends with the object. One thread at a time.
 class ProvisioningLock {
 public:
-    /// The lock file that belongs to a device-information file.
-    static std::string FileBeside(const std::string& recordPath);
-
     /// Waits while another process has it, which is told in one level-2 line of `operation`, for at most ten minutes:
     /// then false, after a level-4 line. True, after a level-3 line, also where there can be no such file: one process
     /// works as well without.

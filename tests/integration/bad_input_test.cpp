@@ -213,9 +213,14 @@ TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
     StartTargets(array.Options().serviceIps);
     SetInitiatorFile("# no name in here\n");
     const Base::ProgramResult outcome = Init(array);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("get iscsi Initiator ID error.  (GetIscsiInitor)"),
-                                      HasSubstr("the record is not complete")));
+    EXPECT_EQ(10, outcome.status);
+    EXPECT_THAT(
+        outcome.errors,
+        AllOf(
+            HasSubstr("get iscsi Initiator ID error.  (GetIscsiInitor)"),
+            HasSubstr(
+                "this node is not rightly prepared: no host is recorded, for this node has no FC port, and no name in "
+                "/etc/iscsi/initiatorname.iscsi. Run zavctl init again")));
 }
 
 TEST_F(BadInputTest, ConfigurationThatIsMalformedEndsEveryCommandWithFour)

@@ -65,7 +65,7 @@ TEST_F(ZavctlManualTest, CommandsAndOptionsAreThoseOfTheProgram)
 {
     const std::regex option("--[a-z-]+");
     std::set<std::string> offered = {"--help"};
-    for (const char* const command : {"", "init", "inventory", "cleanup", "cluster", "password", "config"}) {
+    for (const char* const command : {"", "init", "inventory", "cleanup", "tidy", "cluster", "password", "config"}) {
         const std::string name = command;
         const std::string help =
             RunZavctl(name.empty() ? Process::Arguments{"--help"} : Process::Arguments{name, "--help"}).output;

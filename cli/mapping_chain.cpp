@@ -1,0 +1,203 @@
+#include "cli/mapping_chain.h"
+
+#include "cli/failure.h"
+#include "cli/report.h"
+#include "common/framework/san_manager.h"
+#include "common/result_codes.h"
+#include "common/secret_session.h"
+#include "device/device_operate.h"
+#include "device/device_set_operator.h"
+#include "rest/zav_rest_api.h"
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <set>
+
+namespace {
+
+struct ManagerReleaser {
+    void operator()(CDeviceManager* manager) const { CDeviceManager::releaseInstance(manager); }
+};
+
+std::string Naming(const ObjectKind& kind, const std::string& id)
+{
+    return std::string(kind.words) + " " + id;
+}
+
+template <typename Handler>
+Handler& HandlerOf(CDeviceManager& manager, HANDLERTYPE type)
+{
+    CHandler* const handler = manager.GetHandler(type);
+    if (handler == nullptr) {
+        throw std::runtime_error("the SAN library has no handler for it");
+    }
+    return dynamic_cast<Handler&>(*handler);
+}
+
+template <typename Handler, typename Record>
+void PutOntoHost(CDeviceManager& manager, HANDLERTYPE type, const std::string& id, const std::string& hostId)
+{
+    auto& handler = HandlerOf<Handler>(manager, type);
+    Record record;
+    record.id = id;
+    record = handler.Create(record); // fetches one that the array knows
+    if (record.parentId.empty()) {
+        handler.AddToHost(record, hostId);
+    }
+}
+
+bool IsKind(const ObjectKind& one, const ObjectKind& other)
+{
+    return one.resource == other.resource;
+}
+
+// A node without a name of its own has nothing that a host could be made for.
+std::string WhyThereIsNoHost()
+{
+    DeviceOperate device;
+    std::string iqn;
+    std::vector<std::string> ports;
+    const bool hasName = device.GetFCInitor(ports) || device.GetIscsiInitor(iqn);
+    return hasName ? "" : ", for this node has no FC port, and no name in /etc/iscsi/initiatorname.iscsi";
+}
+
+std::set<std::string> PortNames(const std::string& recorded)
+{
+    std::vector<std::string> pieces;
+    boost::split(pieces, recorded, boost::is_any_of(";"));
+    std::set<std::string> names(pieces.begin(), pieces.end());
+    names.erase("");
+    return names;
+}
+
+} // namespace
+
+MappingChain::MappingChain(const ArrayLogin& login, DeviceMessage record)
+    : m_login(login)
+    , m_api(login.Api())
+    , m_record(std::move(record))
+    , m_objects(*m_api, login.Device().url)
+{
+}
+
+void MappingChain::MendOrFail()
+{
+    CheckObject(HOST, m_record.hostId, m_record.hostName);
+    CheckObject(HOST_GROUP, m_record.hostGroupId, m_record.hostGroupName);
+    CheckObject(LUN_GROUP, m_record.lunGroupId, m_record.lunGroupName);
+    CheckObject(MAPPING_VIEW, m_record.mapViewId, m_record.mapViewName);
+    if (m_broken.empty()) {
+        CheckMember(HOST_GROUP, m_record.hostGroupId, HOST, m_record.hostId, [this](CDeviceManager& manager) {
+            HandlerOf<CHostGroupHandler>(manager, HANDLER_HOST_GROUP).AddHost(m_record.hostId, m_record.hostGroupId);
+        });
+        CheckMember(MAPPING_VIEW, m_record.mapViewId, HOST_GROUP, m_record.hostGroupId,
+                    [this](CDeviceManager& manager) {
+                        HandlerOf<CMappingViewHandler>(manager, HANDLER_MAPPING_VIEW)
+                            .AddHostGroup(m_record.mapViewId, m_record.hostGroupId);
+                    });
+        CheckMember(MAPPING_VIEW, m_record.mapViewId, LUN_GROUP, m_record.lunGroupId, [this](CDeviceManager& manager) {
+            HandlerOf<CMappingViewHandler>(manager, HANDLER_MAPPING_VIEW)
+                .AddLunGroup(m_record.mapViewId, m_record.lunGroupId);
+        });
+        CheckInitiators();
+    }
+    if (!m_broken.empty()) {
+        throw Failure(ExitCode::Drift, m_login.Device().url + ": this node is not rightly prepared: " +
+                                           boost::join(m_broken, "; ") + ". Run zavctl init again");
+    }
+}
+
+void MappingChain::CheckObject(const ObjectKind& kind, const std::string& id, const std::string& name)
+{
+    if (id.empty()) {
+        Break("no " + std::string(kind.words) + " is recorded" + (IsKind(kind, HOST) ? WhyThereIsNoHost() : ""));
+        return;
+    }
+    const auto object = m_objects.Find(kind, id);
+    if (!object) {
+        Break(Naming(kind, id) + " (" + name + ") does not stand");
+    } else if (object->name != name) {
+        Break(Naming(kind, id) + " is called \"" + object->name + "\" and not " + name);
+    }
+}
+
+void MappingChain::CheckMember(const ObjectKind& container, const std::string& containerId, const ObjectKind& member,
+                               const std::string& memberId, const std::function<void(CDeviceManager&)>& join)
+{
+    const std::string link = Naming(member, memberId) + " in " + Naming(container, containerId);
+    const auto members = m_objects.Members(container, containerId, member);
+    if (!members) {
+        Report::Step("whether " + link + " is, the array does not tell");
+    } else if (std::find(members->begin(), members->end(), memberId) == members->end()) {
+        Mend(link, join);
+    }
+}
+
+void MappingChain::CheckInitiators()
+{
+    std::string iqn = m_record.iscsiInitiatorName;
+    const std::set<std::string> ports = PortNames(m_record.fcInitiatorName);
+    if (iqn.empty() && ports.empty()) {
+        DeviceOperate().GetIscsiInitor(iqn); // what was not recorded may be missing on the array alone
+    }
+    if (!iqn.empty()) {
+        CheckInitiator(ISCSI_INITIATOR, iqn);
+    }
+    for (const std::string& port : ports) {
+        CheckInitiator(FC_INITIATOR, port);
+    }
+    if (m_initiatorsInPlace == 0 && m_broken.empty()) {
+        Break("this node has no initiator on the array");
+    }
+}
+
+void MappingChain::CheckInitiator(const ObjectKind& kind, const std::string& id)
+{
+    const auto initiator = m_objects.Find(kind, id);
+    if (initiator && !initiator->parentId.empty()) {
+        if (initiator->parentId == m_record.hostId || IsInGroup(initiator->parentId)) {
+            ++m_initiatorsInPlace;
+        } else {
+            Break(Naming(kind, id) + " belongs to host " + initiator->parentId + ", which is not in host group " +
+                  m_record.hostGroupId);
+        }
+        return;
+    }
+    Mend(Naming(kind, id) + " on host " + m_record.hostId, [&](CDeviceManager& manager) {
+        if (IsKind(kind, ISCSI_INITIATOR)) {
+            PutOntoHost<CIscsiInitiatorHandler, IscsiInitiatorMO>(manager, HANDLER_ISCSI_INITIATOR, id,
+                                                                  m_record.hostId);
+        } else {
+            PutOntoHost<CFCInitiatorHandler, FCInitiatorMO>(manager, HANDLER_FC_INITIATOR, id, m_record.hostId);
+        }
+        ++m_initiatorsInPlace;
+    });
+}
+
+bool MappingChain::IsInGroup(const std::string& hostId)
+{
+    const auto members = m_objects.Members(HOST_GROUP, m_record.hostGroupId, HOST);
+    return members && std::find(members->begin(), members->end(), hostId) != members->end();
+}
+
+void MappingChain::Mend(const std::string& link, const std::function<void(CDeviceManager&)>& join)
+{
+    DeviceSetOperator& devices = *DeviceSetOperator::GetDeviceSetOperator();
+    const std::unique_ptr<CDeviceManager, ManagerReleaser> manager(devices.GetDeviceManager());
+    CDeviceManager* connected = manager.get();
+    SecretSession session;
+    try {
+        if (!m_api->GetSession(session) || !devices.InitDeviceManager(session, &connected)) {
+            throw std::runtime_error("the SAN library takes no connection");
+        }
+        join(*connected);
+        Report::Step("mended: " + link);
+    } catch (const std::exception& error) {
+        Break(link + " is missing and cannot be made: " + error.what());
+    }
+}

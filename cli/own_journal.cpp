@@ -1,0 +1,61 @@
+#include "cli/own_journal.h"
+
+#ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
+
+#include "cli/failure.h"
+#include "cli/report.h"
+#include "framework/public/san_journal.h"
+
+#include <exception>
+
+namespace {
+
+OpenFramework::SanJournal Journal()
+{
+    return OpenFramework::SanJournal(OpenFramework::SanJournal::StandardPath());
+}
+
+} // namespace
+
+bool OwnJournal::IsKept()
+{
+    return true;
+}
+
+std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& device)
+{
+    try {
+        std::vector<Entry> entries;
+        for (const OpenFramework::JournalEntry& entry : Journal().Standing(device)) {
+            entries.push_back({entry.device, entry.kind, entry.name, entry.id});
+        }
+        return entries;
+    } catch (const std::exception& error) {
+        throw Failure(ExitCode::BadInput, error.what());
+    }
+}
+
+void OwnJournal::Drop(const Entry& entry)
+{
+    try {
+        Journal().Drop({entry.device, entry.kind, entry.name, entry.id});
+    } catch (const std::exception& error) {
+        Report::Step(std::string("the journal keeps what is gone: ") + error.what());
+    }
+}
+
+#else
+
+bool OwnJournal::IsKept()
+{
+    return false;
+}
+
+std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& /*device*/)
+{
+    return {};
+}
+
+void OwnJournal::Drop(const Entry& /*entry*/) {}
+
+#endif

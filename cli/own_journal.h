@@ -1,0 +1,29 @@
+#ifndef PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
+#define PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
+
+#include <string>
+#include <vector>
+
+/// The journal of what this node makes on arrays, which the open provider of the framework keeps. With another provider
+/// there is none: nothing stands in it, and nothing is written.
+namespace OwnJournal {
+
+struct Entry {
+    std::string device;
+    std::string kind; ///< an ObjectKind's words
+    std::string name;
+    std::string id; ///< empty: it may be there under this name, or not
+};
+
+/// Whether there is one at all.
+bool IsKept();
+
+/// Throws Failure when it cannot be read.
+std::vector<Entry> Standing(const std::string& device);
+
+/// The object was seen gone. What cannot be written is said.
+void Drop(const Entry& entry);
+
+} // namespace OwnJournal
+
+#endif

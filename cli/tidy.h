@@ -1,0 +1,51 @@
+#ifndef PRODUCT_STORAGE_CLI_TIDY_H
+#define PRODUCT_STORAGE_CLI_TIDY_H
+
+#include "cli/array_login.h"
+#include "cli/array_objects.h"
+#include "common/records.h"
+
+#include <string>
+#include <vector>
+
+/// What this node made on an array, as its journal tells, and what its record does not name: left by runs that were cut
+/// off, or by one that made all anew.
+class Leftovers {
+public:
+    /// One of them, which stands on the array under the journal's name.
+    struct Object {
+        const ObjectKind* kind;
+        std::string id;
+        std::string name;
+        std::vector<std::string> inUse; ///< why it is not taken apart unasked: "holds LUN 3"
+    };
+
+    /// Looks on the array. What the journal names and the array does not have any more leaves the journal. `login` must
+    /// outlive it. Throws Failure when array or journal cannot be read. Where another provider than the open one is
+    /// linked, there is no journal, and nothing is left over.
+    Leftovers(const ArrayLogin& login, const DeviceMessage& record);
+
+    /// In the order in which they can be taken apart: mapping views, host groups, LUN groups, hosts.
+    const std::vector<Object>& Objects() const noexcept { return m_objects; }
+
+    /// Objects that bear the prefix of names that the library generates, and are named by neither record nor journal:
+    /// another node's, most likely.
+    std::vector<Object> OfOthers();
+
+    /// Takes one apart: its associations, then the object itself; members stay. Throws Failure naming what refused.
+    void Remove(const Object& object);
+
+private:
+    bool IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const;
+    std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
+    std::vector<std::string> UsesOfMembers(const ObjectKind& container, const std::string& id, const ObjectKind& member,
+                                           const char* words);
+
+    const ArrayLogin& m_login;
+    const boost::shared_ptr<ZavRestApi> m_api;
+    const DeviceMessage m_record;
+    ArrayObjects m_array;
+    std::vector<Object> m_objects;
+};
+
+#endif

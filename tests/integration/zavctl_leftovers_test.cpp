@@ -1,0 +1,210 @@
+#include "tests/integration/stage.h"
+
+#include <gmock/gmock.h>
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+namespace {
+
+/// A node whose preparation was disturbed: what zavctl sees, mends, tells, and takes away.
+class ZavctlLeftoversTest : public Stage {
+protected:
+    ZavctlLeftoversTest()
+        : m_array(StartArray())
+        , m_env(EnvironmentFileOf(m_array))
+    {
+        StartTargets(m_array.Options().serviceIps);
+    }
+
+    Base::ProgramResult Init() { return RunZavctl({"init", "--env", m_env}); }
+    Base::ProgramResult Tidy(const std::string& option) { return RunZavctl({"tidy", "--env", m_env, option}); }
+    Base::ProgramResult Cleanup() { return RunZavctl({"cleanup", "--env", m_env}); }
+
+    void Fault(const std::string& members) const { m_array.AddFault("{" + members + "}"); }
+
+    /// Exactly one of each kind, tied to each other.
+    void ExpectWholeChain() const
+    {
+        ASSERT_THAT(m_array.Ids("host"), SizeIs(1));
+        ASSERT_THAT(m_array.Ids("hostgroup"), SizeIs(1));
+        ASSERT_THAT(m_array.Ids("lungroup"), SizeIs(1));
+        ASSERT_THAT(m_array.Ids("mappingview"), SizeIs(1));
+        const std::string host = m_array.Ids("host")[0];
+        const std::string group = m_array.Ids("hostgroup")[0];
+        const std::string view = m_array.Ids("mappingview")[0];
+        EXPECT_THAT(m_array.Members("host", host, "iscsi_initiator"), ElementsAre(NODE_IQN));
+        EXPECT_THAT(m_array.Members("hostgroup", group, "host"), ElementsAre(host));
+        EXPECT_THAT(m_array.Members("mappingview", view, "hostgroup"), ElementsAre(group));
+        EXPECT_THAT(m_array.Members("mappingview", view, "lungroup"), ElementsAre(m_array.Ids("lungroup")[0]));
+    }
+
+    void ExpectNothingLeft() const
+    {
+        for (const char* const kind : {"mappingview", "hostgroup", "lungroup", "host"}) {
+            EXPECT_THAT(m_array.Ids(kind), IsEmpty()) << kind;
+        }
+    }
+
+    const Array& m_array;
+    const std::string m_env;
+};
+
+TEST_F(ZavctlLeftoversTest, LostAnswerToACreationMakesNoDouble)
+{
+    for (const char* const kind : {"host", "hostgroup", "lungroup", "mappingview"}) {
+        Fault(std::string(R"("kind": "drop-answer", "method": "POST", "target": ")") + kind + "$\"");
+    }
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    ExpectWholeChain();
+    EXPECT_EQ(0, Cleanup().status);
+    ExpectNothingLeft();
+}
+
+TEST_F(ZavctlLeftoversTest, ArrayThatIsBusyForAMomentLeavesNothingOut)
+{
+    Fault(
+        R"("kind": "code", "code": 1077949006, "description": "busy", "method": "POST", "target": "iscsi_initiator")");
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    ExpectWholeChain();
+}
+
+TEST_F(ZavctlLeftoversTest, NodeWithoutItsHostIsToldAndMendedByTheNextInit)
+{
+    Fault(
+        R"("kind": "code", "code": 42, "description": "licence", "method": "POST", "target": "iscsi_initiator", "count": 1)");
+    const Base::ProgramResult first = Init();
+    EXPECT_EQ(10, first.status);
+    EXPECT_THAT(first.errors,
+                HasSubstr("this node is not rightly prepared: no host is recorded. Run zavctl init again"));
+    const Base::ProgramResult second = Init();
+    EXPECT_EQ(0, second.status) << second.errors;
+    EXPECT_THAT(second.errors, HasSubstr("mended: host 1 in host group 1"));
+    ExpectWholeChain();
+}
+
+TEST_F(ZavctlLeftoversTest, AssociationThatSomebodyTookAwayIsMade)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("PUT", "mappingview/REMOVE_ASSOCIATE",
+                    R"({"TYPE":"245","ID":"1","ASSOCIATEOBJTYPE":"256","ASSOCIATEOBJID":"1"})");
+    m_array.Operate("PUT", "iscsi_initiator/remove_iscsi_from_host",
+                    std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    EXPECT_THAT(init.errors, HasSubstr("mended: LUN group 1 in mapping view 1"));
+    ExpectWholeChain();
+}
+
+TEST_F(ZavctlLeftoversTest, InitiatorOnSomebodyElsesHostIsToldAndLeft)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "host", R"({"NAME":"elsewhere","TYPE":"21"})");
+    m_array.Operate("PUT", "iscsi_initiator/remove_iscsi_from_host",
+                    std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":")") + NODE_IQN + R"("})");
+    // The library takes the host that it finds for the node's: it is in the record, and not in the group.
+    const Base::ProgramResult init = Init();
+    EXPECT_THAT(m_array.Members("host", "2", "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_EQ("elsewhere", m_array.Object("host", "2")["name"].asString());
+    EXPECT_THAT(init.errors, AnyOf(HasSubstr("mended: host 2 in host group 1"), HasSubstr("belongs to host 2")));
+}
+
+TEST_F(ZavctlLeftoversTest, WhatARunWithoutARecordLeftGoesWithTheNextInit)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.DeleteBehindBack("lungroup", "1"); // a new process makes all anew and leaves the old groups
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    EXPECT_THAT(init.errors, AllOf(HasSubstr("removed what an earlier run left: mapping view 1"),
+                                   HasSubstr("removed what an earlier run left: host group 1")));
+    ExpectWholeChain();
+}
+
+TEST_F(ZavctlLeftoversTest, LeftoverThatSomebodyUsesIsLeftToTidy)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "lungroup/associate",
+                    R"({"TYPE":"256","ID":"1","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"3"})");
+    m_array.DeleteBehindBack("hostgroup", "1");
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    EXPECT_THAT(init.errors, HasSubstr("left by an earlier run, and in use: LUN group 1"));
+    EXPECT_THAT(m_array.Members("lungroup", "1", "lun"), ElementsAre("3"));
+
+    const Base::ProgramResult dry = Tidy("--dry-run");
+    EXPECT_EQ(0, dry.status);
+    EXPECT_THAT(dry.errors, AllOf(HasSubstr("left over: LUN group 1"), HasSubstr("which holds LUN 3")));
+    EXPECT_THAT(m_array.Ids("lungroup"), Contains("1"));
+    EXPECT_EQ(2, RunZavctl({"tidy", "--env", m_env}, "y\n").status) << "it asks on a terminal only";
+    EXPECT_THAT(m_array.Ids("lungroup"), Contains("1"));
+
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(0, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr("removed LUN group 1"));
+    ExpectWholeChain();
+    EXPECT_THAT(Tidy("--yes").errors, HasSubstr("nothing of this node is left over"));
+}
+
+TEST_F(ZavctlLeftoversTest, WhatBearsThePrefixAloneIsListedAndLeft)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "hostgroup", R"({"NAME":"Vendrix_of_another_node","TYPE":"14"})");
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(0, tidy.status);
+    EXPECT_THAT(tidy.errors, HasSubstr("not ours by the journal, and left: host group 2 (Vendrix_of_another_node)"));
+    EXPECT_THAT(m_array.Ids("hostgroup"), Contains("2"));
+}
+
+TEST_F(ZavctlLeftoversTest, CleanupLeavesAGroupThatOthersAreInUnlessItIsNamed)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"1","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"2"})");
+    const Base::ProgramResult refused = Cleanup();
+    EXPECT_EQ(1, refused.status);
+    EXPECT_THAT(refused.errors, HasSubstr("host group 1 holds other hosts (2), and nothing was changed"));
+    EXPECT_THAT(m_array.Ids("mappingview"), SizeIs(1));
+    const Base::ProgramResult named = RunZavctl({"cleanup", "--env", m_env, "--shared-group", "1"});
+    EXPECT_EQ(0, named.status) << named.errors;
+    EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
+    EXPECT_THAT(m_array.Ids("host"), ElementsAre("2"));
+}
+
+TEST_F(ZavctlLeftoversTest, CleanupLeavesAHostThatTheJournalDoesNotName)
+{
+    m_array.Operate("POST", "host", R"({"NAME":"an operator's","TYPE":"21"})");
+    m_array.Operate("POST", "iscsi_initiator", std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"1","ID":")") + NODE_IQN + R"("})");
+    ASSERT_EQ(0, Init().status);
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", m_env, "--delete-host"});
+    EXPECT_EQ(0, cleanup.status) << cleanup.errors;
+    EXPECT_THAT(cleanup.errors, HasSubstr("host 1 stays: the journal of what this node makes does not name it"));
+    EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(ZavctlLeftoversTest, SeveralAtOnceMakeNothingTwice)
+{
+    std::vector<std::unique_ptr<Process>> several;
+    for (int i = 0; i < 4; ++i) {
+        several.push_back(StartZavctl({"init", "--env", m_env}));
+    }
+    for (const auto& one : several) {
+        EXPECT_EQ(0, one->Wait()) << one->Errors();
+    }
+    ExpectWholeChain();
+    const std::string journal = ReadText(ProductPath("conf/san-journal"));
+    EXPECT_THAT(journal, Not(HasSubstr("zavsim-admin")));
+}
+
+} // namespace
