@@ -3,40 +3,111 @@
 #include "base/secret.h"
 #include "cli/failure.h"
 #include "cli/report.h"
+#include "common/environment.h"
+#include "common/framework/security.h"
+#include "common/result_codes.h"
+#include "common/secret_session.h"
 #include "device/device_set_operator.h"
 #include "disklib/zav_storage_disk_lib.h"
+#include "rest/secret_request.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/algorithm/string/join.hpp>
+#include <boost/thread/thread_only.hpp>
 
 #include <exception>
 #include <vector>
 
-ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
+namespace {
+
+constexpr int LOGOUT_TRIES = 4;
+constexpr boost::chrono::milliseconds LOGOUT_PAUSE(250);
+
+// Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
+// array's limit for long.
+void LogOut(ZavRestApi& api)
 {
-    const std::string address = env.management_ips().empty() ? "no address" : env.management_ips(0);
-    Report::Step(name + ": logging into the array at " + address);
-    bool ok = true;
-    std::vector<Zav::DeviceInfo> devices = DeviceSetOperator::GetDeviceSetOperator()->GetAllDeviceInfo(env, ok);
-    if (!ok || devices.empty()) {
-        throw Failure(ExitCode::Failed, name + ": cannot log into the array at " + address);
+    std::string errorText;
+    int code = api.Logout(errorText);
+    for (int i = 1; i < LOGOUT_TRIES && code != ResultCode::OK && code != ArrayCode::SESSION_LAPSED; ++i) {
+        boost::this_thread::sleep_for(LOGOUT_PAUSE);
+        SecretRequest request; // to the library it is logged out already
+        request.method = "DELETE";
+        api.BuildBaseRequest(request, "sessions");
+        Json::Value data;
+        code = api.SendAndParseRsp(request, data, errorText, false);
     }
-    const Secret::ScopedWipe wipePassword(devices.front().password);
-    m_device = devices.front();
-    Zav::SessionInfo session;
-    const Secret::ScopedWipe wipeToken(session.token);
-    const Secret::ScopedWipe wipeCookie(session.cookie);
-    Api()->GetSession(session);
-    m_deviceId = session.deviceId;
-    Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
-                 (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
+    if (code != ResultCode::OK && code != ArrayCode::SESSION_LAPSED) {
+        Report::Step("the session is left to the array, which did not end it: " + errorText);
+    }
 }
 
+/// Logs out at the end, unless somebody else will.
+class Guard {
+public:
+    explicit Guard(ZavRestApi& api)
+        : m_api(&api)
+    {
+    }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    ~Guard()
+    {
+        if (m_api != nullptr) {
+            LogOut(*m_api);
+        }
+    }
+    void Release() noexcept { m_api = nullptr; }
+
+private:
+    ZavRestApi* m_api;
+};
+
+} // namespace
+
+ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
+{
+    if (const char* const missing = Environment::MissingList(env)) {
+        throw Failure(ExitCode::BadInput, name + ": the environment has no " + missing);
+    }
+    const std::string& address = env.management_ips(0);
+    Report::Step(name + ": logging into the array at " + address);
+    Zav::DeviceInfo device;
+    const Secret::ScopedWipe wipePassword(device.password);
+    if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), device.password)) {
+        throw Failure(ExitCode::Failed, name + ": the encrypted password of user " + env.user_names(0) +
+                                            " cannot be decrypted with this node's key");
+    }
+    Environment::FillDeviceInfo(env, device);
+    ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
+    boost::shared_ptr<ZavRestApi> api;
+    std::string errorText;
+    int code = keeper.GetLoginedZavRestApi(device, api, errorText);
+    if (keeper.CheckIfNeedToRetry(code)) {
+        code = keeper.TryToGetAValidMgmtIP(env, device, api, errorText);
+    }
+    if (api == nullptr) {
+        throw Failure(ExitCode::Failed,
+                      name + ": cannot log into the array at " + address + (errorText.empty() ? "" : ": " + errorText));
+    }
+    Guard guard(*api);
+    code = api->GetStorageIP(device.storageIps, errorText);
+    if (code != ResultCode::OK) {
+        throw Failure(ExitCode::Failed,
+                      name + ": the array at " + device.url + " does not tell its service addresses: " + errorText);
+    }
+    SecretSession session;
+    api->GetSession(session);
+    m_deviceId = session.deviceId;
+    Report::Step(name + ": logged in at " + device.url + ", service addresses " +
+                 (device.storageIps.empty() ? "none" : boost::join(device.storageIps, ", ")));
+    m_device = device;
+    guard.Release();
+}
 ArrayLogin::~ArrayLogin()
 {
     try {
-        std::string ignoredErrorText;
-        Api()->Logout(ignoredErrorText);
+        LogOut(*Api());
     } catch (const std::exception& error) {
         Report::Step(std::string("no logout: ") + error.what());
     }

@@ -75,6 +75,11 @@ const Member MEMBERS[] = {
          fault.target = Pattern(fault.targetText);
      },
      [](const Fault& fault) { return TextOrNull(fault.targetText); }},
+    {"skip", true,
+     [](const Json::Value& value, Fault& fault) {
+         fault.skip = static_cast<std::uint64_t>(Number(value, 0, INT32_MAX));
+     },
+     [](const Fault& fault) { return fault.skip == 0 ? Json::Value() : Json::Value(Json::UInt64(fault.skip)); }},
     {"count", true,
      [](const Json::Value& value, Fault& fault) {
          fault.count = static_cast<std::uint64_t>(Number(value, 0, INT32_MAX));

@@ -27,11 +27,12 @@ struct Fault {
     std::string method;     ///< empty: any
     std::string targetText; ///< searched in the request's target; empty: any
     std::regex target;
+    std::uint64_t skip = 0;  ///< how many requests that it concerns are let through before
     std::uint64_t count = 1; ///< how many requests; 0: until it is taken away
     double probability = 1;  ///< of hitting one request that matches
 };
 
-/// Reads {"kind", "method", "target", "count", "probability"} and the members that the kind takes. Throws
+/// Reads {"kind", "method", "target", "skip", "count", "probability"} and the members that the kind takes. Throws
 /// std::invalid_argument naming the member that is missing, unknown, malformed or out of place.
 Fault FaultFromJson(const Json::Value& value);
 

@@ -47,6 +47,10 @@ std::optional<Fault> FaultPlan::Draw(const std::string& method, const std::strin
         if (!Concerns(fault, method, target)) {
             continue;
         }
+        if (fault.skip > 0) {
+            --fault.skip;
+            continue;
+        }
         if (fault.probability < 1 && std::uniform_real_distribution<double>(0, 1)(m_random) >= fault.probability) {
             continue;
         }

@@ -53,8 +53,8 @@ TEST_F(BadInputTest, EnvironmentWithoutAPortIsRefusedByName)
     const std::string path = Directory() + "/env.json";
     WriteText(path, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", path});
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("The environment has no entry in its port list."));
+    EXPECT_EQ(3, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("env.json: the environment has no port"));
 }
 
 TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
@@ -81,7 +81,7 @@ TEST_F(BadInputTest, PasswordThatWasNotEncryptedHereIsNotSentAnywhere)
     WriteText(env, text);
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
     EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("Decrypt password failed. User is admin"));
+    EXPECT_THAT(outcome.errors, HasSubstr("the encrypted password of user admin cannot be decrypted with this node's key"));
     EXPECT_THAT(array.Requests(), IsEmpty());
 }
 

@@ -101,6 +101,17 @@ TEST_F(FaultPlanTest, DrawTakesTheFirstThatMatches)
     EXPECT_EQ(502, plan.Draw("GET", "/")->status);
 }
 
+TEST_F(FaultPlanTest, SkipLetsAsManyThroughThatMatch)
+{
+    plan.Add(FaultFromText(R"({"kind":"drop","method":"POST","skip":2})"));
+    EXPECT_EQ(2, plan.List()[0]["skip"].asInt());
+    EXPECT_FALSE(Hits("POST", "/a"));
+    EXPECT_FALSE(Hits("GET", "/a")) << "of another method, and not counted";
+    EXPECT_FALSE(Hits("POST", "/b"));
+    EXPECT_TRUE(Hits("POST", "/c"));
+    EXPECT_FALSE(Hits("POST", "/d"));
+}
+
 TEST_F(FaultPlanTest, CountZeroLastsUntilItIsRemoved)
 {
     const std::uint64_t number = plan.Add(FaultFromText(R"({"kind":"drop","count":0})"));
