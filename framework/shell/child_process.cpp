@@ -1,6 +1,8 @@
 #include "framework/shell/child_process.h"
 
 #include "base/program.h"
+#include "framework/shell/running_commands.h"
+#include "framework/support/immortal.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -115,9 +117,13 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     const Attributes attributes;
     std::vector<std::string> arguments = {"sh", "-c", OUTER_SCRIPT, "sh", command};
     std::vector<std::string> variables = environment;
-    pid_t pid = -1;
-    result = ::posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), Base::CTexts(arguments).data(),
-                           Base::CTexts(variables).data());
+    result = ECANCELED; // unless it is started
+    const pid_t pid = Immortal<RunningCommands>().Add([&]() -> pid_t {
+        pid_t started = -1;
+        result = ::posix_spawn(&started, "/bin/sh", actions.Get(), attributes.Get(), Base::CTexts(arguments).data(),
+                               Base::CTexts(variables).data());
+        return result == 0 ? started : -1;
+    });
     if (result == 0) {
         m_group = pid;
         // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
@@ -128,6 +134,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
 
 ChildProcess::~ChildProcess()
 {
+    Immortal<RunningCommands>().Remove(m_group);
     if (m_group != -1 && !m_isReaped) { // left by an exception: nobody will look at it any more
         SignalGroup(SIGKILL);
         Reap();

@@ -28,12 +28,12 @@ TEST(FrameworkLibraryTest, ExportsWhatItsHeadersDeclareAndNothingElse)
                             "Cert::VerifyCertForEnv", "ConfigReader::check", "ConfigReader::getFile",
                             "ConfigReader::getInt", "ConfigReader::getNerovaxDiskArrayNotRetryErrorCode",
                             "GetFunctionName", "GetVendrixRootPath", "LogProxy::LogProxy", "LogProxy::Text",
-                            "LogProxy::operator<<", "LogProxy::~LogProxy", "OpenFramework::SanJournal::Drop",
-                            "OpenFramework::SanJournal::Intend", "OpenFramework::SanJournal::Made",
-                            "OpenFramework::SanJournal::StandardPath", "OpenFramework::SanJournal::Standing",
-                            "QEN::IHttpClient::CreateClient", "QENTSP::get", "QENTSP::set",
-                            "SecuritySS::ZelkDecryptInfo", "SecuritySS::ZelkEncryptInfo", "TSP_RequestID",
-                            "getRandBytes", "runShellCmdWithOutput"));
+                            "LogProxy::operator<<", "LogProxy::~LogProxy", "OpenFramework::EndRunningCommands",
+                            "OpenFramework::SanJournal::Drop", "OpenFramework::SanJournal::Intend",
+                            "OpenFramework::SanJournal::Made", "OpenFramework::SanJournal::StandardPath",
+                            "OpenFramework::SanJournal::Standing", "QEN::IHttpClient::CreateClient", "QENTSP::get",
+                            "QENTSP::set", "SecuritySS::ZelkDecryptInfo", "SecuritySS::ZelkEncryptInfo",
+                            "TSP_RequestID", "getRandBytes", "runShellCmdWithOutput"));
 }
 
 TEST(FrameworkLibraryTest, BearsItsVersionAndStaysLoaded)

@@ -1,0 +1,17 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_PUBLIC_RUNNING_COMMANDS_H
+#define PRODUCT_STORAGE_FRAMEWORK_PUBLIC_RUNNING_COMMANDS_H
+
+#include "common/framework/export.h"
+
+#include <chrono>
+
+namespace OpenFramework {
+
+/// Ends the shell commands that this process runs: they are interrupted, and killed when they are still there after
+/// `grace`. Returns when all have ended. From then on no command is started. For a program that is about to leave in
+/// the middle of its work; any thread.
+PRODUCT_FRAMEWORK_API void EndRunningCommands(std::chrono::milliseconds grace);
+
+} // namespace OpenFramework
+
+#endif

@@ -1,0 +1,42 @@
+#ifndef PRODUCT_STORAGE_FRAMEWORK_SHELL_RUNNING_COMMANDS_H
+#define PRODUCT_STORAGE_FRAMEWORK_SHELL_RUNNING_COMMANDS_H
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <mutex>
+#include <set>
+
+namespace Framework {
+
+/// The process groups of the commands that run now. Any thread may call.
+class RunningCommands {
+public:
+    /// Calls `start`, which gives the process group or -1, and keeps that; -1 without a call once all were ended.
+    template <typename Start>
+    pid_t Add(const Start& start)
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex); // across the start: none is missed by EndAll
+        const pid_t group = m_isEnding ? -1 : start();
+        if (group > 0) {
+            m_groups.insert(group);
+        }
+        return group;
+    }
+
+    void Remove(pid_t group);
+
+    /// As OpenFramework::EndRunningCommands.
+    void EndAll(std::chrono::milliseconds grace);
+
+private:
+    std::set<pid_t> Signal(int signal);
+
+    std::mutex m_mutex;
+    bool m_isEnding = false;  // guarded by m_mutex
+    std::set<pid_t> m_groups; // guarded by m_mutex
+};
+
+} // namespace Framework
+
+#endif
