@@ -72,38 +72,48 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
     }
     const std::string& address = env.management_ips(0);
     Report::Step(name + ": logging into the array at " + address);
-    Zav::DeviceInfo device;
-    const Secret::ScopedWipe wipePassword(device.password);
-    if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), device.password)) {
+    if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), m_device.password)) {
         throw Failure(ExitCode::Failed, name + ": the encrypted password of user " + env.user_names(0) +
                                             " cannot be decrypted with this node's key");
     }
-    Environment::FillDeviceInfo(env, device);
+    Environment::FillDeviceInfo(env, m_device);
     ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
     boost::shared_ptr<ZavRestApi> api;
     std::string errorText;
-    int code = keeper.GetLoginedZavRestApi(device, api, errorText);
-    if (keeper.CheckIfNeedToRetry(code)) {
-        code = keeper.TryToGetAValidMgmtIP(env, device, api, errorText);
+    m_state = State::LoggingIn;
+    if (keeper.CheckIfNeedToRetry(keeper.GetLoginedZavRestApi(m_device, api, errorText))) {
+        keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
     }
+    m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
     if (api == nullptr) {
         throw Failure(ExitCode::Failed,
                       name + ": cannot log into the array at " + address + (errorText.empty() ? "" : ": " + errorText));
     }
     Guard guard(*api);
-    code = api->GetStorageIP(device.storageIps, errorText);
-    if (code != ResultCode::OK) {
+    if (api->GetStorageIP(m_device.storageIps, errorText) != ResultCode::OK) {
         throw Failure(ExitCode::Failed,
-                      name + ": the array at " + device.url + " does not tell its service addresses: " + errorText);
+                      name + ": the array at " + m_device.url + " does not tell its service addresses: " + errorText);
     }
     SecretSession session;
     api->GetSession(session);
     m_deviceId = session.deviceId;
-    Report::Step(name + ": logged in at " + device.url + ", service addresses " +
-                 (device.storageIps.empty() ? "none" : boost::join(device.storageIps, ", ")));
-    m_device = device;
+    Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
+                 (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
     guard.Release();
 }
+
+// By a signal, on another thread. A login that is under way brings a session yet.
+void ArrayLogin::LogOutAtTheEnd()
+{
+    constexpr boost::chrono::milliseconds LOOK_EVERY(5);
+    while (m_state == State::LoggingIn) {
+        boost::this_thread::sleep_for(LOOK_EVERY);
+    }
+    if (m_state == State::LoggedIn) {
+        LogOut(*Api());
+    }
+}
+
 ArrayLogin::~ArrayLogin()
 {
     try {
@@ -111,7 +121,6 @@ ArrayLogin::~ArrayLogin()
     } catch (const std::exception& error) {
         Report::Step(std::string("no logout: ") + error.what());
     }
-    Secret::Wipe(m_device.password);
 }
 
 boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const

@@ -1,11 +1,14 @@
 #ifndef PRODUCT_STORAGE_CLI_ARRAY_LOGIN_H
 #define PRODUCT_STORAGE_CLI_ARRAY_LOGIN_H
 
+#include "base/secret.h"
+#include "cli/farewell.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/records.h"
 
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
 #include <string>
 
 class ZavRestApi;
@@ -27,8 +30,15 @@ public:
     boost::shared_ptr<ZavRestApi> Api() const;
 
 private:
+    enum class State { LoggedOut, LoggingIn, LoggedIn };
+
+    void LogOutAtTheEnd();
+
     Zav::DeviceInfo m_device;
+    const Secret::ScopedWipe m_wipePassword{m_device.password};
     std::string m_deviceId;
+    std::atomic<State> m_state = State::LoggedOut;
+    const Farewell m_farewell{[this] { LogOutAtTheEnd(); }}; // last: it uses the others
 };
 
 #endif

@@ -150,5 +150,7 @@ void AddCleanupCommand(CLI::App& app, Run& run)
         ->add_option("--shared-group", options->sharedGroup,
                      "Take this host group apart although hosts of others are in it")
         ->option_text("ID");
-    command->callback([options, &run] { run = [options](LogTail&) { return RunCleanup(*options); }; });
+    command->callback([options, &run] {
+        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunCleanup(*options); };
+    });
 }

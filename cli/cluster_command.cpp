@@ -92,5 +92,7 @@ void AddClusterCommand(CLI::App& app, Run& run)
         ->check(CLI::Range(1U, 65535U));
     command->add_option("--user", options->user, "Who logs in")->required();
     Options::AddFormat(*command, options->format);
-    command->callback([options, &run] { run = [options](LogTail& log) { return RunCluster(*options, log); }; });
+    command->callback([options, &run] {
+        run = [options](LogTail& log, StopSignals& /*signals*/) { return RunCluster(*options, log); };
+    });
 }

@@ -3,6 +3,7 @@
 
 #include "cli/exit_code.h"
 #include "cli/log_tail.h"
+#include "cli/stop_signals.h"
 
 #include <CLI/App.hpp>
 
@@ -10,7 +11,7 @@
 
 /// A command adds itself to the command line and leaves in `run` what is to be done when it was the one that was
 /// called. `run` throws Failure; what the library logged of its cause is then printed for it.
-using Run = std::function<ExitCode(LogTail& log)>;
+using Run = std::function<ExitCode(LogTail& log, StopSignals& stopSignals)>;
 
 void AddInitCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);

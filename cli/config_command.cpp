@@ -24,7 +24,7 @@ std::vector<ConfigReader::Setting> CheckedSettings()
     return settings;
 }
 
-ExitCode CheckConfiguration(LogTail& /*log*/)
+ExitCode CheckConfiguration(LogTail& /*log*/, StopSignals& /*signals*/)
 {
     std::vector<Report::Row> rows = {{"SECTION", "KEY", "FROM", "VALUE"}};
     for (const ConfigReader::Setting& setting : CheckedSettings()) {

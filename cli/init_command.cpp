@@ -104,8 +104,7 @@ bool AreEqual(const MapInfos& left, const MapInfos& right)
 }
 
 // Prints the first round and every one that found or made something else.
-ExitCode Watch(const std::vector<Target>& targets, const InitOptions& options, const StopSignals& stopSignals,
-               LogTail& log)
+ExitCode Watch(const std::vector<Target>& targets, const InitOptions& options, StopSignals& stopSignals, LogTail& log)
 {
     const boost::chrono::seconds pace(*options.watchSeconds);
     MapInfos printed;
@@ -126,21 +125,18 @@ ExitCode Watch(const std::vector<Target>& targets, const InitOptions& options, c
     }
 }
 
-ExitCode RunInit(const InitOptions& options, LogTail& log)
+ExitCode RunInit(const InitOptions& options, StopSignals& stopSignals, LogTail& log)
 {
     std::vector<Target> targets;
     for (const std::string& path : options.environmentPaths) {
         targets.push_back({path, ReadEnvironment(path), nullptr});
     }
-    // Before the first login, which starts the library's thread.
-    const std::unique_ptr<StopSignals> stopSignals =
-        options.watchSeconds.has_value() ? std::make_unique<StopSignals>() : nullptr;
     for (Target& target : targets) {
         target.login = std::make_unique<ArrayLogin>(target.path, target.env);
     }
     Report::Step("preparing this node");
-    if (stopSignals != nullptr) {
-        return Watch(targets, options, *stopSignals, log);
+    if (options.watchSeconds.has_value()) {
+        return Watch(targets, options, stopSignals, log);
     }
     MapInfos infos;
     const ExitCode code = PrepareAll(targets, log, infos);
@@ -167,5 +163,7 @@ void AddInitCommand(CLI::App& app, Run& run)
     command->add_option("--watch", options->watchSeconds, "Stay and see every SECONDS that the node is still prepared")
         ->option_text("SECONDS")
         ->check(CLI::Range(1U, 86400U));
-    command->callback([options, &run] { run = [options](LogTail& log) { return RunInit(*options, log); }; });
+    command->callback([options, &run] {
+        run = [options](LogTail& log, StopSignals& signals) { return RunInit(*options, signals, log); };
+    });
 }

@@ -204,5 +204,7 @@ void AddInventoryCommand(CLI::App& app, Run& run)
     command->add_option("--page-size", options->pageSize, "LUNs to a request (500)")
         ->option_text("N")
         ->check(CLI::Range(1U, 100000U));
-    command->callback([options, &run] { run = [options](LogTail&) { return RunInventory(*options); }; });
+    command->callback([options, &run] {
+        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunInventory(*options); };
+    });
 }

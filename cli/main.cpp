@@ -3,12 +3,20 @@
 #include "cli/failure.h"
 #include "cli/log_tail.h"
 #include "cli/report.h"
+#include "cli/stop_signals.h"
+#include "disklib/zav_storage_disk_lib.h"
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include <unistd.h>
+
+#include <chrono>
 #include <cstdlib>
 #include <exception>
+#include <future>
+#include <iostream>
+#include <thread>
 
 // zavctl: prepares, watches and cleans up this node on storage arrays, and asks arrays and clusters what they are.
 
@@ -22,9 +30,10 @@ ExitCode RunCommand(const Run& run, bool isVerbose)
         setenv(CONSOLE_LEVEL, "1", 1);
     }
     RequireSoundConfiguration();
+    StopSignals stopSignals;
     LogTail log(std::getenv(CONSOLE_LEVEL) != nullptr);
     try {
-        return run(log);
+        return run(log, stopSignals);
     } catch (const std::exception&) {
         log.PrintFailures(); // the cause, in front of what came of it
         throw;
@@ -62,9 +71,30 @@ ExitCode Main(int argc, char** argv)
     }
 }
 
+// Whether the library's thread ended within a second; it may be in the middle of a logout that nobody answers.
+bool EndCheckThread()
+{
+    std::promise<void> ended;
+    const std::future<void> end = ended.get_future();
+    std::thread([done = std::move(ended)]() mutable {
+        try {
+            ZavStorageDiskLib::GetInstance()->StopCheckThread();
+        } catch (const std::exception& error) {
+            Report::Step(std::string("the session check does not stop: ") + error.what());
+        }
+        done.set_value();
+    }).detach();
+    return end.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    return static_cast<int>(Main(argc, argv));
+    const ExitCode code = Main(argc, argv);
+    if (!EndCheckThread()) {
+        std::cout << std::flush;
+        ::_exit(static_cast<int>(code)); // what is static must not be destroyed under a thread that runs
+    }
+    return static_cast<int>(code);
 }

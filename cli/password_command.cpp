@@ -10,7 +10,7 @@
 
 namespace {
 
-ExitCode EncryptPassword(LogTail& /*log*/)
+ExitCode EncryptPassword(LogTail& /*log*/, StopSignals& /*signals*/)
 {
     std::string password;
     const Secret::ScopedWipe wipePassword(password);

@@ -2,6 +2,7 @@
 
 #include "base/secret.h"
 #include "cli/failure.h"
+#include "cli/farewell.h"
 
 #include <termios.h>
 #include <unistd.h>
@@ -22,10 +23,13 @@ public:
     }
     HiddenInput(const HiddenInput&) = delete;
     HiddenInput& operator=(const HiddenInput&) = delete;
-    ~HiddenInput() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_settings); }
+    ~HiddenInput() { Restore(); }
 
 private:
+    void Restore() const { tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_settings); }
+
     termios m_settings = {};
+    const Farewell m_farewell{[this] { Restore(); }};
 };
 
 // One line byte by byte, so that no stream's buffer keeps a copy of it. False at the end of the input without any.

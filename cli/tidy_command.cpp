@@ -88,5 +88,6 @@ void AddTidyCommand(CLI::App& app, Run& run)
     Options::AddEnvironment(*command, options->environmentPath);
     command->add_flag("-y,--yes", options->isAgreed, "Do not ask");
     command->add_flag("--dry-run", options->isDry, "Print what is left over and change nothing");
-    command->callback([options, &run] { run = [options](LogTail&) { return RunTidy(*options); }; });
+    command->callback(
+        [options, &run] { run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunTidy(*options); }; });
 }

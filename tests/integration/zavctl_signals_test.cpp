@@ -1,0 +1,126 @@
+#include "tests/integration/stage.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+
+using ::testing::HasSubstr;
+
+namespace {
+
+/// Signals in the middle of a command: it ends soon, and leaves neither session nor child.
+class ZavctlSignalsTest : public Stage {
+protected:
+    using Seconds = std::chrono::duration<double>;
+
+    static void AwaitRequest(const Array& array, const std::string& start)
+    {
+        WaitUntil(start, [&] {
+            for (const std::string& request : array.Requests()) {
+                if (request.rfind(start, 0) == 0) {
+                    return true;
+                }
+            }
+            return false;
+        });
+    }
+
+    /// Sends the signal and tells how long the process took to end.
+    static double SecondsToEnd(Process& process, int signal, int expectedStatus)
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        process.Signal(signal);
+        EXPECT_EQ(expectedStatus, process.Wait()) << process.Errors();
+        return Seconds(std::chrono::steady_clock::now() - begin).count();
+    }
+
+    void MakeIscsiadm(const std::string& script) const
+    {
+        const std::string path = Directory() + "/node/bin/iscsiadm";
+        WriteText(path, "#!/bin/sh\n" + script);
+        boost::filesystem::permissions(path, boost::filesystem::owner_all);
+    }
+};
+
+TEST_F(ZavctlSignalsTest, SignalInTheLoginEndsItAtOnce)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "silent", "method": "POST", "target": "sessions"})");
+    const auto zavctl = StartZavctl({"inventory", "--env", env});
+    AwaitRequest(array, "POST sessions");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0);
+    EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: ended by SIGINT"));
+}
+
+TEST_F(ZavctlSignalsTest, SignalInARequestLogsOut)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    for (const int signal : {SIGTERM, SIGHUP}) {
+        array.AddFault(R"({"kind": "silent", "method": "GET", "target": "storagepool"})");
+        const auto zavctl = StartZavctl({"inventory", "--env", env});
+        AwaitRequest(array, "GET storagepool");
+        EXPECT_LT(SecondsToEnd(*zavctl, signal, 128 + signal), 2.0);
+        EXPECT_EQ("DELETE sessions", array.Requests().back());
+        EXPECT_EQ(0U, array.SessionCount());
+        array.ClearJournal();
+    }
+}
+
+TEST_F(ZavctlSignalsTest, ArrayThatDoesNotAnswerTheLogoutIsLeftAfterASecond)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "silent", "target": "storagepool|sessions$", "method": "GET"})");
+    array.AddFault(R"({"kind": "silent", "target": "sessions$", "method": "DELETE", "count": 0})");
+    const auto zavctl = StartZavctl({"inventory", "--env", env});
+    AwaitRequest(array, "GET storagepool");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0);
+}
+
+TEST_F(ZavctlSignalsTest, CommandThatRunsIsEndedWithItsOwner)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    MakeIscsiadm("echo $$ >" + Directory() + "/child\nexec sleep 60\n");
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array)});
+    WaitUntil("the command", [this] { return !ReadText(Directory() + "/child").empty(); });
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0);
+    const int child = std::stoi(ReadText(Directory() + "/child"));
+    WaitUntil("the command's end", [child] { return ::kill(child, 0) != 0; });
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, CommandThatDoesNotEndIsKilledAfterItsGrace)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    MakeIscsiadm("trap '' INT TERM HUP\necho $$ >" + Directory() + "/child\nwhile :; do sleep 1; done\n");
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array)});
+    WaitUntil("the command", [this] { return !ReadText(Directory() + "/child").empty(); });
+    const double seconds = SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM);
+    EXPECT_GE(seconds, 5.0);
+    EXPECT_LT(seconds, 7.0);
+    const int child = std::stoi(ReadText(Directory() + "/child"));
+    WaitUntil("the command's end", [child] { return ::kill(child, 0) != 0; });
+}
+
+TEST_F(ZavctlSignalsTest, WatchThatIsInARoundThatHangsEndsToo)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    array.AddFault(R"({"kind": "silent", "method": "GET", "target": "/hostgroup/"})");
+    array.ClearJournal();
+    AwaitRequest(array, "GET hostgroup/");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 3.0);
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+} // namespace
