@@ -1,6 +1,11 @@
 #include "base/printable_text.h"
 
+#include <locale.h>
+#include <wchar.h>
+
+#include <algorithm>
 #include <cstdint>
+#include <cwchar>
 
 namespace Base {
 
@@ -37,7 +42,12 @@ bool IsControl(std::string_view character)
 {
     const auto lead = static_cast<unsigned char>(character.front());
     const bool isC1 = lead == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
-    return lead < ' ' || lead == 0x7F || isC1;
+    // U+202A to U+202E and U+2066 to U+2069 turn the direction: what stands behind them seems to stand elsewhere.
+    const std::string_view turning = character.substr(0, 2);
+    const auto last = static_cast<unsigned char>(character.back());
+    const bool isTurn = character.size() == 3 && ((turning == "\xE2\x80" && last >= 0xAA && last <= 0xAE) ||
+                                                  (turning == "\xE2\x81" && last >= 0xA6 && last <= 0xA9));
+    return lead < ' ' || lead == 0x7F || isC1 || isTurn;
 }
 
 void AppendEscaped(std::string& shown, std::string_view bytes)
@@ -68,6 +78,34 @@ std::string Printable(std::string_view text)
         start += character.size();
     }
     return shown;
+}
+
+std::size_t Columns(std::string_view text)
+{
+    static const locale_t utf8 =
+        ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr); // every system with this C library has it
+    const locale_t before = utf8 == nullptr ? nullptr : ::uselocale(utf8);
+    std::size_t columns = 0;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t size = std::max<std::size_t>(CharacterSize(text, start), 1);
+        wchar_t character = 0;
+        std::mbstate_t state = {};
+        const bool isKnown = std::mbrtowc(&character, text.data() + start, size, &state) == size;
+        const int width = isKnown ? ::wcwidth(character) : 1;
+        columns += static_cast<std::size_t>(std::max(width, 0));
+        start += size;
+    }
+    if (before != nullptr) {
+        ::uselocale(before);
+    }
+    return columns;
+}
+
+std::string PrintableCell(std::string_view text, std::size_t columns)
+{
+    std::string cell = Printable(text);
+    const std::size_t taken = Columns(cell);
+    return cell.append(taken < columns ? columns - taken : 0, ' ');
 }
 
 std::string PrintableLines(const std::vector<std::string>& lines, std::size_t limit)

@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "base/printable_text.h"
 #include "cli/array_login.h"
 #include "cli/environment_file.h"
 #include "cli/failure.h"
@@ -10,7 +11,7 @@
 
 #include <boost/algorithm/string/join.hpp>
 
-#include <iomanip>
+#include <array>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -94,11 +95,13 @@ void PrintTables(ZavRestApi& api, const std::string& url, const InventoryOptions
     bool hasHeading = false;
     ReadLuns(api, url, inventory.lunCount, options.pageSize, [&hasHeading](const std::vector<Zav::LunInfo>& luns) {
         // The columns are as wide in every page as names of usual length need.
-        std::cout << std::left;
         const auto printLine = [](const Report::Row& cells) {
-            std::cout << std::setw(8) << cells[0] << std::setw(34) << cells[1] << std::setw(34) << cells[2]
-                      << std::setw(14) << cells[3] << std::setw(8) << cells[4] << std::setw(6) << cells[5] << cells[6]
-                      << "\n";
+            constexpr std::array<std::size_t, 7> COLUMNS = {6, 32, 32, 12, 6, 4, 0};
+            std::string line;
+            for (std::size_t i = 0; i < COLUMNS.size(); ++i) {
+                line += (i == 0 ? "" : "  ") + Base::PrintableCell(cells[i], COLUMNS[i]);
+            }
+            std::cout << line << "\n";
         };
         if (!hasHeading) {
             printLine({"LUN", "NAME", "WWN", "CAPACITY", "HEALTH", "POOL", "ALLOCATION"});

@@ -1,5 +1,6 @@
 #include "cli/log_tail.h"
 
+#include "base/printable_text.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/log_proxy.h"
 
@@ -75,7 +76,7 @@ void LogTail::PrintFailures()
         m_offset += static_cast<std::streamoff>(line.size()) + 1;
         const std::vector<std::string> fields = Fields(line);
         if (fields.size() > TEXT && fields[REQUEST_ID] == m_requestId && fields[LEVEL] >= "3") {
-            std::cerr << "zavctl:   " << fields[TEXT] << " (" << fields[FUNCTION] << ")" << std::endl;
+            std::cerr << "zavctl:   " << Base::Printable(fields[TEXT]) << " (" << fields[FUNCTION] << ")" << std::endl;
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "cli/report.h"
 
+#include "base/printable_text.h"
+
 #include <json/writer.h>
 
 #include <unistd.h>
@@ -15,7 +17,7 @@ namespace Report {
 
 void Step(const std::string& text)
 {
-    std::cerr << "zavctl: " << text << std::endl;
+    std::cerr << "zavctl: " << Base::Printable(text) << std::endl;
 }
 
 void Table(const std::vector<Row>& rows)
@@ -24,15 +26,14 @@ void Table(const std::vector<Row>& rows)
     for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], Base::Columns(Base::Printable(row[column])));
         }
     }
     for (const Row& row : rows) {
         std::string line;
         for (std::size_t column = 0; column < row.size(); ++column) {
             const bool isLast = column + 1 == row.size();
-            line += row[column];
-            line.append(isLast ? 0 : widths[column] - row[column].size() + 2, ' ');
+            line += Base::PrintableCell(row[column], isLast ? 0 : widths[column] + 2);
         }
         std::cout << line << "\n";
     }

@@ -1,5 +1,7 @@
 #include "simulator/simulation.h"
 
+#include "base/printable_text.h"
+
 #include <csignal>
 #include <iostream>
 
@@ -47,7 +49,7 @@ int main(int argc, char** argv)
         }
         WaitForEnd(signals);
     } catch (const std::exception& error) {
-        std::cerr << "zavsim: " << error.what() << std::endl;
+        std::cerr << "zavsim: " << Base::Printable(error.what()) << std::endl;
         return FAILURE_STATUS;
     }
     return 0;

@@ -1,6 +1,7 @@
 #include "simulator/dataplane/lio_plane.h"
 
 #include "base/host_port.h"
+#include "base/printable_text.h"
 #include "simulator/dataplane/config_tree.h"
 #include "simulator/dataplane/fc_fabric.h"
 
@@ -68,7 +69,7 @@ LioPlane::~LioPlane()
     try {
         Close();
     } catch (const std::exception& error) {
-        std::cerr << "zavsim: targets stay behind: " << error.what() << std::endl;
+        std::cerr << "zavsim: targets stay behind: " << Base::Printable(error.what()) << std::endl;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "simulator/dataplane/tgt_plane.h"
 
+#include "base/printable_text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -47,7 +49,7 @@ TgtPlane::~TgtPlane()
             RemoveOurs(portal);
         }
     } catch (const std::exception& error) {
-        std::cerr << "zavsim: targets stay behind: " << error.what() << std::endl;
+        std::cerr << "zavsim: targets stay behind: " << Base::Printable(error.what()) << std::endl;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "simulator/http/io_threads.h"
 
+#include "base/printable_text.h"
+
 #include <algorithm>
 #include <exception>
 #include <iostream>
@@ -17,7 +19,7 @@ void Run(boost::asio::io_context& context)
         try {
             context.run();
         } catch (const std::exception& error) { // one connection is lost by it; the others go on
-            std::cerr << "zavsim: " << error.what() << std::endl;
+            std::cerr << "zavsim: " << Base::Printable(error.what()) << std::endl;
         }
     }
 }

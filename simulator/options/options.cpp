@@ -1,6 +1,7 @@
 #include "simulator/options/options.h"
 
 #include "base/host_port.h"
+#include "base/printable_text.h"
 #include "simulator/options/account_arguments.h"
 #include "simulator/options/cluster_arguments.h"
 
@@ -124,10 +125,10 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& stat
     } catch (const CLI::CallForHelp& help) {
         status = app.exit(help);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "zavsim: " << error.what() << std::endl;
+        std::cerr << "zavsim: " << Base::Printable(error.what()) << std::endl;
         status = BAD_ARGUMENT_STATUS;
     } catch (const std::exception& error) {
-        std::cerr << "zavsim: " << error.what() << std::endl;
+        std::cerr << "zavsim: " << Base::Printable(error.what()) << std::endl;
         status = BAD_ARGUMENT_STATUS;
     }
     return std::nullopt;

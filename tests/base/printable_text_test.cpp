@@ -17,6 +17,24 @@ TEST(PrintableTextTest, ControlCharactersAreEscaped)
     EXPECT_EQ("\\xc2\\x9b31m", Base::Printable("\xc2\x9b\x33\x31m")); // the eight-bit form of the same sequence
 }
 
+TEST(PrintableTextTest, TurnsOfTheDirectionAreEscaped)
+{
+    EXPECT_EQ("a\\xe2\\x80\\xaeb", Base::Printable("a\xe2\x80\xae\x62"));
+    EXPECT_EQ("\\xe2\\x81\\xa6", Base::Printable("\xe2\x81\xa6"));
+    EXPECT_EQ("\xe2\x80\x9c", Base::Printable("\xe2\x80\x9c")) << "a quotation mark";
+}
+
+TEST(PrintableTextTest, ColumnsAreThoseOfATerminal)
+{
+    EXPECT_EQ(0U, Base::Columns(""));
+    EXPECT_EQ(4U, Base::Columns("L\xc3\xbcN1"));
+    EXPECT_EQ(4U, Base::Columns("\xe6\x97\xa5\xe6\x9c\xac")) << "two wide characters";
+    EXPECT_EQ(1U, Base::Columns("e\xcc\x81")) << "an accent of its own";
+    EXPECT_EQ("\xe6\x97\xa5   |", Base::PrintableCell("\xe6\x97\xa5", 5) + "|");
+    EXPECT_EQ("\\x1bx ", Base::PrintableCell("\x1bx", 6));
+    EXPECT_EQ("longer", Base::PrintableCell("longer", 3));
+}
+
 TEST(PrintableTextTest, WhatIsNoUtf8IsEscapedByteByByte)
 {
     EXPECT_EQ("\\xff\\xfe", Base::Printable("\xff\xfe"));

@@ -81,7 +81,8 @@ TEST_F(BadInputTest, PasswordThatWasNotEncryptedHereIsNotSentAnywhere)
     WriteText(env, text);
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
     EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("the encrypted password of user admin cannot be decrypted with this node's key"));
+    EXPECT_THAT(outcome.errors,
+                HasSubstr("the encrypted password of user admin cannot be decrypted with this node's key"));
     EXPECT_THAT(array.Requests(), IsEmpty());
 }
 
@@ -221,6 +222,24 @@ TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
             HasSubstr(
                 "this node is not rightly prepared: no host is recorded, for this node has no FC port, and no name in "
                 "/etc/iscsi/initiatorname.iscsi. Run zavctl init again")));
+}
+
+TEST_F(BadInputTest, TextsOfTheArrayDoNotSteerTheTerminal)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "code", "code": 42, "description": "no\u001b[2Jway\u202e", "target": "lun/count"})");
+    const Base::ProgramResult refused = RunZavctl({"inventory", "--env", env});
+    EXPECT_EQ(1, refused.status);
+    EXPECT_THAT(refused.errors, AllOf(HasSubstr("no\\x1b[2Jway\\xe2\\x80\\xae"), Not(HasSubstr("\x1b"))));
+
+    array.AddFault(
+        R"({"kind": "answer", "target": "lun\\?range", "answer": {"error": {"code": 0, "description": "0"}, "data": [)"
+        R"({"ID": "0", "NAME": "\u001b]0;title\u0007L\u00fcn", "WWN": "w", "CAPACITY": "2097152", "HEALTHSTATUS": "1",)"
+        R"( "PARENTID": "0", "ALLOCTYPE": "0"}]}})");
+    const Base::ProgramResult shown = RunZavctl({"inventory", "--env", env});
+    EXPECT_THAT(shown.output, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(shown.output, HasSubstr("\n0       \\x1b]0;title\\x07L\u00fcn               w "));
 }
 
 TEST_F(BadInputTest, ConfigurationThatIsMalformedEndsEveryCommandWithFour)
