@@ -8,7 +8,8 @@
 /// Between JSON text and JSON values, with the JSON library's default settings.
 namespace JsonText {
 
-/// False, with `root` undefined, when `text` is no JSON or nests deeper than the library's limit. Throws nothing.
+/// False, with `root` undefined, when `text` is no JSON, nests deeper than the library's limit, or has more than
+/// 3,000,000 objects, arrays, members and elements. Throws nothing.
 /// Of each text that outgrows a std::string's own buffer the library's parser leaves one copy behind in memory that it
 /// frees; nothing here can reach it.
 bool Parse(const std::string& text, Json::Value& root);

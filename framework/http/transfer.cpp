@@ -20,11 +20,25 @@ namespace {
 
 constexpr std::size_t MAX_HEAD_BYTES = 256 * 1024; // all header lines of one answer, interim ones included
 
-// Received text does not stay behind in the TLS library's buffers.
-CURLcode OnTlsContext(CURL* /*curl*/, void* context, void* /*user*/) noexcept
+// Whoever learns the server's key later cannot read what was recorded before. TLS 1.3 has nothing else.
+constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
+
+// The certificate must name the server as an alternative name: what stands in its subject alone does not count.
+bool RequireName(SSL_CTX* context, const std::string& url)
 {
-    SSL_CTX_set_options(static_cast<SSL_CTX*>(context), SSL_OP_CLEANSE_PLAINTEXT);
-    return CURLE_OK;
+    UrlParts server;
+    std::string problem;
+    if (!ParseUrl(url, server, problem)) {
+        return false;
+    }
+    std::string host = server.host;
+    if (!host.empty() && host.front() == '[') {
+        host = host.substr(1, host.size() - 2);
+    }
+    X509_VERIFY_PARAM* const wanted = SSL_CTX_get0_param(context);
+    X509_VERIFY_PARAM_set_hostflags(wanted, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+    return X509_VERIFY_PARAM_set1_ip_asc(wanted, host.c_str()) == 1 ||
+           X509_VERIFY_PARAM_set1_host(wanted, host.c_str(), host.size()) == 1;
 }
 
 bool HasHeader(const TMSHttpRequest& request, const char* name)
@@ -125,7 +139,8 @@ void Transfer::SetTls()
         curl_easy_setopt(m_curl, CURLOPT_CAPATH, nullptr); // the file alone is trusted
     }
     curl_easy_setopt(m_curl, CURLOPT_CA_CACHE_TIMEOUT, 0L); // a new connection reads the file as it is now
-    curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_FUNCTION, &OnTlsContext);
+    curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_FUNCTION, &Transfer::OnTlsContext);
+    curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_DATA, this);
 }
 
 void Transfer::SetRequest()
@@ -179,6 +194,22 @@ void Transfer::SetAnswer()
     curl_easy_setopt(m_curl, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
     curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, this);
+}
+
+CURLcode Transfer::OnTlsContext(CURL* /*curl*/, void* context, void* transfer) noexcept
+{
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    SSL_CTX_set_options(tls, SSL_OP_CLEANSE_PLAINTEXT); // received text does not stay behind in the library's buffers
+    SSL_CTX_set_keylog_callback(tls, nullptr);          // whatever the environment asks for
+    const Transfer& self = *static_cast<Transfer*>(transfer);
+    try {
+        const bool isVerified = self.m_config.Of(SettingId::HttpVerifyPeer).number != 0;
+        const bool isSet = SSL_CTX_set_cipher_list(tls, FORWARD_SECRET_CIPHERS) == 1 &&
+                           (!isVerified || RequireName(tls, self.m_request.url));
+        return isSet ? CURLE_OK : CURLE_SSL_CERTPROBLEM;
+    } catch (const std::exception&) {
+        return CURLE_OUT_OF_MEMORY;
+    }
 }
 
 int Transfer::OnSend(void* transfer, char* /*peer*/, char* /*local*/, int /*peerPort*/, int /*localPort*/) noexcept

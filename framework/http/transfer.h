@@ -39,6 +39,7 @@ private:
     bool MaySend();
     std::size_t TakeHeadLine(const char* bytes, std::size_t size);
     std::size_t TakeBody(const char* bytes, std::size_t size);
+    static CURLcode OnTlsContext(CURL* curl, void* context, void* transfer) noexcept;
     static int OnSend(void* transfer, char* peer, char* local, int peerPort, int localPort) noexcept;
     static std::size_t OnHeadLine(char* bytes, std::size_t unit, std::size_t count, void* transfer) noexcept;
     static std::size_t OnBody(char* bytes, std::size_t unit, std::size_t count, void* transfer) noexcept;

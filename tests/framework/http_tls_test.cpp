@@ -169,6 +169,43 @@ TEST_F(HttpTlsTest, OldTlsIsRefused)
     EXPECT_EQ(35, response->IsNetworkError()) << response->GetErrorText();
 }
 
+TEST_F(HttpTlsTest, NameInTheSubjectAloneDoesNotCount)
+{
+    CertificateWish wish;
+    wish.subject = "localhost";
+    wish.altNames = "";
+    WebServer server(m_ca.Issue(wish));
+    server.Answer("GET", "/a", "body");
+    const auto response = Get("https://localhost:" + std::to_string(server.Port()) + "/a");
+    EXPECT_EQ(60, response->IsNetworkError());
+    EXPECT_THAT(response->GetErrorText(), HasSubstr("hostname mismatch"));
+}
+
+TEST_F(HttpTlsTest, CipherWithoutForwardSecrecyIsRefused)
+{
+    for (const char* const cipher : {"AES128-GCM-SHA256", "ECDHE-RSA-AES128-GCM-SHA256"}) {
+        CertificateWish wish;
+        wish.hasRsaKey = true;
+        Base::TlsContextHandle context = ServerContext(m_ca.Issue(wish));
+        SSL_CTX_set_max_proto_version(context.get(), TLS1_2_VERSION);
+        ASSERT_EQ(1, SSL_CTX_set_cipher_list(context.get(), cipher));
+        const HttpServer server(
+            "127.0.0.1", [](const ServedRequest&, HttpReply& reply) { reply.body = "body"; }, std::move(context));
+        const auto response = Get("https://127.0.0.1:" + std::to_string(server.Port()) + "/");
+        EXPECT_EQ(std::string(cipher).front() == 'E', response->IsSuccess()) << cipher << response->GetErrorText();
+    }
+}
+
+TEST_F(HttpTlsTest, KeysAreNotLoggedWhateverTheEnvironmentAsksFor)
+{
+    WebServer server(m_ca.Issue());
+    server.Answer("GET", "/a", "body");
+    const Base::ProgramResult result =
+        RunToEnd({ProbePath(), "client-at-exit", server.Url("/a")}, {"SSLKEYLOGFILE=" + InRoot("keys")});
+    EXPECT_EQ("200\n", result.output) << result.errors;
+    EXPECT_EQ("", ReadText(InRoot("keys")));
+}
+
 TEST_F(HttpTlsTest, HttpsToAServerThatSpeaksHttpIsANetworkError)
 {
     const WebServer server;

@@ -10,9 +10,10 @@
 
 namespace {
 
-std::shared_ptr<EVP_PKEY> MakeKey()
+std::shared_ptr<EVP_PKEY> MakeKey(bool isRsa)
 {
-    return {EVP_EC_gen("P-256"), EVP_PKEY_free};
+    constexpr std::size_t RSA_BITS = 2048;
+    return {isRsa ? EVP_RSA_gen(RSA_BITS) : EVP_EC_gen("P-256"), EVP_PKEY_free};
 }
 
 void AddExtension(X509* certificate, X509* issuer, int type, const std::string& value)
@@ -55,7 +56,7 @@ TestCa::TestCa(const std::string& name)
 {
     CertificateWish wish;
     wish.subject = name;
-    m_identity.key = MakeKey();
+    m_identity.key = MakeKey(false);
     m_identity.certificate = MakeCertificate(wish, m_identity.key.get());
     X509* const own = m_identity.certificate.get();
     X509_set_issuer_name(own, X509_get_subject_name(own));
@@ -68,7 +69,7 @@ TestCa::TestCa(const std::string& name)
 Identity TestCa::Issue(const CertificateWish& wish) const
 {
     Identity identity;
-    identity.key = MakeKey();
+    identity.key = MakeKey(wish.hasRsaKey);
     identity.certificate = MakeCertificate(wish, identity.key.get());
     X509* const issuer = m_identity.certificate.get();
     X509_set_issuer_name(identity.certificate.get(), X509_get_subject_name(issuer));

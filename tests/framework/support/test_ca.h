@@ -21,6 +21,7 @@ struct CertificateWish {
     std::string altNames = "IP:127.0.0.1"; ///< as OpenSSL writes them; empty for none
     long validFromSeconds = -3600;         ///< from now
     long validToSeconds = 3600;
+    bool hasRsaKey = false; ///< else one on an elliptic curve
 };
 
 /// A certificate authority for one test.

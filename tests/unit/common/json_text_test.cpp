@@ -11,6 +11,25 @@ namespace {
 
 class JsonTextTest : public ::testing::Test {};
 
+TEST_F(JsonTextTest, ParseCountsTheStructureBeforeItReads)
+{
+    const auto parse = [](const std::string& text) {
+        Json::Value root;
+        return JsonText::Parse(text, root);
+    };
+    std::string list = "[0";
+    for (int i = 1; i < 3'000'000; ++i) {
+        list += ",0";
+    }
+    EXPECT_TRUE(parse(list + "]"));
+    EXPECT_FALSE(parse(list + ",0]"));
+    // What stands in texts and comments is no structure; what stands behind them is.
+    EXPECT_TRUE(parse("[\"" + std::string(3'000'001, ',') + "\\\"{\"]"));
+    EXPECT_TRUE(parse("[/*" + std::string(3'000'001, ',') + "*/ 1 // \" " + std::string(100, '{') + "\n]"));
+    EXPECT_FALSE(parse("[// \"\n" + list.substr(1) + ",0,0]"));
+    EXPECT_FALSE(parse("[/* \" */" + list.substr(1) + ",0,0]"));
+}
+
 TEST_F(JsonTextTest, ParseReadsWhatIsJsonAndRefusesTheRest)
 {
     Json::Value root;
