@@ -79,6 +79,29 @@ const Json::Value& RequireMember(const Json::Value& body, const char* name, Json
     return body[name];
 }
 
+// Not by a name that somebody's DNS leads here: a page from there would be of the same origin.
+bool IsAskedByItsAddress(const HttpRequest& request)
+{
+    for (const std::string& host : request.HeaderValues("Host")) {
+        const auto parts = Base::SplitHostPort(host);
+        if (!parts || (parts->host != "localhost" && !Base::IsNumericAddress(parts->host))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// A browser tells from where a request comes that a page makes; other clients tell nothing.
+bool IsFromItself(const HttpRequest& request)
+{
+    for (const std::string& origin : request.HeaderValues("Origin")) {
+        if (origin != request.listener) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 struct AdminService::Resource {
@@ -108,6 +131,9 @@ HttpAnswer AdminService::Handle(const HttpRequest& request)
 {
     if (!Base::IsLoopbackAddress(request.peer)) {
         return ErrorAnswer(FORBIDDEN, "only clients on this machine may steer the simulator");
+    }
+    if (!IsAskedByItsAddress(request) || !IsFromItself(request)) {
+        return ErrorAnswer(FORBIDDEN, "a page of another origin may not steer the simulator");
     }
     try {
         const auto target = ParseTarget(request.target);

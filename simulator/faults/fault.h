@@ -3,10 +3,12 @@
 
 #include <json/value.h>
 
+#include <re2/re2.h>
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <regex>
+#include <memory>
 #include <string>
 
 namespace ZavSim {
@@ -26,7 +28,7 @@ struct Fault {
 
     std::string method;     ///< empty: any
     std::string targetText; ///< searched in the request's target; empty: any
-    std::regex target;
+    std::shared_ptr<const re2::RE2> target; ///< null: any
     std::uint64_t skip = 0;  ///< how many requests that it concerns are let through before
     std::uint64_t count = 1; ///< how many requests; 0: until it is taken away
     double probability = 1;  ///< of hitting one request that matches

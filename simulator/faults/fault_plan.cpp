@@ -9,7 +9,7 @@ namespace {
 bool Concerns(const Fault& fault, const std::string& method, const std::string& target)
 {
     return (fault.method.empty() || fault.method == method) &&
-           (fault.targetText.empty() || std::regex_search(target, fault.target));
+           (fault.target == nullptr || re2::RE2::PartialMatch(target, *fault.target));
 }
 
 } // namespace

@@ -49,6 +49,19 @@ TEST_F(AdminTest, JournalShowsRequestsWithSecretsMasked)
     EXPECT_EQ(0U, Admin("GET", "journal").json["entries"].size());
 }
 
+TEST_F(AdminTest, PageOfAnotherOriginMayNotSteer)
+{
+    HttpClient client(Url());
+    const auto status = [&](const Headers& headers) { return client.Send("GET", "/zavsim/faults", headers).status; };
+    EXPECT_EQ(200, status({}));
+    EXPECT_EQ(200, status({{"Origin", Url()}}));
+    EXPECT_EQ(403, status({{"Origin", "http://elsewhere.example"}}));
+    EXPECT_EQ(403, status({{"Origin", "null"}}));
+    EXPECT_EQ(200, status({{"Host", "localhost:8088"}}));
+    EXPECT_EQ(403, status({{"Host", "rebound.example:8088"}}));
+    EXPECT_EQ(403, status({{"Host", "127.0.0.1.example"}}));
+}
+
 TEST_F(AdminTest, ObjectsShowsWhatIsJoinedToWhat)
 {
     const auto client = Client();

@@ -101,6 +101,13 @@ TEST_F(FaultPlanTest, DrawTakesTheFirstThatMatches)
     EXPECT_EQ(502, plan.Draw("GET", "/")->status);
 }
 
+TEST_F(FaultPlanTest, PatternThatOthersChokeOnTakesNoTime)
+{
+    plan.Add(FaultFromText(R"({"kind":"drop","target":"^(a+)+$","count":0})"));
+    EXPECT_FALSE(Hits("GET", std::string(100000, 'a') + "!"));
+    EXPECT_TRUE(Hits("GET", std::string(100000, 'a')));
+}
+
 TEST_F(FaultPlanTest, SkipLetsAsManyThroughThatMatch)
 {
     plan.Add(FaultFromText(R"({"kind":"drop","method":"POST","skip":2})"));
