@@ -7,8 +7,8 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace ZavSim {
@@ -26,12 +26,12 @@ struct Fault {
     std::chrono::milliseconds duration{0};
     std::int64_t bytes = 0;
 
-    std::string method;     ///< empty: any
-    std::string targetText; ///< searched in the request's target; empty: any
+    std::string method;                     ///< empty: any
+    std::string targetText;                 ///< searched in the request's target; empty: any
     std::shared_ptr<const re2::RE2> target; ///< null: any
-    std::uint64_t skip = 0;  ///< how many requests that it concerns are let through before
-    std::uint64_t count = 1; ///< how many requests; 0: until it is taken away
-    double probability = 1;  ///< of hitting one request that matches
+    std::uint64_t skip = 0;                 ///< how many requests that it concerns are let through before
+    std::uint64_t count = 1;                ///< how many requests; 0: until it is taken away
+    double probability = 1;                 ///< of hitting one request that matches
 };
 
 /// Reads {"kind", "method", "target", "skip", "count", "probability"} and the members that the kind takes. Throws
