@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -34,10 +35,10 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
 
 } // namespace
 
-Leftovers::Leftovers(const ArrayLogin& login, const DeviceMessage& record)
+Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record)
     : m_login(login)
     , m_api(login.Api())
-    , m_record(record)
+    , m_record(std::move(record))
     , m_array(*m_api, login.Device().url)
 {
     const std::vector<OwnJournal::Entry> entries = OwnJournal::Standing(login.DeviceId());

@@ -23,7 +23,7 @@ public:
     /// Looks on the array. What the journal names and the array does not have any more leaves the journal. `login` must
     /// outlive it. Throws Failure when array or journal cannot be read. Where another provider than the open one is
     /// linked, there is no journal, and nothing is left over.
-    Leftovers(const ArrayLogin& login, const DeviceMessage& record);
+    Leftovers(const ArrayLogin& login, DeviceMessage record);
 
     /// In the order in which they can be taken apart: mapping views, host groups, LUN groups, hosts.
     const std::vector<Object>& Objects() const noexcept { return m_objects; }

@@ -109,7 +109,7 @@ Record NamedHandler<Record, Base>::Create(const Record& record)
             what, m_session.Call(what, "POST", m_kind.resource, {{"NAME", record.name}, {"TYPE", m_kind.type}}));
     };
     try {
-        const auto made = Settle(m_session, AfterRefusal::GiveUp, send, [&] { return Find(record.name); });
+        auto made = Settle(m_session, AfterRefusal::GiveUp, send, [&] { return Find(record.name); });
         entry.id = made.id;
         Enter([&] { m_journal.Made(entry); });
         return made;

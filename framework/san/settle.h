@@ -14,6 +14,21 @@ enum class AfterRefusal {
     Look,   ///< what is asked for is the same, whoever asked for it first
 };
 
+/// Gives a session's requests their usual time again at the end.
+class StandardLimitAfterwards {
+public:
+    explicit StandardLimitAfterwards(ArraySession& session) noexcept
+        : m_session(session)
+    {
+    }
+    StandardLimitAfterwards(const StandardLimitAfterwards&) = delete;
+    StandardLimitAfterwards& operator=(const StandardLimitAfterwards&) = delete;
+    ~StandardLimitAfterwards() { m_session.LimitTo(ArraySession::STANDARD_TIMEOUT_SECONDS); }
+
+private:
+    ArraySession& m_session;
+};
+
 /// The array refuses to be looked at: an outcome in doubt stays so.
 struct CannotLook {};
 
@@ -47,11 +62,7 @@ auto LookAfterRefusal(const Look& look) -> decltype(look())
 template <typename Send, typename Look>
 auto Settle(ArraySession& session, AfterRefusal afterRefusal, const Send& send, const Look& look)
 {
-    struct Limit {
-        ArraySession& session;
-        ~Limit() { session.LimitTo(ArraySession::STANDARD_TIMEOUT_SECONDS); }
-    };
-    const Limit limit{session};
+    const StandardLimitAfterwards limit(session);
     Patience patience;
     std::optional<ArrayUnsettled> doubt;
     for (;;) {
