@@ -24,6 +24,17 @@ void Run(boost::asio::io_context& context)
     }
 }
 
+// How many handlers were ready, and ran.
+std::size_t RunReady(boost::asio::io_context& context)
+{
+    try {
+        return context.poll();
+    } catch (const std::exception& error) {
+        std::cerr << "zavsim: " << Base::Printable(error.what()) << std::endl;
+        return 1;
+    }
+}
+
 } // namespace
 
 IoThreads::IoThreads()
@@ -49,6 +60,22 @@ void IoThreads::Stop()
     for (const auto& worker : m_workers) {
         if (worker->thread.joinable()) {
             worker->thread.join();
+        }
+    }
+    Drain();
+}
+
+// What was cancelled is still queued: an accept, say, which is bound to the context of its listener and holds a socket
+// of another. It goes here, while all contexts live.
+void IoThreads::Drain()
+{
+    constexpr int MOST_ROUNDS = 100; // clients that go on sending shall not keep this from ending
+    std::size_t count = 1;
+    for (int round = 0; count > 0 && round < MOST_ROUNDS; ++round) {
+        count = 0;
+        for (const auto& worker : m_workers) {
+            worker->context.restart();
+            count += RunReady(worker->context);
         }
     }
 }

@@ -27,6 +27,8 @@ public:
     void Stop();
 
 private:
+    void Drain();
+
     struct Worker {
         boost::asio::io_context context{1};
         boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{context.get_executor()};
