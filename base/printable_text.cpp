@@ -1,9 +1,7 @@
 #include "base/printable_text.h"
 
-#include <locale.h>
-#include <wchar.h>
-
 #include <algorithm>
+#include <clocale>
 #include <cstdint>
 #include <cwchar>
 
