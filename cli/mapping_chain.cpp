@@ -93,6 +93,7 @@ void MappingChain::MendOrFail()
     CheckObject(MAPPING_VIEW, m_record.mapViewId, m_record.mapViewName);
     if (m_broken.empty()) {
         CheckMember(HOST_GROUP, m_record.hostGroupId, HOST, m_record.hostId, [this](CDeviceManager& manager) {
+            RequireOwnHost();
             HandlerOf<CHostGroupHandler>(manager, HANDLER_HOST_GROUP).AddHost(m_record.hostId, m_record.hostGroupId);
         });
         CheckMember(MAPPING_VIEW, m_record.mapViewId, HOST_GROUP, m_record.hostGroupId,
@@ -135,6 +136,21 @@ void MappingChain::CheckMember(const ObjectKind& container, const std::string& c
         Report::Step("whether " + link + " is, the array does not tell");
     } else if (std::find(members->begin(), members->end(), memberId) == members->end()) {
         Mend(link, join);
+    }
+}
+
+// Whoever else has initiators on the host would see this node's LUNs.
+void MappingChain::RequireOwnHost()
+{
+    std::set<std::string> own = PortNames(m_record.fcInitiatorName);
+    own.insert(m_record.iscsiInitiatorName);
+    for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
+        const auto initiators = m_objects.Initiators(kind, m_record.hostId);
+        for (const std::string& each : initiators.value_or(std::vector<std::string>())) {
+            if (own.count(each) == 0) {
+                throw std::runtime_error("the host holds " + Naming(kind, each) + " as well, which is not this node's");
+            }
+        }
     }
 }
 

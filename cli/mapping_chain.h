@@ -26,6 +26,7 @@ private:
     void CheckObject(const ObjectKind& kind, const std::string& id, const std::string& name);
     void CheckMember(const ObjectKind& container, const std::string& containerId, const ObjectKind& member,
                      const std::string& memberId, const std::function<void(CDeviceManager&)>& join);
+    void RequireOwnHost();
     void CheckInitiators();
     void CheckInitiator(const ObjectKind& kind, const std::string& id);
     bool IsInGroup(const std::string& hostId);

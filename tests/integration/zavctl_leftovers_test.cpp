@@ -111,11 +111,17 @@ TEST_F(ZavctlLeftoversTest, InitiatorOnSomebodyElsesHostIsToldAndLeft)
                     std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
     m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
                     std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":")") + NODE_IQN + R"("})");
+    m_array.Operate("POST", "iscsi_initiator", R"({"TYPE":"222","ID":"iqn.2020-01.another.node"})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":"iqn.2020-01.another.node"})");
     // The library takes the host that it finds for the node's: it is in the record, and not in the group.
     const Base::ProgramResult init = Init();
-    EXPECT_THAT(m_array.Members("host", "2", "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_EQ(10, init.status);
+    EXPECT_THAT(m_array.Members("hostgroup", "1", "host"), ElementsAre("1"));
+    EXPECT_THAT(m_array.Members("host", "2", "iscsi_initiator"), Contains(NODE_IQN));
     EXPECT_EQ("elsewhere", m_array.Object("host", "2")["name"].asString());
-    EXPECT_THAT(init.errors, AnyOf(HasSubstr("mended: host 2 in host group 1"), HasSubstr("belongs to host 2")));
+    EXPECT_THAT(init.errors, HasSubstr("host 2 in host group 1 is missing and cannot be made: the host holds iSCSI "
+                                       "initiator iqn.2020-01.another.node as well, which is not this node's"));
 }
 
 TEST_F(ZavctlLeftoversTest, WhatARunWithoutARecordLeftGoesWithTheNextInit)
