@@ -1,14 +1,14 @@
 #ifndef ZAVSIM_SIMULATION_H
 #define ZAVSIM_SIMULATION_H
 
+#include "simulator/admin/admin_service.h"
+#include "simulator/array/array_service.h"
 #include "simulator/cluster/cluster_service.h"
 #include "simulator/dataplane/export_keeper.h"
 #include "simulator/http/certificate_folder.h"
 #include "simulator/http/io_threads.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options/options.h"
-#include "simulator/admin/admin_service.h"
-#include "simulator/array/array_service.h"
 
 #include <memory>
 
