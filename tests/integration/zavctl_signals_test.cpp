@@ -12,6 +12,12 @@ using ::testing::HasSubstr;
 
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double SLOWNESS = 4; // of everything but the waits
+#else
+constexpr double SLOWNESS = 1;
+#endif
+
 /// Signals in the middle of a command: it ends soon, and leaves neither session nor child.
 class ZavctlSignalsTest : public Stage {
 protected:
@@ -53,7 +59,7 @@ TEST_F(ZavctlSignalsTest, SignalInTheLoginEndsItAtOnce)
     array.AddFault(R"({"kind": "silent", "method": "POST", "target": "sessions"})");
     const auto zavctl = StartZavctl({"inventory", "--env", env});
     AwaitRequest(array, "POST sessions");
-    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0);
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0 * SLOWNESS);
     EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: ended by SIGINT"));
 }
 
@@ -65,7 +71,7 @@ TEST_F(ZavctlSignalsTest, SignalInARequestLogsOut)
         array.AddFault(R"({"kind": "silent", "method": "GET", "target": "storagepool"})");
         const auto zavctl = StartZavctl({"inventory", "--env", env});
         AwaitRequest(array, "GET storagepool");
-        EXPECT_LT(SecondsToEnd(*zavctl, signal, 128 + signal), 2.0);
+        EXPECT_LT(SecondsToEnd(*zavctl, signal, 128 + signal), 2.0 * SLOWNESS);
         EXPECT_EQ("DELETE sessions", array.Requests().back());
         EXPECT_EQ(0U, array.SessionCount());
         array.ClearJournal();
@@ -80,7 +86,7 @@ TEST_F(ZavctlSignalsTest, ArrayThatDoesNotAnswerTheLogoutIsLeftAfterASecond)
     array.AddFault(R"({"kind": "silent", "target": "sessions$", "method": "DELETE", "count": 0})");
     const auto zavctl = StartZavctl({"inventory", "--env", env});
     AwaitRequest(array, "GET storagepool");
-    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0);
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0 * SLOWNESS);
 }
 
 TEST_F(ZavctlSignalsTest, CommandThatRunsIsEndedWithItsOwner)
@@ -90,7 +96,7 @@ TEST_F(ZavctlSignalsTest, CommandThatRunsIsEndedWithItsOwner)
     MakeIscsiadm("echo $$ >" + Directory() + "/child\nexec sleep 60\n");
     const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array)});
     WaitUntil("the command", [this] { return !ReadText(Directory() + "/child").empty(); });
-    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0);
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0 * SLOWNESS);
     const int child = std::stoi(ReadText(Directory() + "/child"));
     WaitUntil("the command's end", [child] { return ::kill(child, 0) != 0; });
     EXPECT_EQ(0U, array.SessionCount());
@@ -105,7 +111,7 @@ TEST_F(ZavctlSignalsTest, CommandThatDoesNotEndIsKilledAfterItsGrace)
     WaitUntil("the command", [this] { return !ReadText(Directory() + "/child").empty(); });
     const double seconds = SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM);
     EXPECT_GE(seconds, 5.0);
-    EXPECT_LT(seconds, 7.0);
+    EXPECT_LT(seconds, 7.0 * SLOWNESS);
     const int child = std::stoi(ReadText(Directory() + "/child"));
     WaitUntil("the command's end", [child] { return ::kill(child, 0) != 0; });
 }
@@ -119,7 +125,7 @@ TEST_F(ZavctlSignalsTest, WatchThatIsInARoundThatHangsEndsToo)
     array.AddFault(R"({"kind": "silent", "method": "GET", "target": "/hostgroup/"})");
     array.ClearJournal();
     AwaitRequest(array, "GET hostgroup/");
-    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 3.0);
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 3.0 * SLOWNESS);
     EXPECT_EQ(0U, array.SessionCount());
 }
 

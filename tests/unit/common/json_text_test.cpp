@@ -21,7 +21,9 @@ TEST_F(JsonTextTest, ParseCountsTheStructureBeforeItReads)
     for (int i = 1; i < 3'000'000; ++i) {
         list += ",0";
     }
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which would take half a minute for it
     EXPECT_TRUE(parse(list + "]"));
+#endif
     EXPECT_FALSE(parse(list + ",0]"));
     // What stands in texts and comments is no structure; what stands behind them is.
     EXPECT_TRUE(parse("[\"" + std::string(3'000'001, ',') + "\\\"{\"]"));
