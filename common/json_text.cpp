@@ -1,5 +1,7 @@
 #include "common/json_text.h"
 
+#include "base/json_structure.h"
+#include "base/json_writing.h"
 #include "base/secret.h"
 
 #include <json/reader.h>
@@ -53,42 +55,11 @@ std::string Quote(const std::string& secret)
     return quoted;
 }
 
-// Where a comment that begins at `start` ends.
-std::size_t EndOfComment(const std::string& text, std::size_t start)
-{
-    const bool isLine = text[start + 1] == '/';
-    const std::size_t end = isLine ? text.find('\n', start) : text.find("*/", start + 2);
-    return end == std::string::npos ? text.size() : end + (isLine ? 0 : 1);
-}
-
-// Whether objects, arrays, their members and elements are no more than anything asked for has: each costs the reader a
-// hundred times the bytes that it takes in the text.
-bool IsBounded(const std::string& text)
-{
-    constexpr std::size_t MOST = 3'000'000;
-    std::size_t count = 0;
-    bool isInText = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char character = text[i];
-        if (isInText) {
-            i += character == '\\' ? 1U : 0U;
-            isInText = character != '"';
-        } else if (character == '"') {
-            isInText = true;
-        } else if (character == '/' && i + 1 < text.size() && (text[i + 1] == '/' || text[i + 1] == '*')) {
-            i = EndOfComment(text, i);
-        } else if (character == '{' || character == '[' || character == ',') {
-            ++count;
-        }
-    }
-    return count <= MOST;
-}
-
 } // namespace
 
 bool Parse(const std::string& text, Json::Value& root)
 {
-    if (!IsBounded(text)) {
+    if (!Base::HasBoundedStructure(text)) {
         return false;
     }
     try {
@@ -105,7 +76,7 @@ std::string Write(const Json::Value& root, Style style)
     if (style == Style::Compact) {
         builder["indentation"] = "";
     }
-    std::string text = Json::writeString(builder, root);
+    std::string text = Base::WriteJson(builder, root);
     boost::trim(text);
     return text;
 }

@@ -2,6 +2,7 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "base/json_writing.h"
 #include "framework/support/log_line.h"
 
 #include <json/reader.h>
@@ -148,7 +149,7 @@ int Write(const std::string& path, const Json::Value& alerts)
     root["alerts"] = alerts;
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    return Base::ReplaceFile(path, Json::writeString(builder, root) + "\n", FILE_MODE);
+    return Base::ReplaceFile(path, Base::WriteJson(builder, root) + "\n", FILE_MODE);
 }
 
 Json::Value Without(const Json::Value& alerts, const std::string& address)

@@ -1,5 +1,7 @@
 #include "simulator/json/json_io.h"
 
+#include "base/json_writing.h"
+
 #include <json/reader.h>
 #include <json/writer.h>
 
@@ -29,14 +31,14 @@ std::string WriteJson(const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    return Json::writeString(builder, value);
+    return Base::WriteJson(builder, value);
 }
 
 std::string WriteJsonIndented(const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
     builder["indentation"] = " ";
-    return Json::writeString(builder, value) + "\n";
+    return Base::WriteJson(builder, value) + "\n";
 }
 
 } // namespace ZavSim

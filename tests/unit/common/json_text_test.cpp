@@ -29,6 +29,7 @@ TEST_F(JsonTextTest, ParseCountsTheStructureBeforeItReads)
     EXPECT_TRUE(parse("[\"" + std::string(3'000'001, ',') + "\\\"{\"]"));
     EXPECT_TRUE(parse("[/*" + std::string(3'000'001, ',') + "*/ 1 // \" " + std::string(100, '{') + "\n]"));
     EXPECT_FALSE(parse("[// \"\n" + list.substr(1) + ",0,0]"));
+    EXPECT_FALSE(parse("[// \"\r" + list.substr(1) + ",0,0]")) << "which ends a line as well";
     EXPECT_FALSE(parse("[/* \" */" + list.substr(1) + ",0,0]"));
 }
 
