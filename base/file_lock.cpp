@@ -25,6 +25,11 @@ FileLock::FileLock(const std::string& path)
     }
 }
 
+FileLock::~FileLock()
+{
+    ::flock(m_file.Get(), LOCK_UN);
+}
+
 bool FileLock::TryLock()
 {
     while (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0) {

@@ -13,6 +13,12 @@ namespace Base {
 /// process however that ends; programs that it starts do not hold it. One thread at a time.
 class FileLock {
 public:
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+    /// Unlocks, also where a process that was forked meanwhile still has the file open.
+    ~FileLock();
+
     /// Does not lock yet. Throws std::runtime_error naming the file and why it cannot be made or opened.
     explicit FileLock(const std::string& path);
 

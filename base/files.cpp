@@ -48,8 +48,16 @@ int WriteNewFile(const std::string& path, std::string_view text, const Look& loo
 
 int Replace(const std::string& path, std::string_view text, const Look& look)
 {
-    const std::string temporary = TemporaryName(path);
+    constexpr int MOST_NAMES = 100;
+    std::string temporary = TemporaryName(path);
     int error = WriteNewFile(temporary, text, look);
+    for (int i = 0; i < MOST_NAMES && error == EEXIST; ++i) { // left by a process with our number that was killed
+        temporary = TemporaryName(path);
+        error = WriteNewFile(temporary, text, look);
+    }
+    if (error == EEXIST) {
+        return error;
+    }
     if (error == 0 && ::rename(temporary.c_str(), path.c_str()) != 0) {
         error = errno;
     }
@@ -78,11 +86,11 @@ int WriteInPlace(const std::string& path, std::string_view text, unsigned int ne
 }
 
 // Whether a file that could not be replaced for this reason can still be written in place without risking more than
-// that: nothing was wrong with the disk.
+// that: nothing was wrong with the disk. EINVAL and EOVERFLOW tell of an owner that this container's users do not have.
 bool MayBeWrittenInPlace(int error)
 {
     return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV ||
-           error == ENAMETOOLONG;
+           error == ENAMETOOLONG || error == EINVAL || error == EOVERFLOW;
 }
 
 // Where the links at `path` lead, which need not be there.

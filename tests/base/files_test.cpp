@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <vector>
@@ -144,9 +145,10 @@ TEST_F(FilesTest, RewriteFileReplacesTheFileAndKeepsItsMode)
 TEST_F(FilesTest, RewriteFileKeepsTheOwner)
 {
     m_folder.Write("file", "old");
-    if (::chown(m_path.c_str(), 12345, 54321) != 0) {
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "this user may give nothing away";
     }
+    ASSERT_EQ(0, ::chown(m_path.c_str(), 12345, 54321));
     EXPECT_EQ(0, Base::RewriteFile(m_path, "new", 0600));
     EXPECT_EQ(12345U, StatusOf(m_path).st_uid);
     EXPECT_EQ(54321U, StatusOf(m_path).st_gid);
@@ -206,15 +208,33 @@ TEST_F(FilesTest, RewriteFileWritesInPlaceWhereTheFolderMayGainNoFiles)
     EXPECT_EQ(before, StatusOf(m_path).st_ino);
 }
 
+TEST_F(FilesTest, RewriteFileIsNotHinderedByWhatAKilledProcessLeft)
+{
+    m_folder.Write("file", "old");
+    const std::string mine = Base::TemporaryName(m_path);
+    const std::size_t dash = mine.rfind('-');
+    const int next = std::stoi(mine.substr(dash + 1)) + 1;
+    const std::string stale = mine.substr(0, dash + 1) + std::to_string(next) + ".tmp";
+    std::ofstream(stale) << "half";
+    EXPECT_EQ(0, Base::RewriteFile(m_path, "new", 0600));
+    EXPECT_EQ("new", m_folder.Read("file"));
+    EXPECT_TRUE(fs::exists(stale));
+}
+
 TEST_F(FilesTest, RewriteFileWritesAMountedFileInPlace)
 {
     constexpr int NOT_PERMITTED = 255;
+    constexpr int OTHER_FAILURE = 254;
     m_folder.Write("file", "old");
     m_folder.Write("source", "old");
     const int error = InChild([this] {
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        // A user without rights gets them in a space of its own, where the system has such.
+        if (::unshare(::geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) {
+            return errno == EPERM || errno == ENOSPC ? NOT_PERMITTED : OTHER_FAILURE;
+        }
+        if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             ::mount(m_folder.File("source").c_str(), m_path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-            return NOT_PERMITTED;
+            return OTHER_FAILURE;
         }
         return Base::RewriteFile(m_path, "new", 0600);
     });
@@ -225,6 +245,21 @@ TEST_F(FilesTest, RewriteFileWritesAMountedFileInPlace)
     EXPECT_EQ("new", m_folder.Read("source")); // what was mounted there
     EXPECT_EQ("old", m_folder.Read("file"));
     EXPECT_THAT(Names(), ElementsAre("file", "source"));
+}
+
+TEST_F(FilesTest, RewriteFileWritesInPlaceWhereItsOwnerIsUnknown)
+{
+    constexpr int NOT_PERMITTED = 255;
+    m_folder.Write("file", "old");
+    const int error = InChild([this] { // as in a container whose users are not those of the file system
+        return ::unshare(CLONE_NEWUSER) != 0 ? NOT_PERMITTED : Base::RewriteFile(m_path, "new", 0600);
+    });
+    if (error == NOT_PERMITTED) {
+        GTEST_SKIP() << "this user may make no space for users";
+    }
+    EXPECT_EQ(0, error);
+    EXPECT_EQ("new", m_folder.Read("file"));
+    EXPECT_THAT(Names(), ElementsAre("file"));
 }
 
 TEST_F(FilesTest, RewriteFileWithoutItsFolderFails)
