@@ -37,6 +37,8 @@ constexpr std::array<SettingSpec, SETTING_COUNT> SETTINGS = {{
      "PEM file of the certificates that are trusted; empty for the system's"},
     {SettingId::HttpMaxBodyBytes, "Http", "MaxBodyBytes", SettingKind::Integer, "67108864", 1024, 4096 * MEBIBYTE,
      "bytes that the body of an answer may have, after decompression"},
+    {SettingId::HttpConnectTimeoutSeconds, "Http", "ConnectTimeoutSeconds", SettingKind::Integer, "10", 1, 3600,
+     "seconds in which a connection, with its TLS handshake, must have come about"},
     {SettingId::SecurityKeyFile, "Security", "KeyFile", SettingKind::Path, "conf/product.key", NO_RANGE,
      "the key that stored credentials are encrypted with"},
     {SettingId::ShellPath, "Shell", "Path", SettingKind::PathList, "", NO_RANGE,

@@ -22,6 +22,7 @@ enum class SettingId {
     HttpVerifyPeer,
     HttpCaFile,
     HttpMaxBodyBytes,
+    HttpConnectTimeoutSeconds,
     SecurityKeyFile,
     ShellPath,
     ShellTimeoutSeconds,

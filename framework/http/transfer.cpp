@@ -124,6 +124,8 @@ void Transfer::SetConnection(unsigned int timeoutSeconds)
     curl_easy_setopt(m_curl, CURLOPT_TCP_KEEPALIVE, 1L);
     // For libcurl 0 would be no limit.
     curl_easy_setopt(m_curl, CURLOPT_TIMEOUT, static_cast<long>(std::clamp(timeoutSeconds, 1U, MAX_SECONDS)));
+    curl_easy_setopt(m_curl, CURLOPT_CONNECTTIMEOUT,
+                     static_cast<long>(m_config.Of(SettingId::HttpConnectTimeoutSeconds).number));
     curl_easy_setopt(m_curl, CURLOPT_ERRORBUFFER, m_error.data());
 }
 

@@ -275,7 +275,7 @@ TEST_F(ConfigReaderTest, CheckReportsEverySettingWithItsEffectiveValue)
     Configure({{"Shell", {{"Path", "tools:/opt/bin"}}}, {"Log", {{"Level", "9"}}}});
     std::vector<ConfigReader::Setting> settings = {{"left", "over", "", false}};
     EXPECT_THAT(ConfigReader::check(settings), SizeIs(1));
-    EXPECT_THAT(settings, SizeIs(18));
+    EXPECT_THAT(settings, SizeIs(19));
     EXPECT_EQ(InRoot("tools") + ":/opt/bin", Value("Shell", "Path"));
     EXPECT_EQ("1", Value("Log", "Level"));
     for (const ConfigReader::Setting& setting : settings) {

@@ -1,4 +1,5 @@
 #include "tests/framework/support/framework_test.h"
+#include "tests/framework/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 
@@ -176,6 +177,22 @@ TEST_F(HttpAnswerTest, ServerThatIsSilentIsGivenUpInTime)
     const auto response = Get(server.Url("/"), 1);
     EXPECT_THAT(response->GetErrorText(), HasSubstr("timed out after 1"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST_F(HttpAnswerTest, ConnectionThatDoesNotComeAboutEndsAtItsOwnLimit)
+{
+    Configure({{"Http", {{"ConnectTimeoutSeconds", "1"}}}});
+    const FullListener listener;            // no answer to the first packet
+    const RawServer silent([](int socket) { // none to the handshake
+        char byte = 0;
+        while (::recv(socket, &byte, 1, 0) > 0) {
+        }
+    });
+    for (const std::string& url : {listener.Url(), "https" + silent.Url("/").substr(4)}) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_THAT(Get(url, 60)->GetErrorText(), HasSubstr("(libcurl 28)")) << url;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    }
 }
 
 TEST_F(HttpAnswerTest, TimeLimitOfZeroCountsAsOneSecond)
