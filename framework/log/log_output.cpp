@@ -2,7 +2,9 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "base/printable_text.h"
 #include "framework/config/current_config.h"
+#include "framework/log/listeners.h"
 #include "framework/support/immortal.h"
 
 #include <spdlog/details/log_msg.h>
@@ -48,6 +50,7 @@ int PersonLevel(int none)
 
 void WriteToStandardError(std::string line)
 {
+    line = Base::Printable(line); // a terminal may stand behind it, and texts of the array in it
     line += '\n';
     Base::WriteWhole(STDERR_FILENO, line);
 }
@@ -69,7 +72,7 @@ bool LogOutput::Wants(int level) noexcept
     if (Config::Generation() != m_generation.load(std::memory_order_relaxed) || IsLookDue()) {
         Look();
     }
-    return level >= m_threshold.load(std::memory_order_relaxed);
+    return level >= m_threshold.load(std::memory_order_relaxed) || Listeners::Want(level);
 }
 
 // True for one of the threads that ask in the same second.
@@ -118,6 +121,10 @@ void LogOutput::Apply(const ConfigValues& values)
 void LogOutput::Write(const LogRecord& record) noexcept
 {
     try {
+        Listeners::Tell(record);
+        if (record.level < m_threshold.load(std::memory_order_relaxed)) {
+            return; // nobody else wants it
+        }
         const std::string line = FormatForFile(record);
         const std::lock_guard<std::mutex> guard(m_mutex);
         WriteToConsole(record, line);

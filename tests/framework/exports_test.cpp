@@ -29,8 +29,10 @@ TEST(FrameworkLibraryTest, ExportsWhatItsHeadersDeclareAndNothingElse)
                             "ConfigReader::getInt", "ConfigReader::getNerovaxDiskArrayNotRetryErrorCode",
                             "GetFunctionName", "GetVendrixRootPath", "LogProxy::LogProxy", "LogProxy::Text",
                             "LogProxy::operator<<", "LogProxy::~LogProxy", "OpenFramework::EndRunningCommands",
-                            "OpenFramework::SanJournal::Drop", "OpenFramework::SanJournal::Intend",
-                            "OpenFramework::SanJournal::Made", "OpenFramework::SanJournal::StandardPath",
+                            "OpenFramework::LogListener::LogListener", "OpenFramework::LogListener::Take",
+                            "OpenFramework::LogListener::~LogListener", "OpenFramework::SanJournal::Drop",
+                            "OpenFramework::SanJournal::Intend", "OpenFramework::SanJournal::Made",
+                            "OpenFramework::SanJournal::RequireWritable", "OpenFramework::SanJournal::StandardPath",
                             "OpenFramework::SanJournal::Standing", "QEN::IHttpClient::CreateClient", "QENTSP::get",
                             "QENTSP::set", "SecuritySS::ZelkDecryptInfo", "SecuritySS::ZelkEncryptInfo",
                             "TSP_RequestID", "getRandBytes", "runShellCmdWithOutput"));
