@@ -4,6 +4,7 @@
 #include "common/log.h"
 #include "common/result_codes.h"
 #include "rest/answer_json.h"
+#include "rest/object_types.h"
 #include "rest/zav_rest_call.h"
 
 namespace {
@@ -11,18 +12,6 @@ namespace {
 const std::string LOG_MODULE = "ZavRestApi";
 
 using Query = std::vector<std::pair<std::string, std::string>>;
-
-/// The array's codes for the kinds of object, sent as decimal texts.
-namespace ObjectType {
-const std::string LUN = "11";
-const std::string HOST_GROUP = "14";
-const std::string HOST = "21";
-const std::string SNAPSHOT = "27";
-const std::string ISCSI_INITIATOR = "222";
-const std::string FC_INITIATOR = "223";
-const std::string MAP_VIEW = "245";
-const std::string LUN_GROUP = "256";
-} // namespace ObjectType
 
 const std::string RUNNING_STATUS_ONLINE = "27";
 

@@ -3,6 +3,7 @@
 
 #include "common/framework/export.h"
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,9 @@ struct JournalEntry {
     std::string kind;   ///< "host", "host group", "LUN group" or "mapping view"
     std::string name;
     std::string id; ///< empty when the outcome is not known: it may be there under this name, or not
+
+    /// Seconds since the epoch, as Standing tells: when it was made, or was set out to be.
+    std::int64_t time = 0;
 };
 
 /// The journal of what this node makes on arrays: each object is entered before the array is asked for it, and taken
@@ -47,6 +51,9 @@ public:
     /// It was not made, or it is gone. An entry without an id stands for all of the name, one with an id for that one
     /// and for an intent of the name.
     void Drop(const JournalEntry& entry) const;
+
+    /// Throws where an entry could not be made, for want of rights or because something else is there. Changes nothing.
+    void RequireWritable() const;
 
     /// What was made for that array, or may have been, and was not dropped; oldest first.
     std::vector<JournalEntry> Standing(const std::string& device) const;

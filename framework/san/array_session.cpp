@@ -1,18 +1,30 @@
 #include "framework/san/array_session.h"
 
+#include "base/json_structure.h"
+#include "base/json_writing.h"
 #include "base/percent_encoding.h"
 #include "base/secret.h"
 
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 
 namespace Framework {
 
 namespace {
 
-constexpr Json::Int64 SYSTEM_BUSY = 1077949006;
+// The array's codes that do not say whether it did what it was asked, or say that it will later.
+constexpr std::array<Json::Int64, 5> UNSETTLED_CODES = {
+    -408,       // its own request timed out
+    -500,       // an internal error
+    -1000,      // a connection within it failed
+    1077949006, // it is busy
+    1077949067, // it is not ready
+};
+constexpr int REQUEST_TIMED_OUT = 408; // of HTTP, as those below
 constexpr int TOO_MANY_REQUESTS = 429;
 constexpr int SERVER_FAILURES = 500; // these and all above
 
@@ -38,7 +50,7 @@ std::string ToJson(const ArraySession::Members& members)
     }
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    return Json::writeString(builder, object);
+    return Base::WriteJson(builder, object);
 }
 
 [[noreturn]] void ThrowMalformed(const std::string& what)
@@ -51,8 +63,8 @@ Json::Value Unwrap(const std::string& what, const std::string& body)
 {
     Json::Value root;
     const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    if (!reader->parse(body.data(), body.data() + body.size(), &root, nullptr) || !root.isObject() ||
-        !root["error"].isObject() || !root["error"]["code"].isInt64()) {
+    if (!Base::HasBoundedStructure(body) || !reader->parse(body.data(), body.data() + body.size(), &root, nullptr) ||
+        !root.isObject() || !root["error"].isObject() || !root["error"]["code"].isInt64()) {
         ThrowMalformed(what);
     }
     const Json::Int64 code = root["error"]["code"].asInt64();
@@ -60,7 +72,7 @@ Json::Value Unwrap(const std::string& what, const std::string& body)
         const Json::Value& description = root["error"]["description"];
         const std::string text = what + " failed: the array answered with error " + std::to_string(code) + ": " +
                                  (description.isString() ? description.asString() : "no description");
-        if (code == SYSTEM_BUSY) {
+        if (std::find(UNSETTLED_CODES.begin(), UNSETTLED_CODES.end(), code) != UNSETTLED_CODES.end()) {
             throw ArrayUnsettled(text);
         }
         throw ArrayRefusal(text);
@@ -93,6 +105,17 @@ void ArraySession::Attach(const std::string& server, const std::string& deviceId
     m_cookie = cookie;
 }
 
+unsigned int ArraySession::SecondsLeft() const
+{
+    const auto now = std::chrono::steady_clock::now();
+    const auto standard = std::chrono::seconds(STANDARD_TIMEOUT_SECONDS);
+    if (m_end > now + standard) {
+        return STANDARD_TIMEOUT_SECONDS;
+    }
+    const auto left = std::chrono::ceil<std::chrono::seconds>(m_end - now);
+    return static_cast<unsigned int>(std::max<std::chrono::seconds::rep>(left.count(), 1));
+}
+
 Json::Value ArraySession::Call(const std::string& what, const std::string& method, const std::string& resource,
                                const Members& body)
 {
@@ -105,7 +128,7 @@ Json::Value ArraySession::Call(const std::string& what, const std::string& metho
     request.headers.emplace("Cookie", m_cookie);
     request.headers.emplace("iBaseToken", m_token);
     request.body = body.empty() ? std::string() : ToJson(body);
-    const boost::shared_ptr<QEN::IHttpResponse> response = m_client->SendRequest(request, m_timeoutSeconds);
+    const boost::shared_ptr<QEN::IHttpResponse> response = m_client->SendRequest(request, SecondsLeft());
     if (response == nullptr) {
         throw ArrayError(what + " failed: no request can be sent");
     }
@@ -115,7 +138,7 @@ Json::Value ArraySession::Call(const std::string& what, const std::string& metho
     if (!response->IsSuccess()) {
         const int status = response->GetHttpStatusCode();
         const std::string text = what + " failed: " + response->GetHttpStatusText();
-        if (status == TOO_MANY_REQUESTS || status >= SERVER_FAILURES) {
+        if (status == REQUEST_TIMED_OUT || status == TOO_MANY_REQUESTS || status >= SERVER_FAILURES) {
             throw ArrayUnsettled(text); // of a proxy's 502 or 504 nobody knows what the array did
         }
         throw ArrayError(text);

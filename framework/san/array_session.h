@@ -5,6 +5,7 @@
 
 #include <json/value.h>
 
+#include <chrono>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -23,8 +24,8 @@ public:
     using ArrayError::ArrayError;
 };
 
-/// Nothing is settled yet: the array is busy, or gave no answer that can be read and may have done what it was asked.
-/// Worth another try, once it is known what stands.
+/// Nothing is settled yet: the array is busy, or gave no answer that can be read or that says what became of the
+/// request, and may have done what it was asked. Worth another try, once it is known what stands.
 class ArrayUnsettled : public ArrayError {
 public:
     using ArrayError::ArrayError;
@@ -34,9 +35,9 @@ public:
 /// thread at a time. Token and cookie are wiped when it is released or attached to another session.
 class ArraySession {
 public:
-    /// The members of a request's JSON body, all texts.
     static constexpr unsigned int STANDARD_TIMEOUT_SECONDS = 90;
 
+    /// The members of a request's JSON body, all texts.
     using Members = std::map<std::string, std::string>;
 
     ArraySession() = default;
@@ -50,8 +51,8 @@ public:
 
     const std::string& DeviceId() const noexcept { return m_deviceId; }
 
-    /// How long a request of Call may take from now on.
-    void LimitTo(unsigned int seconds) noexcept { m_timeoutSeconds = seconds; }
+    /// From now on the requests of Call end by then, but have a second each: STANDARD_TIMEOUT_SECONDS at most.
+    void EndBy(std::chrono::steady_clock::time_point end) noexcept { m_end = end; }
 
     /// Wipes what Attach was given; calls fail again.
     void Detach() noexcept;
@@ -64,9 +65,11 @@ public:
                      const Members& body = {});
 
 private:
+    unsigned int SecondsLeft() const;
+
     boost::shared_ptr<QEN::IHttpClient> m_client;
     std::string m_deviceId;
-    unsigned int m_timeoutSeconds = STANDARD_TIMEOUT_SECONDS;
+    std::chrono::steady_clock::time_point m_end = std::chrono::steady_clock::time_point::max();
     std::string m_baseUrl; // up to the resource; empty before Attach
     std::string m_token;
     std::string m_cookie;

@@ -96,6 +96,15 @@ void Enter(const Note& note)
     }
 }
 
+// Whether this node set out to make such an object before, and does not know what became of it.
+bool IsIntended(const OpenFramework::SanJournal& journal, const OpenFramework::JournalEntry& entry)
+{
+    const auto standing = journal.Standing(entry.device);
+    return std::any_of(standing.begin(), standing.end(), [&entry](const OpenFramework::JournalEntry& each) {
+        return each.kind == entry.kind && each.name == entry.name && each.id.empty();
+    });
+}
+
 } // namespace
 
 template <typename Record, typename Base>
@@ -103,13 +112,20 @@ Record NamedHandler<Record, Base>::Create(const Record& record)
 {
     const std::string what = Named("create", m_kind, record.name);
     OpenFramework::JournalEntry entry = {m_session.DeviceId(), m_kind.name, record.name, {}};
-    Enter([&] { m_journal.Intend(entry); });
+    std::optional<ArrayUnsettled> doubt;
+    Enter([&] {
+        if (IsIntended(m_journal, entry)) {
+            doubt.emplace(what + " failed: what became of it before is not known");
+        }
+        m_journal.Intend(entry);
+    });
     const auto send = [&] {
         return ToNamed<Record>(
             what, m_session.Call(what, "POST", m_kind.resource, {{"NAME", record.name}, {"TYPE", m_kind.type}}));
     };
     try {
-        auto made = Settle(m_session, AfterRefusal::GiveUp, send, [&] { return Find(record.name); });
+        auto made = Settle(
+            m_session, AfterRefusal::GiveUp, send, [&] { return Find(record.name); }, doubt);
         entry.id = made.id;
         Enter([&] { m_journal.Made(entry); });
         return made;
@@ -127,6 +143,7 @@ std::optional<Record> NamedHandler<Record, Base>::Find(const std::string& name)
 {
     constexpr std::size_t PAGE = 100;
     const std::string what = Named("look for", m_kind, name);
+    std::string lastFirst; // of the page before
     for (std::size_t begin = 0;; begin += PAGE) {
         const Json::Value page = m_session.Call(what, "GET",
                                                 std::string(m_kind.resource) + "?range=[" + std::to_string(begin) +
@@ -139,6 +156,11 @@ std::optional<Record> NamedHandler<Record, Base>::Find(const std::string& name)
         if (page.size() < PAGE) {
             return std::nullopt;
         }
+        const std::string first = Text(*page.begin(), "ID");
+        if (first == lastFirst) {
+            throw ArrayError(what + " failed: the array gives the same page of its list again and again");
+        }
+        lastFirst = first;
     }
 }
 

@@ -1,11 +1,14 @@
 #include "framework/san/patience.h"
 
+#include "common/framework/random_bytes.h"
+
 #include <boost/chrono/duration.hpp>
 #include <boost/thread/thread_only.hpp>
 
 #include <algorithm>
 #include <array>
-#include <random>
+#include <cstdint>
+#include <cstring>
 
 namespace Framework {
 
@@ -19,9 +22,12 @@ constexpr std::array<Milliseconds, 3> PAUSES = {Milliseconds(200), Milliseconds(
 // Many nodes that met the same busy array shall not come back at the same moment.
 Milliseconds Jittered(Milliseconds pause)
 {
-    thread_local std::minstd_rand random(std::random_device{}());
-    std::uniform_int_distribution<Milliseconds::rep> spread(pause.count() / 2, pause.count() * 3 / 2);
-    return Milliseconds(spread(random));
+    std::uint32_t random = 0; // where none is to be had, all wait as long
+    unsigned char bytes[sizeof random] = {};
+    if (getRandBytes(bytes, sizeof bytes) > 0) {
+        std::memcpy(&random, bytes, sizeof random);
+    }
+    return Milliseconds(pause.count() / 2 + random % (pause.count() + 1));
 }
 
 } // namespace
@@ -40,15 +46,6 @@ bool Patience::Wait()
     ++m_tries;
     boost::this_thread::sleep_for(boost::chrono::milliseconds(pause.count()));
     return true;
-}
-
-unsigned int Patience::SecondsLeft() const
-{
-    if (m_tries == 1) {
-        return static_cast<unsigned int>(IN_ALL.count());
-    }
-    const auto left = std::chrono::ceil<std::chrono::seconds>(m_end - std::chrono::steady_clock::now());
-    return static_cast<unsigned int>(std::max<std::chrono::seconds::rep>(left.count(), 1));
 }
 
 } // namespace Framework

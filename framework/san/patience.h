@@ -14,8 +14,8 @@ public:
     /// thread, as boost::thread_interrupted.
     bool Wait();
 
-    /// What is left of the minute, rounded up to whole seconds; all of it before the first Wait.
-    unsigned int SecondsLeft() const;
+    /// When the minute is over; before the first Wait it has not begun, and there is no end.
+    std::chrono::steady_clock::time_point End() const noexcept { return m_end; }
 
 private:
     std::size_t m_tries = 1;

@@ -2,6 +2,7 @@
 
 #include "base/file_lock.h"
 #include "base/files.h"
+#include "base/json_writing.h"
 #include "framework/support/executable_root.h"
 
 #include <json/reader.h>
@@ -9,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -27,18 +29,26 @@ constexpr std::chrono::seconds LONGEST_WAIT{10};   // others hold the lock for o
 constexpr std::size_t BYTES_WORTH_TIDYING = 65536; // from this size on, lines of what is gone are taken out
 constexpr std::size_t MAX_FILE_BYTES = 64ULL * 1024 * 1024;
 
+constexpr const char* TIME_FORMAT = "%Y-%m-%dT%H:%M:%SZ";
+
 constexpr std::string_view INTENDED = "intended";
 constexpr std::string_view MADE = "made";
 constexpr std::string_view DROPPED = "dropped";
 
-std::string UtcText()
+std::string UtcText(std::time_t time)
 {
-    const std::time_t now = std::time(nullptr);
     std::tm parts = {};
-    ::gmtime_r(&now, &parts);
+    ::gmtime_r(&time, &parts);
     char text[sizeof "2026-01-01T00:00:00Z"] = {};
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    std::strftime(text, sizeof text, TIME_FORMAT, &parts);
     return text;
+}
+
+// 0 for a text that is none of UtcText.
+std::int64_t SecondsOf(const std::string& text)
+{
+    std::tm parts = {};
+    return ::strptime(text.c_str(), TIME_FORMAT, &parts) != nullptr ? ::timegm(&parts) : 0;
 }
 
 std::string ToLine(std::string_view state, const JournalEntry& entry)
@@ -49,10 +59,10 @@ std::string ToLine(std::string_view state, const JournalEntry& entry)
     object["name"] = entry.name;
     object["id"] = entry.id;
     object["state"] = std::string(state);
-    object["time"] = UtcText();
+    object["time"] = UtcText(entry.time != 0 ? entry.time : std::time(nullptr));
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
-    return Json::writeString(builder, object) + "\n";
+    return Base::WriteJson(builder, object) + "\n";
 }
 
 // False for a line that is no entry, as one that a crash cut.
@@ -74,6 +84,7 @@ bool FromLine(const std::string& line, std::string& state, JournalEntry& entry)
         text = isText ? object[name].asString() : "";
         return isText;
     };
+    entry.time = SecondsOf(object["time"].isString() ? object["time"].asString() : "");
     return take("device", entry.device) && take("kind", entry.kind) && take("name", entry.name) &&
            take("id", entry.id) && take("state", state);
 }
@@ -185,6 +196,21 @@ void Append(const std::string& path, std::string_view state, const JournalEntry&
 std::string SanJournal::StandardPath()
 {
     return Framework::ExecutableRoot() + "/conf/san-journal";
+}
+
+void SanJournal::RequireWritable() const
+{
+    for (const std::string& path : {m_path, m_path + ".lock"}) {
+        struct stat status = {};
+        const bool isThere = ::lstat(path.c_str(), &status) == 0;
+        if (isThere && !S_ISREG(status.st_mode)) {
+            throw std::runtime_error("cannot write " + path + ": it is no regular file");
+        }
+        const std::string written = isThere ? path : path.substr(0, path.rfind('/'));
+        if (::faccessat(AT_FDCWD, written.c_str(), W_OK, AT_EACCESS) != 0) {
+            Base::ThrowErrno("cannot write", path);
+        }
+    }
 }
 
 void SanJournal::Intend(const JournalEntry& entry) const

@@ -4,6 +4,7 @@
 #include "framework/san/array_session.h"
 #include "framework/san/patience.h"
 
+#include <chrono>
 #include <optional>
 
 namespace Framework {
@@ -23,7 +24,7 @@ public:
     }
     StandardLimitAfterwards(const StandardLimitAfterwards&) = delete;
     StandardLimitAfterwards& operator=(const StandardLimitAfterwards&) = delete;
-    ~StandardLimitAfterwards() { m_session.LimitTo(ArraySession::STANDARD_TIMEOUT_SECONDS); }
+    ~StandardLimitAfterwards() { m_session.EndBy(std::chrono::steady_clock::time_point::max()); }
 
 private:
     ArraySession& m_session;
@@ -44,52 +45,75 @@ auto LookAfterDoubt(const Look& look)
     }
 }
 
-/// After a refusal, which counts for more than why it cannot be looked.
+/// What stands, as far as the array tells within the patience that is left; `isTold` says whether it does.
 template <typename Look>
-auto LookAfterRefusal(const Look& look) -> decltype(look())
+auto TryToLook(const Look& look, Patience& patience, bool& isTold) -> decltype(look())
 {
-    try {
-        return look();
-    } catch (const ArrayError&) {
-        return {};
+    isTold = false;
+    for (;;) {
+        try {
+            auto standing = look();
+            isTold = true;
+            return standing;
+        } catch (const ArrayUnsettled&) {
+            if (!patience.Wait()) {
+                return {};
+            }
+        } catch (const ArrayError&) {
+            return {};
+        }
     }
 }
 
 /// Has `send` change something on the array until it is known that it did or was refused, and returns what `send`
 /// returns. When the array gave no answer, or was busy, `look` is asked first: it returns what stands, or nothing, and
-/// then `send` is called again. As patient as Patience. Throws the first doubt when it
-/// stays one.
+/// then `send` is called again. As patient as Patience. `doubt` is what is in doubt from before. Throws the first
+/// doubt, as ArrayUnsettled, when it stays one, and what `send` threw otherwise: then it is known that nothing was
+/// done.
 template <typename Send, typename Look>
-auto Settle(ArraySession& session, AfterRefusal afterRefusal, const Send& send, const Look& look)
+auto Settle(ArraySession& session, AfterRefusal afterRefusal, const Send& send, const Look& look,
+            std::optional<ArrayUnsettled> doubt = std::nullopt)
 {
     const StandardLimitAfterwards limit(session);
     Patience patience;
-    std::optional<ArrayUnsettled> doubt;
+    const auto lookInTime = [&] {
+        session.EndBy(patience.End());
+        return look();
+    };
+    bool isTold = false;
     for (;;) {
         try {
             if (doubt) {
-                if (auto standing = LookAfterDoubt(look)) {
+                if (auto standing = LookAfterDoubt(lookInTime)) {
                     return *standing;
                 }
+                session.EndBy(patience.End());
             }
             return send();
         } catch (const ArrayUnsettled& error) {
             if (!doubt) {
                 doubt = error;
             }
-            if (!patience.Wait()) {
-                throw ArrayUnsettled(*doubt);
+            if (patience.Wait()) {
+                continue;
             }
-            session.LimitTo(patience.SecondsLeft());
+            if (auto standing = TryToLook(lookInTime, patience, isTold)) { // what the last try did
+                return *standing;
+            }
+            throw ArrayUnsettled(*doubt);
         } catch (const CannotLook&) {
             throw ArrayUnsettled(*doubt);
-        } catch (const ArrayRefusal&) {
-            // What was asked for before, and not answered, may have come through since it was looked for.
-            if (!doubt && afterRefusal == AfterRefusal::GiveUp) {
+        } catch (const ArrayError& error) {
+            const bool isRefusal = dynamic_cast<const ArrayRefusal*>(&error) != nullptr;
+            if (!doubt && (!isRefusal || afterRefusal == AfterRefusal::GiveUp)) {
                 throw;
             }
-            if (auto standing = LookAfterRefusal(look)) {
+            // What was asked for before, and not answered, may have come through since it was looked for.
+            if (auto standing = TryToLook(lookInTime, patience, isTold)) {
                 return *standing;
+            }
+            if (doubt && !isTold) {
+                throw ArrayUnsettled(*doubt);
             }
             throw;
         }

@@ -168,6 +168,109 @@ TEST_F(SanSettleTest, NameThatAnEarlierTryTookIsOurs)
     EXPECT_THAT(Journal(m_name), ElementsAre("host 16"));
 }
 
+TEST_F(SanSettleTest, LastTryIsLookedAfter)
+{
+    m_server.On(BASE + "host", [this](const ServedRequest& request, HttpReply& reply) {
+        const std::vector<std::string> sent = Sent();
+        const auto posts = std::count(sent.begin(), sent.end(), m_post);
+        reply.body = request.method != "GET" ? GARBAGE
+                     : posts < 4             ? List({})
+                                             : List({R"("ID":"17","NAME":")" + m_name + '"'});
+    });
+    EXPECT_EQ("17", Hosts().Create({"", m_name}).id);
+    EXPECT_THAT(Journal(m_name), ElementsAre("host 17"));
+}
+
+TEST_F(SanSettleTest, RefusalAfterADoubtThatCannotBeLookedIntoLeavesTheIntent)
+{
+    // The session lapses behind a lost answer: neither the list nor a further try is answered.
+    Script("host", {GARBAGE, Refusal(-401, "lapsed")}, {List({}), Refusal(-401, "lapsed")});
+    EXPECT_EQ("create host \"" + m_name + "\" failed: the array's answer is not of the form that it should have",
+              ErrorOf([this] {
+                  Hosts().Create({"", m_name});
+              }));
+    EXPECT_THAT(Journal(m_name), ElementsAre("host ")) << "it may stand";
+}
+
+TEST_F(SanSettleTest, RefusalAfterADoubtThatIsLookedIntoIsKnown)
+{
+    Script("host", {GARBAGE, Refusal(9, "no")}, {List({})});
+    EXPECT_EQ("create host \"" + m_name + "\" failed: the array answered with error 9: no", ErrorOf([this] {
+                  Hosts().Create({"", m_name});
+              }));
+    EXPECT_THAT(Journal(m_name), IsEmpty());
+}
+
+TEST_F(SanSettleTest, NameThatAnEarlierCreationMayHaveTakenIsLookedForFirst)
+{
+    Script("host", {GARBAGE}, {NO_SUCH_RESOURCE, List({R"("ID":"18","NAME":")" + m_name + '"'})});
+    ErrorOf([this] { Hosts().Create({"", m_name}); });
+    EXPECT_THAT(Journal(m_name), ElementsAre("host "));
+    EXPECT_EQ("18", Hosts().Create({"", m_name}).id);
+    EXPECT_THAT(Sent(), ElementsAre(m_post, "GET host?range=[0-100]", "GET host?range=[0-100]"));
+    EXPECT_THAT(Journal(m_name), ElementsAre("host 18"));
+}
+
+TEST_F(SanSettleTest, AnswerOfAProxyAfterADoubtIsLookedBehind)
+{
+    const auto writes = std::make_shared<std::atomic<int>>(0);
+    m_server.On(BASE + "host", [=](const ServedRequest& request, HttpReply& reply) {
+        if (request.method == "GET") {
+            reply.body = List({});
+        } else if (writes->fetch_add(1) == 0) {
+            reply.body = GARBAGE;
+        } else {
+            reply.status = 403;
+        }
+    });
+    const std::string error = ErrorOf([this] { Hosts().Create({"", m_name}); });
+    EXPECT_THAT(error, testing::HasSubstr("403"));
+    EXPECT_THAT(Sent(), ElementsAre(m_post, "GET host?range=[0-100]", m_post, "GET host?range=[0-100]"));
+}
+
+TEST_F(SanSettleTest, CodesThatDoNotTellTheOutcomeAreLookedBehind)
+{
+    for (const int code : {-408, -500, -1000, 1077949067}) {
+        Script("host", {Refusal(code, "?")}, {List({R"("ID":"20","NAME":")" + m_name + '"'})});
+        EXPECT_EQ("20", Hosts().Create({"", m_name}).id) << code;
+    }
+}
+
+TEST_F(SanSettleTest, LookBehindARefusalIsTriedAgain)
+{
+    Script("host/associate", {Refusal(1077948997, "It is in the group.")}, {BUSY, List({R"("ID":"12")"})});
+    HostGroups().AddHost("12", "5");
+    EXPECT_EQ(3U, Sent().size());
+}
+
+TEST_F(SanSettleTest, ListThatHasNoPagesIsNotReadForEver)
+{
+    std::vector<std::string> all;
+    for (int i = 0; i < 100; ++i) {
+        all.push_back(R"("ID":")" + std::to_string(i) + R"(","NAME":"o")");
+    }
+    Script("host", {GARBAGE}, {List(all)});
+    EXPECT_EQ("create host \"" + m_name + "\" failed: the array's answer is not of the form that it should have",
+              ErrorOf([this] {
+                  Hosts().Create({"", m_name});
+              }));
+    EXPECT_EQ(3U, Sent().size());
+    EXPECT_THAT(Journal(m_name), ElementsAre("host "));
+}
+
+TEST_F(SanSettleTest, AnswerOfMillionsOfValuesIsNotRead)
+{
+    std::string values = "0";
+    for (int i = 0; i < 3'000'000; ++i) {
+        values += ",0";
+    }
+    Script("host", {R"({"data":[)" + values + R"(],"error":{"code":0}})"}, {NO_SUCH_RESOURCE});
+    EXPECT_EQ("create host \"" + m_name + "\" failed: the array's answer is not of the form that it should have",
+              ErrorOf([this] {
+                  Hosts().Create({"", m_name});
+              }));
+}
+
 TEST_F(SanSettleTest, AssociationThatStandsIsDone)
 {
     Script("host/associate", {Refusal(1077948997, "It is in the group.")}, {List({R"("ID":"3")", R"("ID":"12")"})});
