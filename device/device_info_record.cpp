@@ -2,6 +2,7 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "base/printable_text.h"
 #include "common/device_keys.h"
 #include "common/framework/product_root.h"
 #include "common/json_text.h"
@@ -17,7 +18,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -72,12 +76,15 @@ std::string TakeOut(const std::vector<std::string>& names, Json::Value& record)
 // change, it becomes one without records. 0 or the error number; a file that is not there is no error.
 int RemoveFile(const std::string& path)
 {
-    boost::system::error_code error;
-    const boost::filesystem::path file = boost::filesystem::canonical(path, error);
-    if (error == boost::system::errc::no_such_file_or_directory) {
+    struct Freed {
+        void operator()(char* text) const noexcept { std::free(text); } // NOLINT(*-no-malloc): realpath's
+    };
+    const std::unique_ptr<char, Freed> file(::realpath(path.c_str(), nullptr));
+    if (file == nullptr && errno == ENOENT) {
         return 0;
     }
-    if (boost::filesystem::is_regular_file(file, error) && boost::filesystem::remove(file, error)) {
+    struct stat status = {};
+    if (file != nullptr && ::stat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::unlink(file.get()) == 0) {
         return 0;
     }
     return Base::RewriteFile(path, "{}", NEW_FILE_MODE);
@@ -129,6 +136,13 @@ std::vector<std::string> KeysOfWhatIsOnTheArray()
     keys.insert(keys.end(),
                 {DeviceKey::ISCSI_INITIATOR_NAME, DeviceKey::FC_INITIATOR_NAME, DeviceKey::DO_NOT_DELETE_HOST});
     return keys;
+}
+
+bool CanNameAFile(const std::string& key)
+{
+    constexpr std::size_t MOST_BYTES = 200;
+    return !key.empty() && key.size() <= MOST_BYTES && key.find('/') == std::string::npos &&
+           Base::Printable(key) == key;
 }
 
 std::string FileOf(std::string_view operation, const std::string& key)

@@ -41,6 +41,10 @@ bool Take(const Object& object, const Members& info, DeviceMessage& message);
 /// made the host. The name by which this node logs in, and its protocol, do not.
 std::vector<std::string> KeysOfWhatIsOnTheArray();
 
+/// Whether a device id, which comes from the array, can stand in the record's path and is found again in its JSON: it
+/// has 1 to 200 bytes of UTF-8, and neither '/' nor a control character among them.
+bool CanNameAFile(const std::string& key);
+
 /// `conf/<key>-info.conf` in the folder above the running program's; where that cannot be told, the product root's
 /// conf/deviceinfo.conf, which all arrays share. Logged for `operation`.
 std::string FileOf(std::string_view operation, const std::string& key);

@@ -57,17 +57,6 @@ void TellFailure(std::string_view operation, const char* failure, const std::str
     }
 }
 
-// It names the record's file, and comes from the array.
-bool IsUsableDeviceId(const std::string& deviceId)
-{
-    constexpr std::size_t MOST_BYTES = 200;
-    const auto isBad = [](char character) {
-        const auto byte = static_cast<unsigned char>(character);
-        return character == '/' || byte < 0x20 || byte == 0x7f;
-    };
-    return !deviceId.empty() && deviceId.size() <= MOST_BYTES && std::none_of(deviceId.begin(), deviceId.end(), isBad);
-}
-
 // True, with `id` set and told, when the record holds the group. `position` is left at what was looked up.
 bool FindRecorded(std::map<std::string, std::string>& info, const std::string& key, const char* words,
                   std::map<std::string, std::string>::iterator& position, std::string& id)
@@ -108,9 +97,9 @@ bool DeviceSetOperator::InitDeviceSet(const Zav::SessionInfo& session, const std
 {
     const boost::lock_guard<boost::mutex> guard(m_mutex);
     PS_LOG(1) << "begin init device set.";
-    if (!IsUsableDeviceId(session.deviceId)) {
+    if (!DeviceInfoRecord::CanNameAFile(session.deviceId)) {
         PS_LOG(4) << "The array's device id cannot name a file. It has " << session.deviceId.size()
-                  << " bytes: " << Base::Printable(session.deviceId);
+                  << " bytes: " << Base::PrintableLines({session.deviceId});
         return false;
     }
     ProvisioningLock lock;
