@@ -139,16 +139,19 @@ Json::Value QueryInitiators(const ResourceCall& call)
     });
 }
 
-Json::Value QueryMembers(const ResourceCall& call)
+// The associations of an object with those of one kind, whichever of both holds the other.
+Json::Value QueryAssociated(const ResourceCall& call)
 {
-    const Kind member = KindOf(call);
-    call.parameters.AllowKind("TYPE", member);
-    const Kind container = call.parameters.RequireKind("ASSOCIATEOBJTYPE");
-    const std::string containerId = call.parameters.Require("ASSOCIATEOBJID");
+    const Kind kind = KindOf(call);
+    call.parameters.AllowKind("TYPE", kind);
+    const Kind other = call.parameters.RequireKind("ASSOCIATEOBJTYPE");
+    const std::string otherId = call.parameters.Require("ASSOCIATEOBJID");
+    const bool isHolder = FindRule(kind, other) != nullptr;
     return call.array.Look([&](const State& state) {
         Json::Value list(Json::arrayValue);
-        for (const std::string& id : Members(state, container, containerId, member)) {
-            list.append(RecordOf(state, call.array.GetInventory(), member, id));
+        for (const std::string& id :
+             isHolder ? Holders(state, other, otherId, kind) : Members(state, other, otherId, kind)) {
+            list.append(RecordOf(state, call.array.GetInventory(), kind, id));
         }
         return NullIfEmpty(list);
     });
@@ -249,7 +252,7 @@ constexpr Resource RESOURCES[] = {
     {"GET", "iscsi_initiator", &QueryInitiators},
     {"GET", "fc_initiator", &QueryInitiators},
     {"GET", "<kind>", &QueryPage},
-    {"GET", "<kind>/associate", &QueryMembers},
+    {"GET", "<kind>/associate", &QueryAssociated},
     {"GET", "<kind>/<id>", &QueryOne},
     {"POST", "host/associate", &Join<Kind::HostGroup>},
     {"POST", "lungroup/associate", &Join<Kind::LunGroup>},

@@ -167,6 +167,13 @@ const IdSet& Members(const State& state, Kind container, const std::string& cont
     return state.MembersOf(container, containerId, member);
 }
 
+const IdSet& Holders(const State& state, Kind member, const std::string& memberId, Kind container)
+{
+    RequireRule(container, member);
+    RequireObject(state, member, memberId);
+    return state.ContainersOf(member, memberId, container);
+}
+
 void SetPortOnline(State& state, const std::string& wwn, bool online)
 {
     if (!IsPortName(wwn)) {

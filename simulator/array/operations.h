@@ -32,6 +32,9 @@ void RemoveFromHost(State& state, Kind initiator, const std::string& id);
 /// The members of one kind in a container that must exist.
 const IdSet& Members(const State& state, Kind container, const std::string& containerId, Kind member);
 
+/// The containers of one kind that hold a member that must exist.
+const IdSet& Holders(const State& state, Kind member, const std::string& memberId, Kind container);
+
 /// Throws the kind's own "gone" code when the object does not exist.
 void RequireObject(const State& state, Kind kind, const std::string& id);
 
