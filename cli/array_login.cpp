@@ -7,7 +7,7 @@
 #include "common/framework/security.h"
 #include "common/result_codes.h"
 #include "common/secret_session.h"
-#include "device/device_set_operator.h"
+#include "device/device_info_record.h"
 #include "disklib/zav_storage_disk_lib.h"
 #include "rest/secret_request.h"
 #include "rest/zav_rest_api.h"
@@ -23,9 +23,16 @@ namespace {
 constexpr int LOGOUT_TRIES = 4;
 constexpr boost::chrono::milliseconds LOGOUT_PAUSE(250);
 
+// An answer that can be read and is no session is a refusal of user and password, or of any more sessions.
+ExitCode LoginExitCode(int code)
+{
+    const ExitCode exit = ExitCodeOf(code);
+    return exit == ExitCode::Refused && code != ResultCode::FAILED ? ExitCode::LoginRefused : exit;
+}
+
 // Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
 // array's limit for long.
-void LogOut(ZavRestApi& api)
+void EndSession(ZavRestApi& api)
 {
     std::string errorText;
     int code = api.Logout(errorText);
@@ -42,85 +49,94 @@ void LogOut(ZavRestApi& api)
     }
 }
 
-/// Logs out at the end, unless somebody else will.
-class Guard {
-public:
-    explicit Guard(ZavRestApi& api)
-        : m_api(&api)
-    {
-    }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-    ~Guard()
-    {
-        if (m_api != nullptr) {
-            LogOut(*m_api);
-        }
-    }
-    void Release() noexcept { m_api = nullptr; }
-
-private:
-    ZavRestApi* m_api;
-};
-
 } // namespace
 
 ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
 {
     if (const char* const missing = Environment::MissingList(env)) {
-        throw Failure(ExitCode::BadInput, name + ": the environment has no " + missing);
+        throw Failure(ExitCode::Unusable, name + ": the environment has no " + missing);
     }
     const std::string& address = env.management_ips(0);
     Report::Step(name + ": logging into the array at " + address);
     if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), m_device.password)) {
-        throw Failure(ExitCode::Failed, name + ": the encrypted password of user " + env.user_names(0) +
-                                            " cannot be decrypted with this node's key");
+        throw Failure(ExitCode::Unusable, name + ": the encrypted password of user " + env.user_names(0) +
+                                              " cannot be decrypted with this node's key");
     }
     Environment::FillDeviceInfo(env, m_device);
     ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
     boost::shared_ptr<ZavRestApi> api;
     std::string errorText;
     m_state = State::LoggingIn;
-    if (keeper.CheckIfNeedToRetry(keeper.GetLoginedZavRestApi(m_device, api, errorText))) {
-        keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
+    int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
+    if (keeper.CheckIfNeedToRetry(code)) {
+        const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
+        code = others == ResultCode::FAILED ? code : others; // there was none
     }
     m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
     if (api == nullptr) {
-        throw Failure(ExitCode::Failed,
+        throw Failure(LoginExitCode(code),
                       name + ": cannot log into the array at " + address + (errorText.empty() ? "" : ": " + errorText));
     }
-    Guard guard(*api);
-    if (api->GetStorageIP(m_device.storageIps, errorText) != ResultCode::OK) {
-        throw Failure(ExitCode::Failed,
-                      name + ": the array at " + m_device.url + " does not tell its service addresses: " + errorText);
+    try {
+        ReadDevice(name, *api);
+    } catch (...) {
+        LogOut();
+        throw;
     }
-    SecretSession session;
-    api->GetSession(session);
-    m_deviceId = session.deviceId;
-    Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
-                 (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
-    guard.Release();
 }
 
-// By a signal, on another thread. A login that is under way brings a session yet.
+void ArrayLogin::ReadDevice(const std::string& name, ZavRestApi& api)
+{
+    std::string errorText;
+    SecretSession session;
+    api.GetSession(session);
+    m_deviceId = session.deviceId;
+    if (!DeviceInfoRecord::CanNameAFile(m_deviceId)) {
+        throw Failure(ExitCode::Refused, name + ": the array at " + m_device.url + " has the device id \"" +
+                                             m_deviceId +
+                                             "\", which cannot name this node's record: 1 to 200 bytes without '/' "
+                                             "and control characters can");
+    }
+    const int code = api.GetStorageIP(m_device.storageIps, errorText);
+    if (code != ResultCode::OK) {
+        throw Failure(ExitCodeOf(code),
+                      name + ": the array at " + m_device.url + " does not tell its service addresses: " + errorText);
+    }
+    Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
+                 (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
+}
+
+// Once, by whoever comes first: the command, or a signal that ends it.
+void ArrayLogin::LogOut()
+{
+    State expected = State::LoggedIn;
+    if (!m_state.compare_exchange_strong(expected, State::LoggingOut)) {
+        return;
+    }
+    try {
+        EndSession(*Api());
+    } catch (const std::exception& error) {
+        Report::Step(std::string("no logout: ") + error.what());
+    }
+    m_state = State::LoggedOut;
+}
+
+// By a signal, on another thread. A login that is under way brings a session yet, and a logout wants its answer.
 void ArrayLogin::LogOutAtTheEnd()
 {
     constexpr boost::chrono::milliseconds LOOK_EVERY(5);
     while (m_state == State::LoggingIn) {
         boost::this_thread::sleep_for(LOOK_EVERY);
     }
-    if (m_state == State::LoggedIn) {
-        LogOut(*Api());
+    LogOut();
+    while (m_state == State::LoggingOut) {
+        boost::this_thread::sleep_for(LOOK_EVERY);
     }
 }
 
 ArrayLogin::~ArrayLogin()
 {
-    try {
-        LogOut(*Api());
-    } catch (const std::exception& error) {
-        Report::Step(std::string("no logout: ") + error.what());
-    }
+    LogOut();
 }
 
 boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
@@ -129,7 +145,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
     std::string errorText;
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
-        throw Failure(ExitCode::Failed,
+        throw Failure(LoginExitCode(code),
                       m_device.url + ": login refused with code " + std::to_string(code) + ": " + errorText);
     }
     return api;

@@ -30,8 +30,10 @@ public:
     boost::shared_ptr<ZavRestApi> Api() const;
 
 private:
-    enum class State { LoggedOut, LoggingIn, LoggedIn };
+    enum class State { LoggedOut, LoggingIn, LoggedIn, LoggingOut };
 
+    void ReadDevice(const std::string& name, ZavRestApi& api);
+    void LogOut();
     void LogOutAtTheEnd();
 
     Zav::DeviceInfo m_device;

@@ -6,6 +6,9 @@
 #include "rest/secret_request.h"
 #include "rest/zav_rest_api.h"
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 constexpr std::size_t PAGE = 100;
@@ -16,76 +19,107 @@ std::string Text(const Json::Value& data, const char* name)
     return member.isConvertibleTo(Json::stringValue) ? member.asString() : std::string();
 }
 
-ArrayObject ToObject(const Json::Value& data)
+// What says nothing of the object that was asked for: no answer, or one that a later try may not get.
+bool IsNoAnswer(int code)
 {
-    return {Text(data, "ID"), Text(data, "NAME"), Text(data, "PARENTID")};
-}
-
-std::vector<std::string> Ids(const Json::Value& list)
-{
-    std::vector<std::string> ids;
-    for (const Json::Value& each : list) {
-        ids.push_back(Text(each, "ID"));
-    }
-    return ids;
+    constexpr std::array<int, 8> CODES = {ResultCode::FAILED,        ResultCode::TRANSPORT_ERROR,
+                                          ArrayCode::SESSION_LAPSED, ArrayCode::REQUEST_TIMED_OUT,
+                                          ArrayCode::INTERNAL_ERROR, ArrayCode::CONNECTION_FAILED,
+                                          ArrayCode::SYSTEM_BUSY,    ArrayCode::SYSTEM_NOT_READY};
+    return std::find(CODES.begin(), CODES.end(), code) != CODES.end();
 }
 
 } // namespace
 
-std::optional<Json::Value> ArrayObjects::Get(const std::string& resource)
+ArrayObjects::Answer ArrayObjects::Get(const std::string& resource)
 {
     SecretRequest request;
     request.method = "GET";
     m_api.BuildBaseRequest(request, resource);
-    Json::Value data;
-    std::string errorText;
-    const int code = m_api.SendAndParseRsp(request, data, errorText, false);
-    if (code == ResultCode::FAILED || code == ResultCode::TRANSPORT_ERROR || code == ArrayCode::SESSION_LAPSED ||
-        code == ArrayCode::SYSTEM_BUSY) {
-        throw Failure(ExitCode::Failed, m_url + ": cannot read " + resource + ": " +
-                                            (errorText.empty() ? "no answer that can be read" : errorText));
+    Answer answer = {};
+    answer.code = m_api.SendAndParseRsp(request, answer.data, answer.errorText, false);
+    if (IsNoAnswer(answer.code)) {
+        Fail(resource, answer.errorText, answer.code);
     }
-    if (code != ResultCode::OK) {
-        return std::nullopt;
+    return answer;
+}
+
+void ArrayObjects::Fail(const std::string& resource, const std::string& errorText, int code) const
+{
+    throw Failure(ExitCodeOf(code), m_url + ": cannot read " + resource + ": " +
+                                        (errorText.empty() ? "no answer that can be read" : errorText));
+}
+
+// One that has no id and name is no object: nothing could be told of it.
+ArrayObject ArrayObjects::ToObject(const std::string& resource, const Json::Value& data) const
+{
+    ArrayObject object = {Text(data, "ID"), Text(data, "NAME"), Text(data, "PARENTID")};
+    if (object.id.empty() || !data.isMember("NAME")) {
+        Fail(resource, "the answer names no object");
     }
-    return data;
+    return object;
 }
 
 std::optional<ArrayObject> ArrayObjects::Find(const ObjectKind& kind, const std::string& id)
 {
-    const auto data = Get(std::string(kind.resource) + "/" + Base::PercentEncode(id));
-    return data ? std::optional(ToObject(*data)) : std::nullopt;
+    const std::string resource = std::string(kind.resource) + "/" + Base::PercentEncode(id);
+    const Answer answer = Get(resource);
+    if (answer.code == ResultCode::OK) {
+        return ToObject(resource, answer.data);
+    }
+    if (kind.goneCode != 0 && answer.code != kind.goneCode) {
+        Fail(resource, answer.errorText);
+    }
+    return std::nullopt;
 }
 
-std::optional<std::vector<std::string>> ArrayObjects::Members(const ObjectKind& container, const std::string& id,
-                                                              const ObjectKind& member)
+std::vector<std::string> ArrayObjects::Ids(const std::string& resource)
 {
-    const auto data =
-        Get(std::string(member.resource) + "/associate?TYPE=" + std::string(member.type) +
-            "&ASSOCIATEOBJTYPE=" + std::string(container.type) + "&ASSOCIATEOBJID=" + Base::PercentEncode(id));
-    return data ? std::optional(Ids(*data)) : std::nullopt;
+    const Answer answer = Get(resource);
+    if (answer.code != ResultCode::OK) {
+        Fail(resource, answer.errorText);
+    }
+    std::vector<std::string> ids;
+    for (const Json::Value& each : answer.data) {
+        ids.push_back(Text(each, "ID"));
+        if (ids.back().empty()) {
+            Fail(resource, "the answer lists what has no id");
+        }
+    }
+    return ids;
 }
 
-std::optional<std::vector<std::string>> ArrayObjects::Initiators(const ObjectKind& kind, const std::string& hostId)
+std::vector<std::string> ArrayObjects::Associated(const ObjectKind& kind, const std::string& id,
+                                                  const ObjectKind& other)
 {
-    const auto data = Get(std::string(kind.resource) + "?PARENTID=" + Base::PercentEncode(hostId));
-    return data ? std::optional(Ids(*data)) : std::nullopt;
+    return Ids(std::string(other.resource) + "/associate?TYPE=" + std::string(other.type) +
+               "&ASSOCIATEOBJTYPE=" + std::string(kind.type) + "&ASSOCIATEOBJID=" + Base::PercentEncode(id));
+}
+
+std::vector<std::string> ArrayObjects::Initiators(const ObjectKind& kind, const std::string& hostId)
+{
+    return Ids(std::string(kind.resource) + "?PARENTID=" + Base::PercentEncode(hostId));
 }
 
 std::optional<std::vector<ArrayObject>> ArrayObjects::All(const ObjectKind& kind)
 {
     std::vector<ArrayObject> objects;
     for (std::size_t begin = 0;; begin += PAGE) {
-        const auto page = Get(std::string(kind.resource) + "?range=[" + std::to_string(begin) + "-" +
-                              std::to_string(begin + PAGE) + "]");
-        if (!page) {
+        const std::string resource =
+            std::string(kind.resource) + "?range=[" + std::to_string(begin) + "-" + std::to_string(begin + PAGE) + "]";
+        const Answer answer = Get(resource);
+        if (answer.code != ResultCode::OK) {
             return std::nullopt;
         }
-        for (const Json::Value& each : *page) {
-            objects.push_back(ToObject(each));
+        const std::size_t before = objects.size();
+        for (const Json::Value& each : answer.data) {
+            objects.push_back(ToObject(resource, each));
         }
-        if (page->size() < PAGE) {
+        if (answer.data.size() < PAGE) {
             return objects;
+        }
+        if (before >= PAGE && objects[before].id == objects[before - PAGE].id) {
+            Fail(resource, "the array gives the same page of its list again and again");
         }
     }
 }

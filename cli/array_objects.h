@@ -1,6 +1,9 @@
 #ifndef PRODUCT_STORAGE_CLI_ARRAY_OBJECTS_H
 #define PRODUCT_STORAGE_CLI_ARRAY_OBJECTS_H
 
+#include "common/result_codes.h"
+#include "rest/object_types.h"
+
 #include <json/value.h>
 
 #include <optional>
@@ -14,17 +17,20 @@ class ZavRestApi;
 struct ObjectKind {
     std::string_view words;    ///< for people, and in the journal of what is made: "host group"
     std::string_view resource; ///< in the array's addresses: "hostgroup"
-    std::string_view type;     ///< in its parameters: "14"
+    std::string_view type;     ///< in its parameters
+    int goneCode;              ///< how the array says that there is none of the id; 0: by any refusal
 };
 
-inline constexpr ObjectKind LUN = {"LUN", "lun", "11"};
-inline constexpr ObjectKind HOST_GROUP = {"host group", "hostgroup", "14"};
-inline constexpr ObjectKind HOST = {"host", "host", "21"};
-inline constexpr ObjectKind SNAPSHOT = {"snapshot", "snapshot", "27"};
-inline constexpr ObjectKind ISCSI_INITIATOR = {"iSCSI initiator", "iscsi_initiator", "222"};
-inline constexpr ObjectKind FC_INITIATOR = {"FC initiator", "fc_initiator", "223"};
-inline constexpr ObjectKind MAPPING_VIEW = {"mapping view", "mappingview", "245"};
-inline constexpr ObjectKind LUN_GROUP = {"LUN group", "lungroup", "256"};
+inline constexpr ObjectKind LUN = {"LUN", "lun", ObjectType::LUN, 0};
+inline constexpr ObjectKind HOST_GROUP = {"host group", "hostgroup", ObjectType::HOST_GROUP,
+                                          ArrayCode::HOST_GROUP_GONE};
+inline constexpr ObjectKind HOST = {"host", "host", ObjectType::HOST, ArrayCode::HOST_GONE};
+inline constexpr ObjectKind SNAPSHOT = {"snapshot", "snapshot", ObjectType::SNAPSHOT, 0};
+inline constexpr ObjectKind ISCSI_INITIATOR = {"iSCSI initiator", "iscsi_initiator", ObjectType::ISCSI_INITIATOR, 0};
+inline constexpr ObjectKind FC_INITIATOR = {"FC initiator", "fc_initiator", ObjectType::FC_INITIATOR, 0};
+inline constexpr ObjectKind MAPPING_VIEW = {"mapping view", "mappingview", ObjectType::MAP_VIEW,
+                                            ArrayCode::MAP_VIEW_GONE};
+inline constexpr ObjectKind LUN_GROUP = {"LUN group", "lungroup", ObjectType::LUN_GROUP, ArrayCode::LUN_GROUP_GONE};
 
 /// An object as the array tells of it; what it does not tell is empty.
 struct ArrayObject {
@@ -44,21 +50,28 @@ public:
     {
     }
 
-    /// Nothing when the array refuses to tell of it, which is how it says that there is none.
+    /// Nothing when the array says that there is none of the id.
     std::optional<ArrayObject> Find(const ObjectKind& kind, const std::string& id);
 
-    /// The ids of the members of one kind; nothing when the array does not list them.
-    std::optional<std::vector<std::string>> Members(const ObjectKind& container, const std::string& id,
-                                                    const ObjectKind& member);
+    /// The ids of the objects of kind `other` that an object holds, or that hold it.
+    std::vector<std::string> Associated(const ObjectKind& kind, const std::string& id, const ObjectKind& other);
 
-    /// Initiators of a host.
-    std::optional<std::vector<std::string>> Initiators(const ObjectKind& kind, const std::string& hostId);
+    /// The ids of the initiators of one kind that are on a host.
+    std::vector<std::string> Initiators(const ObjectKind& kind, const std::string& hostId);
 
     /// All objects of a kind; nothing when the array does not list them.
     std::optional<std::vector<ArrayObject>> All(const ObjectKind& kind);
 
 private:
-    std::optional<Json::Value> Get(const std::string& resource);
+    struct Answer {
+        int code; ///< 0, or why the array refused for good
+        Json::Value data;
+        std::string errorText;
+    };
+    Answer Get(const std::string& resource);
+    [[noreturn]] void Fail(const std::string& resource, const std::string& errorText, int code = 0) const;
+    ArrayObject ToObject(const std::string& resource, const Json::Value& data) const;
+    std::vector<std::string> Ids(const std::string& resource);
 
     ZavRestApi& m_api;
     const std::string m_url;

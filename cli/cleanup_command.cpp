@@ -2,6 +2,7 @@
 
 #include "cli/array_login.h"
 #include "cli/array_objects.h"
+#include "cli/consent.h"
 #include "cli/device_record.h"
 #include "cli/environment_file.h"
 #include "cli/failure.h"
@@ -13,7 +14,9 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -21,6 +24,8 @@ namespace {
 struct CleanupOptions {
     std::string environmentPath;
     bool deletesHost = false;
+    bool isAgreed = false;
+    bool isDry = false;
     std::string sharedGroup; ///< a host group that may be taken apart although other hosts are in it
 };
 
@@ -33,7 +38,8 @@ bool IsInJournal(const ObjectKind& kind, const std::string& device, const std::s
 }
 
 // Whether the host goes; where it stays although that was asked for, it is said why.
-bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, const DeviceRecord& record)
+bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayObjects& objects,
+                 const DeviceRecord& record)
 {
     const DeviceMessage message = record.Message();
     if (message.hostId.empty() || (record.KeepsHost() && !options.deletesHost)) {
@@ -43,30 +49,45 @@ bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, const D
         Report::Step("host " + message.hostId + " stays: the journal of what this node makes does not name it");
         return false;
     }
+    const auto host = objects.Find(HOST, message.hostId);
+    if (!host || host->name != message.hostName) {
+        return true; // which the library sees as well
+    }
+    for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
+        for (const std::string& initiator : objects.Initiators(kind, message.hostId)) {
+            if (initiator != message.iscsiInitiatorName &&
+                message.fcInitiatorName.find(initiator) == std::string::npos) {
+                Report::Step("host " + message.hostId + " stays: it has " + std::string(kind.words) + " " + initiator +
+                             ", which this node did not put there");
+                return false;
+            }
+        }
+    }
     return true;
 }
 
 // The library takes all hosts out of the group, whoever put them there.
-void RequireOwnGroup(const CleanupOptions& options, ArrayObjects& objects, const DeviceMessage& message)
+void RequireOwnGroup(const CleanupOptions& options, const ArrayLogin& login, ArrayObjects& objects,
+                     const DeviceMessage& message)
 {
     if (message.hostGroupId.empty() || options.sharedGroup == message.hostGroupId) {
         return;
     }
     const auto group = objects.Find(HOST_GROUP, message.hostGroupId);
-    const auto hosts = objects.Members(HOST_GROUP, message.hostGroupId, HOST);
-    if (!group || group->name != message.hostGroupName || !hosts) {
-        return; // gone, somebody else's by now, or not told: the library leaves what does not bear the name
+    if (!group || group->name != message.hostGroupName) {
+        return; // gone, or somebody else's by now: the library leaves what does not bear the name
     }
     std::string others;
-    for (const std::string& host : *hosts) {
-        if (host != message.hostId) {
+    for (const std::string& host : objects.Associated(HOST_GROUP, message.hostGroupId, HOST)) {
+        const auto object = host != message.hostId ? objects.Find(HOST, host) : std::nullopt;
+        if (object && !IsInJournal(HOST, login.DeviceId(), host, object->name)) {
             others += (others.empty() ? "" : ", ") + host;
         }
     }
     if (!others.empty()) {
-        throw Failure(ExitCode::Failed, "host group " + message.hostGroupId + " holds other hosts (" + others +
-                                            "), and nothing was changed: --shared-group " + message.hostGroupId +
-                                            " takes it apart all the same");
+        throw Failure(ExitCode::Foreign, "host group " + message.hostGroupId + " holds other hosts (" + others +
+                                             "), and nothing was changed: --shared-group " + message.hostGroupId +
+                                             " takes it apart all the same");
     }
 }
 
@@ -104,36 +125,83 @@ bool TellWhatIsGone(const ArrayLogin& login, ArrayObjects& objects, const Device
     return isDone;
 }
 
-ExitCode RunCleanup(const CleanupOptions& options)
+// What a cleanup is about to do, decided under the lock.
+struct Plan {
+    DeviceMessage message;
+    bool deletesHost;
+};
+
+Plan MakePlan(const CleanupOptions& options, const ArrayLogin& login, ArrayObjects& objects, const DeviceRecord& record)
 {
-    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
-    const boost::shared_ptr<ZavRestApi> api = login.Api();
-    const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
-    const DeviceRecord record(login.DeviceId()); // as it is now that nobody changes it
-    if (record.IsEmpty()) {
-        Report::Step(record.Path() + ": nothing is recorded for this array");
-        return ExitCode::Done;
-    }
     const DeviceMessage message = record.Message();
-    ArrayObjects objects(*api, login.Device().url);
-    RequireOwnGroup(options, objects, message);
-    const bool deletesHost = DeletesHost(options, login, record);
-    Report::Step(login.Device().url + ": removing mapping view " + message.mapViewId + ", host group " +
-                 message.hostGroupId + ", host " + message.hostId + (deletesHost ? "" : " (kept)") + ", LUN group " +
-                 message.lunGroupId);
+    RequireOwnGroup(options, login, objects, message);
+    return {message, DeletesHost(options, login, objects, record)};
+}
+
+void Tell(const ArrayLogin& login, const Plan& plan)
+{
+    Report::Step(login.Device().url + ": removing mapping view " + plan.message.mapViewId + ", host group " +
+                 plan.message.hostGroupId + ", host " + plan.message.hostId + (plan.deletesHost ? "" : " (kept)") +
+                 ", LUN group " + plan.message.lunGroupId);
+}
+
+bool AreSame(const Plan& one, const Plan& other)
+{
+    const auto ids = [](const Plan& plan) {
+        return std::tie(plan.message.mapViewId, plan.message.hostGroupId, plan.message.hostId, plan.message.lunGroupId,
+                        plan.deletesHost);
+    };
+    return ids(one) == ids(other);
+}
+
+ExitCode TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan, const DeviceRecord& record)
+{
     DeleteResource cleanup;
-    cleanup.m_deleteHost = deletesHost;
-    const int code = cleanup.DeleteCreatedResource(message, Zav::SessionInfo(), api);
+    cleanup.m_deleteHost = plan.deletesHost;
+    const int code = cleanup.DeleteCreatedResource(plan.message, Zav::SessionInfo(), login.Api());
     if (code != 0) {
-        throw Failure(ExitCode::Failed, login.Device().url + ": cleanup stopped with code " + std::to_string(code) +
-                                            "; the record stays in " + record.Path());
+        throw Failure::OfLibrary(login.Device().url + ": cleanup stopped with code " + std::to_string(code) +
+                                     "; the record stays in " + record.Path(),
+                                 ExitCodeOf(code));
     }
-    if (!TellWhatIsGone(login, objects, message, deletesHost)) {
-        throw Failure(ExitCode::Failed, login.Device().url + ": not all is gone; the record stays in " + record.Path());
+    if (!TellWhatIsGone(login, objects, plan.message, plan.deletesHost)) {
+        throw Failure(ExitCode::Partly, login.Device().url + ": not all is gone; the record stays in " + record.Path());
     }
     record.Remove();
     Report::Step(record.Path() + ": record removed");
     return ExitCode::Done;
+}
+
+ExitCode RunCleanup(const CleanupOptions& options)
+{
+    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
+    const boost::shared_ptr<ZavRestApi> api = login.Api();
+    const std::string path = DeviceRecord(login.DeviceId()).Path();
+    ArrayObjects objects(*api, login.Device().url);
+    std::optional<NodeLock> lock(path);
+    std::optional<DeviceRecord> record(login.DeviceId()); // as it is now that nobody changes it
+    if (record->IsEmpty()) {
+        Report::Step(path + ": nothing is recorded for this array");
+        return ExitCode::Done;
+    }
+    const Plan plan = MakePlan(options, login, objects, *record);
+    Tell(login, plan);
+    if (options.isDry) {
+        return ExitCode::Done;
+    }
+    if (!options.isAgreed && Consent::CanBeAsked()) {
+        lock.reset(); // who is asked may take his time
+        if (!Consent::Give("take this apart?")) {
+            Report::Step("nothing was changed");
+            return ExitCode::Done;
+        }
+        lock.emplace(path);
+        record.emplace(login.DeviceId());
+        if (!AreSame(plan, MakePlan(options, login, objects, *record))) {
+            throw Failure(ExitCode::Foreign, path + ": changed meanwhile, and nothing was taken apart");
+        }
+    }
+    return TakeApart(login, objects, plan, *record);
 }
 
 } // namespace
@@ -146,6 +214,8 @@ void AddCleanupCommand(CLI::App& app, Run& run)
     Options::AddEnvironment(*command, options->environmentPath);
     command->add_flag("--delete-host", options->deletesHost,
                       "Remove the host too when it is recorded as found there, as it is after a second init");
+    command->add_flag("-y,--yes", options->isAgreed, "Do not ask, where a terminal is");
+    command->add_flag("--dry-run", options->isDry, "Print what goes and what stays, and change nothing");
     command
         ->add_option("--shared-group", options->sharedGroup,
                      "Take this host group apart although hosts of others are in it")

@@ -58,6 +58,7 @@ void PrintJson(const std::string& url, const ClusterFacts& facts)
     for (const std::string& address : facts.managementIps) {
         value["management_ips"].append(address);
     }
+    value["schema"] = Report::SCHEMA;
     Report::Json(value);
 }
 

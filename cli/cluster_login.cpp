@@ -4,6 +4,9 @@
 #include "cli/failure.h"
 #include "cli/report.h"
 
+#include <chrono>
+#include <thread>
+
 ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::string& port)
     : m_host(Base::BracketedHost(address))
     , m_port(port)
@@ -11,7 +14,7 @@ ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::
     , m_follower(log)
 {
     if (!m_client.Init()) {
-        throw Failure(ExitCode::Failed, m_url + ": no HTTP client can be made");
+        throw Failure(ExitCode::OurFault, m_url + ": no HTTP client can be made");
     }
 }
 
@@ -21,14 +24,30 @@ ClusterLogin::~ClusterLogin()
     Report::Step(m_url + ": logging out");
 }
 
+// By a signal, on another thread. A login that is under way brings a session yet.
+void ClusterLogin::LogOutAtTheEnd()
+{
+    constexpr std::chrono::milliseconds LOOK_EVERY(5);
+    while (m_state == State::LoggingIn) {
+        std::this_thread::sleep_for(LOOK_EVERY);
+    }
+    if (m_state == State::LoggedIn) {
+        m_client.Logout();
+    }
+}
+
 void ClusterLogin::Login(const std::string& user, const std::string& password)
 {
     constexpr int LOGGED_IN = 1;
     Report::Step(m_url + ": trying to log in as " + user + "; each request is tried up to four times, three seconds " +
                  "apart");
     std::string errorText;
-    if (m_client.Login(m_host, m_port, user, password, errorText) != LOGGED_IN) {
-        throw Failure(ExitCode::Failed, m_url + ": cannot log in: " + errorText);
+    m_state = State::LoggingIn;
+    const bool isLoggedIn = m_client.Login(m_host, m_port, user, password, errorText) == LOGGED_IN;
+    m_state = isLoggedIn ? State::LoggedIn : State::LoggedOut;
+    if (!isLoggedIn) {
+        throw Failure(errorText.find("(libcurl ") != std::string::npos ? ExitCode::Unreachable : ExitCode::LoginRefused,
+                      m_url + ": cannot log in: " + errorText);
     }
     Report::Step(m_url + ": logged in");
 }
@@ -66,7 +85,7 @@ std::string ClusterLogin::QueryText(const std::string& what, TextQuery query)
     const int code = (m_client.*query)(text, errorText);
     Require(what, code, errorText);
     if (text.empty()) {
-        throw Failure(ExitCode::Failed, m_url + ": the cluster tells no " + what);
+        throw Failure(ExitCode::Refused, m_url + ": the cluster tells no " + what);
     }
     return text;
 }
@@ -75,10 +94,10 @@ std::string ClusterLogin::QueryText(const std::string& what, TextQuery query)
 void ClusterLogin::Require(const std::string& what, int code, const std::string& errorText) const
 {
     if (code != 0) {
-        throw Failure(ExitCode::Failed, m_url + ": cannot read the " + what + ", code " + std::to_string(code) +
+        throw Failure(ExitCodeOf(code), m_url + ": cannot read the " + what + ", code " + std::to_string(code) +
                                             (errorText.empty() ? "" : ": " + errorText));
     }
     if (!errorText.empty()) {
-        throw Failure(ExitCode::Failed, m_url + ": the cluster refuses to tell the " + what + ": " + errorText);
+        throw Failure(ExitCode::Refused, m_url + ": the cluster refuses to tell the " + what + ": " + errorText);
     }
 }

@@ -1,9 +1,11 @@
 #ifndef PRODUCT_STORAGE_CLI_CLUSTER_LOGIN_H
 #define PRODUCT_STORAGE_CLI_CLUSTER_LOGIN_H
 
+#include "cli/farewell.h"
 #include "cli/log_follower.h"
 #include "rest/nimb_rest_api.h"
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,9 @@ public:
 private:
     using TextQuery = int (NimbRestApi::*)(std::string&, std::string&);
 
+    enum class State { LoggedOut, LoggingIn, LoggedIn };
+
+    void LogOutAtTheEnd();
     std::string QueryText(const std::string& what, TextQuery query);
     void Require(const std::string& what, int code, const std::string& errorText) const;
 
@@ -44,6 +49,8 @@ private:
     const std::string m_url;
     LogFollower m_follower; // ends after the client, which logs out at its end
     NimbRestApi m_client;
+    std::atomic<State> m_state = State::LoggedOut;
+    const Farewell m_farewell{[this] { LogOutAtTheEnd(); }}; // last: it uses the others
 };
 
 #endif

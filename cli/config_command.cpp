@@ -18,8 +18,8 @@ std::vector<ConfigReader::Setting> CheckedSettings()
         Report::Step(problem);
     }
     if (!problems.empty()) {
-        throw Failure(ExitCode::BadConfiguration, "configuration " + ConfigReader::getFile() + ": " +
-                                                      std::to_string(problems.size()) + " problem(s), see above");
+        throw Failure(ExitCode::Unusable, "configuration " + ConfigReader::getFile() + ": " +
+                                              std::to_string(problems.size()) + " problem(s), see above");
     }
     return settings;
 }

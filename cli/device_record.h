@@ -9,18 +9,21 @@
 /// An array's record in the device-information file, as the library wrote it.
 class DeviceRecord {
 public:
-    /// Throws Failure when the file is no such record.
+    /// Throws Failure when the file is no such record: no regular file, more than 1 MiB, or not JSON of its form.
     explicit DeviceRecord(const std::string& deviceId);
 
     const std::string& Path() const noexcept { return m_path; }
     bool IsEmpty() const noexcept { return m_members.empty(); }
 
-    /// Throws Failure when the file could not be written.
+    /// Throws Failure when the file could not be written, for want of rights or of space. Changes nothing.
     void RequireWritable() const;
 
     /// The node found its host on the array and must leave it there.
     bool KeepsHost() const;
     DeviceMessage Message() const;
+
+    /// Puts members into the record. Throws Failure, with the file as it was, when it cannot.
+    void Enter(const std::map<std::string, std::string>& members) const;
 
     /// Takes the record out of the file, and the file away when it held no other. Throws Failure, with the file as it
     /// was, when it cannot.

@@ -17,12 +17,12 @@ EnvironmentPath ReadEnvironment(const std::string& path)
     text << file.rdbuf();
     if (!file || errno != 0) {
         const std::string reason = errno != 0 ? std::generic_category().message(errno) : "cannot be read";
-        throw Failure(ExitCode::BadInput, "environment " + path + ": " + reason);
+        throw Failure(ExitCodeOfFile(errno), "environment " + path + ": " + reason);
     }
     EnvironmentPath env;
     const auto status = google::protobuf::util::JsonStringToMessage(text.str(), &env);
     if (!status.ok()) {
-        throw Failure(ExitCode::BadInput, "environment " + path + ": " + std::string(status.message()));
+        throw Failure(ExitCode::Unusable, "environment " + path + ": " + std::string(status.message()));
     }
     return env;
 }

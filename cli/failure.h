@@ -15,10 +15,21 @@ public:
     {
     }
 
+    /// Of an operation of the library that tells no more than that it failed: why is in what it logged. Where that says
+    /// more than `code` being Refused, it counts.
+    static Failure OfLibrary(const std::string& text, ExitCode code = ExitCode::Refused)
+    {
+        Failure failure(code, text);
+        failure.m_isCauseLogged = true;
+        return failure;
+    }
+
     ExitCode Code() const noexcept { return m_code; }
+    bool IsCauseLogged() const noexcept { return m_isCauseLogged; }
 
 private:
     ExitCode m_code;
+    bool m_isCauseLogged = false;
 };
 
 #endif

@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "base/json_writing.h"
 #include "base/printable_text.h"
 #include "cli/array_login.h"
 #include "cli/environment_file.h"
@@ -28,7 +29,7 @@ struct InventoryOptions {
 void Require(int code, const std::string& what, const std::string& where, const std::string& errorText)
 {
     if (code != 0) {
-        throw Failure(ExitCode::Failed,
+        throw Failure(ExitCodeOf(code),
                       where + ": cannot read " + what + ", code " + std::to_string(code) + ": " + errorText);
     }
 }
@@ -158,6 +159,7 @@ void PrintJson(ZavRestApi& api, const std::string& url, const InventoryOptions& 
     Json::StreamWriterBuilder compact;
     compact["indentation"] = "";
     Json::Value head;
+    head["schema"] = Report::SCHEMA;
     head["url"] = url;
     head["serial_number"] = inventory.serial;
     head["product_model"] = inventory.productMode;
@@ -168,14 +170,14 @@ void PrintJson(ZavRestApi& api, const std::string& url, const InventoryOptions& 
     for (const Zav::StoragePool& pool : inventory.pools) {
         head["pools"].append(ToJson(pool));
     }
-    std::string text = Json::writeString(compact, head);
+    std::string text = Base::WriteJson(compact, head);
     text.pop_back(); // the closing brace comes after the LUNs
     std::cout << text << ",\"luns\":[";
     const char* separator = "\n";
     ReadLuns(api, url, inventory.lunCount, options.pageSize,
              [&separator, &compact](const std::vector<Zav::LunInfo>& luns) {
                  for (const Zav::LunInfo& lun : luns) {
-                     std::cout << separator << Json::writeString(compact, ToJson(lun));
+                     std::cout << separator << Base::WriteJson(compact, ToJson(lun));
                      separator = ",\n";
                  }
              });

@@ -1,9 +1,14 @@
+#include "base/files.h"
 #include "cli/commands.h"
 #include "cli/config_command.h"
+#include "cli/explanation.h"
 #include "cli/failure.h"
 #include "cli/log_tail.h"
+#include "cli/nearest_name.h"
+#include "cli/options.h"
 #include "cli/report.h"
 #include "cli/stop_signals.h"
+#include "cli/within.h"
 #include "disklib/zav_storage_disk_lib.h"
 
 #include <CLI/Config.hpp>
@@ -11,12 +16,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <exception>
-#include <future>
 #include <iostream>
-#include <thread>
+#include <optional>
+#include <string>
+#include <vector>
 
 // zavctl: prepares, watches and cleans up this node on storage arrays, and asks arrays and clusters what they are.
 
@@ -24,20 +31,76 @@ namespace {
 
 constexpr const char* CONSOLE_LEVEL = "PRODUCT_STORAGE_LOG_CONSOLE";
 
-ExitCode RunCommand(const Run& run, bool isVerbose)
+/// How the command was asked to tell what it does.
+struct Telling {
+    int verbosity = 0;   ///< 1: the library's steps; 2: all of its lines
+    bool isJson = false; ///< failures go to standard output, too
+    std::optional<unsigned int> limitSeconds;
+};
+
+// The last two lines of a command that failed: why, and what to do.
+ExitCode TellFailure(const Failure& failure, LogTail& log, bool isJson)
 {
-    if (isVerbose) {
-        setenv(CONSOLE_LEVEL, "1", 1);
+    const Explanation explanation = Explain(failure, log.Take());
+    Report::Step(explanation.cause);
+    Report::Step("remedy: " + explanation.remedy);
+    if (isJson) {
+        Json::Value answer;
+        answer["schema"] = Report::SCHEMA;
+        answer["error"] = ToJson(explanation);
+        Report::Json(answer);
     }
-    RequireSoundConfiguration();
-    StopSignals stopSignals;
-    LogTail log(std::getenv(CONSOLE_LEVEL) != nullptr);
+    return explanation.exit;
+}
+
+ExitCode RunCommand(const Run& run, const Telling& telling)
+{
+    if (telling.verbosity > 0) {
+        setenv(CONSOLE_LEVEL, telling.verbosity > 1 ? "1" : "2", 1);
+    }
+    std::optional<LogTail> log; // behind the stop signals: it may start no thread of its own before them
     try {
-        return run(log, stopSignals);
-    } catch (const std::exception&) {
-        log.PrintFailures(); // the cause, in front of what came of it
-        throw;
+        RequireSoundConfiguration();
+        StopSignals stopSignals(telling.limitSeconds ? std::optional(std::chrono::seconds(*telling.limitSeconds))
+                                                     : std::nullopt);
+        log.emplace(std::getenv(CONSOLE_LEVEL) != nullptr);
+        return run(*log, stopSignals);
+    } catch (const Failure& failure) {
+        if (!log) {
+            log.emplace(true);
+        }
+        return TellFailure(failure, *log, telling.isJson);
     }
+}
+
+// Whether the command that was called was asked for JSON.
+bool WantsJson(const CLI::App& app)
+{
+    for (const CLI::App* const command : app.get_subcommands()) {
+        const CLI::Option* const format = command->get_option_no_throw(Options::FORMAT);
+        if (format != nullptr && format->count() != 0 && format->as<Report::Format>() == Report::Format::Json) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// True, after a hint, when the first word that is no option names no command.
+bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* const command : app.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    const auto* const end = argv + argc;
+    const auto* const word = std::find_if(argv + 1, argv + argc, [](const char* each) { return each[0] != '-'; });
+    if (word == end || std::find(names.begin(), names.end(), *word) != names.end()) {
+        return false;
+    }
+    const std::string nearest = NearestName(*word, names);
+    Report::Step("no command " + std::string(*word) + ": " +
+                 (nearest.empty() ? "zavctl --help tells which there are" : "did you mean " + nearest + "?"));
+    return true;
 }
 
 ExitCode Main(int argc, char** argv)
@@ -45,8 +108,12 @@ ExitCode Main(int argc, char** argv)
     CLI::App app("Prepares this node for block access to storage arrays, and asks storage what it is", "zavctl");
     app.require_subcommand(1);
     app.set_version_flag("--version", std::string("zavctl ") + PRODUCT_STORAGE_VERSION);
-    bool isVerbose = false;
-    app.add_flag("-v,--verbose", isVerbose, "Show all of the library's log lines on standard error");
+    Telling telling;
+    app.add_flag("-v,--verbose", telling.verbosity,
+                 "Show what the library does on standard error; twice: all of its log lines");
+    app.add_option("--timeout", telling.limitSeconds, "End the command after so long, wherever it is")
+        ->option_text("SECONDS")
+        ->check(CLI::Range(1U, 86400U));
     Run run;
     AddInitCommand(app, run);
     AddInventoryCommand(app, run);
@@ -55,43 +122,45 @@ ExitCode Main(int argc, char** argv)
     AddClusterCommand(app, run);
     AddPasswordCommand(app, run);
     AddConfigCommand(app, run);
+    for (CLI::App* const command : app.get_subcommands({})) {
+        command->fallthrough(); // what stands before the command may stand behind it
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        if (TellUnknownCommand(app, argc, argv)) {
+            return ExitCode::Usage;
+        }
         return app.exit(error) == 0 ? ExitCode::Done : ExitCode::Usage; // --help and --version come this way too
     }
-    try {
-        return RunCommand(run, isVerbose);
-    } catch (const Failure& failure) {
-        Report::Step(failure.what());
-        return failure.Code();
-    } catch (const std::exception& error) {
-        Report::Step(std::string("internal error: ") + error.what());
-        return ExitCode::Failed;
-    }
+    telling.isJson = WantsJson(app);
+    return RunCommand(run, telling);
 }
 
 // Whether the library's thread ended within a second; it may be in the middle of a logout that nobody answers.
 bool EndCheckThread()
 {
-    std::promise<void> ended;
-    const std::future<void> end = ended.get_future();
-    std::thread([done = std::move(ended)]() mutable {
+    return EndsWithin(std::chrono::seconds(1), [] {
         try {
             ZavStorageDiskLib::GetInstance()->StopCheckThread();
         } catch (const std::exception& error) {
             Report::Step(std::string("the session check does not stop: ") + error.what());
         }
-        done.set_value();
-    }).detach();
-    return end.wait_for(std::chrono::seconds(1)) == std::future_status::ready;
+    });
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const ExitCode code = Main(argc, argv);
+    ExitCode code = ExitCode::OurFault;
+    try {
+        code = Main(argc, argv);
+    } catch (const std::exception& error) { // before anything was begun, or in the telling of what went wrong
+        Base::WriteWhole(STDERR_FILENO, "zavctl: internal error: ");
+        Base::WriteWhole(STDERR_FILENO, error.what());
+        Base::WriteWhole(STDERR_FILENO, "\n");
+    }
     if (!EndCheckThread()) {
         std::cout << std::flush;
         ::_exit(static_cast<int>(code)); // what is static must not be destroyed under a thread that runs

@@ -33,7 +33,8 @@ std::string Value(const ZavMapInfo& info, const Field& field)
 
 } // namespace
 
-void PrintMapInfos(const std::vector<ZavMapInfo>& infos, Report::Format format)
+void PrintMapInfos(const std::vector<ZavMapInfo>& infos, Report::Format format,
+                   const std::vector<Explanation>& failures)
 {
     if (format == Report::Format::Json) {
         Json::Value arrays(Json::arrayValue);
@@ -43,7 +44,16 @@ void PrintMapInfos(const std::vector<ZavMapInfo>& infos, Report::Format format)
                 array[field.key] = Value(info, field);
             }
         }
-        Report::Json(arrays);
+        Json::Value answer;
+        answer["schema"] = Report::SCHEMA;
+        answer["arrays"] = arrays;
+        for (const Explanation& failure : failures) {
+            answer["errors"].append(ToJson(failure));
+        }
+        Report::Json(answer);
+        return;
+    }
+    if (infos.empty()) {
         return;
     }
     std::vector<Report::Row> rows;

@@ -131,10 +131,8 @@ void MappingChain::CheckMember(const ObjectKind& container, const std::string& c
                                const std::string& memberId, const std::function<void(CDeviceManager&)>& join)
 {
     const std::string link = Naming(member, memberId) + " in " + Naming(container, containerId);
-    const auto members = m_objects.Members(container, containerId, member);
-    if (!members) {
-        Report::Step("whether " + link + " is, the array does not tell");
-    } else if (std::find(members->begin(), members->end(), memberId) == members->end()) {
+    const std::vector<std::string> members = m_objects.Associated(container, containerId, member);
+    if (std::find(members.begin(), members.end(), memberId) == members.end()) {
         Mend(link, join);
     }
 }
@@ -145,8 +143,7 @@ void MappingChain::RequireOwnHost()
     std::set<std::string> own = PortNames(m_record.fcInitiatorName);
     own.insert(m_record.iscsiInitiatorName);
     for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
-        const auto initiators = m_objects.Initiators(kind, m_record.hostId);
-        for (const std::string& each : initiators.value_or(std::vector<std::string>())) {
+        for (const std::string& each : m_objects.Initiators(kind, m_record.hostId)) {
             if (own.count(each) == 0) {
                 throw std::runtime_error("the host holds " + Naming(kind, each) + " as well, which is not this node's");
             }
@@ -156,19 +153,40 @@ void MappingChain::RequireOwnHost()
 
 void MappingChain::CheckInitiators()
 {
-    std::string iqn = m_record.iscsiInitiatorName;
-    const std::set<std::string> ports = PortNames(m_record.fcInitiatorName);
-    if (iqn.empty() && ports.empty()) {
-        DeviceOperate().GetIscsiInitor(iqn); // what was not recorded may be missing on the array alone
+    const std::set<std::string> recordedPorts = PortNames(m_record.fcInitiatorName);
+    std::vector<std::string> ports;
+    std::string iqn;
+    DeviceOperate device;
+    device.GetFCInitor(ports);
+    device.GetIscsiInitor(iqn);
+    bool isAnyRecorded = false;
+    for (const std::string& port : ports) {
+        if (recordedPorts.count(port) != 0) {
+            isAnyRecorded = true;
+            CheckInitiator(FC_INITIATOR, port);
+        }
     }
-    if (!iqn.empty()) {
+    // Where nothing of this node is recorded, it is seen whether the array has its name all the same.
+    if (!iqn.empty() && (!isAnyRecorded || iqn == m_record.iscsiInitiatorName)) {
         CheckInitiator(ISCSI_INITIATOR, iqn);
     }
-    for (const std::string& port : ports) {
-        CheckInitiator(FC_INITIATOR, port);
-    }
+    TellWhatIsNotOurs(recordedPorts, ports, iqn);
     if (m_initiatorsInPlace == 0 && m_broken.empty()) {
         Break("this node has no initiator on the array");
+    }
+}
+
+// A port or name that this node had once may be another machine's by now: it is neither missed nor put anywhere.
+void MappingChain::TellWhatIsNotOurs(const std::set<std::string>& recordedPorts, const std::vector<std::string>& ports,
+                                     const std::string& iqn)
+{
+    for (const std::string& port : recordedPorts) {
+        if (std::find(ports.begin(), ports.end(), port) == ports.end()) {
+            Report::Step("recorded, and not this node's any more: " + Naming(FC_INITIATOR, port));
+        }
+    }
+    if (!m_record.iscsiInitiatorName.empty() && m_record.iscsiInitiatorName != iqn) {
+        Report::Step("recorded, and not this node's any more: " + Naming(ISCSI_INITIATOR, m_record.iscsiInitiatorName));
     }
 }
 
@@ -197,8 +215,8 @@ void MappingChain::CheckInitiator(const ObjectKind& kind, const std::string& id)
 
 bool MappingChain::IsInGroup(const std::string& hostId)
 {
-    const auto members = m_objects.Members(HOST_GROUP, m_record.hostGroupId, HOST);
-    return members && std::find(members->begin(), members->end(), hostId) != members->end();
+    const std::vector<std::string> members = m_objects.Associated(HOST_GROUP, m_record.hostGroupId, HOST);
+    return std::find(members.begin(), members.end(), hostId) != members.end();
 }
 
 void MappingChain::Mend(const std::string& link, const std::function<void(CDeviceManager&)>& join)

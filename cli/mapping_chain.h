@@ -6,6 +6,7 @@
 #include "common/records.h"
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,8 @@ private:
                      const std::string& memberId, const std::function<void(CDeviceManager&)>& join);
     void RequireOwnHost();
     void CheckInitiators();
+    void TellWhatIsNotOurs(const std::set<std::string>& recordedPorts, const std::vector<std::string>& ports,
+                           const std::string& iqn);
     void CheckInitiator(const ObjectKind& kind, const std::string& id);
     bool IsInGroup(const std::string& hostId);
     void Mend(const std::string& link, const std::function<void(CDeviceManager&)>& join);

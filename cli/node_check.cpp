@@ -1,7 +1,9 @@
 #include "cli/node_check.h"
 
+#include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/failure.h"
+#include "cli/own_journal.h"
 #include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
@@ -13,13 +15,20 @@
 
 namespace {
 
-bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api)
+// A port that the array sees is a path only when it is on a host of the recorded group.
+bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, const std::string& url, const std::string& hostGroupId)
 {
     std::vector<std::string> wwpns;
     device.GetFCInitor(wwpns);
-    return std::any_of(wwpns.begin(), wwpns.end(), [&api](const std::string& wwpn) {
-        std::string errorText;
-        return api.IsOnlineFCInitiator(wwpn, errorText) == 0;
+    std::string errorText;
+    ArrayObjects objects(api, url);
+    return std::any_of(wwpns.begin(), wwpns.end(), [&](const std::string& wwpn) {
+        const auto port = objects.Find(FC_INITIATOR, wwpn);
+        if (!port || port->parentId.empty() || api.IsOnlineFCInitiator(wwpn, errorText) != 0) {
+            return false;
+        }
+        const std::vector<std::string> hosts = objects.Associated(HOST_GROUP, hostGroupId, HOST);
+        return std::find(hosts.begin(), hosts.end(), port->parentId) != hosts.end();
     });
 }
 
@@ -38,21 +47,24 @@ namespace NodeCheck {
 void RequireUsableRecord(const ArrayLogin& login)
 {
     DeviceRecord(login.DeviceId()).RequireWritable();
+    OwnJournal::RequireWritable();
 }
 
 void RequireConnectedNode(const ArrayLogin& login)
 {
     DeviceOperate device;
+    const DeviceRecord record(login.DeviceId());
     if (!device.ReadDeviceInfo(login.DeviceId())) {
-        throw Failure(ExitCode::Failed, DeviceRecord(login.DeviceId()).Path() +
-                                            ": the record is not complete; this node is not prepared on " +
-                                            login.Device().url);
+        throw Failure(ExitCode::Drift, record.Path() + ": the record is not complete; this node is not prepared on " +
+                                           login.Device().url);
     }
     const std::vector<std::string>& serviceIps = login.Device().storageIps;
-    if (!HasOnlineFcPort(device, *login.Api()) && !IsLoggedIntoOneOf(device, serviceIps)) {
-        throw Failure(ExitCode::Failed, login.Device().url +
-                                            ": this node has no online FC port and no iSCSI session with any of " +
-                                            (serviceIps.empty() ? "no addresses" : boost::join(serviceIps, ", ")));
+    if (!HasOnlineFcPort(device, *login.Api(), login.Device().url, record.Message().hostGroupId) &&
+        !IsLoggedIntoOneOf(device, serviceIps)) {
+        throw Failure::OfLibrary(login.Device().url +
+                                     ": this node has no online FC port and no iSCSI session with any of " +
+                                     (serviceIps.empty() ? "no addresses" : boost::join(serviceIps, ", ")),
+                                 ExitCode::Drift);
     }
 }
 

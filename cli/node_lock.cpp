@@ -26,6 +26,6 @@ NodeLock::NodeLock(const std::string& recordPath)
         Report::Step(std::string("other processes are not kept out: ") + error.what());
     }
     if (!isMine) {
-        throw Failure(ExitCode::Failed, path + ": another process has held it for ten minutes");
+        throw Failure(ExitCode::Unreachable, path + ": another process has held it for ten minutes");
     }
 }

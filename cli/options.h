@@ -10,6 +10,8 @@
 /// Options that several commands have.
 namespace Options {
 
+inline constexpr const char* FORMAT = "--output";
+
 void AddEnvironment(CLI::App& command, std::string& path);
 void AddFormat(CLI::App& command, Report::Format& format);
 

@@ -22,16 +22,26 @@ bool OwnJournal::IsKept()
     return true;
 }
 
+void OwnJournal::RequireWritable()
+{
+    try {
+        Journal().RequireWritable();
+    } catch (const std::exception& error) {
+        throw Failure(ExitCode::Unusable, std::string("what is made could not be entered into the journal: ") +
+                                              error.what() + "; nothing was changed");
+    }
+}
+
 std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& device)
 {
     try {
         std::vector<Entry> entries;
         for (const OpenFramework::JournalEntry& entry : Journal().Standing(device)) {
-            entries.push_back({entry.device, entry.kind, entry.name, entry.id});
+            entries.push_back({entry.device, entry.kind, entry.name, entry.id, entry.time});
         }
         return entries;
     } catch (const std::exception& error) {
-        throw Failure(ExitCode::BadInput, error.what());
+        throw Failure(ExitCode::Unusable, error.what());
     }
 }
 
@@ -50,6 +60,8 @@ bool OwnJournal::IsKept()
 {
     return false;
 }
+
+void OwnJournal::RequireWritable() {}
 
 std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& /*device*/)
 {

@@ -1,6 +1,7 @@
 #ifndef PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
 #define PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,11 +13,15 @@ struct Entry {
     std::string device;
     std::string kind; ///< an ObjectKind's words
     std::string name;
-    std::string id; ///< empty: it may be there under this name, or not
+    std::string id;        ///< empty: it may be there under this name, or not
+    std::int64_t time = 0; ///< seconds since the epoch: when it was made, or was set out to be
 };
 
 /// Whether there is one at all.
 bool IsKept();
+
+/// Throws Failure when nothing could be entered into it.
+void RequireWritable();
 
 /// Throws Failure when it cannot be read.
 std::vector<Entry> Standing(const std::string& device);

@@ -18,7 +18,7 @@ ExitCode EncryptPassword(LogTail& /*log*/, StopSignals& /*signals*/)
     std::string cipher;
     std::string errorText;
     if (!SecuritySS::ZelkEncryptInfo(password, cipher, errorText)) {
-        throw Failure(ExitCode::Failed, "password: " + errorText);
+        throw Failure(ExitCode::Unusable, "password: " + errorText);
     }
     std::cout << cipher << std::endl;
     return ExitCode::Done;

@@ -43,7 +43,7 @@ bool ReadLine(std::string& line)
             return true;
         }
         if (line.size() == LONGEST) {
-            throw Failure(ExitCode::BadInput, "password: longer than 4096 bytes");
+            throw Failure(ExitCode::Unusable, "password: longer than 4096 bytes");
         }
         line += character;
     }
@@ -65,6 +65,6 @@ void ReadPassword(const std::string& prompt, std::string& password)
         isRead = ReadLine(password);
     }
     if (!isRead || password.empty()) {
-        throw Failure(ExitCode::BadInput, "password: none was given on standard input");
+        throw Failure(ExitCode::Unusable, "password: none was given on standard input");
     }
 }

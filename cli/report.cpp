@@ -1,5 +1,6 @@
 #include "cli/report.h"
 
+#include "base/json_writing.h"
 #include "base/printable_text.h"
 
 #include <json/writer.h>
@@ -8,16 +9,45 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <iomanip>
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <utility>
 
 namespace Report {
 
+namespace {
+
+std::mutex lastStepLock;
+std::string lastStep; // guarded by lastStepLock
+
+} // namespace
+
+std::string LastStep()
+{
+    const std::lock_guard<std::mutex> guard(lastStepLock);
+    return lastStep;
+}
+
 void Step(const std::string& text)
 {
+    {
+        const std::lock_guard<std::mutex> guard(lastStepLock);
+        lastStep = text;
+    }
     std::cerr << "zavctl: " << Base::Printable(text) << std::endl;
+}
+
+std::string Now()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts = {};
+    ::gmtime_r(&now, &parts);
+    std::array<char, sizeof "2026-01-31T23:59:59Z"> text = {};
+    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text.data();
 }
 
 void Table(const std::vector<Row>& rows)
@@ -44,7 +74,7 @@ void Json(const ::Json::Value& value)
 {
     ::Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    std::cout << ::Json::writeString(builder, value) << std::endl;
+    std::cout << Base::WriteJson(builder, value) << std::endl;
 }
 
 std::string Size(std::uint64_t bytes)

@@ -17,6 +17,15 @@ using Row = std::vector<std::string>;
 /// Tells on standard error what is being done or was found.
 void Step(const std::string& text);
 
+/// What Step told last; any thread.
+std::string LastStep();
+
+/// The time as a journal of lines wants it: 2026-01-31T23:59:59Z.
+std::string Now();
+
+/// The form of all JSON that is printed, named in each answer; docs/zavctl-json.md tells it.
+inline constexpr const char* SCHEMA = "zavctl/1";
+
 /// Prints rows with aligned columns, the first row as heading.
 void Table(const std::vector<Row>& rows);
 void Json(const ::Json::Value& value);

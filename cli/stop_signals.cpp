@@ -1,7 +1,9 @@
 #include "cli/stop_signals.h"
 
+#include "cli/exit_code.h"
 #include "cli/farewell.h"
 #include "cli/report.h"
+#include "cli/within.h"
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
 #include "framework/public/running_commands.h"
 #endif
@@ -15,6 +17,7 @@ namespace {
 
 constexpr std::chrono::seconds TIME_TO_END{1};
 constexpr std::chrono::seconds FAREWELL{1};
+constexpr std::chrono::milliseconds TIME_TO_TELL{200}; // whoever reads may have stopped to
 constexpr std::chrono::seconds GRACE_OF_COMMANDS{5};
 constexpr int FIRST_SIGNAL_STATUS = 128;
 
@@ -23,11 +26,17 @@ constexpr int WAKE_UP = SIGUSR2;
 
 } // namespace
 
-StopSignals::StopSignals()
+StopSignals::StopSignals(std::optional<std::chrono::seconds> limit)
+    : m_limit(limit)
 {
     sigemptyset(&m_signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, WAKE_UP}) {
-        sigaddset(&m_signals, signal);
+    sigaddset(&m_signals, WAKE_UP);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        // One that is ignored from the start, as under nohup, is not to end anything.
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) {
+            sigaddset(&m_signals, signal);
+        }
     }
     pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);
     m_thread = std::thread([this] { Watch(); });
@@ -51,11 +60,34 @@ bool StopSignals::WaitFor(const boost::chrono::seconds& duration)
     return m_changed.wait_for(guard, std::chrono::seconds(duration.count()), [this] { return m_signal != 0; });
 }
 
+// The signal that came, or 0 when the limit was reached before.
+int StopSignals::Await() const
+{
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + m_limit.value_or(std::chrono::seconds::zero());
+    for (;;) {
+        int signal = 0;
+        if (!m_limit) {
+            if (sigwait(&m_signals, &signal) == 0) {
+                return signal;
+            }
+            continue;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        if (left <= 0) {
+            return 0;
+        }
+        const timespec wait = {left / 1000, left % 1000 * 1000000};
+        signal = sigtimedwait(&m_signals, nullptr, &wait);
+        if (signal > 0) {
+            return signal;
+        }
+    }
+}
+
 void StopSignals::Watch()
 {
-    int signal = 0;
-    while (sigwait(&m_signals, &signal) != 0) {
-    }
+    const int signal = Await();
     std::unique_lock<std::mutex> guard(m_mutex);
     if (m_isOver) {
         return;
@@ -69,9 +101,16 @@ void StopSignals::Watch()
     Leave(signal);
 }
 
-void StopSignals::Leave(int signal)
+void StopSignals::Leave(int signal) const
 {
-    Report::Step(std::string("ended by SIG") + sigabbrev_np(signal));
+    EndsWithin(TIME_TO_TELL, [signal, limit = m_limit] {
+        if (signal != 0) {
+            Report::Step(std::string("ended by SIG") + sigabbrev_np(signal));
+        } else {
+            Report::Step("given up after " + std::to_string(limit->count()) + " s, behind: " + Report::LastStep());
+            Report::Step("remedy: look whether what it waited for answers, or give more time with --timeout");
+        }
+    });
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
     std::thread commands([] { OpenFramework::EndRunningCommands(GRACE_OF_COMMANDS); });
 #endif
@@ -79,6 +118,7 @@ void StopSignals::Leave(int signal)
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
     commands.join();
 #endif
-    std::cout << std::flush;
-    ::_exit(FIRST_SIGNAL_STATUS + signal); // other threads are in the middle of their work
+    EndsWithin(TIME_TO_TELL, [] { std::cout << std::flush; });
+    ::_exit(signal != 0 ? FIRST_SIGNAL_STATUS + signal
+                        : static_cast<int>(ExitCode::Unreachable)); // other threads are in the middle of their work
 }

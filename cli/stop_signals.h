@@ -3,9 +3,11 @@
 
 #include <boost/chrono/duration.hpp>
 
+#include <chrono>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 /// Ends the process on SIGINT, SIGTERM or SIGHUP, at any moment and soon: what is registered as Farewell is done for at
@@ -14,7 +16,9 @@
 /// thread, which inherits that the signals are blocked.
 class StopSignals {
 public:
-    StopSignals();
+    /// With a limit the process is ended after it as by a signal, but with the status of what came too late, and tells
+    /// what it was about.
+    explicit StopSignals(std::optional<std::chrono::seconds> limit = std::nullopt);
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
@@ -27,7 +31,10 @@ public:
 
 private:
     void Watch();
-    [[noreturn]] static void Leave(int signal);
+    int Await() const;
+    [[noreturn]] void Leave(int signal) const;
+
+    const std::optional<std::chrono::seconds> m_limit;
 
     sigset_t m_signals = {};
     std::mutex m_mutex;

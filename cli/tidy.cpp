@@ -7,11 +7,13 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 #include <utility>
 
 namespace {
 
 constexpr std::string_view GENERATED_PREFIX = "Vendrix_";
+constexpr std::int64_t MAY_STILL_COME = 600; // seconds that a request may be on its way to the array or within it
 
 /// A kind that this node makes, and where the record names its one.
 struct MadeKind {
@@ -40,10 +42,10 @@ Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record)
     , m_api(login.Api())
     , m_record(std::move(record))
     , m_array(*m_api, login.Device().url)
+    , m_entries(OwnJournal::Standing(login.DeviceId()))
 {
-    const std::vector<OwnJournal::Entry> entries = OwnJournal::Standing(login.DeviceId());
     for (const MadeKind& made : MADE_KINDS) {
-        for (const OwnJournal::Entry& entry : entries) {
+        for (const OwnJournal::Entry& entry : m_entries) {
             if (entry.kind != made.kind->words || IsRecorded(*made.kind, entry.id, entry.name)) {
                 continue;
             }
@@ -55,11 +57,14 @@ Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record)
                 }
                 const auto found = std::find_if(all->begin(), all->end(),
                                                 [&entry](const ArrayObject& each) { return each.name == entry.name; });
+                if (found == all->end() && std::time(nullptr) - entry.time < MAY_STILL_COME) {
+                    continue;
+                }
                 id = found == all->end() ? "" : found->id;
             }
             const auto object = id.empty() ? std::nullopt : m_array.Find(*made.kind, id);
             if (object && object->name == entry.name) {
-                m_objects.push_back({made.kind, id, entry.name, UsesOf(*made.kind, id)});
+                m_objects.push_back({made.kind, id, entry.name, UsesOrDoubt(*made.kind, id)});
             } else {
                 OwnJournal::Drop(entry); // gone, or somebody else's since
             }
@@ -74,51 +79,96 @@ bool Leftovers::IsRecorded(const ObjectKind& kind, const std::string& id, const 
     });
 }
 
-std::vector<std::string> Leftovers::UsesOfMembers(const ObjectKind& container, const std::string& id,
-                                                  const ObjectKind& member, const char* words)
+bool Leftovers::Has(const Object& object) const
 {
-    std::vector<std::string> uses;
-    const auto members = m_array.Members(container, id, member);
-    if (!members) {
-        return {"what it holds, the array does not tell"};
-    }
-    for (const std::string& each : *members) {
-        uses.push_back(std::string(words) + " " + each);
-    }
-    return uses;
+    return std::any_of(m_objects.begin(), m_objects.end(), [&object](const Object& each) {
+        return IsKind(*each.kind, *object.kind) && each.id == object.id && each.name == object.name;
+    });
 }
 
-// LUNs that somebody mapped by it, hosts of others, and initiators are signs that it is not idle.
+bool Leftovers::IsMine(const ObjectKind& kind, const std::string& id) const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [&](const OwnJournal::Entry& entry) { return entry.kind == kind.words && entry.id == id; });
+}
+
+bool Leftovers::IsOwnGroup(const std::string& hostGroupId) const
+{
+    return hostGroupId == m_record.hostGroupId || IsMine(HOST_GROUP, hostGroupId);
+}
+
+// What cannot be seen counts as use.
+std::vector<std::string> Leftovers::UsesOrDoubt(const ObjectKind& kind, const std::string& id)
+{
+    try {
+        return UsesOf(kind, id);
+    } catch (const Failure& failure) {
+        return {failure.what()};
+    }
+}
+
+// What an object holds that somebody else put there: LUNs, hosts, initiators.
+void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses)
+{
+    const auto add = [&uses](const ObjectKind& member, const std::vector<std::string>& ids,
+                             const std::string& own = {}) {
+        for (const std::string& each : ids) {
+            if (each != own) {
+                uses.push_back("holds " + std::string(member.words) + " " + each);
+            }
+        }
+    };
+    if (IsKind(kind, LUN_GROUP)) {
+        add(LUN, m_array.Associated(kind, id, LUN));
+        add(SNAPSHOT, m_array.Associated(kind, id, SNAPSHOT));
+    } else if (IsKind(kind, HOST_GROUP)) {
+        add(HOST, m_array.Associated(kind, id, HOST), m_record.hostId);
+    } else if (IsKind(kind, HOST)) {
+        add(ISCSI_INITIATOR, m_array.Initiators(ISCSI_INITIATOR, id));
+        add(FC_INITIATOR, m_array.Initiators(FC_INITIATOR, id));
+        for (const std::string& group : m_array.Associated(HOST, id, HOST_GROUP)) {
+            if (!IsOwnGroup(group)) {
+                uses.push_back("is in host group " + group + ", which this node did not make");
+            }
+        }
+    }
+}
+
+// A recorded group goes on to be used by the recorded view.
+void Leftovers::AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses)
+{
+    for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, LUN_GROUP)) {
+        if (group != m_record.lunGroupId) {
+            AddHeld(LUN_GROUP, group, uses);
+        }
+    }
+    for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, HOST_GROUP)) {
+        if (group != m_record.hostGroupId) {
+            AddHeld(HOST_GROUP, group, uses);
+        }
+    }
+}
+
+// Signs that it is not idle. A group is in use as well when a view is that holds it: by taking this node's host out of
+// it, or LUNs, what that view maps would be lost.
 std::vector<std::string> Leftovers::UsesOf(const ObjectKind& kind, const std::string& id)
 {
     std::vector<std::string> uses;
-    const auto add = [&uses](const std::vector<std::string>& more) {
-        uses.insert(uses.end(), more.begin(), more.end());
-    };
-    if (IsKind(kind, LUN_GROUP)) {
-        add(UsesOfMembers(LUN_GROUP, id, LUN, "holds LUN"));
-        add(UsesOfMembers(LUN_GROUP, id, SNAPSHOT, "holds snapshot"));
-    } else if (IsKind(kind, HOST_GROUP)) {
-        add(UsesOfMembers(HOST_GROUP, id, HOST, "holds host"));
-        uses.erase(std::remove(uses.begin(), uses.end(), "holds host " + m_record.hostId), uses.end());
-    } else if (IsKind(kind, MAPPING_VIEW)) {
-        for (const std::string& group :
-             m_array.Members(MAPPING_VIEW, id, LUN_GROUP).value_or(std::vector<std::string>())) {
-            if (group != m_record.lunGroupId) {
-                add(UsesOf(LUN_GROUP, group));
-            }
-        }
-        for (const std::string& group :
-             m_array.Members(MAPPING_VIEW, id, HOST_GROUP).value_or(std::vector<std::string>())) {
-            if (group != m_record.hostGroupId) {
-                add(UsesOf(HOST_GROUP, group));
-            }
-        }
-    } else {
-        for (const ObjectKind& initiator : {ISCSI_INITIATOR, FC_INITIATOR}) {
-            for (const std::string& each : m_array.Initiators(initiator, id).value_or(std::vector<std::string>())) {
-                uses.push_back("has " + std::string(initiator.words) + " " + each);
-            }
+    if (IsKind(kind, MAPPING_VIEW)) {
+        AddHeldByGroups(id, uses);
+        return uses;
+    }
+    AddHeld(kind, id, uses);
+    if (IsKind(kind, HOST)) {
+        return uses;
+    }
+    for (const std::string& view : m_array.Associated(kind, id, MAPPING_VIEW)) {
+        if (view == m_record.mapViewId) {
+            uses.push_back("is in mapping view " + view + ", which is recorded");
+        } else if (IsMine(MAPPING_VIEW, view)) {
+            AddHeldByGroups(view, uses);
+        } else {
+            uses.push_back("is in mapping view " + view + ", which the journal does not name");
         }
     }
     return uses;
@@ -142,44 +192,51 @@ std::vector<Leftovers::Object> Leftovers::OfOthers()
 
 void Leftovers::Remove(const Object& object)
 {
+    const OwnJournal::Entry entry = {m_login.DeviceId(), std::string(object.kind->words), object.name, object.id};
+    const auto standing = m_array.Find(*object.kind, object.id);
+    if (!standing || standing->name != object.name) { // somebody may have been asked in between
+        OwnJournal::Drop(entry);
+        return;
+    }
+    for (const std::string& use : UsesOf(*object.kind, object.id)) {
+        if (std::find(object.inUse.begin(), object.inUse.end(), use) == object.inUse.end()) {
+            throw Failure(ExitCode::Foreign,
+                          m_login.Device().url + ": " + entry.kind + " " + object.id + " stays: it " + use + " by now");
+        }
+    }
     std::string errorText;
+    const std::string naming = entry.kind + " " + object.id;
     const auto require = [&](int code, const std::string& what) {
         if (code != ResultCode::OK) {
-            throw Failure(ExitCode::Failed, m_login.Device().url + ": cannot " + what + ": " +
+            throw Failure(ExitCodeOf(code), m_login.Device().url + ": cannot " + what + " " + naming + ": " +
                                                 (errorText.empty() ? "code " + std::to_string(code) : errorText));
         }
     };
-    const std::string naming = std::string(object.kind->words) + " " + object.id;
-    const auto members = [&](const ObjectKind& member) {
-        return m_array.Members(*object.kind, object.id, member).value_or(std::vector<std::string>());
+    const auto takeOut = [&](const ObjectKind& member, const auto& remove) {
+        for (std::string& each : m_array.Associated(*object.kind, object.id, member)) {
+            require(remove(each), "take " + std::string(member.words) + " " + each + " out of");
+        }
     };
     if (IsKind(*object.kind, MAPPING_VIEW)) {
-        for (const std::string& group : members(HOST_GROUP)) {
-            require(m_api->RemoveHostGroup(group, object.id, errorText),
-                    "take host group " + group + " out of " + naming);
-        }
-        for (const std::string& group : members(LUN_GROUP)) {
-            require(m_api->RemoveLunGroup(group, object.id, errorText),
-                    "take LUN group " + group + " out of " + naming);
-        }
-        require(m_api->DeleteMapView(object.id, errorText), "delete " + naming);
+        takeOut(HOST_GROUP, [&](auto& group) { return m_api->RemoveHostGroup(group, object.id, errorText); });
+        takeOut(LUN_GROUP, [&](auto& group) { return m_api->RemoveLunGroup(group, object.id, errorText); });
+        require(m_api->DeleteMapView(object.id, errorText), "delete");
     } else if (IsKind(*object.kind, HOST_GROUP)) {
-        for (const std::string& host : members(HOST)) {
-            require(m_api->RemoveHost(host, object.id, errorText), "take host " + host + " out of " + naming);
-        }
-        require(m_api->DeleteHostGroup(object.id, errorText), "delete " + naming);
+        takeOut(HOST, [&](auto& host) { return m_api->RemoveHost(host, object.id, errorText); });
+        require(m_api->DeleteHostGroup(object.id, errorText), "delete");
     } else if (IsKind(*object.kind, LUN_GROUP)) {
-        for (std::string& lun : members(LUN)) {
-            require(m_api->RemoveLunFromLunGroup(object.id, lun, errorText), "take LUN " + lun + " out of " + naming);
-        }
-        for (std::string& snapshot : members(SNAPSHOT)) {
-            require(m_api->RemoveSnapshotFromLunGroup(object.id, snapshot, errorText),
-                    "take snapshot " + snapshot + " out of " + naming);
-        }
-        require(m_api->DeleteLunGroup(object.id, errorText), "delete " + naming);
+        takeOut(LUN, [&](auto& lun) { return m_api->RemoveLunFromLunGroup(object.id, lun, errorText); });
+        takeOut(SNAPSHOT, [&](auto& each) { return m_api->RemoveSnapshotFromLunGroup(object.id, each, errorText); });
+        require(m_api->DeleteLunGroup(object.id, errorText), "delete");
     } else {
-        // Its initiators stay where they are: the array refuses to delete a host that has any.
-        require(m_api->DeleteHost(object.id, errorText), "delete " + naming);
+        if (!object.inUse.empty()) { // whoever put them there uses it: initiators are not this command's to move
+            throw Failure(ExitCode::Foreign,
+                          m_login.Device().url + ": " + naming + " stays: it " + object.inUse.front());
+        }
+        for (std::string& group : m_array.Associated(HOST, object.id, HOST_GROUP)) {
+            require(m_api->RemoveHost(object.id, group, errorText), "take out of host group " + group);
+        }
+        require(m_api->DeleteHost(object.id, errorText), "delete");
     }
-    OwnJournal::Drop({m_login.DeviceId(), std::string(object.kind->words), object.name, object.id});
+    OwnJournal::Drop(entry);
 }

@@ -3,6 +3,7 @@
 
 #include "cli/array_login.h"
 #include "cli/array_objects.h"
+#include "cli/own_journal.h"
 #include "common/records.h"
 
 #include <string>
@@ -28,23 +29,31 @@ public:
     /// In the order in which they can be taken apart: mapping views, host groups, LUN groups, hosts.
     const std::vector<Object>& Objects() const noexcept { return m_objects; }
 
+    /// Whether such an object is among them.
+    bool Has(const Object& object) const;
+
     /// Objects that bear the prefix of names that the library generates, and are named by neither record nor journal:
     /// another node's, most likely.
     std::vector<Object> OfOthers();
 
-    /// Takes one apart: its associations, then the object itself; members stay. Throws Failure naming what refused.
+    /// Takes one apart, when it still bears its name and is in no use that `object` does not tell: its associations,
+    /// then the object itself; members stay. A host that has initiators is left. Throws Failure naming what refused.
     void Remove(const Object& object);
 
 private:
     bool IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const;
     std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
-    std::vector<std::string> UsesOfMembers(const ObjectKind& container, const std::string& id, const ObjectKind& member,
-                                           const char* words);
+    std::vector<std::string> UsesOrDoubt(const ObjectKind& kind, const std::string& id);
+    void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
+    void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
+    bool IsOwnGroup(const std::string& hostGroupId) const;
+    bool IsMine(const ObjectKind& kind, const std::string& id) const;
 
     const ArrayLogin& m_login;
     const boost::shared_ptr<ZavRestApi> m_api;
     const DeviceMessage m_record;
     ArrayObjects m_array;
+    const std::vector<OwnJournal::Entry> m_entries;
     std::vector<Object> m_objects;
 };
 

@@ -1,6 +1,7 @@
 #include "cli/commands.h"
 
 #include "cli/array_login.h"
+#include "cli/consent.h"
 #include "cli/device_record.h"
 #include "cli/environment_file.h"
 #include "cli/failure.h"
@@ -11,10 +12,8 @@
 
 #include <boost/algorithm/string/join.hpp>
 
-#include <unistd.h>
-
-#include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace {
@@ -31,23 +30,12 @@ std::string Naming(const Leftovers::Object& object)
            (object.inUse.empty() ? "" : ", which " + boost::join(object.inUse, ", "));
 }
 
-bool Agrees(const std::string& question)
-{
-    if (::isatty(STDIN_FILENO) == 0) {
-        throw Failure(ExitCode::Usage, "nobody is there to ask: tell --yes or --dry-run");
-    }
-    std::cerr << "zavctl: " << question << " [y/N] " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "yes";
-}
-
 ExitCode RunTidy(const TidyOptions& options)
 {
     const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
-    const DeviceRecord record(login.DeviceId());
-    const NodeLock lock(record.Path());
-    Leftovers leftovers(login, record.Message());
+    const std::string path = DeviceRecord(login.DeviceId()).Path();
+    std::optional<NodeLock> lock(path);
+    Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
     for (const Leftovers::Object& object : leftovers.OfOthers()) {
         Report::Step("not ours by the journal, and left: " + Naming(object));
     }
@@ -61,14 +49,26 @@ ExitCode RunTidy(const TidyOptions& options)
     if (options.isDry) {
         return ExitCode::Done;
     }
-    if (!options.isAgreed && !Agrees("take these " + std::to_string(leftovers.Objects().size()) + " apart?")) {
-        Report::Step("nothing was changed");
-        return ExitCode::Done;
+    if (!options.isAgreed) {
+        if (!Consent::CanBeAsked()) {
+            throw Failure(ExitCode::Usage, "nobody is there to ask: tell --yes or --dry-run");
+        }
+        lock.reset(); // who is asked may take his time
+        if (!Consent::Give("take these " + std::to_string(leftovers.Objects().size()) + " apart?")) {
+            Report::Step("nothing was changed");
+            return ExitCode::Done;
+        }
+        lock.emplace(path);
     }
+    Leftovers now(login, DeviceRecord(login.DeviceId()).Message());
     ExitCode code = ExitCode::Done;
     for (const Leftovers::Object& object : leftovers.Objects()) {
+        if (!now.Has(object)) {
+            Report::Step("not left over any more: " + Naming(object));
+            continue;
+        }
         try {
-            leftovers.Remove(object);
+            now.Remove(object);
             Report::Step("removed " + Naming(object));
         } catch (const Failure& failure) {
             Report::Step(failure.what());

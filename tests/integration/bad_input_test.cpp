@@ -4,6 +4,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <sys/stat.h>
+
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -23,15 +25,17 @@ protected:
 TEST_F(BadInputTest, EnvironmentFileThatIsMissingIsNamed)
 {
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", "/no/such/env.json"});
-    EXPECT_EQ(3, outcome.status);
-    EXPECT_EQ("zavctl: environment /no/such/env.json: No such file or directory\n", outcome.errors);
+    EXPECT_EQ(7, outcome.status);
+    EXPECT_EQ("zavctl: environment /no/such/env.json: No such file or directory\n"
+              "zavctl: remedy: correct the file, or name another with --env; docs/zavctl.md has a whole one\n",
+              outcome.errors);
 }
 
 TEST_F(BadInputTest, EnvironmentFileThatIsADirectoryIsNamed)
 {
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", Directory()});
-    EXPECT_EQ(3, outcome.status);
-    EXPECT_EQ("zavctl: environment " + Directory() + ": Is a directory\n", outcome.errors);
+    EXPECT_EQ(7, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("zavctl: environment " + Directory() + ": Is a directory\n"));
 }
 
 TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
@@ -39,12 +43,12 @@ TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
     const std::string path = Directory() + "/env.json";
     WriteText(path, R"({"managementIps": ["10.0.0.1"], "userNames": )");
     Base::ProgramResult outcome = RunZavctl({"init", "--env", path});
-    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: environment " + path + ": "), HasSubstr("Expected a value")));
 
     WriteText(path, R"({"managementIp": ["10.0.0.1"]})");
     outcome = RunZavctl({"init", "--env", path});
-    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("managementIp: Cannot find field"));
 }
 
@@ -53,8 +57,21 @@ TEST_F(BadInputTest, EnvironmentWithoutAPortIsRefusedByName)
     const std::string path = Directory() + "/env.json";
     WriteText(path, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", path});
-    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("env.json: the environment has no port"));
+}
+
+TEST_F(BadInputTest, CauseIsToldWithoutALogFileAsWell)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "sessions", "count": 0})");
+    for (const std::string& file : {std::string(), std::string("/proc/no/such.log")}) {
+        Configure({{"Log.File", file}});
+        EXPECT_THAT(RunZavctl({"inventory", "--env", env}).errors,
+                    HasSubstr("cannot log into the array at " + array.Options().managementIps[0] + ": no way\n"))
+            << file;
+    }
 }
 
 TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
@@ -65,9 +82,10 @@ TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
     options.further = {"--user", "admin", "--password-file", Directory() + "/password"};
     const Array& other = StartArray(options);
     const Base::ProgramResult outcome = Init(other);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Login zav device failed. Error code is "),
-                                      HasSubstr("cannot log into the array at " + other.Options().managementIps[0])));
+    EXPECT_EQ(6, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("cannot log into the array at " + other.Options().managementIps[0] +
+                                          ": The user name or the password is wrong: user \"admin\"\n"
+                                          "zavctl: remedy: correct user and password: encrypt"));
     EXPECT_THAT(array.Requests(), IsEmpty());
 }
 
@@ -80,7 +98,7 @@ TEST_F(BadInputTest, PasswordThatWasNotEncryptedHereIsNotSentAnywhere)
     text[cipher + 10] = text[cipher + 10] == 'A' ? 'B' : 'A';
     WriteText(env, text);
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors,
                 HasSubstr("the encrypted password of user admin cannot be decrypted with this node's key"));
     EXPECT_THAT(array.Requests(), IsEmpty());
@@ -93,8 +111,9 @@ TEST_F(BadInputTest, CertificateOfAnotherAuthorityIsRefused)
     StartArray(); // makes the authority that is trusted
     const Array& array = StartArray(options);
     const Base::ProgramResult outcome = Init(array);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("certificate"), HasSubstr(array.Options().managementIps[0])));
+    EXPECT_EQ(8, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("remedy: the certificate is not trusted for this address"),
+                                      HasSubstr(array.Options().managementIps[0])));
     EXPECT_THAT(array.Requests(), IsEmpty());
 }
 
@@ -107,9 +126,10 @@ TEST_F(BadInputTest, ArrayThatDoesNotListenIsNamed)
     array.SetListening(0, false);
     WriteText(env, ReadText(env).replace(ReadText(env).find(", \"" + Address(1) + "\""), Address(1).size() + 4, ""));
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", env});
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("Send http request occur network error."), HasSubstr(Address(0)),
-                                      HasSubstr("Login zav device failed. Error code is -20000")));
+    EXPECT_EQ(8, outcome.status);
+    EXPECT_THAT(outcome.errors,
+                AllOf(HasSubstr("Connection refused (libcurl 7)\nzavctl: remedy: nothing listens there"),
+                      HasSubstr(Address(0))));
 }
 
 TEST_F(BadInputTest, AnswerThatIsCutOffOrNoJsonOrNeverComesIsTold)
@@ -117,18 +137,18 @@ TEST_F(BadInputTest, AnswerThatIsCutOffOrNoJsonOrNeverComesIsTold)
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "garbage", "target": "sessions"})");
     Base::ProgramResult outcome = Init(array);
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(9, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("Parse json string failed"));
 
     array.AddFault(R"({"kind": "cut", "target": "sessions"})");
     outcome = Init(array);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("Send http request occur network error."));
+    EXPECT_EQ(8, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("(libcurl 18)"));
 
     array.AddFault(R"({"kind": "silent", "milliseconds": 500, "target": "sessions"})");
     outcome = Init(array);
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("Send http request occur network error."));
+    EXPECT_EQ(8, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("(libcurl 52)"));
 }
 
 TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIsMade)
@@ -139,7 +159,7 @@ TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIs
     WriteText(ZavctlRecordPath(array), content);
     for (const char* const command : {"init", "cleanup"}) {
         const Base::ProgramResult outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
-        EXPECT_EQ(3, outcome.status);
+        EXPECT_EQ(7, outcome.status);
         EXPECT_THAT(outcome.errors,
                     HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed"));
         EXPECT_EQ(content, ReadText(ZavctlRecordPath(array)));
@@ -150,11 +170,58 @@ TEST_F(BadInputTest, DeviceInformationFileThatIsCorruptedIsLeftAloneAndNothingIs
 TEST_F(BadInputTest, DeviceInformationFileThatCannotBeWrittenIsToldBeforeAnythingIsMade)
 {
     const Array& array = StartArray();
-    boost::filesystem::create_directory(ZavctlRecordPath(array));
-    const Base::ProgramResult outcome = Init(array);
-    EXPECT_EQ(3, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr(ZavctlRecordPath(array) + ": cannot be written: Is a directory"));
+    const std::string path = ZavctlRecordPath(array);
+    const auto expectRefusal = [&](const std::string& why) {
+        const Base::ProgramResult outcome = Init(array);
+        EXPECT_EQ(7, outcome.status);
+        EXPECT_THAT(outcome.errors, HasSubstr(path + ": " + why));
+        EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+    };
+    boost::filesystem::create_directory(path);
+    expectRefusal("cannot be a device record: it is no regular file; nothing was changed");
+    boost::filesystem::remove(path);
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    expectRefusal("cannot be a device record: it is no regular file; nothing was changed");
+    boost::filesystem::remove(path);
+    WriteText(path, std::string(1048577, ' '));
+    expectRefusal("cannot be a device record: it has 1048577 bytes, a record less than 1048576; nothing was changed");
+    EXPECT_EQ(1048577, boost::filesystem::file_size(path));
+    boost::filesystem::remove(path);
+    boost::filesystem::create_symlink("self-info.conf", ProductPath("conf/self-info.conf"));
+    boost::filesystem::create_symlink("self-info.conf", path);
+    expectRefusal("cannot be read: Too many levels of symbolic links");
+}
+
+TEST_F(BadInputTest, DeviceIdThatCannotNameAFileIsToldByEveryCommand)
+{
+    ArrayOptions options;
+    options.serial = std::string(201, 'n');
+    const Array& array = StartArray(options);
+    for (const char* const command : {"init", "cleanup", "tidy"}) {
+        const Base::ProgramResult outcome = RunZavctl({command, "--env", EnvironmentFileOf(array)});
+        EXPECT_EQ(9, outcome.status) << command;
+        EXPECT_THAT(outcome.errors,
+                    HasSubstr("has the device id \"" + options.serial + "\", which cannot name this node's record"));
+    }
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(BadInputTest, TwoArraysWithOneDeviceIdAreNamedAndPrepared)
+{
+    ArrayOptions options;
+    options.serial = "210twins";
+    const Array& one = StartArray(options);
+    const std::string envOfOne = EnvironmentFileOf(one) + ".one";
+    boost::filesystem::rename(EnvironmentFileOf(one), envOfOne);
+    const Array& other = StartArray(options);
+    StartTargets({one.Options().serviceIps.at(0), other.Options().serviceIps.at(0)});
+    const Base::ProgramResult twins = RunZavctl({"init", "--env", envOfOne, "--env", EnvironmentFileOf(other)});
+    EXPECT_THAT(twins.errors,
+                HasSubstr("warning: the arrays of " + envOfOne + " (" + one.Url() + ") and " +
+                          EnvironmentFileOf(other) + " (" + other.Url() + ") have one device id, 210twins"));
+    const Base::ProgramResult same = RunZavctl({"init", "--env", envOfOne, "--env", envOfOne});
+    EXPECT_THAT(same.errors, Not(HasSubstr("warning")));
 }
 
 TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
@@ -163,7 +230,7 @@ TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
     const std::string content = R"({")" + array.Options().serial + R"(": {"HOSTID": {"not": "a text"}}})";
     WriteText(ZavctlRecordPath(array), content);
     const Base::ProgramResult outcome = RunZavctl({"cleanup", "--env", EnvironmentFileOf(array)});
-    EXPECT_EQ(3, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors,
                 HasSubstr(ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed\n"));
     EXPECT_EQ(content, ReadText(ZavctlRecordPath(array)));
@@ -174,8 +241,8 @@ TEST_F(BadInputTest, PasswordBeyondTheLongestIsRefusedAndTheLongestTaken)
     const std::string longest(4096, 'p');
     EXPECT_EQ(0, RunZavctl({"password", "encrypt"}, longest + "\n").status);
     const Base::ProgramResult outcome = RunZavctl({"password", "encrypt"}, longest + "p\n");
-    EXPECT_EQ(3, outcome.status);
-    EXPECT_EQ("zavctl: password: longer than 4096 bytes\n", outcome.errors);
+    EXPECT_EQ(7, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("zavctl: password: longer than 4096 bytes\n"));
     EXPECT_EQ("", outcome.output);
 }
 
@@ -184,7 +251,7 @@ TEST_F(BadInputTest, KeyThatCannotBeMadeIsTheReasonThatNoPasswordIsEncrypted)
     WriteText(Directory() + "/blocker", "a file where a folder should be");
     Configure({{"Security.KeyFile", Directory() + "/blocker/product.key"}});
     const Base::ProgramResult outcome = RunZavctl({"password", "encrypt"}, "secret\n");
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: password: "), HasSubstr("blocker/product.key"),
                                       HasSubstr("Not a directory"), Not(HasSubstr("secret"))));
     EXPECT_EQ("", outcome.output);
@@ -202,10 +269,11 @@ TEST_F(BadInputTest, NodeWithoutIscsiadmIsTold)
     }
     const Base::ProgramResult outcome =
         RunToEnd({ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)}, {"PATH=" + tools});
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("discovery target failed, return error is:127"),
-                                      HasSubstr("this node has no online FC port and no iSCSI session with any of " +
-                                                array.Options().serviceIps[0])));
+    EXPECT_EQ(10, outcome.status);
+    EXPECT_THAT(outcome.errors,
+                AllOf(HasSubstr("iscsiadm: not found\"\nzavctl: remedy: install open-iscsi on this node"),
+                      HasSubstr("this node has no online FC port and no iSCSI session with any of " +
+                                array.Options().serviceIps[0])));
 }
 
 TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
@@ -218,7 +286,7 @@ TEST_F(BadInputTest, NodeWithoutAnInitiatorNameIsTold)
     EXPECT_THAT(
         outcome.errors,
         AllOf(
-            HasSubstr("get iscsi Initiator ID error.  (GetIscsiInitor)"),
+            HasSubstr("remedy: give this node an initiator name"),
             HasSubstr(
                 "this node is not rightly prepared: no host is recorded, for this node has no FC port, and no name in "
                 "/etc/iscsi/initiatorname.iscsi. Run zavctl init again")));
@@ -230,7 +298,7 @@ TEST_F(BadInputTest, TextsOfTheArrayDoNotSteerTheTerminal)
     const std::string env = EnvironmentFileOf(array);
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no\u001b[2Jway\u202e", "target": "lun/count"})");
     const Base::ProgramResult refused = RunZavctl({"inventory", "--env", env});
-    EXPECT_EQ(1, refused.status);
+    EXPECT_EQ(9, refused.status);
     EXPECT_THAT(refused.errors, AllOf(HasSubstr("no\\x1b[2Jway\\xe2\\x80\\xae"), Not(HasSubstr("\x1b"))));
 
     array.AddFault(
@@ -249,7 +317,7 @@ TEST_F(BadInputTest, ConfigurationThatIsMalformedEndsEveryCommandWithFour)
     for (const Process::Arguments& command :
          {Process::Arguments{"config", "check"}, Process::Arguments{"init", "--env", EnvironmentFileOf(array)}}) {
         const Base::ProgramResult outcome = RunZavctl(command);
-        EXPECT_EQ(4, outcome.status);
+        EXPECT_EQ(7, outcome.status);
         EXPECT_THAT(outcome.errors, AllOf(HasSubstr(Directory() + "/backupnode.ini"), HasSubstr("DosRequestInterval"),
                                           HasSubstr("often")));
     }

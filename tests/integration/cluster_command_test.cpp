@@ -50,6 +50,7 @@ TEST_F(ClusterCommandTest, JsonPrintsOneObject)
     const Base::ProgramResult outcome = Ask(cluster, {"-o", "json"});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     Json::Value expected;
+    expected["schema"] = "zavctl/1";
     expected["url"] = cluster.Url();
     expected["version"] = "1.0.0";
     expected["serial_number"] = "ZAVSIMCLUSTER001";
@@ -72,11 +73,11 @@ TEST_F(ClusterCommandTest, Ipv6AddressIsTakenWithoutBrackets)
     EXPECT_THAT(outcome.output, HasSubstr("MANAGEMENT IPS  " + address + "\n"));
 }
 
-TEST_F(ClusterCommandTest, WrongPasswordEndsWithOneAndTheClustersOwnWords)
+TEST_F(ClusterCommandTest, WrongPasswordEndsWithSixAndTheClustersOwnWords)
 {
     const Cluster& cluster = StartCluster();
     const Base::ProgramResult outcome = RunZavctl(CommandFor(cluster), "not it\n");
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(6, outcome.status);
     EXPECT_EQ("", outcome.output);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: " + cluster.Url() +
                                                 ": cannot log in: The user name or the password is wrong: user "
@@ -84,13 +85,13 @@ TEST_F(ClusterCommandTest, WrongPasswordEndsWithOneAndTheClustersOwnWords)
                                       Not(HasSubstr("not it"))));
 }
 
-TEST_F(ClusterCommandTest, QueryThatIsRefusedEndsWithOneAndPrintsNothing)
+TEST_F(ClusterCommandTest, QueryThatIsRefusedEndsWithNineAndPrintsNothing)
 {
     const Cluster& cluster = StartCluster();
     cluster.AddFault(
         R"({"kind": "code", "code": 7, "description": "no licence", "result": 1, "target": "productModel"})");
     const Base::ProgramResult outcome = Ask(cluster);
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(9, outcome.status);
     EXPECT_EQ("", outcome.output);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("code : 7, Describe : no licence"),
                                       HasSubstr("zavctl: " + cluster.Url() +
@@ -98,17 +99,17 @@ TEST_F(ClusterCommandTest, QueryThatIsRefusedEndsWithOneAndPrintsNothing)
     EXPECT_EQ(0U, cluster.SessionCount());
 }
 
-TEST_F(ClusterCommandTest, QueryThatIsAnsweredWithNothingEndsWithOne)
+TEST_F(ClusterCommandTest, QueryThatIsAnsweredWithNothingEndsWithNine)
 {
     const Cluster& cluster = StartCluster();
     cluster.AddFault(R"({"kind": "answer", "answer": {"result": 0}, "target": "/sn$"})");
     Base::ProgramResult outcome = Ask(cluster);
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(9, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr(": the cluster tells no serial number\n"));
 
     cluster.AddFault(R"({"kind": "answer", "answer": {"result": 0, "manageIpInfo": {}}, "target": "managerip"})");
     outcome = Ask(cluster);
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(9, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("no externalIpInfo info."),
                                       HasSubstr(": cannot read the management addresses, code -1\n")));
 }
@@ -125,8 +126,8 @@ TEST_F(ClusterCommandTest, AddressesThatTheClusterDoesNotTellAreNone)
 TEST_F(ClusterCommandTest, PasswordThatIsNotGivenEndsWithThreeAndAsksNobody)
 {
     const Cluster& cluster = StartCluster();
-    EXPECT_EQ(3, RunZavctl(CommandFor(cluster)).status);
-    EXPECT_EQ(3, RunZavctl(CommandFor(cluster), "\n").status);
+    EXPECT_EQ(7, RunZavctl(CommandFor(cluster)).status);
+    EXPECT_EQ(7, RunZavctl(CommandFor(cluster), "\n").status);
     EXPECT_THAT(cluster.Requests(), IsEmpty());
 }
 
@@ -149,7 +150,7 @@ TEST_F(ClusterCommandTest, ClusterThatDoesNotAnswerIsToldWhileItIsTried)
         << "told at once";
     zavctl->AwaitError("logging out");
     cluster.SetListening(0, true); // spares the logout's pauses
-    EXPECT_EQ(1, zavctl->Wait());
+    EXPECT_EQ(8, zavctl->Wait());
     EXPECT_EQ("", zavctl->Output());
     EXPECT_THAT(zavctl->Errors(),
                 AllOf(HasSubstr("Retry 3 time"), HasSubstr(cluster.Url() + ": cannot log in: POST ")));

@@ -40,6 +40,11 @@ void Simulator::AddFault(const std::string& json) const
     Admin("POST", "faults", json);
 }
 
+void Simulator::ClearFaults() const
+{
+    Admin("DELETE", "faults");
+}
+
 void Simulator::EndSessions() const
 {
     Admin("DELETE", "sessions");

@@ -28,6 +28,7 @@ public:
     std::vector<JournalEntry> Journal() const;
     void ClearJournal() const;
     void AddFault(const std::string& json) const;
+    void ClearFaults() const;
     void EndSessions() const;
     std::size_t SessionCount() const;
 

@@ -4,6 +4,10 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -127,6 +131,85 @@ TEST_F(ZavctlSignalsTest, WatchThatIsInARoundThatHangsEndsToo)
     AwaitRequest(array, "GET hostgroup/");
     EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 3.0 * SLOWNESS);
     EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, SignalInTheLogoutWaitsForIt)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "delay", "milliseconds": 400, "method": "DELETE", "target": "sessions"})");
+    const auto zavctl = StartZavctl({"inventory", "--env", env});
+    AwaitRequest(array, "DELETE sessions");
+    zavctl->Signal(SIGTERM);
+    zavctl->Wait();
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, SignalWhileAClusterIsReadLogsOut)
+{
+    const Cluster& cluster = StartCluster();
+    cluster.AddFault(R"({"kind": "silent", "method": "GET", "target": "serial|sn"})");
+    const auto zavctl =
+        StartZavctl({"cluster", "--address", cluster.Address(), "--port", Cluster::PORT, "--user", "admin"},
+                    std::string(PASSWORD) + "\n");
+    zavctl->AwaitError("trying to read the serial number");
+    ASSERT_EQ(1U, cluster.SessionCount());
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0 * SLOWNESS);
+    EXPECT_EQ(0U, cluster.SessionCount());
+}
+
+#if !defined(__SANITIZE_THREAD__) // whose own end of a process flushes standard output, and waits for the reader
+TEST_F(ZavctlSignalsTest, ReaderThatHasStoppedDoesNotKeepItFromEnding)
+{
+    ArrayOptions options;
+    options.further = {"--luns", "3000"};
+    const Array& array = StartArray(options);
+    const std::string pipe = Directory() + "/pipe";
+    ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
+    const Base::Descriptor reader(::open(pipe.c_str(), O_RDWR | O_CLOEXEC)); // and never reads
+    Process zavctl({"/bin/sh", "-c",
+                    "exec " + ProductPath("bin/zavctl") + " inventory --env " + EnvironmentFileOf(array) + " >" + pipe +
+                        " 2>" + pipe});
+    WaitUntil("a full pipe", [&reader] {
+        int bytes = 0; // a page may have room that the next piece does not fit into
+        return ::ioctl(reader.Get(), FIONREAD, &bytes) == 0 && bytes > ::fcntl(reader.Get(), F_GETPIPE_SZ) * 3 / 4;
+    });
+    EXPECT_LT(SecondsToEnd(zavctl, SIGTERM, 128 + SIGTERM), 3.0 * SLOWNESS);
+    EXPECT_EQ(0U, array.SessionCount());
+}
+#endif
+
+TEST_F(ZavctlSignalsTest, SignalThatIsIgnoredFromTheStartEndsNothing)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    Process zavctl(
+        {"/bin/sh", "-c",
+         "trap '' HUP; exec " + ProductPath("bin/zavctl") + " init --watch 1 --env " + EnvironmentFileOf(array)});
+    zavctl.AwaitLine("MAPPING VIEW NAME");
+    zavctl.Signal(SIGHUP);
+    array.ClearJournal();
+    AwaitRequest(array, "GET mappingview"); // a further round
+    EXPECT_LT(SecondsToEnd(zavctl, SIGTERM, 0), 3.0 * SLOWNESS);
+}
+
+TEST_F(ZavctlSignalsTest, TimeoutEndsACommandLogsOutAndTellsWhatItWasAbout)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "silent", "method": "GET", "target": "storagepool"})");
+    const auto begin = std::chrono::steady_clock::now();
+    const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", env, "--timeout", "1"});
+    EXPECT_LT(Seconds(std::chrono::steady_clock::now() - begin).count(), 3.0 * SLOWNESS);
+    EXPECT_EQ(8, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("given up after 1 s, behind: " + env + ": logged in at " + array.Url()));
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, TimeoutThatIsNotReachedChangesNothing)
+{
+    const Array& array = StartArray();
+    EXPECT_EQ(0, RunZavctl({"--timeout", "60", "inventory", "--env", EnvironmentFileOf(array)}).status);
 }
 
 } // namespace

@@ -46,7 +46,7 @@ TEST_F(ZavctlTerminalTest, EndOfInputInsteadOfAPasswordIsToldAndTheTerminalEchoe
     const std::unique_ptr<Process> zavctl = StartOnTerminal("<\"$TERMINAL\" 2>\"$TERMINAL\"", {"password", "encrypt"});
     m_terminal.WaitFor("Password: ");
     m_terminal.Type("\x04");
-    EXPECT_EQ(3, zavctl->Wait());
+    EXPECT_EQ(7, zavctl->Wait());
     EXPECT_THAT(m_terminal.Shown(), HasSubstr("zavctl: password: none was given on standard input"));
     EXPECT_EQ("", zavctl->Output());
     EXPECT_TRUE(m_terminal.IsEchoing());
@@ -67,6 +67,31 @@ TEST_F(ZavctlTerminalTest, InventoryShowsItsProgressOnTheTerminalAndClearsIt)
                                                     "] 15/30\r\x1b[KLUNs [" + all + "] 30/30\r\x1b[K"),
                                           EndsWith("\r\x1b[K")));
     EXPECT_EQ(std::string::npos, zavctl->Output().find('\r')) << "the result is not mixed with it";
+}
+
+TEST_F(ZavctlTerminalTest, CleanupAsksAPersonAndTakesNoForNo)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    for (const auto& [answer, left] : std::vector<std::pair<std::string, std::size_t>>{{"\n", 1}, {"yes\n", 0}}) {
+        const std::unique_ptr<Process> zavctl =
+            StartOnTerminal("<\"$TERMINAL\" 2>\"$TERMINAL\"", {"cleanup", "--env", env});
+        WaitUntil("the question", [this, count = 2 - left] {
+            const std::string shown = m_terminal.Shown();
+            std::size_t found = 0;
+            for (std::size_t at = shown.find("take this apart?"); at != std::string::npos;
+                 at = shown.find("take this apart?", at + 1)) {
+                ++found;
+            }
+            return found == count;
+        });
+        m_terminal.Type(answer);
+        EXPECT_EQ(0, zavctl->Wait()) << m_terminal.Shown();
+        EXPECT_EQ(left, array.Ids("mappingview").size());
+    }
+    EXPECT_THAT(m_terminal.Shown(), HasSubstr("nothing was changed"));
 }
 
 } // namespace

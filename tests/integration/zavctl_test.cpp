@@ -58,11 +58,100 @@ TEST_F(ZavctlTest, InitOfSeveralEnvironmentsPrintsAColumnOrObjectEach)
     const Base::ProgramResult outcome =
         RunZavctl({"init", "--env", EnvironmentFileOf(first), "--env", EnvironmentFileOf(second), "-o", "json"});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
-    const Json::Value arrays = ParseJson(outcome.output);
+    const Json::Value answer = ParseJson(outcome.output);
+    EXPECT_EQ("zavctl/1", answer["schema"].asString());
+    EXPECT_FALSE(answer.isMember("errors"));
+    const Json::Value& arrays = answer["arrays"];
     ASSERT_EQ(2U, arrays.size());
     EXPECT_EQ(first.Options().serial, arrays[0]["device_key"].asString());
     EXPECT_EQ(second.Options().serial, arrays[1]["device_key"].asString());
     EXPECT_THAT(arrays[0].getMemberNames(), SizeIs(9));
+}
+
+TEST_F(ZavctlTest, InitOfSeveralEnvironmentsDoesAllThatItCan)
+{
+    const Array& good = StartArray();
+    const Array& down = StartArray();
+    StartTargets({good.Options().serviceIps[0], down.Options().serviceIps[0]});
+    const std::string envOfDown = EnvironmentFileOf(down);
+    down.SetListening(0, false);
+    for (const auto& order : {std::vector<std::string>{EnvironmentFileOf(good), envOfDown},
+                              std::vector<std::string>{envOfDown, EnvironmentFileOf(good)}}) {
+        const Base::ProgramResult outcome = RunZavctl({"init", "--env", order[0], "--env", order[1], "-o", "json"});
+        EXPECT_EQ(3, outcome.status);
+        EXPECT_THAT(outcome.errors, HasSubstr("(libcurl 7)\nzavctl: remedy: nothing listens there"));
+        const Json::Value answer = ParseJson(outcome.output);
+        ASSERT_EQ(1U, answer["arrays"].size());
+        EXPECT_EQ(good.Options().serial, answer["arrays"][0]["device_key"].asString());
+        ASSERT_EQ(1U, answer["errors"].size());
+        EXPECT_EQ(8, answer["errors"][0]["exit"].asInt());
+    }
+}
+
+TEST_F(ZavctlTest, FailureIsToldAsJsonToWhoeverWantsJson)
+{
+    const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", "/no/such.json", "-o", "json"});
+    EXPECT_EQ(7, outcome.status);
+    const Json::Value answer = ParseJson(outcome.output);
+    EXPECT_EQ("zavctl/1", answer["schema"].asString());
+    EXPECT_EQ("environment /no/such.json: No such file or directory", answer["error"]["cause"].asString());
+    EXPECT_THAT(answer["error"]["remedy"].asString(), HasSubstr("correct the file"));
+    EXPECT_EQ(7, answer["error"]["exit"].asInt());
+}
+
+TEST_F(ZavctlTest, CauseIsWhatTheArraySaidFirstOfAll)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    array.AddFault(R"({"kind": "code", "code": 1090519046, "description": "the name is in use", "method": "POST", )"
+                   R"("target": "mappingview$", "count": 0})");
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(9, outcome.status);
+    EXPECT_THAT(outcome.errors, AllOf(HasSubstr("this node could not be prepared on " + array.Url() +
+                                                ": the array refused to create mapping view \"Vendrix_"),
+                                      HasSubstr(R"(": "the name is in use" (1090519046))"), Not(HasSubstr("is nil!"))));
+}
+
+TEST_F(ZavctlTest, WatchSurvivesAnArrayThatIsDownAtItsStartAndTellsLossAndRecoveryOnce)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)}; // the second is for the test alone
+    const Array& array = StartArray(options);
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string text = ReadText(env);
+    const std::string second = ", \"" + Address(1) + "\"";
+    WriteText(env, std::string(text).replace(text.find(second), second.size(), ""));
+    array.SetListening(0, false);
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitError(" lost: ");
+    array.SetListening(0, true);
+    zavctl->AwaitError(" recovered: " + env);
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+    const std::string errors = zavctl->Errors();
+    EXPECT_EQ(errors.find(" lost: "), errors.rfind(" lost: ")) << errors;
+}
+
+TEST_F(ZavctlTest, WatchDoesNotRepeatARefusedLoginAsItIs)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string right = ReadText(env);
+    std::string wrong = right;
+    wrong.replace(wrong.find("\"admin\""), 7, "\"other\"");
+    WriteText(env, wrong);
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitError("waiting for another environment or configuration");
+    const std::size_t logins = array.Requests().size();
+    WriteText(env, right);
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    const std::vector<std::string> requests = array.Requests();
+    EXPECT_EQ(logins + 1, static_cast<std::size_t>(std::count(requests.begin(), requests.end(), "POST sessions")));
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
 }
 
 TEST_F(ZavctlTest, WatchPreparesTheNodeAnewWhenAnObjectIsGoneAndStopsOnSignal)
@@ -137,7 +226,7 @@ TEST_F(ZavctlTest, InventoryThatTheArrayRefusesNamesWhatCannotBeRead)
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
     const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array)});
-    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(9, outcome.status);
     EXPECT_THAT(outcome.errors,
                 HasSubstr("zavctl: " + array.Url() + ": cannot read the storage pools, code 42: no way\n"));
     EXPECT_EQ("", outcome.output);
@@ -148,12 +237,47 @@ TEST_F(ZavctlTest, VerboseShowsEachLineOfTheLibraryOnce)
 {
     const Array& array = StartArray();
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
-    const Base::ProgramResult outcome = RunZavctl({"-v", "inventory", "--env", EnvironmentFileOf(array)});
-    EXPECT_EQ(1, outcome.status);
+    const Base::ProgramResult outcome = RunZavctl({"-vv", "inventory", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(9, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("Login zav device successfully! Device url is " + array.Url()));
     const std::string failure = "Get all storagePool failed.";
     EXPECT_THAT(outcome.errors, HasSubstr(failure));
     EXPECT_EQ(outcome.errors.find(failure), outcome.errors.rfind(failure)) << outcome.errors;
+}
+
+TEST_F(ZavctlTest, CommandThatIsMistypedIsGuessed)
+{
+    for (const auto& [typed, meant] : std::vector<std::pair<std::string, std::string>>{
+             {"inventroy", "inventory"}, {"initt", "init"}, {"cleenup", "cleanup"}, {"pasword", "password"}}) {
+        const Base::ProgramResult outcome = RunZavctl({typed, "--env", "x"});
+        EXPECT_EQ(2, outcome.status);
+        EXPECT_EQ("zavctl: no command " + typed + ": did you mean " + meant + "?\n", outcome.errors);
+    }
+    EXPECT_EQ("zavctl: no command xyzzy: zavctl --help tells which there are\n", RunZavctl({"xyzzy"}).errors);
+}
+
+TEST_F(ZavctlTest, VerbosityMayStandBehindTheCommand)
+{
+    const Array& array = StartArray();
+    const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "-vv"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("Login zav device successfully!"));
+}
+
+TEST_F(ZavctlTest, DryCleanupTellsAndChangesNothing)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    array.ClearJournal();
+    const Base::ProgramResult outcome = RunZavctl({"cleanup", "--env", env, "--dry-run"});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("removing mapping view 1, host group 1, host 1, LUN group 1"));
+    for (const std::string& request : array.Requests()) {
+        EXPECT_TRUE(request.rfind("GET ", 0) == 0 || request.find("sessions") != std::string::npos) << request;
+    }
+    EXPECT_THAT(array.Ids("mappingview"), SizeIs(1));
 }
 
 TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
@@ -225,9 +349,9 @@ TEST_F(ZavctlTest, CleanupKeepsTheRecordOfWhatItCouldNotRemove)
     array.AddFault(
         R"({"kind": "code", "code": 42, "description": "no way", "method": "DELETE", "target": "/hostgroup/"})");
     const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
-    EXPECT_EQ(1, cleanup.status);
+    EXPECT_EQ(9, cleanup.status);
     EXPECT_THAT(cleanup.errors,
-                AllOf(HasSubstr("DeleteHostGroup failed! reason: no way"),
+                AllOf(HasSubstr("the array refused: \"no way\" (42)"),
                       HasSubstr("cleanup stopped with code 42; the record stays in " + ZavctlRecordPath(array))));
     EXPECT_EQ(record, ReadText(ZavctlRecordPath(array)));
     EXPECT_EQ(0, RunZavctl({"cleanup", "--env", env}).status) << "a second run finishes it";

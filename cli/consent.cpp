@@ -1,0 +1,22 @@
+#include "cli/consent.h"
+
+#include <unistd.h>
+
+#include <iostream>
+
+namespace Consent {
+
+bool CanBeAsked()
+{
+    return ::isatty(STDIN_FILENO) != 0;
+}
+
+bool Give(const std::string& question)
+{
+    std::cerr << "zavctl: " << question << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer == "y" || answer == "yes";
+}
+
+} // namespace Consent

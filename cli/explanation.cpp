@@ -1,0 +1,155 @@
+#include "cli/explanation.h"
+
+#include "cli/remedies.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+using Lines = std::vector<LogTail::Line>;
+
+struct Cause {
+    std::string text;
+    ExitCode exit;
+};
+
+std::string Quoted(std::string_view text)
+{
+    return "\"" + std::string(text) + "\"";
+}
+
+// What stands behind `mark`, or nothing.
+std::optional<std::string_view> Behind(std::string_view text, std::string_view mark)
+{
+    const std::size_t position = text.find(mark);
+    return position == std::string_view::npos ? std::nullopt : std::optional(text.substr(position + mark.size()));
+}
+
+// "create host "n" failed: the array answered with error 7: text", as the open SAN library says it.
+std::optional<Cause> RefusalOfSan(const LogTail::Line& line)
+{
+    constexpr std::string_view MARK = " failed: the array answered with error ";
+    const auto rest = Behind(line.text, MARK);
+    const std::size_t colon = rest ? rest->find(": ") : std::string_view::npos;
+    if (colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view until(line.text.data(), line.text.find(MARK));
+    const std::string operation(Behind(until, "oLib ex:").value_or(until));
+    return Cause{"the array refused to " + operation + ": " + Quoted(rest->substr(colon + 2)) + " (" +
+                     std::string(rest->substr(0, colon)) + ")",
+                 ExitCode::Refused};
+}
+
+// What a request of the SAN library or the library itself met on the way, as libcurl says it.
+std::optional<Cause> NetworkFailure(const LogTail::Line& line)
+{
+    if (line.text.find("(libcurl ") == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto rest = Behind(line.text, "Error  is ");
+    return Cause{std::string(rest.value_or(line.text)), ExitCode::Unreachable};
+}
+
+std::optional<Cause> WordsOfIscsiadm(const LogTail::Line& line)
+{
+    const auto words = Behind(line.text, "iscsiadm said: ");
+    return words ? std::optional(Cause{"iscsiadm said " + Quoted(*words), ExitCode::Refused}) : std::nullopt;
+}
+
+std::optional<Cause> UnreachablePortal(const LogTail::Line& line)
+{
+    const auto address = Behind(line.text, "Target address is unreachable, address is ");
+    return address ? std::optional(Cause{"the iSCSI portal " + std::string(*address) + " takes no connection",
+                                         ExitCode::Unreachable})
+                   : std::nullopt;
+}
+
+std::optional<Cause> FailureOfFile(const LogTail::Line& line)
+{
+    const auto rest = Behind(line.text, "errno ");
+    int number = 0;
+    if (!rest || std::from_chars(rest->data(), rest->data() + rest->size(), number).ec != std::errc()) {
+        return std::nullopt;
+    }
+    const auto place = Behind(*rest, ") at ");
+    const std::size_t open = rest->find('(');
+    const std::size_t close = rest->find(')');
+    if (!place || open == std::string_view::npos || close < open) {
+        return std::nullopt;
+    }
+    return Cause{std::string(*place) + ": " + std::string(rest->substr(open + 1, close - open - 1)),
+                 ExitCodeOfFile(number)};
+}
+
+std::optional<Cause> FailureOfLock(const LogTail::Line& line)
+{
+    return line.text.find("The lock file ") == 0 ? std::optional(Cause{line.text, ExitCode::Unreachable})
+                                                 : std::nullopt;
+}
+
+// "code : 7, Describe : text", as the library's own requests are refused.
+std::optional<Cause> RefusalOfRest(const LogTail::Line& line)
+{
+    const auto rest = Behind(line.text, "code : ");
+    const std::size_t comma = rest ? rest->find(", Describe : ") : std::string_view::npos;
+    if (line.operation != "ParseRsp" || comma == std::string_view::npos) {
+        return std::nullopt;
+    }
+    return Cause{"the array refused: " + Quoted(rest->substr(comma + 13)) + " (" + std::string(rest->substr(0, comma)) +
+                     ")",
+                 ExitCode::Refused};
+}
+
+// The first line that says why. A query without an id, which each fresh run sends for what the record lacks, is refused
+// and means nothing.
+std::optional<Cause> CauseIn(const Lines& lines)
+{
+    using Reader = std::optional<Cause> (*)(const LogTail::Line&);
+    constexpr std::array<Reader, 6> READERS = {&RefusalOfSan,      &NetworkFailure, &WordsOfIscsiadm,
+                                               &UnreachablePortal, &FailureOfFile,  &FailureOfLock};
+    for (const LogTail::Line& line : lines) {
+        for (const Reader read : READERS) {
+            if (auto cause = read(line)) {
+                return cause;
+            }
+        }
+    }
+    unsigned int withoutId = 0;
+    for (const LogTail::Line& line : lines) {
+        withoutId += line.text.find(" is nil!") != std::string::npos ? 1 : 0;
+        auto cause = RefusalOfRest(line);
+        if (cause && withoutId == 0) {
+            return cause;
+        }
+        withoutId -= cause ? 1 : 0;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& logged)
+{
+    Explanation explanation = {failure.what(), "", failure.Code()};
+    if (failure.IsCauseLogged()) {
+        if (const auto cause = CauseIn(logged)) {
+            explanation.cause += ": " + cause->text;
+            explanation.exit = failure.Code() == ExitCode::Refused ? cause->exit : failure.Code();
+        }
+    }
+    explanation.remedy = RemedyFor(explanation.cause, explanation.exit);
+    return explanation;
+}
+
+Json::Value ToJson(const Explanation& explanation)
+{
+    Json::Value value;
+    value["cause"] = explanation.cause;
+    value["remedy"] = explanation.remedy;
+    value["exit"] = static_cast<int>(explanation.exit);
+    return value;
+}
