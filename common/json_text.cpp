@@ -1,10 +1,10 @@
 #include "common/json_text.h"
 
+#include "base/json_reading.h"
 #include "base/json_structure.h"
 #include "base/json_writing.h"
 #include "base/secret.h"
 
-#include <json/reader.h>
 #include <json/writer.h>
 
 #include <boost/algorithm/string/trim.hpp>
@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
-#include <memory>
 
 namespace JsonText {
 
@@ -55,6 +54,13 @@ std::string Quote(const std::string& secret)
     return quoted;
 }
 
+Json::StreamWriterBuilder CompactSettings()
+{
+    Json::StreamWriterBuilder settings;
+    settings["indentation"] = "";
+    return settings;
+}
+
 } // namespace
 
 bool Parse(const std::string& text, Json::Value& root)
@@ -63,20 +69,18 @@ bool Parse(const std::string& text, Json::Value& root)
         return false;
     }
     try {
-        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-        return reader->parse(text.data(), text.data() + text.size(), &root, nullptr);
+        thread_local const Json::CharReaderBuilder settings;
+        return Base::ReadJson(settings, text, root);
     } catch (const std::exception&) {
-        return false; // deeper than the reader's stack limit
+        return false; // out of memory
     }
 }
 
 std::string Write(const Json::Value& root, Style style)
 {
-    Json::StreamWriterBuilder builder;
-    if (style == Style::Compact) {
-        builder["indentation"] = "";
-    }
-    std::string text = Base::WriteJson(builder, root);
+    thread_local const Json::StreamWriterBuilder indented;
+    thread_local const Json::StreamWriterBuilder compact = CompactSettings();
+    std::string text = Base::WriteJson(style == Style::Compact ? compact : indented, root);
     boost::trim(text);
     return text;
 }

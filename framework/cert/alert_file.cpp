@@ -2,10 +2,10 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "base/json_reading.h"
 #include "base/json_writing.h"
 #include "framework/support/log_line.h"
 
-#include <json/reader.h>
 #include <json/value.h>
 #include <json/writer.h>
 
@@ -23,7 +23,6 @@
 #include <ctime>
 #include <exception>
 #include <iterator>
-#include <memory>
 
 namespace Framework {
 
@@ -105,15 +104,7 @@ bool IsAlert(const Json::Value& alert)
 bool Parse(const std::string& text, Json::Value& alerts)
 {
     Json::Value root;
-    try {
-        const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-        if (!reader->parse(text.data(), text.data() + text.size(), &root, nullptr)) {
-            return false;
-        }
-    } catch (const Json::Exception&) {
-        return false; // nested too deeply
-    }
-    if (!root.isObject() || !root["alerts"].isArray()) {
+    if (!Base::ReadJson(Json::CharReaderBuilder(), text, root) || !root.isObject() || !root["alerts"].isArray()) {
         return false;
     }
     for (const Json::Value& alert : root["alerts"]) {

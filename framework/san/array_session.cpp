@@ -1,16 +1,15 @@
 #include "framework/san/array_session.h"
 
+#include "base/json_reading.h"
 #include "base/json_structure.h"
 #include "base/json_writing.h"
 #include "base/percent_encoding.h"
 #include "base/secret.h"
 
-#include <json/reader.h>
 #include <json/writer.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 
 namespace Framework {
 
@@ -62,8 +61,8 @@ std::string ToJson(const ArraySession::Members& members)
 Json::Value Unwrap(const std::string& what, const std::string& body)
 {
     Json::Value root;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    if (!Base::HasBoundedStructure(body) || !reader->parse(body.data(), body.data() + body.size(), &root, nullptr) ||
+    thread_local const Json::CharReaderBuilder settings;
+    if (!Base::HasBoundedStructure(body) || !Base::ReadJson(settings, body, root) ||
         !root.isObject() || !root["error"].isObject() || !root["error"]["code"].isInt64()) {
         ThrowMalformed(what);
     }

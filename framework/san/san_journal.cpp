@@ -2,10 +2,10 @@
 
 #include "base/file_lock.h"
 #include "base/files.h"
+#include "base/json_reading.h"
 #include "base/json_writing.h"
 #include "framework/support/executable_root.h"
 
-#include <json/reader.h>
 #include <json/writer.h>
 
 #include <fcntl.h>
@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -65,18 +64,19 @@ std::string ToLine(std::string_view state, const JournalEntry& entry)
     return Base::WriteJson(builder, object) + "\n";
 }
 
+Json::CharReaderBuilder FlatSettings()
+{
+    Json::CharReaderBuilder settings;
+    settings["stackLimit"] = 8;
+    return settings;
+}
+
 // False for a line that is no entry, as one that a crash cut.
 bool FromLine(const std::string& line, std::string& state, JournalEntry& entry)
 {
     Json::Value object;
-    Json::CharReaderBuilder builder;
-    builder["stackLimit"] = 8;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    try {
-        if (!reader->parse(line.data(), line.data() + line.size(), &object, nullptr) || !object.isObject()) {
-            return false;
-        }
-    } catch (const Json::Exception&) {
+    thread_local const Json::CharReaderBuilder settings = FlatSettings();
+    if (!Base::ReadJson(settings, line, object) || !object.isObject()) {
         return false;
     }
     const auto take = [&object](const char* name, std::string& text) {

@@ -1,44 +1,49 @@
 #include "simulator/json/json_io.h"
 
+#include "base/json_reading.h"
 #include "base/json_writing.h"
 
-#include <json/reader.h>
-#include <json/writer.h>
-
-#include <memory>
+#include <utility>
 
 namespace ZavSim {
 
+namespace {
+
+Json::CharReaderBuilder StrictSettings()
+{
+    Json::CharReaderBuilder settings;
+    Json::CharReaderBuilder::strictMode(&settings.settings_);
+    settings["failIfExtra"] = true;
+    settings["stackLimit"] = 64;
+    return settings;
+}
+
+Json::StreamWriterBuilder IndentedBy(const char* indentation)
+{
+    Json::StreamWriterBuilder settings;
+    settings["indentation"] = indentation;
+    return settings;
+}
+
+} // namespace
+
 std::optional<Json::Value> ParseJson(const std::string& text, std::string& problem)
 {
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["failIfExtra"] = true;
-    builder["stackLimit"] = 64;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    thread_local const Json::CharReaderBuilder settings = StrictSettings();
     Json::Value value;
-    try {
-        if (reader->parse(text.data(), text.data() + text.size(), &value, &problem)) {
-            return value;
-        }
-    } catch (const Json::Exception& error) { // nested deeper than the stack limit
-        problem = error.what();
-    }
-    return std::nullopt;
+    return Base::ReadJson(settings, text, value, &problem) ? std::optional(std::move(value)) : std::nullopt;
 }
 
 std::string WriteJson(const Json::Value& value)
 {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Base::WriteJson(builder, value);
+    thread_local const Json::StreamWriterBuilder settings = IndentedBy("");
+    return Base::WriteJson(settings, value);
 }
 
 std::string WriteJsonIndented(const Json::Value& value)
 {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = " ";
-    return Base::WriteJson(builder, value) + "\n";
+    thread_local const Json::StreamWriterBuilder settings = IndentedBy(" ");
+    return Base::WriteJson(settings, value) + "\n";
 }
 
 } // namespace ZavSim
