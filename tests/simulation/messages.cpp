@@ -35,7 +35,7 @@ void Send(int socket, const Message& message)
 
 bool Receive(int socket, Message& message)
 {
-    thread_local std::array<char, MOST_BYTES> buffer;
+    static std::array<char, MOST_BYTES> buffer; // of the one thread that takes part; each thread would have it zeroed
     ssize_t count = -1;
     do {
         count = ::recv(socket, buffer.data(), buffer.size(), 0);

@@ -61,6 +61,13 @@ void Fill(unsigned char* buffer, unsigned int count);
 
 } // namespace Process
 
+namespace Process {
+
+/// How many blocks of memory the thread that entered has allocated and not freed; against another process's count.
+std::int64_t HeldBlocks() noexcept;
+
+} // namespace Process
+
 /// Runs zavctl with these arguments in this process, and returns what it ends with.
 int RunZavctl(const std::vector<std::string>& arguments);
 

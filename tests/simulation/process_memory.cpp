@@ -2,10 +2,20 @@
 
 #include "tests/simulation/process.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
 namespace {
+
+// Of the thread that takes part: the others run when they like.
+std::int64_t heldBlocks = 0;
+
+void Free(void* memory) noexcept
+{
+    heldBlocks -= memory != nullptr && Simulation::Process::IsInside() ? 1 : 0;
+    std::free(memory); // NOLINT(*-no-malloc): see Allocate
+}
 
 void* Allocate(std::size_t size)
 {
@@ -19,10 +29,16 @@ void* Allocate(std::size_t size)
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
+    heldBlocks += Simulation::Process::IsInside() ? 1 : 0;
     return memory;
 }
 
 } // namespace
+
+std::int64_t Simulation::Process::HeldBlocks() noexcept
+{
+    return heldBlocks;
+}
 
 // Seen by the libraries too, in front of the standard library's own.
 #pragma GCC visibility push(default)
@@ -39,22 +55,22 @@ void* operator new[](std::size_t size)
 
 void operator delete(void* memory) noexcept
 {
-    std::free(memory); // NOLINT(*-no-malloc)
+    Free(memory);
 }
 
 void operator delete[](void* memory) noexcept
 {
-    std::free(memory); // NOLINT(*-no-malloc)
+    Free(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
-    std::free(memory); // NOLINT(*-no-malloc)
+    Free(memory);
 }
 
 void operator delete[](void* memory, std::size_t /*size*/) noexcept
 {
-    std::free(memory); // NOLINT(*-no-malloc)
+    Free(memory);
 }
 
 #pragma GCC visibility pop

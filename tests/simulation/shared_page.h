@@ -15,6 +15,8 @@ struct SharedPage {
     std::uint64_t nextEvent = 0;         ///< no effect before this one is disturbed
     std::uint64_t allocations = 0;       ///< of the processes' simulated threads, so far
     std::uint64_t failingAllocation = 0; ///< the one that fails; 0: none
+    std::int64_t heldBlocks = 0;         ///< what the last process had allocated and not freed when it ended
+    bool runsAgain = false;              ///< processes run their command again, undisturbed, before they end
 
     bool asksForAll = true; ///< also for effects on files that nobody disturbs
 };

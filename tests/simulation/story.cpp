@@ -19,17 +19,20 @@ public:
     {
     }
 
-    void PlayWithoutMemory(unsigned int which, std::uint64_t n, std::uint64_t& allocations)
+    void PlayWithoutMemory(const MemoryStory& story, MemoryOutcome& outcome)
     {
         const std::vector<Arguments> commands = {
             Init(), Init(), {"cleanup", "--env", m_environment}, {"tidy", "--env", m_environment, "--yes"}};
-        if (which != 0) {
+        if (story.which != 0) {
             RequireInit();
         }
-        m_world.FailAllocation(n);
-        const int code = RunAlone(commands.at(which));
-        allocations = m_world.FailAllocation(0);
-        if (which < 2 && code == 0) {
+        m_world.LetRunAgain(story.looksForLeaks);
+        m_world.FailAllocation(story.failing);
+        const int code = RunAlone(commands.at(story.which));
+        outcome.allocations = m_world.FailAllocation(0);
+        outcome.heldBlocks = m_world.HeldBlocks();
+        m_world.LetRunAgain(false);
+        if (story.which < 2 && code == 0 && !story.looksForLeaks) {
             RequireChain("init ended with 0");
         }
         RequireLittleLeft();
@@ -167,14 +170,16 @@ std::string Play(const Schedule& schedule, const World::Wishes& wishes, const st
     return ProblemOf([&] { Story(schedule, wishes, folder, page).Play(); });
 }
 
-std::string PlayWithoutMemory(unsigned int which, std::uint64_t n, const World::Wishes& wishes,
-                              const std::string& folder, SharedPage& page, std::uint64_t& allocations)
+MemoryOutcome PlayWithoutMemory(const MemoryStory& story, const World::Wishes& wishes, const std::string& folder,
+                                SharedPage& page)
 {
-    return ProblemOf([&] {
+    MemoryOutcome outcome;
+    outcome.problem = ProblemOf([&] {
         Schedule calm;
         calm.seed = 1; // the same names, and so the same allocations, each time
-        Story(calm, wishes, folder, page).PlayWithoutMemory(which, n, allocations);
+        Story(calm, wishes, folder, page).PlayWithoutMemory(story, outcome);
     });
+    return outcome;
 }
 
 Schedule Shrink(const Schedule& schedule, const World::Wishes& wishes, const std::string& folder, SharedPage& page)

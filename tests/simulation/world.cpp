@@ -147,6 +147,18 @@ void World::Calm()
     m_tracksFlushes = false;
 }
 
+// What the command keeps for later is there once, however often it runs: more was lost on the way. The first time it
+// may have to make what the failure left undone.
+void World::RunAgain(const Arguments& arguments) const
+{
+    const std::uint64_t allocations = m_page.allocations;
+    m_page.failingAllocation = 0;
+    RunZavctl(arguments);
+    RunZavctl(arguments);
+    m_page.allocations = allocations;
+    m_page.heldBlocks = Process::HeldBlocks();
+}
+
 std::uint64_t World::FailAllocation(std::uint64_t n) noexcept
 {
     m_page.failingAllocation = n;
@@ -190,6 +202,9 @@ void World::Start(const Arguments& arguments)
                         m_wishes.isTalkative});
         try {
             const int code = RunZavctl(arguments);
+            if (m_page.runsAgain) {
+                RunAgain(arguments);
+            }
             std::cout << std::flush;
             ::_exit(code);
         } catch (const std::exception&) {

@@ -56,6 +56,12 @@ public:
     /// From now on the n-th allocation of the processes fails; 0: none. How many there were since the last call.
     std::uint64_t FailAllocation(std::uint64_t n) noexcept;
 
+    /// Whether from now on each process runs its command again, with memory enough, before it ends.
+    void LetRunAgain(bool runsAgain) noexcept { m_page.runsAgain = runsAgain; }
+
+    /// How many blocks of memory the last such process held at its end.
+    std::int64_t HeldBlocks() const noexcept { return m_page.heldBlocks; }
+
     SimulatedArray& Array() noexcept { return m_array; }
     std::string Record() const;
     std::string Journal() const;
@@ -93,6 +99,7 @@ private:
 
     void Start(const Arguments& arguments);
     void Listen(Node& node);
+    void RunAgain(const Arguments& arguments) const;
     void Kill(Node& node);
     void CutPower(std::uint64_t detail);
     void Serve(Node& node);
