@@ -3,6 +3,7 @@
 #include "base/host_port.h"
 #include "cli/failure.h"
 #include "cli/report.h"
+#include "common/framework/http_client.h"
 
 #include <chrono>
 #include <thread>
@@ -11,17 +12,33 @@ ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::
     : m_host(Base::BracketedHost(address))
     , m_port(port)
     , m_url("https://" + m_host + ":" + port)
-    , m_follower(log)
 {
-    if (!m_client.Init()) {
+    RequireConnection();
+    m_follower.emplace(log);
+    if (!m_client->Init()) {
         throw Failure(ExitCode::OurFault, m_url + ": no HTTP client can be made");
     }
 }
 
 ClusterLogin::~ClusterLogin()
 {
-    m_follower.PrintNow();
-    Report::Step(m_url + ": logging out");
+    m_follower->PrintNow();
+    if (m_state == State::LoggedIn) {
+        Report::Step(m_url + ": logging out");
+    } else {
+        m_client.release(); // it would log out of nothing, four times; the process's end takes it
+    }
+}
+
+// Each request of the client is tried four times, which an address where nobody is would cost minutes.
+void ClusterLogin::RequireConnection() const
+{
+    constexpr int SECONDS = 10;
+    const auto client = QEN::IHttpClient::CreateClient();
+    Report::Step(m_url + ": connecting");
+    if (client != nullptr && !client->TestConnection(m_url, SECONDS)) {
+        throw Failure::OfLibrary(m_url + ": cannot connect", ExitCode::Unreachable);
+    }
 }
 
 // By a signal, on another thread. A login that is under way brings a session yet.
@@ -32,7 +49,7 @@ void ClusterLogin::LogOutAtTheEnd()
         std::this_thread::sleep_for(LOOK_EVERY);
     }
     if (m_state == State::LoggedIn) {
-        m_client.Logout();
+        m_client->Logout();
     }
 }
 
@@ -43,7 +60,7 @@ void ClusterLogin::Login(const std::string& user, const std::string& password)
                  "apart");
     std::string errorText;
     m_state = State::LoggingIn;
-    const bool isLoggedIn = m_client.Login(m_host, m_port, user, password, errorText) == LOGGED_IN;
+    const bool isLoggedIn = m_client->Login(m_host, m_port, user, password, errorText) == LOGGED_IN;
     m_state = isLoggedIn ? State::LoggedIn : State::LoggedOut;
     if (!isLoggedIn) {
         throw Failure(errorText.find("(libcurl ") != std::string::npos ? ExitCode::Unreachable : ExitCode::LoginRefused,
@@ -72,7 +89,7 @@ std::vector<std::string> ClusterLogin::ManagementIps()
     Report::Step(m_url + ": trying to read the management addresses");
     std::vector<std::string> ips;
     std::string errorText;
-    const int code = m_client.GetManagementIP(ips, errorText);
+    const int code = m_client->GetManagementIP(ips, errorText);
     Require("management addresses", code, errorText);
     return ips;
 }
@@ -82,7 +99,7 @@ std::string ClusterLogin::QueryText(const std::string& what, TextQuery query)
     Report::Step(m_url + ": trying to read the " + what);
     std::string text;
     std::string errorText;
-    const int code = (m_client.*query)(text, errorText);
+    const int code = ((*m_client).*query)(text, errorText);
     Require(what, code, errorText);
     if (text.empty()) {
         throw Failure(ExitCode::Refused, m_url + ": the cluster tells no " + what);
@@ -94,8 +111,7 @@ std::string ClusterLogin::QueryText(const std::string& what, TextQuery query)
 void ClusterLogin::Require(const std::string& what, int code, const std::string& errorText) const
 {
     if (code != 0) {
-        throw Failure(ExitCodeOf(code), m_url + ": cannot read the " + what + ", code " + std::to_string(code) +
-                                            (errorText.empty() ? "" : ": " + errorText));
+        throw Failure(ExitCodeOf(code), m_url + ": cannot read the " + what + ReasonOf(errorText, code));
     }
     if (!errorText.empty()) {
         throw Failure(ExitCode::Refused, m_url + ": the cluster refuses to tell the " + what + ": " + errorText);

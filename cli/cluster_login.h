@@ -6,6 +6,8 @@
 #include "rest/nimb_rest_api.h"
 
 #include <atomic>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,12 +17,13 @@
 /// Every query throws Failure when no answer came, when the cluster refused, and when it told nothing.
 class ClusterLogin {
 public:
-    /// `address` may be an IPv6 address with or without brackets.
+    /// `address` may be an IPv6 address with or without brackets. Throws Failure when no connection comes about within
+    /// ten seconds.
     ClusterLogin(LogTail& log, const std::string& address, const std::string& port);
     ClusterLogin(const ClusterLogin&) = delete;
     ClusterLogin& operator=(const ClusterLogin&) = delete;
 
-    /// Says so and logs out, as the client does even when it was never logged in.
+    /// Says so and logs out, where somebody is logged in.
     ~ClusterLogin();
 
     /// Throws Failure when the cluster cannot be reached or does not take the login.
@@ -40,6 +43,7 @@ private:
 
     enum class State { LoggedOut, LoggingIn, LoggedIn };
 
+    void RequireConnection() const;
     void LogOutAtTheEnd();
     std::string QueryText(const std::string& what, TextQuery query);
     void Require(const std::string& what, int code, const std::string& errorText) const;
@@ -47,8 +51,8 @@ private:
     const std::string m_host;
     const std::string m_port;
     const std::string m_url;
-    LogFollower m_follower; // ends after the client, which logs out at its end
-    NimbRestApi m_client;
+    std::optional<LogFollower> m_follower; // ends after the client, which logs out at its end
+    std::unique_ptr<NimbRestApi> m_client = std::make_unique<NimbRestApi>();
     std::atomic<State> m_state = State::LoggedOut;
     const Farewell m_farewell{[this] { LogOutAtTheEnd(); }}; // last: it uses the others
 };
