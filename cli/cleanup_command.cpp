@@ -9,10 +9,10 @@
 #include "cli/node_lock.h"
 #include "cli/options.h"
 #include "cli/own_journal.h"
+#include "cli/recorded_objects.h"
 #include "device/delete_resource.h"
 #include "rest/zav_rest_api.h"
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,14 +29,6 @@ struct CleanupOptions {
     std::string sharedGroup; ///< a host group that may be taken apart although other hosts are in it
 };
 
-bool IsInJournal(const ObjectKind& kind, const std::string& device, const std::string& id, const std::string& name)
-{
-    const std::vector<OwnJournal::Entry> entries = OwnJournal::Standing(device);
-    return std::any_of(entries.begin(), entries.end(), [&](const OwnJournal::Entry& entry) {
-        return entry.kind == kind.words && entry.name == name && (entry.id == id || entry.id.empty());
-    });
-}
-
 // Whether the host goes; where it stays although that was asked for, it is said why.
 bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayObjects& objects,
                  const DeviceRecord& record)
@@ -45,8 +37,8 @@ bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayOb
     if (message.hostId.empty() || (record.KeepsHost() && !options.deletesHost)) {
         return false;
     }
-    if (OwnJournal::IsKept() && !IsInJournal(HOST, login.DeviceId(), message.hostId, message.hostName)) {
-        Report::Step("host " + message.hostId + " stays: the journal of what this node makes does not name it");
+    if (OwnJournal::IsKept() && !OwnJournal::Names(HOST, login.DeviceId(), message.hostId, message.hostName)) {
+        Report::Tell("host " + message.hostId + " stays: the journal of what this node makes does not name it");
         return false;
     }
     const auto host = objects.Find(HOST, message.hostId);
@@ -57,7 +49,7 @@ bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayOb
         for (const std::string& initiator : objects.Initiators(kind, message.hostId)) {
             if (initiator != message.iscsiInitiatorName &&
                 message.fcInitiatorName.find(initiator) == std::string::npos) {
-                Report::Step("host " + message.hostId + " stays: it has " + std::string(kind.words) + " " + initiator +
+                Report::Tell("host " + message.hostId + " stays: it has " + std::string(kind.words) + " " + initiator +
                              ", which this node did not put there");
                 return false;
             }
@@ -80,7 +72,7 @@ void RequireOwnGroup(const CleanupOptions& options, const ArrayLogin& login, Arr
     std::string others;
     for (const std::string& host : objects.Associated(HOST_GROUP, message.hostGroupId, HOST)) {
         const auto object = host != message.hostId ? objects.Find(HOST, host) : std::nullopt;
-        if (object && !IsInJournal(HOST, login.DeviceId(), host, object->name)) {
+        if (object && !OwnJournal::Names(HOST, login.DeviceId(), host, object->name)) {
             others += (others.empty() ? "" : ", ") + host;
         }
     }
@@ -94,31 +86,23 @@ void RequireOwnGroup(const CleanupOptions& options, const ArrayLogin& login, Arr
 // Tells what was seen to be gone, and lets the journal forget it. True when all is that should be.
 bool TellWhatIsGone(const ArrayLogin& login, ArrayObjects& objects, const DeviceMessage& message, bool deletesHost)
 {
-    struct Row {
-        const ObjectKind* kind;
-        const std::string& id;
-        const std::string& name;
-    };
     bool isDone = true;
-    for (const Row& row :
-         {Row{&MAPPING_VIEW, message.mapViewId, message.mapViewName},
-          Row{&HOST_GROUP, message.hostGroupId, message.hostGroupName}, Row{&HOST, message.hostId, message.hostName},
-          Row{&LUN_GROUP, message.lunGroupId, message.lunGroupName}}) {
+    for (const RecordedObject& row : RecordedObjects(message)) {
         if (row.id.empty()) {
             continue;
         }
-        const std::string naming = std::string(row.kind->words) + " " + row.id + " (" + row.name + ")";
+        const std::string naming = row.Naming();
         const auto object = objects.Find(*row.kind, row.id);
         if (!object || object->name != row.name) {
             OwnJournal::Drop({login.DeviceId(), std::string(row.kind->words), row.name, row.id});
             Report::Step(naming + " is gone");
         } else {
-            Report::Step(naming + " stays");
+            Report::Tell(naming + " stays");
             isDone = isDone && row.kind == &HOST; // which may stay because others use it
         }
     }
     if (deletesHost && objects.Find(HOST, message.hostId)) {
-        Report::Step("host " + message.hostId +
+        Report::Tell("host " + message.hostId +
                      " is in a host group that is not this node's: zavctl tidy takes it away "
                      "once it is in none");
     }

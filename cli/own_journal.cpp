@@ -1,5 +1,7 @@
 #include "cli/own_journal.h"
 
+#include <algorithm>
+
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
 
 #include "cli/failure.h"
@@ -50,7 +52,7 @@ void OwnJournal::Drop(const Entry& entry)
     try {
         Journal().Drop({entry.device, entry.kind, entry.name, entry.id});
     } catch (const std::exception& error) {
-        Report::Step(std::string("the journal keeps what is gone: ") + error.what());
+        Report::Tell(std::string("the journal keeps what is gone: ") + error.what());
     }
 }
 
@@ -71,3 +73,12 @@ std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& /*device*
 void OwnJournal::Drop(const Entry& /*entry*/) {}
 
 #endif
+
+bool OwnJournal::Names(const ObjectKind& kind, const std::string& device, const std::string& id,
+                       const std::string& name)
+{
+    const std::vector<Entry> entries = Standing(device);
+    return std::any_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+        return entry.kind == kind.words && entry.name == name && (entry.id == id || entry.id.empty());
+    });
+}

@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
 #define PRODUCT_STORAGE_CLI_OWN_JOURNAL_H
 
+#include "cli/array_objects.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -25,6 +27,10 @@ void RequireWritable();
 
 /// Throws Failure when it cannot be read.
 std::vector<Entry> Standing(const std::string& device);
+
+/// Whether it names such an object, or one of this name whose id is not known, as made on that array. Throws Failure
+/// when it cannot be read.
+bool Names(const ObjectKind& kind, const std::string& device, const std::string& id, const std::string& name);
 
 /// The object was seen gone. What cannot be written is said.
 void Drop(const Entry& entry);

@@ -1,0 +1,23 @@
+#ifndef PRODUCT_STORAGE_CLI_RECORDED_OBJECTS_H
+#define PRODUCT_STORAGE_CLI_RECORDED_OBJECTS_H
+
+#include "cli/array_objects.h"
+#include "common/records.h"
+
+#include <array>
+#include <string>
+
+/// An object that a record names; id and name are empty where it names none.
+struct RecordedObject {
+    const ObjectKind* kind;
+    std::string id;
+    std::string name;
+
+    /// "host 1 (its name)".
+    std::string Naming() const { return std::string(kind->words) + " " + id + " (" + name + ")"; }
+};
+
+/// In the order in which they are taken apart: mapping view, host group, host, LUN group.
+std::array<RecordedObject, 4> RecordedObjects(const DeviceMessage& record);
+
+#endif

@@ -1,0 +1,126 @@
+#include "cli/watch.h"
+
+#include "base/files.h"
+#include "cli/environment_file.h"
+#include "cli/map_info_report.h"
+#include "common/framework/config_reader.h"
+#include "common/framework/random_bytes.h"
+
+#include <google/protobuf/util/message_differencer.h>
+
+#include <algorithm>
+
+namespace {
+
+// The library drops a session that lay idle for five seconds. After a round that failed it gets the time to, so that
+// the next round starts with a login.
+constexpr boost::chrono::seconds PAUSE_AFTER_FAILURE(7);
+
+bool AreEqual(const std::vector<ZavMapInfo>& left, const std::vector<ZavMapInfo>& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& one, const auto& other) {
+        return google::protobuf::util::MessageDifferencer::Equals(one, other);
+    });
+}
+
+} // namespace
+
+Watch::Watch(Targets& targets, Ways ways, StopSignals& signals, LogTail& log)
+    : m_targets(targets)
+    , m_ways(ways)
+    , m_signals(signals)
+    , m_log(log)
+{
+}
+
+ExitCode Watch::Run(Preparation::Outcome outcome)
+{
+    for (;;) {
+        Preparation::PrepareAll(m_targets, m_ways.wishes, m_log, outcome);
+        m_ways.wishes.tellsUnchanged = false; // it was told once
+        TellChanges(outcome);
+        PrintChanges(outcome);
+        if (Pause(outcome)) {
+            Report::Step("stopped");
+            return outcome.Code(m_targets.size());
+        }
+        outcome = Preparation::LogIntoAll(m_targets, m_log);
+    }
+}
+
+void Watch::PrintChanges(const Preparation::Outcome& outcome)
+{
+    if (!outcome.failures.empty() || AreEqual(outcome.infos, m_printed)) {
+        return;
+    }
+    if (!m_printed.empty()) {
+        m_log.PrintFailures(); // why it changed
+    }
+    PrintMapInfos(outcome.infos, m_ways.format);
+    m_printed = outcome.infos;
+}
+
+bool Watch::Pause(const Preparation::Outcome& outcome)
+{
+    m_failedRounds = outcome.failures.empty() ? 0 : m_failedRounds + 1;
+    if (m_failedRounds == 0) {
+        return m_signals.WaitFor(m_ways.pace);
+    }
+    const bool isRefused = std::any_of(outcome.failures.begin(), outcome.failures.end(), [](const auto& failure) {
+        return failure.second.exit == ExitCode::LoginRefused;
+    });
+    return isRefused ? AwaitChange() : m_signals.WaitFor(BackOff());
+}
+
+// Doubled from round to round up to a minute; with a part of chance, so that many nodes do not come at once.
+boost::chrono::seconds Watch::BackOff() const
+{
+    constexpr boost::chrono::seconds LONGEST(60);
+    constexpr unsigned int MOST_DOUBLINGS = 4;
+    const auto doubled = PAUSE_AFTER_FAILURE * (1U << std::min(m_failedRounds - 1, MOST_DOUBLINGS));
+    const auto pause = std::max(m_ways.pace, std::min(LONGEST, boost::chrono::seconds(doubled)));
+    unsigned char chance = 0;
+    getRandBytes(&chance, sizeof chance);
+    return m_failedRounds == 1 ? pause : pause + pause * (chance % 26) / 100;
+}
+
+// A refused login is not tried again as it is: it would lock the user out.
+bool Watch::AwaitChange()
+{
+    const std::string before = Inputs();
+    Report::Step("waiting for another environment or configuration");
+    while (Inputs() == before) {
+        if (m_signals.WaitFor(boost::chrono::seconds(1))) {
+            return true;
+        }
+    }
+    for (Preparation::Target& target : m_targets) {
+        target.env = ReadEnvironment(target.path);
+    }
+    return false;
+}
+
+std::string Watch::Inputs() const
+{
+    std::string all = Base::ReadFileIfThere(ConfigReader::getFile()).value_or("");
+    for (const Preparation::Target& target : m_targets) {
+        all += Base::ReadFileIfThere(target.path).value_or("");
+    }
+    return all;
+}
+
+void Watch::TellChanges(const Preparation::Outcome& outcome)
+{
+    for (const Preparation::Target& target : m_targets) {
+        const auto failure = outcome.failures.find(&target);
+        const bool isLost = failure != outcome.failures.end();
+        const bool wasLost = m_lost.count(&target) != 0;
+        if (isLost && !wasLost) {
+            Tell(failure->second, Report::Now() + " lost: ");
+            m_lost.insert(&target);
+        } else if (!isLost && wasLost) {
+            Report::Tell(Report::Now() + " recovered: " + target.path);
+            m_lost.erase(&target);
+        }
+    }
+}

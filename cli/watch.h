@@ -1,0 +1,47 @@
+#ifndef PRODUCT_STORAGE_CLI_WATCH_H
+#define PRODUCT_STORAGE_CLI_WATCH_H
+
+#include "cli/preparation.h"
+#include "cli/report.h"
+#include "cli/stop_signals.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+/// Goes round over all arrays until a signal comes. Each loss and each recovery is told once, with its time; rounds
+/// after a failure are further apart each time.
+class Watch {
+public:
+    using Targets = std::vector<Preparation::Target>;
+
+    struct Ways {
+        boost::chrono::seconds pace;
+        Report::Format format;
+        Preparation::Wishes wishes; ///< of each round
+    };
+
+    /// All but `ways` must outlive it.
+    Watch(Targets& targets, Ways ways, StopSignals& signals, LogTail& log);
+
+    /// Begins behind the logins that `outcome` tells of. The code of the last round.
+    ExitCode Run(Preparation::Outcome outcome);
+
+private:
+    bool Pause(const Preparation::Outcome& outcome); // true when a signal came
+    boost::chrono::seconds BackOff() const;
+    bool AwaitChange();
+    std::string Inputs() const;
+    void TellChanges(const Preparation::Outcome& outcome);
+    void PrintChanges(const Preparation::Outcome& outcome);
+
+    Targets& m_targets;
+    Ways m_ways;
+    StopSignals& m_signals;
+    LogTail& m_log;
+    std::vector<ZavMapInfo> m_printed;
+    std::set<const Preparation::Target*> m_lost;
+    unsigned int m_failedRounds = 0;
+};
+
+#endif
