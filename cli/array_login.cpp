@@ -45,7 +45,7 @@ void EndSession(ZavRestApi& api)
         code = api.SendAndParseRsp(request, data, errorText, false);
     }
     if (code != ResultCode::OK && code != ArrayCode::SESSION_LAPSED) {
-        Report::Step("the session is left to the array, which did not end it: " + errorText);
+        Report::Tell("the session is left to the array, which did not end it: " + errorText);
     }
 }
 
@@ -75,7 +75,7 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
     m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
     if (api == nullptr) {
         throw Failure(LoginExitCode(code),
-                      name + ": cannot log into the array at " + address + (errorText.empty() ? "" : ": " + errorText));
+                      name + ": cannot log into the array at " + m_device.url + ReasonOf(errorText, code));
     }
     try {
         ReadDevice(name, *api);
@@ -99,8 +99,8 @@ void ArrayLogin::ReadDevice(const std::string& name, ZavRestApi& api)
     }
     const int code = api.GetStorageIP(m_device.storageIps, errorText);
     if (code != ResultCode::OK) {
-        throw Failure(ExitCodeOf(code),
-                      name + ": the array at " + m_device.url + " does not tell its service addresses: " + errorText);
+        throw Failure(ExitCodeOf(code), name + ": the array at " + m_device.url +
+                                            " does not tell its service addresses" + ReasonOf(errorText, code));
     }
     Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
                  (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
@@ -116,7 +116,7 @@ void ArrayLogin::LogOut()
     try {
         EndSession(*Api());
     } catch (const std::exception& error) {
-        Report::Step(std::string("no logout: ") + error.what());
+        Report::Tell(std::string("no logout: ") + error.what());
     }
     m_state = State::LoggedOut;
 }
@@ -145,8 +145,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
     std::string errorText;
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
-        throw Failure(LoginExitCode(code),
-                      m_device.url + ": login refused with code " + std::to_string(code) + ": " + errorText);
+        throw Failure(LoginExitCode(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
     }
     return api;
 }

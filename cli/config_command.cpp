@@ -15,7 +15,7 @@ std::vector<ConfigReader::Setting> CheckedSettings()
     std::vector<ConfigReader::Setting> settings;
     const std::vector<std::string> problems = ConfigReader::check(settings);
     for (const std::string& problem : problems) {
-        Report::Step(problem);
+        Report::Tell(problem);
     }
     if (!problems.empty()) {
         throw Failure(ExitCode::Unusable, "configuration " + ConfigReader::getFile() + ": " +

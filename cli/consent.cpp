@@ -1,5 +1,7 @@
 #include "cli/consent.h"
 
+#include "cli/report.h"
+
 #include <unistd.h>
 
 #include <iostream>
@@ -13,6 +15,7 @@ bool CanBeAsked()
 
 bool Give(const std::string& question)
 {
+    const Report::OwnLine line;
     std::cerr << "zavctl: " << question << " [y/N] " << std::flush;
     std::string answer;
     std::getline(std::cin, answer);

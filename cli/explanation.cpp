@@ -1,10 +1,12 @@
 #include "cli/explanation.h"
 
 #include "cli/remedies.h"
+#include "cli/report.h"
 
 #include <array>
 #include <charconv>
 #include <optional>
+#include <regex>
 #include <string_view>
 
 namespace {
@@ -68,6 +70,13 @@ std::optional<Cause> UnreachablePortal(const LogTail::Line& line)
                    : std::nullopt;
 }
 
+std::optional<Cause> UnreachableServer(const LogTail::Line& line)
+{
+    const auto rest = Behind(line.text, "No connection to ");
+    const auto why = rest ? Behind(*rest, ": ") : std::nullopt;
+    return why ? std::optional(Cause{std::string(*why), ExitCode::Unreachable}) : std::nullopt;
+}
+
 std::optional<Cause> FailureOfFile(const LogTail::Line& line)
 {
     const auto rest = Behind(line.text, "errno ");
@@ -109,8 +118,8 @@ std::optional<Cause> RefusalOfRest(const LogTail::Line& line)
 std::optional<Cause> CauseIn(const Lines& lines)
 {
     using Reader = std::optional<Cause> (*)(const LogTail::Line&);
-    constexpr std::array<Reader, 6> READERS = {&RefusalOfSan,      &NetworkFailure, &WordsOfIscsiadm,
-                                               &UnreachablePortal, &FailureOfFile,  &FailureOfLock};
+    constexpr std::array<Reader, 7> READERS = {&RefusalOfSan,  &NetworkFailure, &WordsOfIscsiadm,  &UnreachablePortal,
+                                               &FailureOfFile, &FailureOfLock,  &UnreachableServer};
     for (const LogTail::Line& line : lines) {
         for (const Reader read : READERS) {
             if (auto cause = read(line)) {
@@ -130,6 +139,30 @@ std::optional<Cause> CauseIn(const Lines& lines)
     return std::nullopt;
 }
 
+// The last number in parentheses that somebody gave the failure: "1077949006" is an array's or cluster's, "libcurl 7"
+// the HTTP library's.
+std::string CodeIn(const std::string& cause)
+{
+    static const std::regex code("\\((-?[0-9]{1,10}|libcurl [0-9]{1,3})\\)");
+    std::string last;
+    for (std::sregex_iterator each(cause.begin(), cause.end(), code), end; each != end; ++each) {
+        last = (*each)[1];
+    }
+    return last;
+}
+
+// The first url of the cause, else the first path.
+std::string PlaceIn(const std::string& cause)
+{
+    static const std::regex url("https?://(\\[[0-9A-Fa-f:.%]+\\]|[^\\]\\[ ,:/]+)(:[0-9]+)?");
+    static const std::regex path("(^| )(/[^ :]+)");
+    std::smatch match;
+    if (std::regex_search(cause, match, url)) {
+        return match[0];
+    }
+    return std::regex_search(cause, match, path) ? match[2].str() : "";
+}
+
 } // namespace
 
 Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& logged)
@@ -145,11 +178,24 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
     return explanation;
 }
 
+void Tell(const Explanation& explanation, const std::string& when)
+{
+    Report::Tell(when + explanation.cause, Report::Look::Cause);
+    Report::Tell("remedy: " + explanation.remedy, Report::Look::Remedy);
+}
+
 Json::Value ToJson(const Explanation& explanation)
 {
     Json::Value value;
     value["cause"] = explanation.cause;
     value["remedy"] = explanation.remedy;
     value["exit"] = static_cast<int>(explanation.exit);
+    const auto enter = [&](const char* name, const std::string& text) {
+        if (!text.empty()) {
+            value[name] = text;
+        }
+    };
+    enter("code", CodeIn(explanation.cause));
+    enter("where", PlaceIn(explanation.cause));
     return value;
 }

@@ -21,7 +21,10 @@ struct Explanation {
 /// fresh run has do not.
 Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& logged);
 
-/// {"cause", "remedy", "exit"}.
+/// Prints it, `when` in front of the cause.
+void Tell(const Explanation& explanation, const std::string& when = {});
+
+/// {"cause", "remedy", "exit"}, and "code" and "where" as far as the cause tells them.
 Json::Value ToJson(const Explanation& explanation);
 
 #endif

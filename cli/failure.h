@@ -32,4 +32,7 @@ private:
     bool m_isCauseLogged = false;
 };
 
+/// What a failed request adds to its cause: ": text (code)", without a code that says nothing more than the text.
+std::string ReasonOf(const std::string& errorText, int requestCode);
+
 #endif

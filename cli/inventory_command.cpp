@@ -29,8 +29,7 @@ struct InventoryOptions {
 void Require(int code, const std::string& what, const std::string& where, const std::string& errorText)
 {
     if (code != 0) {
-        throw Failure(ExitCodeOf(code),
-                      where + ": cannot read " + what + ", code " + std::to_string(code) + ": " + errorText);
+        throw Failure(ExitCodeOf(code), where + ": cannot read " + what + ReasonOf(errorText, code));
     }
 }
 

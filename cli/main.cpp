@@ -36,14 +36,25 @@ struct Telling {
     int verbosity = 0;   ///< 1: the library's steps; 2: all of its lines
     bool isJson = false; ///< failures go to standard output, too
     std::optional<unsigned int> limitSeconds;
+    bool isQuiet = false; ///< tells nothing but what nobody may miss
 };
+
+// A disk that is full, for one; a reader that went away ends the process before.
+void RequireWrittenOutput()
+{
+    std::cout.flush();
+    if (!std::cout) {
+        const int error = Base::WriteWhole(STDOUT_FILENO, "\n"); // fails for the same reason
+        throw Failure(ExitCode::Unusable,
+                      "standard output cannot be written" + (error == 0 ? "" : ": " + Base::ErrorText(error)));
+    }
+}
 
 // The last two lines of a command that failed: why, and what to do.
 ExitCode TellFailure(const Failure& failure, LogTail& log, bool isJson)
 {
     const Explanation explanation = Explain(failure, log.Take());
-    Report::Step(explanation.cause);
-    Report::Step("remedy: " + explanation.remedy);
+    Tell(explanation);
     if (isJson) {
         Json::Value answer;
         answer["schema"] = Report::SCHEMA;
@@ -58,13 +69,19 @@ ExitCode RunCommand(const Run& run, const Telling& telling)
     if (telling.verbosity > 0) {
         setenv(CONSOLE_LEVEL, telling.verbosity > 1 ? "1" : "2", 1);
     }
+    if (telling.isQuiet) {
+        Report::BeQuiet();
+    }
     std::optional<LogTail> log; // behind the stop signals: it may start no thread of its own before them
     try {
         RequireSoundConfiguration();
         StopSignals stopSignals(telling.limitSeconds ? std::optional(std::chrono::seconds(*telling.limitSeconds))
                                                      : std::nullopt);
+        const Report::RunningTime time;
         log.emplace(std::getenv(CONSOLE_LEVEL) != nullptr);
-        return run(*log, stopSignals);
+        const ExitCode code = run(*log, stopSignals);
+        RequireWrittenOutput();
+        return code;
     } catch (const Failure& failure) {
         if (!log) {
             log.emplace(true);
@@ -98,7 +115,7 @@ bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
         return false;
     }
     const std::string nearest = NearestName(*word, names);
-    Report::Step("no command " + std::string(*word) + ": " +
+    Report::Tell("no command " + std::string(*word) + ": " +
                  (nearest.empty() ? "zavctl --help tells which there are" : "did you mean " + nearest + "?"));
     return true;
 }
@@ -111,6 +128,7 @@ ExitCode Main(int argc, char** argv)
     Telling telling;
     app.add_flag("-v,--verbose", telling.verbosity,
                  "Show what the library does on standard error; twice: all of its log lines");
+    app.add_flag("-q,--quiet", telling.isQuiet, "Tell nothing but failures and warnings on standard error");
     app.add_option("--timeout", telling.limitSeconds, "End the command after so long, wherever it is")
         ->option_text("SECONDS")
         ->check(CLI::Range(1U, 86400U));
@@ -124,6 +142,9 @@ ExitCode Main(int argc, char** argv)
     AddConfigCommand(app, run);
     for (CLI::App* const command : app.get_subcommands({})) {
         command->fallthrough(); // what stands before the command may stand behind it
+        for (CLI::App* const part : command->get_subcommands({})) {
+            part->fallthrough();
+        }
     }
     try {
         app.parse(argc, argv);
@@ -144,7 +165,7 @@ bool EndCheckThread()
         try {
             ZavStorageDiskLib::GetInstance()->StopCheckThread();
         } catch (const std::exception& error) {
-            Report::Step(std::string("the session check does not stop: ") + error.what());
+            Report::Tell(std::string("the session check does not stop: ") + error.what());
         }
     });
 }

@@ -182,11 +182,11 @@ void MappingChain::TellWhatIsNotOurs(const std::set<std::string>& recordedPorts,
 {
     for (const std::string& port : recordedPorts) {
         if (std::find(ports.begin(), ports.end(), port) == ports.end()) {
-            Report::Step("recorded, and not this node's any more: " + Naming(FC_INITIATOR, port));
+            Report::Tell("recorded, and not this node's any more: " + Naming(FC_INITIATOR, port));
         }
     }
     if (!m_record.iscsiInitiatorName.empty() && m_record.iscsiInitiatorName != iqn) {
-        Report::Step("recorded, and not this node's any more: " + Naming(ISCSI_INITIATOR, m_record.iscsiInitiatorName));
+        Report::Tell("recorded, and not this node's any more: " + Naming(ISCSI_INITIATOR, m_record.iscsiInitiatorName));
     }
 }
 

@@ -23,7 +23,7 @@ NodeLock::NodeLock(const std::string& recordPath)
             isMine = m_lock->LockWithin(LONGEST_WAIT);
         }
     } catch (const std::exception& error) {
-        Report::Step(std::string("other processes are not kept out: ") + error.what());
+        Report::Tell(std::string("other processes are not kept out: ") + error.what());
     }
     if (!isMine) {
         throw Failure(ExitCode::Unreachable, path + ": another process has held it for ten minutes");

@@ -3,6 +3,7 @@
 #include "base/secret.h"
 #include "cli/failure.h"
 #include "cli/farewell.h"
+#include "cli/report.h"
 
 #include <termios.h>
 #include <unistd.h>
@@ -57,6 +58,7 @@ void ReadPassword(const std::string& prompt, std::string& password)
     Secret::Wipe(password);
     bool isRead = false;
     if (isatty(STDIN_FILENO) == 1) {
+        const Report::OwnLine line;
         const HiddenInput hidden;
         std::cerr << prompt << ": " << std::flush;
         isRead = ReadLine(password);

@@ -11,7 +11,7 @@ struct TextRow {
 };
 
 // The first that fits. Numbers in parentheses are an array's codes, or libcurl's.
-constexpr std::array<TextRow, 36> BY_TEXT = {{
+constexpr std::array<TextRow, 38> BY_TEXT = {{
     // on the way to the array
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
@@ -42,6 +42,7 @@ constexpr std::array<TextRow, 36> BY_TEXT = {{
     {"cannot be decrypted", "encrypt the password with this node's key, by zavctl password encrypt, and put the result "
                             "into the environment"},
     {"the environment has no", "add what is missing to the environment; docs/zavctl.md has a whole one"},
+    {"standard output cannot be written", "make room where the output goes, or send it elsewhere"},
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},
@@ -61,6 +62,7 @@ constexpr std::array<TextRow, 36> BY_TEXT = {{
     {"cannot be a device record", "move the file away and run the command again"},
     {"could not be entered into the journal", "let this user write the journal and its lock file, or move away what "
                                               "stands there"},
+    {"which was not made here", "leave --no-adopt away to use that host, or take the initiator off it on the array"},
     {"holds other hosts", "take the other hosts out of the group on the array, or name the group with --shared-group"},
     {"another process", "wait until the other process has ended; fuser tells which holds the lock file"},
     {"cannot name this node's record", "give the array another serial number or device id: none of this node's files "

@@ -9,35 +9,166 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <iomanip>
 #include <iostream>
-#include <mutex>
+#include <memory>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 namespace Report {
 
 namespace {
 
-std::mutex lastStepLock;
-std::string lastStep; // guarded by lastStepLock
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* CLEAR_LINE = "\r\033[K";
+
+/// What is told, and what stands in the terminal's last line meanwhile. Never destroyed: a thread may tell something
+/// when the process ends.
+struct Telling {
+    std::mutex lock;
+    std::string lastStep;      // guarded by lock
+    Clock::time_point began;   // guarded by lock; of the last step
+    bool isQuiet = false;      // guarded by lock
+    bool hasTime = false;      // guarded by lock; the running time stands there
+    unsigned int ownLines = 0; // guarded by lock
+};
+
+Telling& TheTelling()
+{
+    static Telling* const telling = std::make_unique<Telling>().release();
+    return *telling;
+}
+
+// Before anything else is written there. Requires the lock.
+void ClearTime(Telling& telling)
+{
+    if (telling.hasTime) {
+        std::cerr << CLEAR_LINE;
+        telling.hasTime = false;
+    }
+}
+
+bool HasColours()
+{
+    const char* const refusal = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    return (refusal == nullptr || *refusal == '\0') && terminal != nullptr && std::string_view(terminal) != "dumb" &&
+           ::isatty(STDERR_FILENO) == 1;
+}
+
+const char* ColourOf(Look look)
+{
+    switch (look) {
+    case Look::Cause:
+        return "\033[31m"; // red
+    case Look::Remedy:
+        return "\033[32m"; // green
+    case Look::Warning:
+        return "\033[33m"; // yellow
+    case Look::Plain:
+        break;
+    }
+    return "";
+}
+
+// Requires the lock.
+void Write(Telling& telling, const std::string& text, Look look)
+{
+    ClearTime(telling);
+    const std::string line = "zavctl: " + Base::Printable(text);
+    const bool isColoured = look != Look::Plain && HasColours();
+    std::cerr << (isColoured ? ColourOf(look) + line + "\033[0m" : line) << std::endl;
+}
 
 } // namespace
 
 std::string LastStep()
 {
-    const std::lock_guard<std::mutex> guard(lastStepLock);
-    return lastStep;
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    return telling.lastStep;
 }
 
 void Step(const std::string& text)
 {
-    {
-        const std::lock_guard<std::mutex> guard(lastStepLock);
-        lastStep = text;
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    telling.lastStep = text;
+    telling.began = Clock::now();
+    if (!telling.isQuiet) {
+        Write(telling, text, Look::Plain);
     }
-    std::cerr << "zavctl: " << Base::Printable(text) << std::endl;
+}
+
+void Tell(const std::string& text, Look look)
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    Write(telling, text, look);
+}
+
+void BeQuiet() noexcept
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    telling.isQuiet = true;
+}
+
+OwnLine::OwnLine()
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    ClearTime(telling);
+    ++telling.ownLines;
+}
+
+OwnLine::~OwnLine()
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    --telling.ownLines;
+    telling.began = Clock::now();
+}
+
+RunningTime::RunningTime()
+{
+    if (::isatty(STDERR_FILENO) == 1) {
+        m_thread = std::thread([this] { Run(); });
+    }
+}
+
+RunningTime::~RunningTime()
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isEnding = true;
+    }
+    m_end.notify_one();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void RunningTime::Run()
+{
+    Telling& telling = TheTelling();
+    std::unique_lock<std::mutex> guard(m_lock);
+    while (!m_end.wait_for(guard, std::chrono::seconds(1), [this] { return m_isEnding; })) {
+        const std::lock_guard<std::mutex> turn(telling.lock);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - telling.began).count();
+        if (seconds > 0 && telling.ownLines == 0 && !telling.isQuiet && !telling.lastStep.empty()) {
+            std::cerr << CLEAR_LINE << "  " << seconds << " s" << std::flush;
+            telling.hasTime = true;
+        }
+    }
+    const std::lock_guard<std::mutex> turn(telling.lock);
+    ClearTime(telling);
+    std::cerr << std::flush;
 }
 
 std::string Now()
@@ -103,7 +234,7 @@ ProgressBar::ProgressBar(std::string title, std::uint64_t total)
 ProgressBar::~ProgressBar()
 {
     if (m_isTerminal) {
-        std::cerr << "\r\033[K" << std::flush; // clears the line
+        std::cerr << CLEAR_LINE << std::flush;
     }
 }
 
@@ -114,7 +245,7 @@ void ProgressBar::Show(std::uint64_t done) const
     }
     constexpr std::uint64_t WIDTH = 40;
     const std::uint64_t filled = std::min(done, m_total) * WIDTH / m_total;
-    std::cerr << "\r\033[K" << m_title << " [" << std::string(filled, '#') << std::string(WIDTH - filled, '-') << "] "
+    std::cerr << CLEAR_LINE << m_title << " [" << std::string(filled, '#') << std::string(WIDTH - filled, '-') << "] "
               << done << "/" << m_total << std::flush;
 }
 

@@ -3,8 +3,11 @@
 
 #include <json/value.h>
 
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 /// Data goes to standard output, all else to standard error.
@@ -14,11 +17,20 @@ enum class Format { Table, Json };
 
 using Row = std::vector<std::string>;
 
-/// Tells on standard error what is being done or was found.
+/// Tells on standard error what is being done or was found; any thread. Quiet commands leave it out.
 void Step(const std::string& text);
 
-/// What Step told last; any thread.
+/// What Step told last, or would have; any thread.
 std::string LastStep();
+
+/// How a line looks on a terminal that has colours, unless NO_COLOR is set. The words are the same everywhere.
+enum class Look { Plain, Cause, Remedy, Warning };
+
+/// Tells on standard error what nobody may miss; any thread.
+void Tell(const std::string& text, Look look = Look::Plain);
+
+/// From now on Step tells nothing.
+void BeQuiet() noexcept;
 
 /// The time as a journal of lines wants it: 2026-01-31T23:59:59Z.
 std::string Now();
@@ -32,6 +44,33 @@ void Json(const ::Json::Value& value);
 
 /// 1073741824 gives "1.00 GiB".
 std::string Size(std::uint64_t bytes);
+
+/// Tells on standard error, on a terminal only, how long the last step takes, once that is a second. The line moves in
+/// place and is gone before anything else is told.
+class RunningTime {
+public:
+    RunningTime();
+    RunningTime(const RunningTime&) = delete;
+    RunningTime& operator=(const RunningTime&) = delete;
+    ~RunningTime();
+
+private:
+    void Run();
+
+    std::mutex m_lock;
+    std::condition_variable m_end;
+    bool m_isEnding = false; // guarded by m_lock
+    std::thread m_thread;    // last: it uses the others
+};
+
+/// While one lives, the last line of the terminal is its owner's: no running time is shown.
+class OwnLine {
+public:
+    OwnLine();
+    OwnLine(const OwnLine&) = delete;
+    OwnLine& operator=(const OwnLine&) = delete;
+    ~OwnLine();
+};
 
 /// A bar on standard error that moves in place, on a terminal only; it is gone when the object is.
 class ProgressBar {
@@ -47,6 +86,7 @@ private:
     const std::string m_title;
     const std::uint64_t m_total;
     const bool m_isTerminal;
+    const OwnLine m_line;
 };
 
 } // namespace Report

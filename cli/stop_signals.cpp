@@ -105,10 +105,11 @@ void StopSignals::Leave(int signal) const
 {
     EndsWithin(TIME_TO_TELL, [signal, limit = m_limit] {
         if (signal != 0) {
-            Report::Step(std::string("ended by SIG") + sigabbrev_np(signal));
+            Report::Tell(std::string("ended by SIG") + sigabbrev_np(signal));
         } else {
-            Report::Step("given up after " + std::to_string(limit->count()) + " s, behind: " + Report::LastStep());
-            Report::Step("remedy: look whether what it waited for answers, or give more time with --timeout");
+            Report::Tell("given up after " + std::to_string(limit->count()) + " s, behind: " + Report::LastStep());
+            Report::Tell("remedy: look whether what it waited for answers, or give more time with --timeout",
+                         Report::Look::Remedy);
         }
     });
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK

@@ -37,14 +37,14 @@ ExitCode RunTidy(const TidyOptions& options)
     std::optional<NodeLock> lock(path);
     Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
     for (const Leftovers::Object& object : leftovers.OfOthers()) {
-        Report::Step("not ours by the journal, and left: " + Naming(object));
+        Report::Tell("not ours by the journal, and left: " + Naming(object));
     }
     if (leftovers.Objects().empty()) {
         Report::Step("nothing of this node is left over on " + login.Device().url);
         return ExitCode::Done;
     }
     for (const Leftovers::Object& object : leftovers.Objects()) {
-        Report::Step("left over: " + Naming(object));
+        Report::Tell("left over: " + Naming(object));
     }
     if (options.isDry) {
         return ExitCode::Done;
@@ -55,7 +55,7 @@ ExitCode RunTidy(const TidyOptions& options)
         }
         lock.reset(); // who is asked may take his time
         if (!Consent::Give("take these " + std::to_string(leftovers.Objects().size()) + " apart?")) {
-            Report::Step("nothing was changed");
+            Report::Tell("nothing was changed");
             return ExitCode::Done;
         }
         lock.emplace(path);
@@ -71,7 +71,7 @@ ExitCode RunTidy(const TidyOptions& options)
             now.Remove(object);
             Report::Step("removed " + Naming(object));
         } catch (const Failure& failure) {
-            Report::Step(failure.what());
+            Report::Tell(failure.what());
             code = failure.Code();
         }
     }

@@ -69,7 +69,7 @@ TEST_F(BadInputTest, CauseIsToldWithoutALogFileAsWell)
     for (const std::string& file : {std::string(), std::string("/proc/no/such.log")}) {
         Configure({{"Log.File", file}});
         EXPECT_THAT(RunZavctl({"inventory", "--env", env}).errors,
-                    HasSubstr("cannot log into the array at " + array.Options().managementIps[0] + ": no way\n"))
+                    HasSubstr("cannot log into the array at " + array.Url() + ": no way (42)\n"))
             << file;
     }
 }
@@ -83,8 +83,8 @@ TEST_F(BadInputTest, PasswordThatIsWrongIsTheArraysRefusal)
     const Array& other = StartArray(options);
     const Base::ProgramResult outcome = Init(other);
     EXPECT_EQ(6, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("cannot log into the array at " + other.Options().managementIps[0] +
-                                          ": The user name or the password is wrong: user \"admin\"\n"
+    EXPECT_THAT(outcome.errors, HasSubstr("cannot log into the array at " + other.Url() +
+                                          ": The user name or the password is wrong: user \"admin\" (1090519041)\n"
                                           "zavctl: remedy: correct user and password: encrypt"));
     EXPECT_THAT(array.Requests(), IsEmpty());
 }

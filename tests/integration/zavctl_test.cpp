@@ -227,8 +227,7 @@ TEST_F(ZavctlTest, InventoryThatTheArrayRefusesNamesWhatCannotBeRead)
     array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "/storagepool"})");
     const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", EnvironmentFileOf(array)});
     EXPECT_EQ(9, outcome.status);
-    EXPECT_THAT(outcome.errors,
-                HasSubstr("zavctl: " + array.Url() + ": cannot read the storage pools, code 42: no way\n"));
+    EXPECT_THAT(outcome.errors, HasSubstr("zavctl: " + array.Url() + ": cannot read the storage pools: no way (42)\n"));
     EXPECT_EQ("", outcome.output);
     EXPECT_EQ(0U, array.SessionCount()) << "a command that fails leaves no session behind either";
 }
