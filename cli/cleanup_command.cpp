@@ -9,6 +9,7 @@
 #include "cli/node_lock.h"
 #include "cli/options.h"
 #include "cli/own_journal.h"
+#include "cli/own_sessions.h"
 #include "cli/recorded_objects.h"
 #include "device/delete_resource.h"
 #include "rest/zav_rest_api.h"
@@ -26,6 +27,7 @@ struct CleanupOptions {
     bool deletesHost = false;
     bool isAgreed = false;
     bool isDry = false;
+    bool logsOut = false;
     std::string sharedGroup; ///< a host group that may be taken apart although other hosts are in it
 };
 
@@ -113,17 +115,29 @@ bool TellWhatIsGone(const ArrayLogin& login, ArrayObjects& objects, const Device
 struct Plan {
     DeviceMessage message;
     bool deletesHost;
+    std::vector<IscsiSession> sessions; ///< to be ended
 };
 
 Plan MakePlan(const CleanupOptions& options, const ArrayLogin& login, ArrayObjects& objects, const DeviceRecord& record)
 {
     const DeviceMessage message = record.Message();
     RequireOwnGroup(options, login, objects, message);
-    return {message, DeletesHost(options, login, objects, record)};
+    std::vector<IscsiSession> sessions;
+    if (options.logsOut) {
+        sessions = OwnSessions::Standing(login);
+        OwnSessions::RequireIdle(sessions);
+    }
+    return {message, DeletesHost(options, login, objects, record), sessions};
 }
 
-void Tell(const ArrayLogin& login, const Plan& plan)
+void Tell(const ArrayLogin& login, const Plan& plan, bool hasRecord)
 {
+    for (const IscsiSession& session : plan.sessions) {
+        Report::Step("ending the " + session.Naming());
+    }
+    if (!hasRecord) {
+        return;
+    }
     Report::Step(login.Device().url + ": removing mapping view " + plan.message.mapViewId + ", host group " +
                  plan.message.hostGroupId + ", host " + plan.message.hostId + (plan.deletesHost ? "" : " (kept)") +
                  ", LUN group " + plan.message.lunGroupId);
@@ -138,7 +152,7 @@ bool AreSame(const Plan& one, const Plan& other)
     return ids(one) == ids(other);
 }
 
-ExitCode TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan, const DeviceRecord& record)
+void TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan, const DeviceRecord& record)
 {
     DeleteResource cleanup;
     cleanup.m_deleteHost = plan.deletesHost;
@@ -153,7 +167,6 @@ ExitCode TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& p
     }
     record.Remove();
     Report::Step(record.Path() + ": record removed");
-    return ExitCode::Done;
 }
 
 ExitCode RunCleanup(const CleanupOptions& options)
@@ -164,12 +177,14 @@ ExitCode RunCleanup(const CleanupOptions& options)
     ArrayObjects objects(*api, login.Device().url);
     std::optional<NodeLock> lock(path);
     std::optional<DeviceRecord> record(login.DeviceId()); // as it is now that nobody changes it
+    const Plan plan = MakePlan(options, login, objects, *record);
     if (record->IsEmpty()) {
         Report::Step(path + ": nothing is recorded for this array");
-        return ExitCode::Done;
+        if (plan.sessions.empty()) {
+            return ExitCode::Done;
+        }
     }
-    const Plan plan = MakePlan(options, login, objects, *record);
-    Tell(login, plan);
+    Tell(login, plan, !record->IsEmpty());
     if (options.isDry) {
         return ExitCode::Done;
     }
@@ -185,7 +200,11 @@ ExitCode RunCleanup(const CleanupOptions& options)
             throw Failure(ExitCode::Foreign, path + ": changed meanwhile, and nothing was taken apart");
         }
     }
-    return TakeApart(login, objects, plan, *record);
+    if (!record->IsEmpty()) {
+        TakeApart(login, objects, plan, *record);
+    }
+    OwnSessions::End(login, plan.sessions);
+    return ExitCode::Done;
 }
 
 } // namespace
@@ -198,6 +217,9 @@ void AddCleanupCommand(CLI::App& app, Run& run)
     Options::AddEnvironment(*command, options->environmentPath);
     command->add_flag("--delete-host", options->deletesHost,
                       "Remove the host too when it is recorded as found there, as it is after a second init");
+    command->add_flag(
+        "--log-out", options->logsOut,
+        "End the iSCSI sessions with this array that zavctl init began, too, unless their disks are used");
     command->add_flag("-y,--yes", options->isAgreed, "Do not ask, where a terminal is");
     command->add_flag("--dry-run", options->isDry, "Print what goes and what stays, and change nothing");
     command

@@ -47,6 +47,15 @@ std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& device)
     }
 }
 
+void OwnJournal::Enter(const Entry& entry)
+{
+    try {
+        Journal().Made({entry.device, entry.kind, entry.name, entry.id});
+    } catch (const std::exception& error) {
+        throw Failure(ExitCode::Unusable, error.what());
+    }
+}
+
 void OwnJournal::Drop(const Entry& entry)
 {
     try {
@@ -69,6 +78,8 @@ std::vector<OwnJournal::Entry> OwnJournal::Standing(const std::string& /*device*
 {
     return {};
 }
+
+void OwnJournal::Enter(const Entry& /*entry*/) {}
 
 void OwnJournal::Drop(const Entry& /*entry*/) {}
 

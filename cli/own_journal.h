@@ -13,7 +13,7 @@ namespace OwnJournal {
 
 struct Entry {
     std::string device;
-    std::string kind; ///< an ObjectKind's words
+    std::string kind; ///< an ObjectKind's words, or "iSCSI session"
     std::string name;
     std::string id;        ///< empty: it may be there under this name, or not
     std::int64_t time = 0; ///< seconds since the epoch: when it was made, or was set out to be
@@ -32,7 +32,10 @@ std::vector<Entry> Standing(const std::string& device);
 /// when it cannot be read.
 bool Names(const ObjectKind& kind, const std::string& device, const std::string& id, const std::string& name);
 
-/// The object was seen gone. What cannot be written is said.
+/// It was made. Throws Failure when it cannot be entered.
+void Enter(const Entry& entry);
+
+/// It was seen gone. What cannot be written is said.
 void Drop(const Entry& entry);
 
 } // namespace OwnJournal

@@ -6,6 +6,7 @@
 #include "cli/mapping_chain.h"
 #include "cli/node_check.h"
 #include "cli/node_lock.h"
+#include "cli/own_sessions.h"
 #include "cli/provenance.h"
 #include "cli/record_correction.h"
 #include "cli/report.h"
@@ -45,7 +46,10 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
         RequireNoHostToAdopt(login);
     }
     const Provenance provenance(login.DeviceId());
-    const bool isDone = ZavStorageDiskLib::GetInstance()->Init(target.env, info);
+    const bool isDone = [&] {
+        const OwnSessions::Begin sessions(login);
+        return ZavStorageDiskLib::GetInstance()->Init(target.env, info);
+    }();
     const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
     try {
         if (!isDone) {

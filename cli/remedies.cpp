@@ -11,7 +11,7 @@ struct TextRow {
 };
 
 // The first that fits. Numbers in parentheses are an array's codes, or libcurl's.
-constexpr std::array<TextRow, 38> BY_TEXT = {{
+constexpr std::array<TextRow, 42> BY_TEXT = {{
     // on the way to the array
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
@@ -62,6 +62,11 @@ constexpr std::array<TextRow, 38> BY_TEXT = {{
     {"cannot be a device record", "move the file away and run the command again"},
     {"could not be entered into the journal", "let this user write the journal and its lock file, or move away what "
                                               "stands there"},
+    {"is mounted at", "unmount it, then run the command again"},
+    {"is swapped to", "take the swap away (swapoff), then run the command again"},
+    {"is held by",
+     "take apart what stands on it, or give multipath's maps back (multipath -f), then run the command again"},
+    {"is open in process", "end that process, then run the command again"},
     {"which was not made here", "leave --no-adopt away to use that host, or take the initiator off it on the array"},
     {"holds other hosts", "take the other hosts out of the group on the array, or name the group with --shared-group"},
     {"another process", "wait until the other process has ended; fuser tells which holds the lock file"},

@@ -6,7 +6,7 @@ namespace {
 
 struct Pattern {
     Action action;
-    std::vector<std::string> words; ///< "<portal>" stands for any word
+    std::vector<std::string> words; ///< "<portal>" and "<target>" stand for any word
 };
 
 const std::vector<Pattern>& Patterns()
@@ -15,19 +15,24 @@ const std::vector<Pattern>& Patterns()
         {Action::Discover, {"-m", "discovery", "--op=new", "-t", "st", "-p", "<portal>"}},
         {Action::Login, {"-m", "node", "-p", "<portal>", "-l"}},
         {Action::List, {"-m", "session", "-P", "1"}},
+        {Action::ListBriefly, {"-m", "session"}},
         {Action::Logout, {"-m", "node", "-u"}},
+        {Action::LogoutOne, {"-m", "node", "-T", "<target>", "-p", "<portal>", "-u"}},
+        {Action::Delete, {"-m", "node", "-T", "<target>", "-p", "<portal>", "-o", "delete"}},
     };
     return PATTERNS;
 }
 
-bool Matches(const Pattern& pattern, const std::vector<std::string>& words, std::string& portal)
+bool Matches(const Pattern& pattern, const std::vector<std::string>& words, Command& command)
 {
     if (pattern.words.size() != words.size()) {
         return false;
     }
     for (std::size_t i = 0; i < words.size(); ++i) {
         if (pattern.words[i] == "<portal>") {
-            portal = words[i];
+            command.portal = words[i];
+        } else if (pattern.words[i] == "<target>") {
+            command.target = words[i];
         } else if (pattern.words[i] != words[i]) {
             return false;
         }
@@ -41,7 +46,7 @@ Command ParseCommand(const std::vector<std::string>& words)
 {
     for (const Pattern& pattern : Patterns()) {
         Command command;
-        if (Matches(pattern, words, command.portal)) {
+        if (Matches(pattern, words, command)) {
             command.action = pattern.action;
             return command;
         }

@@ -6,11 +6,12 @@
 
 namespace ZavSimNode {
 
-enum class Action { Discover, Login, List, Logout, Unknown };
+enum class Action { Discover, Login, List, ListBriefly, Logout, LogoutOne, Delete, Unknown };
 
 struct Command {
     Action action = Action::Unknown;
-    std::string portal; ///< Discover, Login: as given
+    std::string portal; ///< Discover, Login, LogoutOne, Delete: as given
+    std::string target; ///< LogoutOne, Delete
 };
 
 /// Understands the few command lines that the stand-in is for, word by word.

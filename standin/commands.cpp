@@ -99,6 +99,31 @@ void PrintSession(const SessionRecord& session)
               << "\t\tInternal iscsid Session State: NO CHANGE\n";
 }
 
+int LogoutOf(const NodeStore& store, const std::vector<SessionRecord>& sessions)
+{
+    if (sessions.empty()) {
+        std::cerr << "iscsiadm: No matching sessions found\n";
+        return EXIT_NOTHING_FOUND;
+    }
+    const auto describe = [](const SessionRecord& session) {
+        return "[sid: " + std::to_string(session.number) + ", " + Describe(session.node) + "]";
+    };
+    for (const SessionRecord& session : sessions) {
+        std::cout << "Logging out of session " << describe(session) << std::endl;
+    }
+    int code = 0;
+    for (const SessionRecord& session : sessions) {
+        if (EndProcess(session.keeper, LOGOUT_PATIENCE)) {
+            store.RemoveSession(session.number);
+            std::cout << "Logout of " << describe(session) << " successful." << std::endl;
+        } else {
+            std::cerr << "iscsiadm: Could not logout of " << describe(session) << ".\n";
+            code = EXIT_LOGOUT;
+        }
+    }
+    return code;
+}
+
 } // namespace
 
 int Discover(const NodeStore& store, const Portal& portal)
@@ -159,6 +184,21 @@ int Login(const NodeStore& store, const Portal& portal)
     return firstCode;
 }
 
+int ListSessionsBriefly(const NodeStore& store)
+{
+    const NodeStore::Lock lock(store);
+    const std::vector<SessionRecord> sessions = store.LoadSessions();
+    if (sessions.empty()) {
+        std::cerr << "iscsiadm: No active sessions.\n";
+        return EXIT_NOTHING_FOUND;
+    }
+    for (const SessionRecord& session : sessions) {
+        std::cout << "tcp: [" << session.number << "] " << session.node.portal.ForUrl() << "," << session.node.group
+                  << " " << session.node.target << " (non-flash)\n";
+    }
+    return 0;
+}
+
 int ListSessions(const NodeStore& store)
 {
     const NodeStore::Lock lock(store);
@@ -182,28 +222,28 @@ int ListSessions(const NodeStore& store)
 int LogoutAll(const NodeStore& store)
 {
     const NodeStore::Lock lock(store);
-    const std::vector<SessionRecord> sessions = store.LoadSessions();
-    if (sessions.empty()) {
-        std::cerr << "iscsiadm: No matching sessions found\n";
+    return LogoutOf(store, store.LoadSessions());
+}
+
+int LogoutOne(const NodeStore& store, const std::string& target, const Portal& portal)
+{
+    const NodeStore::Lock lock(store);
+    std::vector<SessionRecord> sessions = store.LoadSessions();
+    const NodeRecord node = {target, portal};
+    sessions.erase(std::remove_if(sessions.begin(), sessions.end(),
+                                  [&node](const SessionRecord& session) { return !(session.node == node); }),
+                   sessions.end());
+    return LogoutOf(store, sessions);
+}
+
+int DeleteNode(const NodeStore& store, const std::string& target, const Portal& portal)
+{
+    const NodeStore::Lock lock(store);
+    if (!store.RemoveNode({target, portal})) {
+        std::cerr << "iscsiadm: No records found\n";
         return EXIT_NOTHING_FOUND;
     }
-    const auto describe = [](const SessionRecord& session) {
-        return "[sid: " + std::to_string(session.number) + ", " + Describe(session.node) + "]";
-    };
-    for (const SessionRecord& session : sessions) {
-        std::cout << "Logging out of session " << describe(session) << std::endl;
-    }
-    int code = 0;
-    for (const SessionRecord& session : sessions) {
-        if (EndProcess(session.keeper, LOGOUT_PATIENCE)) {
-            store.RemoveSession(session.number);
-            std::cout << "Logout of " << describe(session) << " successful." << std::endl;
-        } else {
-            std::cerr << "iscsiadm: Could not logout of " << describe(session) << ".\n";
-            code = EXIT_LOGOUT;
-        }
-    }
-    return code;
+    return 0;
 }
 
 } // namespace ZavSimNode

@@ -11,7 +11,10 @@ namespace ZavSimNode {
 int Discover(const NodeStore& store, const Portal& portal);
 int Login(const NodeStore& store, const Portal& portal);
 int ListSessions(const NodeStore& store);
+int ListSessionsBriefly(const NodeStore& store);
 int LogoutAll(const NodeStore& store);
+int LogoutOne(const NodeStore& store, const std::string& target, const Portal& portal);
+int DeleteNode(const NodeStore& store, const std::string& target, const Portal& portal);
 
 } // namespace ZavSimNode
 

@@ -20,6 +20,9 @@ int Run(const Command& command)
     if (command.action == Action::List) {
         return ListSessions(store);
     }
+    if (command.action == Action::ListBriefly) {
+        return ListSessionsBriefly(store);
+    }
     if (command.action == Action::Logout) {
         return LogoutAll(store);
     }
@@ -27,7 +30,16 @@ int Run(const Command& command)
     if (!portal) {
         return RejectUsage("Invalid portal " + command.portal);
     }
-    return command.action == Action::Discover ? Discover(store, *portal) : Login(store, *portal);
+    switch (command.action) {
+    case Action::Discover:
+        return Discover(store, *portal);
+    case Action::LogoutOne:
+        return LogoutOne(store, command.target, *portal);
+    case Action::Delete:
+        return DeleteNode(store, command.target, *portal);
+    default:
+        return Login(store, *portal);
+    }
 }
 
 } // namespace
@@ -37,7 +49,8 @@ int main(int argc, char** argv)
     const Command command = ParseCommand({argv + 1, argv + argc});
     if (command.action == Action::Unknown) {
         return RejectUsage("This stand-in knows only: -m discovery --op=new -t st -p ADDRESS; -m node -p ADDRESS -l; "
-                           "-m session -P 1; -m node -u");
+                           "-m session -P 1; -m session; -m node -u; -m node -T TARGET -p ADDRESS -u; "
+                           "-m node -T TARGET -p ADDRESS -o delete");
     }
     try {
         return Run(command);

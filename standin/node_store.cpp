@@ -144,13 +144,30 @@ std::vector<NodeRecord> NodeStore::LoadNodes() const
 void NodeStore::AddNodes(const std::vector<NodeRecord>& nodes) const
 {
     std::vector<NodeRecord> all = LoadNodes();
-    Json::Value list(Json::arrayValue);
     for (const NodeRecord& node : nodes) {
         if (std::find(all.begin(), all.end(), node) == all.end()) {
             all.push_back(node);
         }
     }
-    for (const NodeRecord& node : all) {
+    SaveNodes(all);
+}
+
+bool NodeStore::RemoveNode(const NodeRecord& node) const
+{
+    std::vector<NodeRecord> all = LoadNodes();
+    const auto end = std::remove(all.begin(), all.end(), node);
+    if (end == all.end()) {
+        return false;
+    }
+    all.erase(end, all.end());
+    SaveNodes(all);
+    return true;
+}
+
+void NodeStore::SaveNodes(const std::vector<NodeRecord>& nodes) const
+{
+    Json::Value list(Json::arrayValue);
+    for (const NodeRecord& node : nodes) {
         list.append(ToJson(node));
     }
     SaveJson(m_folder + "/nodes.json", list);

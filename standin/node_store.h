@@ -48,6 +48,9 @@ public:
     /// Adds the records that are not there yet; those that are stay as they are.
     void AddNodes(const std::vector<NodeRecord>& nodes) const;
 
+    /// False when there is no such record.
+    bool RemoveNode(const NodeRecord& node) const;
+
     /// The sessions whose keeper lives, by number. Records of the others are removed.
     std::vector<SessionRecord> LoadSessions() const;
 
@@ -56,6 +59,7 @@ public:
     void RemoveSession(int number) const;
 
 private:
+    void SaveNodes(const std::vector<NodeRecord>& nodes) const;
     std::string SessionPath(int number) const;
 
     std::string m_folder;

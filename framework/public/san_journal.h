@@ -11,12 +11,12 @@
 /// What this open provider of the framework offers beyond the product's interfaces.
 namespace OpenFramework {
 
-/// An object that this node made on an array, or set out to make.
+/// An object that this node made on an array, or set out to make; or, entered by a program, an iSCSI session with it.
 struct JournalEntry {
     std::string device; ///< the array's device id
-    std::string kind;   ///< "host", "host group", "LUN group" or "mapping view"
-    std::string name;
-    std::string id; ///< empty when the outcome is not known: it may be there under this name, or not
+    std::string kind;   ///< "host", "host group", "LUN group" or "mapping view"; "iSCSI session"
+    std::string name;   ///< of a session: its target
+    std::string id;     ///< of a session: its portal; empty when the outcome is not known: it may be there under this name, or not
 
     /// Seconds since the epoch, as Standing tells: when it was made, or was set out to be.
     std::int64_t time = 0;

@@ -19,7 +19,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST(NodeCommandLineTest, ParseKnowsItsFourCommandsAndNothingElse)
+TEST(NodeCommandLineTest, ParseKnowsItsCommandsAndNothingElse)
 {
     const Command discover = ParseCommand({"-m", "discovery", "--op=new", "-t", "st", "-p", "10.0.0.1"});
     EXPECT_EQ(Action::Discover, discover.action);
@@ -27,6 +27,12 @@ TEST(NodeCommandLineTest, ParseKnowsItsFourCommandsAndNothingElse)
     EXPECT_EQ(Action::Login, ParseCommand({"-m", "node", "-p", "10.0.0.1", "-l"}).action);
     EXPECT_EQ(Action::List, ParseCommand({"-m", "session", "-P", "1"}).action);
     EXPECT_EQ(Action::Logout, ParseCommand({"-m", "node", "-u"}).action);
+    EXPECT_EQ(Action::ListBriefly, ParseCommand({"-m", "session"}).action);
+    const Command logout = ParseCommand({"-m", "node", "-T", "iqn.a", "-p", "10.0.0.1:3260", "-u"});
+    EXPECT_EQ(Action::LogoutOne, logout.action);
+    EXPECT_EQ("iqn.a", logout.target);
+    EXPECT_EQ("10.0.0.1:3260", logout.portal);
+    EXPECT_EQ(Action::Delete, ParseCommand({"-m", "node", "-T", "a", "-p", "b", "-o", "delete"}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({"-m", "node"}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({"-m", "session", "-P", "2"}).action);

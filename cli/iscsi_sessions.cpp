@@ -1,0 +1,95 @@
+#include "cli/iscsi_sessions.h"
+
+#include "base/printable_text.h"
+#include "cli/block_device_uses.h"
+#include "cli/failure.h"
+#include "common/framework/shell_runner.h"
+
+#include <boost/filesystem.hpp>
+
+#include <regex>
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+int RunShell(const std::string& command, const Lines& params, Lines& out, Lines& err)
+{
+    return runShellCmdWithOutput(severity_level::Info, "zavctl", 0, command, params, out, err);
+}
+
+// Runs iscsiadm for one session. `gone` is its code for what is not there any more.
+void Run(const std::string& options, const IscsiSession& session, const std::string& what)
+{
+    constexpr int NOTHING_FOUND = 21;
+    Lines out;
+    Lines err;
+    const int code = RunShell("iscsiadm -m node -T '?' -p '?' " + options, {session.target, session.portal}, out, err);
+    if (code != 0 && code != NOTHING_FOUND) {
+        throw Failure(ExitCode::Refused, session.Naming() + ": " + what + ": iscsiadm said \"" +
+                                             Base::PrintableLines(err) + "\" (" + std::to_string(code) + ")");
+    }
+}
+
+// "sda" of /sys/class/iscsi_session/session1/device/target2:0:0/2:0:0:1/block/sda.
+std::vector<std::string> DisksOf(int session)
+{
+    std::vector<std::string> disks;
+    boost::system::error_code error;
+    const fs::path device = "/sys/class/iscsi_session/session" + std::to_string(session) + "/device";
+    for (fs::recursive_directory_iterator each(device, error), end; !error && each != end; each.increment(error)) {
+        if (each->path().parent_path().filename() == "block") {
+            disks.push_back(each->path().filename().string());
+            each.disable_recursion_pending();
+        }
+    }
+    return disks;
+}
+
+} // namespace
+
+std::string IscsiSession::Naming() const
+{
+    return "iSCSI session with " + target + " at " + portal;
+}
+
+namespace IscsiSessions {
+
+std::vector<IscsiSession> Standing()
+{
+    Lines out;
+    Lines err;
+    std::vector<IscsiSession> sessions;
+    if (RunShell("iscsiadm -m session", {}, out, err) != 0) {
+        return sessions;
+    }
+    static const std::regex line("^[a-z0-9]+: \\[([0-9]{1,9})\\] (\\S+:[0-9]+),-?[0-9]+ (\\S+)( \\(.*\\))?$");
+    std::smatch parts;
+    for (const std::string& each : out) { // "tcp: [1] 10.0.0.5:3260,1 iqn.2020-01.example:a (non-flash)"
+        if (std::regex_match(each, parts, line)) {
+            sessions.push_back({std::stoi(parts[1]), parts[3], parts[2]});
+        }
+    }
+    return sessions;
+}
+
+std::vector<std::string> UsesOf(const IscsiSession& session)
+{
+    std::vector<std::string> uses;
+    for (const std::string& disk : DisksOf(session.number)) {
+        for (const std::string& use : BlockDevice::UsesOf(disk)) {
+            uses.push_back("disk " + disk + " " + use);
+        }
+    }
+    return uses;
+}
+
+void End(const IscsiSession& session)
+{
+    Run("-u", session, "it does not end");
+    Run("-o delete", session, "its node record stays");
+}
+
+} // namespace IscsiSessions

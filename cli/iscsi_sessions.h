@@ -1,0 +1,31 @@
+#ifndef PRODUCT_STORAGE_CLI_ISCSI_SESSIONS_H
+#define PRODUCT_STORAGE_CLI_ISCSI_SESSIONS_H
+
+#include <string>
+#include <vector>
+
+/// A session of this node's iSCSI initiator, as iscsiadm names it.
+struct IscsiSession {
+    int number = 0; ///< the kernel's
+    std::string target;
+    std::string portal; ///< "10.0.0.5:3260", "[fd00::5]:3260"
+
+    /// "iSCSI session with TARGET at PORTAL".
+    std::string Naming() const;
+};
+
+namespace IscsiSessions {
+
+/// Those that stand; none where iscsiadm tells none or cannot be run.
+std::vector<IscsiSession> Standing();
+
+/// Why each of the session's disks may not be taken away: "disk sdb is mounted at /mnt", "… is open in process 71
+/// (dd)", "… is held by dm-0". Processes of other users are seen by root alone.
+std::vector<std::string> UsesOf(const IscsiSession& session);
+
+/// Logs out and deletes the node record. Throws Failure with iscsiadm's words when it refuses either.
+void End(const IscsiSession& session);
+
+} // namespace IscsiSessions
+
+#endif

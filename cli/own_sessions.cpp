@@ -1,0 +1,102 @@
+#include "cli/own_sessions.h"
+
+#include "cli/failure.h"
+#include "cli/own_journal.h"
+#include "cli/report.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace OwnSessions {
+
+namespace {
+
+const std::string KIND = "iSCSI session"; // in the journal; the target is its name, the portal its id
+
+bool AreSame(const IscsiSession& one, const IscsiSession& other)
+{
+    return one.target == other.target && one.portal == other.portal;
+}
+
+bool Has(const std::vector<IscsiSession>& sessions, const IscsiSession& session)
+{
+    return std::any_of(sessions.begin(), sessions.end(),
+                       [&session](const IscsiSession& each) { return AreSame(each, session); });
+}
+
+bool IsWith(const std::vector<std::string>& addresses, const IscsiSession& session)
+{
+    const std::string host = session.portal.substr(0, session.portal.rfind(':'));
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [&host](const std::string& address) { return host == address || host == "[" + address + "]"; });
+}
+
+OwnJournal::Entry EntryOf(const ArrayLogin& login, const IscsiSession& session)
+{
+    return {login.DeviceId(), KIND, session.target, session.portal};
+}
+
+} // namespace
+
+Begin::Begin(const ArrayLogin& login)
+    : m_login(login)
+    , m_before(OwnJournal::IsKept() ? IscsiSessions::Standing() : std::vector<IscsiSession>())
+{
+}
+
+Begin::~Begin()
+{
+    if (!OwnJournal::IsKept()) {
+        return;
+    }
+    try {
+        for (const IscsiSession& session : IscsiSessions::Standing()) {
+            if (!Has(m_before, session) && IsWith(m_login.Device().storageIps, session)) {
+                OwnJournal::Enter(EntryOf(m_login, session));
+            }
+        }
+    } catch (const std::exception& error) {
+        Report::Tell(std::string("sessions that began stand in no journal: ") + error.what());
+    }
+}
+
+std::vector<IscsiSession> Standing(const ArrayLogin& login)
+{
+    const std::vector<IscsiSession> all = IscsiSessions::Standing();
+    std::vector<IscsiSession> own;
+    for (const OwnJournal::Entry& entry : OwnJournal::Standing(login.DeviceId())) {
+        if (entry.kind != KIND) {
+            continue;
+        }
+        const auto session = std::find_if(all.begin(), all.end(), [&entry](const IscsiSession& each) {
+            return each.target == entry.name && each.portal == entry.id;
+        });
+        if (session != all.end()) {
+            own.push_back(*session);
+        } else {
+            OwnJournal::Drop(entry);
+        }
+    }
+    return own;
+}
+
+void RequireIdle(const std::vector<IscsiSession>& sessions)
+{
+    for (const IscsiSession& session : sessions) {
+        const std::vector<std::string> uses = IscsiSessions::UsesOf(session);
+        if (!uses.empty()) {
+            throw Failure(ExitCode::Foreign, session.Naming() + ": " + uses.front() + "; nothing was changed");
+        }
+    }
+}
+
+void End(const ArrayLogin& login, const std::vector<IscsiSession>& sessions)
+{
+    for (const IscsiSession& session : sessions) {
+        IscsiSessions::End(session);
+        OwnJournal::Drop(EntryOf(login, session));
+        Report::Step(session.Naming() + " has ended");
+    }
+}
+
+} // namespace OwnSessions
