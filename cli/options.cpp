@@ -22,4 +22,9 @@ void AddFormat(CLI::App& command, Report::Format& format)
         ->option_text("table|json");
 }
 
+void AddNewKey(CLI::App& command, bool& isWanted)
+{
+    command.add_flag("--new-key", isWanted, "Make this node's key, where it has none yet");
+}
+
 } // namespace Options

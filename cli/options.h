@@ -14,6 +14,7 @@ inline constexpr const char* FORMAT = "--output";
 
 void AddEnvironment(CLI::App& command, std::string& path);
 void AddFormat(CLI::App& command, Report::Format& format);
+void AddNewKey(CLI::App& command, bool& isWanted);
 
 } // namespace Options
 

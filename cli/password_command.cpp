@@ -1,26 +1,23 @@
 #include "cli/commands.h"
 
 #include "base/secret.h"
-#include "cli/failure.h"
+#include "cli/node_key.h"
+#include "cli/options.h"
 #include "cli/password_prompt.h"
-#include "common/framework/security.h"
 
 #include <iostream>
+#include <memory>
 #include <string>
 
 namespace {
 
-ExitCode EncryptPassword(LogTail& /*log*/, StopSignals& /*signals*/)
+ExitCode EncryptPassword(bool isNewKeyWanted)
 {
+    const NodeKey key(isNewKeyWanted);
     std::string password;
     const Secret::ScopedWipe wipePassword(password);
     ReadPassword("Password", password);
-    std::string cipher;
-    std::string errorText;
-    if (!SecuritySS::ZelkEncryptInfo(password, cipher, errorText)) {
-        throw Failure(ExitCode::Unusable, "password: " + errorText);
-    }
-    std::cout << cipher << std::endl;
+    std::cout << key.Encrypt(password) << std::endl;
     return ExitCode::Done;
 }
 
@@ -30,8 +27,12 @@ void AddPasswordCommand(CLI::App& app, Run& run)
 {
     CLI::App* const command = app.add_subcommand("password", "Stored passwords");
     command->require_subcommand(1);
-    command
-        ->add_subcommand("encrypt", "Read a password from a prompt or standard input and print what an environment's "
-                                    "encrypted_passwords takes")
-        ->callback([&run] { run = EncryptPassword; });
+    const auto isNewKeyWanted = std::make_shared<bool>(false);
+    CLI::App* const encrypt = command->add_subcommand(
+        "encrypt", "Read a password from a prompt or standard input and print what an environment's "
+                   "encrypted_passwords takes");
+    Options::AddNewKey(*encrypt, *isNewKeyWanted);
+    encrypt->callback([isNewKeyWanted, &run] {
+        run = [isNewKeyWanted](LogTail& /*log*/, StopSignals& /*signals*/) { return EncryptPassword(*isNewKeyWanted); };
+    });
 }

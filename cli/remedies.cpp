@@ -11,7 +11,7 @@ struct TextRow {
 };
 
 // The first that fits. Numbers in parentheses are an array's codes, or libcurl's.
-constexpr std::array<TextRow, 42> BY_TEXT = {{
+constexpr std::array<TextRow, 44> BY_TEXT = {{
     // on the way to the array
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
@@ -43,6 +43,11 @@ constexpr std::array<TextRow, 42> BY_TEXT = {{
                             "into the environment"},
     {"the environment has no", "add what is missing to the environment; docs/zavctl.md has a whole one"},
     {"standard output cannot be written", "make room where the output goes, or send it elsewhere"},
+    {"there is no key in",
+     "add --new-key where this node never had a key; else put its key back from the copy: what was "
+     "encrypted with it can be read with no other"},
+    {"no new key is made", "leave out --new-key; a key that is to be replaced has to be moved away first, and what was "
+                           "encrypted with it to be encrypted anew"},
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},

@@ -1,5 +1,6 @@
 #include "common/framework/security.h"
 
+#include "framework/public/node_key.h"
 #include "tests/framework/support/framework_test.h"
 #include "tests/framework/support/probe.h"
 
@@ -255,6 +256,25 @@ TEST_F(SecurityTest, NothingOfACredentialIsLogged)
     EXPECT_FALSE(SecuritySS::ZelkDecryptInfo(cipher + "AAAA", plain));
     EXPECT_THAT(ReadText(LogPath()), testing::Not(HasSubstr("s3cr3t")));
     EXPECT_THAT(ReadText(LogPath()), testing::Not(HasSubstr(cipher.substr(12))));
+}
+
+TEST_F(SecurityTest, KeyIsLookedAtWithoutBeingMade)
+{
+    const OpenFramework::NodeKey missing = OpenFramework::LookAtNodeKey();
+    EXPECT_EQ(OpenFramework::NodeKey::State::Missing, missing.state);
+    EXPECT_EQ(KeyPath(), missing.path);
+    EXPECT_FALSE(std::filesystem::exists(KeyPath()));
+
+    Encrypt("text");
+    const OpenFramework::NodeKey usable = OpenFramework::LookAtNodeKey();
+    EXPECT_EQ(OpenFramework::NodeKey::State::Usable, usable.state);
+    EXPECT_EQ("", usable.problem);
+
+    chmod(KeyPath().c_str(), 0640);
+    const OpenFramework::NodeKey refused = OpenFramework::LookAtNodeKey();
+    EXPECT_EQ(OpenFramework::NodeKey::State::Refused, refused.state);
+    EXPECT_EQ("The key file " + KeyPath() + " is refused: others than its owner may use it: its mode must be 0600",
+              refused.problem);
 }
 
 } // namespace

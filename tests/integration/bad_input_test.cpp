@@ -239,7 +239,7 @@ TEST_F(BadInputTest, DeviceRecordWhoseMembersAreNoTextsIsNamedAndLeftAlone)
 TEST_F(BadInputTest, PasswordBeyondTheLongestIsRefusedAndTheLongestTaken)
 {
     const std::string longest(4096, 'p');
-    EXPECT_EQ(0, RunZavctl({"password", "encrypt"}, longest + "\n").status);
+    EXPECT_EQ(0, RunZavctl({"password", "encrypt", "--new-key"}, longest + "\n").status);
     const Base::ProgramResult outcome = RunZavctl({"password", "encrypt"}, longest + "p\n");
     EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("zavctl: password: longer than 4096 bytes\n"));

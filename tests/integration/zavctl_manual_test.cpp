@@ -12,6 +12,10 @@
 
 namespace {
 
+const std::vector<Process::Arguments> COMMANDS = {
+    {},          {"init"},     {"inventory"},           {"cleanup"}, {"tidy"},
+    {"cluster"}, {"password"}, {"password", "encrypt"}, {"config"},  {"config", "check"}};
+
 class ZavctlManualTest : public Stage {
 protected:
     /// The page names addresses and folders as users have them; the test has others in their place.
@@ -32,12 +36,19 @@ protected:
         return std::regex_replace(names, std::regex("AES256GCM\\.1\\.[A-Za-z0-9+/=]+"), "AES256GCM.1.CIPHER");
     }
 
+    std::string Help(Process::Arguments command) const
+    {
+        command.emplace_back("--help");
+        return RunZavctl(command).output;
+    }
+
 private:
     std::vector<std::pair<std::string, std::string>> m_moves;
 };
 
 TEST_F(ZavctlManualTest, CommandsPrintWhatTheManualShows)
 {
+    Configure({{"Security.KeyFile", ProductPath("conf/product.key")}});
     ArrayOptions options;
     options.serial = "2102350000"; // as the page has it; names and numbers of LUNs follow from it
     const Array& array = StartArray(options);
@@ -65,13 +76,12 @@ TEST_F(ZavctlManualTest, CommandsAndOptionsAreThoseOfTheProgram)
 {
     const std::regex option("--[a-z-]+");
     std::set<std::string> offered = {"--help"};
-    for (const char* const command : {"", "init", "inventory", "cleanup", "tidy", "cluster", "password", "config"}) {
-        const std::string name = command;
-        const std::string help =
-            RunZavctl(name.empty() ? Process::Arguments{"--help"} : Process::Arguments{name, "--help"}).output;
+    for (const Process::Arguments& command : COMMANDS) {
+        const std::string name = command.empty() ? "" : command[0] + " "; // a section tells of all below its command
+        const std::string help = Help(command);
         for (std::sregex_iterator each(help.begin(), help.end(), option), end; each != end; ++each) {
             if (each->str() != "--help") { // each has it; told once
-                offered.insert(name.empty() ? each->str() : name + " " + each->str());
+                offered.insert(name + each->str());
             }
         }
     }

@@ -25,6 +25,7 @@ protected:
 
 TEST_F(ZavctlTerminalTest, PasswordIsAskedForAndNotShown)
 {
+    EncryptedPassword(); // with the node's key, which is there from now on
     const std::unique_ptr<Process> zavctl = StartOnTerminal("<\"$TERMINAL\" 2>\"$TERMINAL\"", {"password", "encrypt"});
     m_terminal.WaitFor("Password: ");
     EXPECT_FALSE(m_terminal.IsEchoing());
@@ -43,6 +44,7 @@ TEST_F(ZavctlTerminalTest, PasswordIsAskedForAndNotShown)
 
 TEST_F(ZavctlTerminalTest, EndOfInputInsteadOfAPasswordIsToldAndTheTerminalEchoesAgain)
 {
+    EncryptedPassword(); // with the node's key, which is there from now on
     const std::unique_ptr<Process> zavctl = StartOnTerminal("<\"$TERMINAL\" 2>\"$TERMINAL\"", {"password", "encrypt"});
     m_terminal.WaitFor("Password: ");
     m_terminal.Type("\x04");

@@ -154,7 +154,7 @@ make_product() {
 {
   "managementIps": ["127.0.0.1"],
   "userNames": ["admin"],
-  "encryptedPasswords": ["$(printf 'zavsim-admin\n' | "$zavctl" password encrypt)"],
+  "encryptedPasswords": ["$(printf 'zavsim-admin\n' | "$zavctl" password encrypt --new-key)"],
   "certificates": ["array"],
   "ports": [8088],
   "protocols": [0],

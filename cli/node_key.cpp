@@ -1,0 +1,72 @@
+#include "cli/node_key.h"
+
+#include "cli/consent.h"
+#include "cli/failure.h"
+#include "cli/report.h"
+#include "common/framework/security.h"
+
+#ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
+
+#include "framework/public/node_key.h"
+
+using State = OpenFramework::NodeKey::State;
+
+namespace {
+
+std::string NoKeyIn(const std::string& path)
+{
+    return "there is no key in " + path + " yet";
+}
+
+bool IsWantedByAPerson(const std::string& path)
+{
+    return Consent::CanBeAsked() && Consent::Give(NoKeyIn(path) + ": make one?");
+}
+
+} // namespace
+
+NodeKey::NodeKey(bool isNewWanted)
+{
+    const OpenFramework::NodeKey found = OpenFramework::LookAtNodeKey();
+    if (found.state == State::Missing) {
+        if (!isNewWanted && !IsWantedByAPerson(found.path)) {
+            throw Failure(ExitCode::Unusable, NoKeyIn(found.path));
+        }
+        m_newPath = found.path;
+    } else if (isNewWanted) {
+        throw Failure(ExitCode::Unusable,
+                      "no new key is made: " + (found.state == State::Usable
+                                                    ? "there is one in " + found.path + ", which stays as it is"
+                                                    : found.problem));
+    }
+}
+
+std::string NodeKey::Problem()
+{
+    const OpenFramework::NodeKey found = OpenFramework::LookAtNodeKey();
+    return found.state == State::Missing ? NoKeyIn(found.path) : found.problem;
+}
+
+#else
+
+NodeKey::NodeKey(bool /*isNewWanted*/) {}
+
+std::string NodeKey::Problem()
+{
+    return {};
+}
+
+#endif
+
+std::string NodeKey::Encrypt(const std::string& password) const
+{
+    std::string cipher;
+    std::string errorText;
+    if (!SecuritySS::ZelkEncryptInfo(password, cipher, errorText)) {
+        throw Failure(ExitCode::Unusable, "password: " + errorText);
+    }
+    if (!m_newPath.empty()) {
+        Report::Step("made a new key, " + m_newPath + ": keep a copy of it in a safe place");
+    }
+    return cipher;
+}
