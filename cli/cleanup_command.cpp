@@ -171,7 +171,7 @@ void TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan,
 
 ExitCode RunCleanup(const CleanupOptions& options)
 {
-    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     const std::string path = DeviceRecord(login.DeviceId()).Path();
     ArrayObjects objects(*api, login.Device().url);
@@ -227,6 +227,7 @@ void AddCleanupCommand(CLI::App& app, Run& run)
                      "Take this host group apart although hosts of others are in it")
         ->option_text("ID");
     command->callback([options, &run] {
+        Options::CompleteEnvironment(options->environmentPath);
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunCleanup(*options); };
     });
 }

@@ -1,28 +1,65 @@
 #include "cli/environment_file.h"
 
+#include "base/files.h"
 #include "cli/failure.h"
 
 #include <google/protobuf/util/json_util.h>
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
 #include <sstream>
 #include <system_error>
 
-EnvironmentPath ReadEnvironment(const std::string& path)
+namespace {
+
+constexpr std::size_t LONGEST_INPUT = 1048576; // what never ends is no environment
+
+Failure Unreadable(const std::string& path, const std::string& reason, int error)
 {
+    return {ExitCodeOfFile(error), "environment " + NameOfEnvironment(path) + ": " + reason};
+}
+
+std::string ReadStandardInput()
+{
+    std::string text;
+    const int error = Base::ReadToEnd(STDIN_FILENO, LONGEST_INPUT, text);
+    if (error != 0) {
+        throw Unreadable(STANDARD_INPUT, Base::ErrorText(error), error);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string NameOfEnvironment(const std::string& path)
+{
+    return path == STANDARD_INPUT ? "standard input" : path;
+}
+
+std::string ReadEnvironmentText(const std::string& path)
+{
+    if (path == STANDARD_INPUT) {
+        return ReadStandardInput();
+    }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
     if (!file || errno != 0) {
-        const std::string reason = errno != 0 ? std::generic_category().message(errno) : "cannot be read";
-        throw Failure(ExitCodeOfFile(errno), "environment " + path + ": " + reason);
+        const int error = errno;
+        throw Unreadable(path, error != 0 ? std::generic_category().message(error) : "cannot be read", error);
     }
+    return text.str();
+}
+
+EnvironmentPath ReadEnvironment(const std::string& path)
+{
     EnvironmentPath env;
-    const auto status = google::protobuf::util::JsonStringToMessage(text.str(), &env);
+    const auto status = google::protobuf::util::JsonStringToMessage(ReadEnvironmentText(path), &env);
     if (!status.ok()) {
-        throw Failure(ExitCode::Unusable, "environment " + path + ": " + std::string(status.message()));
+        throw Unreadable(path, std::string(status.message()), 0);
     }
     return env;
 }

@@ -5,8 +5,17 @@
 
 #include <string>
 
-/// Reads an environment from a file that holds the message as protobuf JSON. Throws Failure when the file cannot be
-/// read or is no such message.
+/// The path that stands for standard input, which can be read once.
+inline constexpr const char* STANDARD_INPUT = "-";
+
+/// What a path is called before users.
+std::string NameOfEnvironment(const std::string& path);
+
+/// The text of an environment, whatever it is. Throws Failure when it cannot be read.
+std::string ReadEnvironmentText(const std::string& path);
+
+/// Reads an environment from a file, or from standard input, that holds the message as protobuf JSON. Throws Failure
+/// when it cannot be read or is no such message.
 EnvironmentPath ReadEnvironment(const std::string& path);
 
 #endif

@@ -41,8 +41,8 @@ void WarnOfTwins(const std::vector<Target>& targets)
                    !HaveACommonAddress(earlier.env, other->env);
         });
         if (one != other) {
-            Report::Tell("warning: the arrays of " + one->path + " (" + one->login->Device().url + ") and " +
-                             other->path + " (" + other->login->Device().url + ") have one device id, " +
+            Report::Tell("warning: the arrays of " + one->name + " (" + one->login->Device().url + ") and " +
+                             other->name + " (" + other->login->Device().url + ") have one device id, " +
                              one->login->DeviceId() + ", and so one record on this node",
                          Report::Look::Warning);
         }
@@ -74,7 +74,7 @@ ExitCode RunInit(const InitOptions& options, StopSignals& stopSignals, LogTail& 
 {
     std::vector<Target> targets;
     for (const std::string& path : options.environmentPaths) {
-        targets.push_back({path, ReadEnvironment(path), nullptr});
+        targets.push_back({path, NameOfEnvironment(path), ReadEnvironment(path), nullptr});
     }
     Preparation::Wishes wishes;
     wishes.adopts = !options.adoptsNothing;
@@ -97,11 +97,7 @@ void AddInitCommand(CLI::App& app, Run& run)
     const auto options = std::make_shared<InitOptions>();
     CLI::App* const command =
         app.add_subcommand("init", "Prepare this node on the arrays of environments and print what ties it to them");
-    command
-        ->add_option("--env", options->environmentPaths,
-                     "An environment: a file with the EnvironmentPath message as protobuf JSON; may be repeated")
-        ->required()
-        ->allow_extra_args(false);
+    Options::AddEnvironments(*command, options->environmentPaths);
     Options::AddFormat(*command, options->format);
     command->add_option("--watch", options->watchSeconds, "Stay and see every SECONDS that the node is still prepared")
         ->option_text("SECONDS")
@@ -110,6 +106,7 @@ void AddInitCommand(CLI::App& app, Run& run)
                       "Refuse, before anything is made, to use a host that holds this node's initiator and was not "
                       "made here");
     command->callback([options, &run] {
+        Options::CompleteEnvironments(options->environmentPaths);
         run = [options](LogTail& log, StopSignals& signals) { return RunInit(*options, signals, log); };
     });
 }

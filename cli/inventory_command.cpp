@@ -185,7 +185,7 @@ void PrintJson(ZavRestApi& api, const std::string& url, const InventoryOptions& 
 
 ExitCode RunInventory(const InventoryOptions& options)
 {
-    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     const std::string& url = login.Device().url;
     const Inventory inventory = ReadInventory(*api, url);
@@ -209,6 +209,7 @@ void AddInventoryCommand(CLI::App& app, Run& run)
         ->option_text("N")
         ->check(CLI::Range(1U, 100000U));
     command->callback([options, &run] {
+        Options::CompleteEnvironment(options->environmentPath);
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunInventory(*options); };
     });
 }

@@ -6,13 +6,25 @@
 #include <CLI/App.hpp>
 
 #include <string>
+#include <vector>
 
 /// Options that several commands have.
 namespace Options {
 
 inline constexpr const char* FORMAT = "--output";
 
+/// Where no --env is given, this variable names environments, with colons between them.
+inline constexpr const char* ENVIRONMENT_VARIABLE = "ZAVCTL_ENV";
+
+/// --env, for one environment or for several.
 void AddEnvironment(CLI::App& command, std::string& path);
+void AddEnvironments(CLI::App& command, std::vector<std::string>& paths);
+
+/// For the command's callback: puts what the variable names where nothing was given. Throws CLI::Error when it names
+/// nothing either, or more than the command takes, or when standard input would have to be read twice.
+void CompleteEnvironment(std::string& path);
+void CompleteEnvironments(std::vector<std::string>& paths);
+
 void AddFormat(CLI::App& command, Report::Format& format);
 void AddNewKey(CLI::App& command, bool& isWanted);
 

@@ -53,7 +53,7 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
     const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
     try {
         if (!isDone) {
-            throw Failure::OfLibrary(target.path + ": this node could not be prepared on " + login.Device().url);
+            throw Failure::OfLibrary(target.name + ": this node could not be prepared on " + login.Device().url);
         }
         CorrectRecord(login);
         MappingChain(login, DeviceRecord(login.DeviceId()).Message()).MendOrFail();
@@ -92,7 +92,7 @@ Outcome LogIntoAll(std::vector<Target>& targets, LogTail& log)
     for (Target& target : targets) {
         if (target.login == nullptr) {
             Try(target, log, outcome,
-                [&target] { target.login = std::make_unique<ArrayLogin>(target.path, target.env); });
+                [&target] { target.login = std::make_unique<ArrayLogin>(target.name, target.env); });
         }
     }
     return outcome;

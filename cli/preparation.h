@@ -17,6 +17,7 @@ namespace Preparation {
 /// One array to prepare this node on.
 struct Target {
     std::string path; ///< of the environment
+    std::string name; ///< as it is told
     EnvironmentPath env;
     std::unique_ptr<ArrayLogin> login; ///< none until it succeeded
 };

@@ -32,7 +32,7 @@ std::string Naming(const Leftovers::Object& object)
 
 ExitCode RunTidy(const TidyOptions& options)
 {
-    const ArrayLogin login(options.environmentPath, ReadEnvironment(options.environmentPath));
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const std::string path = DeviceRecord(login.DeviceId()).Path();
     std::optional<NodeLock> lock(path);
     Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
@@ -88,6 +88,8 @@ void AddTidyCommand(CLI::App& app, Run& run)
     Options::AddEnvironment(*command, options->environmentPath);
     command->add_flag("-y,--yes", options->isAgreed, "Do not ask");
     command->add_flag("--dry-run", options->isDry, "Print what is left over and change nothing");
-    command->callback(
-        [options, &run] { run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunTidy(*options); }; });
+    command->callback([options, &run] {
+        Options::CompleteEnvironment(options->environmentPath);
+        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunTidy(*options); };
+    });
 }

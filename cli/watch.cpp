@@ -95,7 +95,9 @@ bool Watch::AwaitChange()
         }
     }
     for (Preparation::Target& target : m_targets) {
-        target.env = ReadEnvironment(target.path);
+        if (target.path != STANDARD_INPUT) { // which has no more to say
+            target.env = ReadEnvironment(target.path);
+        }
     }
     return false;
 }
@@ -104,7 +106,7 @@ std::string Watch::Inputs() const
 {
     std::string all = Base::ReadFileIfThere(ConfigReader::getFile()).value_or("");
     for (const Preparation::Target& target : m_targets) {
-        all += Base::ReadFileIfThere(target.path).value_or("");
+        all += target.path == STANDARD_INPUT ? "" : Base::ReadFileIfThere(target.path).value_or("");
     }
     return all;
 }
@@ -119,7 +121,7 @@ void Watch::TellChanges(const Preparation::Outcome& outcome)
             Tell(failure->second, Report::Now() + " lost: ");
             m_lost.insert(&target);
         } else if (!isLost && wasLost) {
-            Report::Tell(Report::Now() + " recovered: " + target.path);
+            Report::Tell(Report::Now() + " recovered: " + target.name);
             m_lost.erase(&target);
         }
     }

@@ -60,6 +60,7 @@ Stage::Stage()
     WriteConfiguration();
     MakeNode();
     setenv("PRODUCT_STORAGE_CONFIG", (m_folder.File("backupnode.ini")).c_str(), 1);
+    unsetenv("ZAVCTL_ENV");
     setenv("ZAVSIM_NODE_INITIATOR_FILE", (m_folder.File("node/initiatorname.iscsi")).c_str(), 1);
     setenv("ZAVSIM_NODE_STATE", (m_folder.File("node/state")).c_str(), 1);
 }
