@@ -3,6 +3,8 @@
 #include "cli/failure.h"
 #include "cli/own_journal.h"
 #include "common/result_codes.h"
+#include "device/delete_resource.h"
+#include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
@@ -29,6 +31,11 @@ const std::array<MadeKind, 4> MADE_KINDS = {{
     {&LUN_GROUP, &DeviceMessage::lunGroupId, &DeviceMessage::lunGroupName},
     {&HOST, &DeviceMessage::hostId, &DeviceMessage::hostName},
 }};
+
+std::string HoldingOf(const ObjectKind& member, const std::string& id)
+{
+    return "holds " + std::string(member.words) + " " + id;
+}
 
 bool IsKind(const ObjectKind& one, const ObjectKind& other)
 {
@@ -89,7 +96,9 @@ bool Leftovers::Has(const Object& object) const
 bool Leftovers::IsMine(const ObjectKind& kind, const std::string& id) const
 {
     return std::any_of(m_entries.begin(), m_entries.end(),
-                       [&](const OwnJournal::Entry& entry) { return entry.kind == kind.words && entry.id == id; });
+                       [&](const OwnJournal::Entry& entry) { return entry.kind == kind.words && entry.id == id; }) ||
+           std::any_of(m_objects.begin(), m_objects.end(), // whose ids the journal may not know
+                       [&](const Object& object) { return IsKind(*object.kind, kind) && object.id == id; });
 }
 
 bool Leftovers::IsOwnGroup(const std::string& hostGroupId) const
@@ -114,7 +123,7 @@ void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vect
                              const std::string& own = {}) {
         for (const std::string& each : ids) {
             if (each != own) {
-                uses.push_back("holds " + std::string(member.words) + " " + each);
+                uses.push_back(HoldingOf(member, each));
             }
         }
     };
@@ -132,6 +141,25 @@ void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vect
             }
         }
     }
+}
+
+std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId)
+{
+    DeviceOperate device;
+    std::vector<std::string> own;
+    std::string iqn;
+    device.GetFCInitor(own);
+    device.GetIscsiInitor(iqn);
+    own.push_back(iqn);
+    std::vector<std::string> uses;
+    AddHeld(HOST, hostId, uses);
+    const auto isOwn = [&own](const std::string& use) {
+        return std::any_of(own.begin(), own.end(), [&use](const std::string& initiator) {
+            return use == HoldingOf(ISCSI_INITIATOR, initiator) || use == HoldingOf(FC_INITIATOR, initiator);
+        });
+    };
+    uses.erase(std::remove_if(uses.begin(), uses.end(), isOwn), uses.end());
+    return uses;
 }
 
 // A recorded group goes on to be used by the recorded view.
@@ -229,14 +257,14 @@ void Leftovers::Remove(const Object& object)
         takeOut(SNAPSHOT, [&](auto& each) { return m_api->RemoveSnapshotFromLunGroup(object.id, each, errorText); });
         require(m_api->DeleteLunGroup(object.id, errorText), "delete");
     } else {
-        if (!object.inUse.empty()) { // whoever put them there uses it: initiators are not this command's to move
-            throw Failure(ExitCode::Foreign,
-                          m_login.Device().url + ": " + naming + " stays: it " + object.inUse.front());
+        const std::vector<std::string> uses = UsesOfHostByOthers(object.id);
+        if (!uses.empty()) { // initiators of others are not this command's to move
+            throw Failure(ExitCode::Foreign, m_login.Device().url + ": " + naming + " stays: it " + uses.front());
         }
         for (std::string& group : m_array.Associated(HOST, object.id, HOST_GROUP)) {
             require(m_api->RemoveHost(object.id, group, errorText), "take out of host group " + group);
         }
-        require(m_api->DeleteHost(object.id, errorText), "delete");
+        require(DeleteResource().DeleteHost(object.id, m_api), "delete"); // behind its initiators
     }
     OwnJournal::Drop(entry);
 }

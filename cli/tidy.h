@@ -37,7 +37,8 @@ public:
     std::vector<Object> OfOthers();
 
     /// Takes one apart, when it still bears its name and is in no use that `object` does not tell: its associations,
-    /// then the object itself; members stay. A host that has initiators is left. Throws Failure naming what refused.
+    /// then the object itself; members stay. A host goes with this node's own initiators; one that has others, or is in
+    /// a group of others, is left. Throws Failure naming what refused.
     void Remove(const Object& object);
 
 private:
@@ -48,6 +49,7 @@ private:
     void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
     bool IsOwnGroup(const std::string& hostGroupId) const;
     bool IsMine(const ObjectKind& kind, const std::string& id) const;
+    std::vector<std::string> UsesOfHostByOthers(const std::string& hostId);
 
     const ArrayLogin& m_login;
     const boost::shared_ptr<ZavRestApi> m_api;

@@ -61,7 +61,7 @@ ExitCode RunTidy(const TidyOptions& options)
         lock.emplace(path);
     }
     Leftovers now(login, DeviceRecord(login.DeviceId()).Message());
-    ExitCode code = ExitCode::Done;
+    std::optional<Failure> first;
     for (const Leftovers::Object& object : leftovers.Objects()) {
         if (!now.Has(object)) {
             Report::Step("not left over any more: " + Naming(object));
@@ -71,11 +71,17 @@ ExitCode RunTidy(const TidyOptions& options)
             now.Remove(object);
             Report::Step("removed " + Naming(object));
         } catch (const Failure& failure) {
-            Report::Tell(failure.what());
-            code = failure.Code();
+            if (first) {
+                Report::Tell(failure.what());
+            } else {
+                first = failure;
+            }
         }
     }
-    return code;
+    if (first) {
+        throw Failure(*first);
+    }
+    return ExitCode::Done;
 }
 
 } // namespace

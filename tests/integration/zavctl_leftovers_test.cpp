@@ -11,6 +11,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
 
 namespace {
 
@@ -303,6 +304,33 @@ TEST_F(ZavctlLeftoversTest, CleanupLeavesAHostThatTheJournalDoesNotName)
     EXPECT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(cleanup.errors, HasSubstr("host 1 stays: the journal of what this node makes does not name it"));
     EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(ZavctlLeftoversTest, TidyTakesAHostOfThisNodesAwayThatHoldsItsInitiatorsAlone)
+{
+    ASSERT_EQ(0, Init().status);
+    boost::filesystem::remove(ZavctlRecordPath(m_array));
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(0, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr(std::string("which holds iSCSI initiator ") + NODE_IQN));
+    ExpectNothingLeft();
+}
+
+TEST_F(ZavctlLeftoversTest, TidyLeavesAHostThatHoldsSomebodyElsesInitiatorAndEndsWithTheCause)
+{
+    ASSERT_EQ(0, Init().status);
+    boost::filesystem::remove(ZavctlRecordPath(m_array));
+    m_array.Operate("POST", "iscsi_initiator", R"({"TYPE":"222","ID":"iqn.2020-01.another.node"})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"1","ID":"iqn.2020-01.another.node"})");
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(5, tidy.status);
+    EXPECT_THAT(tidy.errors,
+                ::testing::ContainsRegex("host 1 stays: it holds iSCSI initiator iqn.2020-01.another.node\n"
+                                         "zavctl: remedy: [^\n]*\n$"));
+    EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"),
+                UnorderedElementsAre("iqn.2020-01.another.node", NODE_IQN));
     EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
 }
 
