@@ -133,7 +133,8 @@ void PlayAll(const Options& options, const World::Wishes& wishes, unsigned int j
         ++counts.played;
         if (!problem.empty() && ++counts.broken <= 10) {
             const Schedule least = Shrink(schedule, wishes, folder.Product(), page);
-            TellBroken(least, options, Play(least, wishes, folder.Product(), page));
+            const std::string again = Play(least, wishes, folder.Product(), page);
+            TellBroken(least, options, again.empty() ? "once, and not when played again: " + problem : again);
         }
     }
 }
