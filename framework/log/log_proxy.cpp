@@ -17,6 +17,16 @@ class TextBuffer : public std::streambuf {
 public:
     const std::string& Text() const { return m_text; }
 
+    /// Makes room for another text in the same memory, unless that is more than usual.
+    void Clear()
+    {
+        constexpr std::size_t USUAL_SIZE = 4096;
+        m_text.clear();
+        if (m_text.capacity() > USUAL_SIZE) {
+            std::string().swap(m_text);
+        }
+    }
+
 protected:
     int_type overflow(int_type character) override
     {
@@ -39,10 +49,34 @@ private:
 } // namespace
 
 struct LogProxy::Line {
-    Line(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName, int number)
+    Line()
         : stream(&buffer)
     {
         stream.imbue(std::locale::classic()); // numbers look the same whatever locale the program has
+    }
+
+    /// The line that this thread wrote last, kept for the next: a stream costs more to make than to write to. Empty
+    /// within a line, and at the thread's end.
+    static std::unique_ptr<Line> TakeSpare() noexcept { return Spare::isOver ? nullptr : std::move(OwnSpare().line); }
+
+    static void KeepAsSpare(std::unique_ptr<Line> line) noexcept
+    {
+        if (!Spare::isOver) {
+            OwnSpare().line = std::move(line);
+        }
+    }
+
+    void Begin(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
+               int number)
+    {
+        isCodeOpen = true;
+        buffer.Clear();
+        stream.clear();
+        stream.flags(std::ios::dec | std::ios::skipws); // whatever the line before set
+        stream.precision(USUAL_PRECISION);
+        stream.width(0);
+        stream.fill(' ');
+        record.code = 0;
         record.level = level;
         record.moduleName = moduleName;
         record.requestId = requestId;
@@ -54,6 +88,21 @@ struct LogProxy::Line {
     bool isCodeOpen = true; ///< nothing was streamed yet
     TextBuffer buffer;
     std::ostream stream;
+
+private:
+    static constexpr std::streamsize USUAL_PRECISION = 6;
+
+    struct Spare {
+        ~Spare() { isOver = true; }
+        std::unique_ptr<Line> line;
+        inline static thread_local bool isOver = false; // is there still when the rest is gone
+    };
+
+    static Spare& OwnSpare() noexcept
+    {
+        thread_local Spare spare;
+        return spare;
+    }
 };
 
 LogProxy::LogProxy(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
@@ -63,7 +112,11 @@ LogProxy::LogProxy(int level, std::string_view moduleName, unsigned long request
         return;
     }
     try {
-        m_line = std::make_unique<Line>(level, moduleName, requestId, functionName, line);
+        m_line = Line::TakeSpare();
+        if (m_line == nullptr) {
+            m_line = std::make_unique<Line>();
+        }
+        m_line->Begin(level, moduleName, requestId, functionName, line);
     } catch (const std::exception&) {
         m_line.reset(); // out of memory: the line is lost
     }
@@ -74,6 +127,7 @@ LogProxy::~LogProxy()
     if (m_line != nullptr) {
         m_line->record.text = m_line->buffer.Text();
         LogOutput::Instance().Write(m_line->record);
+        Line::KeepAsSpare(std::move(m_line));
     }
 }
 
