@@ -18,6 +18,7 @@ void AddInventoryCommand(CLI::App& app, Run& run);
 void AddCleanupCommand(CLI::App& app, Run& run);
 void AddTidyCommand(CLI::App& app, Run& run);
 void AddClusterCommand(CLI::App& app, Run& run);
+void AddEnvCommand(CLI::App& app, Run& run);
 void AddPasswordCommand(CLI::App& app, Run& run);
 void AddConfigCommand(CLI::App& app, Run& run);
 

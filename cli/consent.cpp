@@ -22,4 +22,11 @@ bool Give(const std::string& question)
     return answer == "y" || answer == "yes";
 }
 
+std::optional<std::string> Ask(const std::string& question)
+{
+    std::cerr << question << ": " << std::flush;
+    std::string answer;
+    return std::getline(std::cin, answer) ? std::optional(answer) : std::nullopt;
+}
+
 } // namespace Consent

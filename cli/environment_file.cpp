@@ -1,9 +1,12 @@
 #include "cli/environment_file.h"
 
 #include "base/files.h"
+#include "base/json_writing.h"
 #include "cli/failure.h"
 
 #include <google/protobuf/util/json_util.h>
+
+#include <boost/algorithm/string/join.hpp>
 
 #include <unistd.h>
 
@@ -11,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 #include <system_error>
+#include <vector>
 
 namespace {
 
@@ -29,6 +33,33 @@ std::string ReadStandardInput()
         throw Unreadable(STANDARD_INPUT, Base::ErrorText(error), error);
     }
     return text;
+}
+
+std::string ToText(const std::string& entry)
+{
+    ::Json::StreamWriterBuilder builder;
+    builder["emitUTF8"] = true;
+    return Base::WriteJson(builder, entry);
+}
+
+std::string ToText(std::uint64_t entry)
+{
+    return std::to_string(entry);
+}
+
+std::string ToText(std::int32_t entry)
+{
+    return std::to_string(entry);
+}
+
+template <typename List>
+std::string Member(const char* name, const List& list)
+{
+    std::vector<std::string> entries;
+    for (const auto& entry : list) {
+        entries.push_back(ToText(entry));
+    }
+    return "  \"" + std::string(name) + "\": [" + boost::join(entries, ", ") + "]";
 }
 
 } // namespace
@@ -62,4 +93,18 @@ EnvironmentPath ReadEnvironment(const std::string& path)
         throw Unreadable(path, std::string(status.message()), 0);
     }
     return env;
+}
+
+// By hand: protobuf writes numbers of 64 bits as texts, and the JSON library sorts members by name.
+std::string WriteEnvironment(const EnvironmentPath& env)
+{
+    return "{\n" +
+           boost::join(std::vector<std::string>{Member("managementIps", env.management_ips()),
+                                                Member("userNames", env.user_names()),
+                                                Member("encryptedPasswords", env.encrypted_passwords()),
+                                                Member("certificates", env.certificates()),
+                                                Member("ports", env.ports()), Member("protocols", env.protocols()),
+                                                Member("allManagementIps", env.all_management_ips())},
+                       ",\n") +
+           "\n}\n";
 }

@@ -18,4 +18,7 @@ std::string ReadEnvironmentText(const std::string& path);
 /// when it cannot be read or is no such message.
 EnvironmentPath ReadEnvironment(const std::string& path);
 
+/// An environment as ReadEnvironment takes it, a member to a line.
+std::string WriteEnvironment(const EnvironmentPath& env);
+
 #endif

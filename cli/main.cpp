@@ -138,6 +138,7 @@ ExitCode Main(int argc, char** argv)
     AddCleanupCommand(app, run);
     AddTidyCommand(app, run);
     AddClusterCommand(app, run);
+    AddEnvCommand(app, run);
     AddPasswordCommand(app, run);
     AddConfigCommand(app, run);
     for (CLI::App* const command : app.get_subcommands({})) {

@@ -11,7 +11,7 @@ struct TextRow {
 };
 
 // The first that fits. Numbers in parentheses are an array's codes, or libcurl's.
-constexpr std::array<TextRow, 44> BY_TEXT = {{
+constexpr std::array<TextRow, 45> BY_TEXT = {{
     // on the way to the array
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
@@ -50,6 +50,7 @@ constexpr std::array<TextRow, 44> BY_TEXT = {{
                            "encrypted with it to be encrypted anew"},
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
+    {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
     {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},
     {"configuration ", "correct the lines that were named above; zavctl config check tells whether all is well"},
     {"iscsiadm: not found", "install open-iscsi on this node"},

@@ -12,9 +12,19 @@
 
 namespace {
 
-const std::vector<Process::Arguments> COMMANDS = {
-    {},          {"init"},     {"inventory"},           {"cleanup"}, {"tidy"},
-    {"cluster"}, {"password"}, {"password", "encrypt"}, {"config"},  {"config", "check"}};
+const std::vector<Process::Arguments> COMMANDS = {{},
+                                                  {"init"},
+                                                  {"inventory"},
+                                                  {"cleanup"},
+                                                  {"tidy"},
+                                                  {"cluster"},
+                                                  {"env"},
+                                                  {"env", "new"},
+                                                  {"env", "check"},
+                                                  {"password"},
+                                                  {"password", "encrypt"},
+                                                  {"config"},
+                                                  {"config", "check"}};
 
 class ZavctlManualTest : public Stage {
 protected:
