@@ -1,6 +1,7 @@
 #include "cli/config_command.h"
 
 #include "cli/commands.h"
+#include "cli/configuration_check.h"
 #include "cli/failure.h"
 #include "cli/report.h"
 #include "common/framework/config_reader.h"
@@ -10,10 +11,8 @@
 
 namespace {
 
-std::vector<ConfigReader::Setting> CheckedSettings()
+void FailWith(const std::vector<std::string>& problems)
 {
-    std::vector<ConfigReader::Setting> settings;
-    const std::vector<std::string> problems = ConfigReader::check(settings);
     for (const std::string& problem : problems) {
         Report::Tell(problem);
     }
@@ -21,13 +20,20 @@ std::vector<ConfigReader::Setting> CheckedSettings()
         throw Failure(ExitCode::Unusable, "configuration " + ConfigReader::getFile() + ": " +
                                               std::to_string(problems.size()) + " problem(s), see above");
     }
-    return settings;
 }
 
 ExitCode CheckConfiguration(LogTail& /*log*/, StopSignals& /*signals*/)
 {
+    std::vector<ConfigReader::Setting> settings;
+    std::vector<std::string> problems = ConfigReader::check(settings);
+    const ConfigurationFindings named = LookAtWhatIsNamed(settings);
+    problems.insert(problems.end(), named.problems.begin(), named.problems.end());
+    for (const std::string& warning : named.warnings) {
+        Report::Step("warning: " + warning);
+    }
+    FailWith(problems);
     std::vector<Report::Row> rows = {{"SECTION", "KEY", "FROM", "VALUE"}};
-    for (const ConfigReader::Setting& setting : CheckedSettings()) {
+    for (const ConfigReader::Setting& setting : settings) {
         rows.push_back({setting.section, setting.key, setting.isDefault ? "default" : "file", setting.value});
     }
     Report::Table(rows);
@@ -39,14 +45,14 @@ ExitCode CheckConfiguration(LogTail& /*log*/, StopSignals& /*signals*/)
 
 void RequireSoundConfiguration()
 {
-    CheckedSettings();
+    std::vector<ConfigReader::Setting> settings;
+    FailWith(ConfigReader::check(settings));
 }
 
 void AddConfigCommand(CLI::App& app, Run& run)
 {
-    CLI::App* const command = app.add_subcommand("config", "The configuration file");
+    CLI::App* const command = app.add_subcommand(CONFIG_COMMAND, "The configuration file");
     command->require_subcommand(1);
-    command->add_subcommand("check", "Check the configuration file and print every setting")->callback([&run] {
-        run = CheckConfiguration;
-    });
+    command->add_subcommand("check", "Check the configuration file and what it names, and print every setting")
+        ->callback([&run] { run = CheckConfiguration; });
 }

@@ -46,7 +46,7 @@ std::string ProblemOfDecryption(const std::string& cipher)
     if (SecuritySS::ZelkDecryptInfo(cipher, password)) {
         return {};
     }
-    const std::string problem = NodeKey::Problem();
+    const std::string problem = NodeKey::LookAt().problem;
     return problem.empty() ? "it was made with another key than this node's, or changed since" : problem;
 }
 

@@ -35,6 +35,7 @@ constexpr const char* CONSOLE_LEVEL = "PRODUCT_STORAGE_LOG_CONSOLE";
 struct Telling {
     int verbosity = 0;   ///< 1: the library's steps; 2: all of its lines
     bool isJson = false; ///< failures go to standard output, too
+    bool tellsConfiguration = false;
     std::optional<unsigned int> limitSeconds;
     bool isQuiet = false; ///< tells nothing but what nobody may miss
 };
@@ -74,7 +75,9 @@ ExitCode RunCommand(const Run& run, const Telling& telling)
     }
     std::optional<LogTail> log; // behind the stop signals: it may start no thread of its own before them
     try {
-        RequireSoundConfiguration();
+        if (!telling.tellsConfiguration) {
+            RequireSoundConfiguration();
+        }
         StopSignals stopSignals(telling.limitSeconds ? std::optional(std::chrono::seconds(*telling.limitSeconds))
                                                      : std::nullopt);
         const Report::RunningTime time;
@@ -156,6 +159,7 @@ ExitCode Main(int argc, char** argv)
         return app.exit(error) == 0 ? ExitCode::Done : ExitCode::Usage; // --help and --version come this way too
     }
     telling.isJson = WantsJson(app);
+    telling.tellsConfiguration = app.got_subcommand(CONFIG_COMMAND);
     return RunCommand(run, telling);
 }
 

@@ -41,17 +41,18 @@ NodeKey::NodeKey(bool isNewWanted)
     }
 }
 
-std::string NodeKey::Problem()
+NodeKey::Finding NodeKey::LookAt()
 {
     const OpenFramework::NodeKey found = OpenFramework::LookAtNodeKey();
-    return found.state == State::Missing ? NoKeyIn(found.path) : found.problem;
+    const bool isMissing = found.state == State::Missing;
+    return {isMissing, isMissing ? NoKeyIn(found.path) : found.problem};
 }
 
 #else
 
 NodeKey::NodeKey(bool /*isNewWanted*/) {}
 
-std::string NodeKey::Problem()
+NodeKey::Finding NodeKey::LookAt()
 {
     return {};
 }

@@ -15,8 +15,12 @@ public:
     /// What an environment's encryptedPasswords takes; tells of the key that was made for it. Throws Failure.
     std::string Encrypt(const std::string& password) const;
 
-    /// Why this node's key cannot be used; empty when it can, or when there is no saying.
-    static std::string Problem();
+    /// What stands in the key's way; `problem` is empty when nothing does, or when there is no saying.
+    struct Finding {
+        bool isMissing = false; ///< which a new key mends
+        std::string problem;
+    };
+    static Finding LookAt();
 
 private:
     std::string m_newPath; ///< of the key that is to be made; empty without

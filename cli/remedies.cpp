@@ -52,7 +52,7 @@ constexpr std::array<TextRow, 45> BY_TEXT = {{
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
     {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},
-    {"configuration ", "correct the lines that were named above; zavctl config check tells whether all is well"},
+    {"configuration ", "correct what was named above; zavctl config check tells whether all is well"},
     {"iscsiadm: not found", "install open-iscsi on this node"},
     {"iscsiadm said", "have iscsid run on this node (systemctl start iscsid), then try what iscsiadm refused by hand"},
     {"iSCSI portal", "check the way from this node to the array's iSCSI ports, TCP 3260"},
