@@ -226,6 +226,8 @@ void AddCleanupCommand(CLI::App& app, Run& run)
         ->add_option("--shared-group", options->sharedGroup,
                      "Take this host group apart although hosts of others are in it")
         ->option_text("ID");
+    Options::AddExamples(
+        *command, {"zavctl cleanup --env env.json --dry-run", "zavctl cleanup --env env.json --delete-host --yes"});
     command->callback([options, &run] {
         Options::CompleteEnvironment(options->environmentPath);
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunCleanup(*options); };

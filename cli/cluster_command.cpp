@@ -93,6 +93,8 @@ void AddClusterCommand(CLI::App& app, Run& run)
         ->check(CLI::Range(1U, 65535U));
     command->add_option("--user", options->user, "Who logs in")->required();
     Options::AddFormat(*command, options->format);
+    Options::AddExamples(*command, {"zavctl cluster --address 10.20.0.8 --port 8443 --user admin",
+                                    "zavctl cluster --address 10.20.0.8 --port 8443 --user admin -o json <password"});
     command->callback([options, &run] {
         run = [options](LogTail& log, StopSignals& /*signals*/) { return RunCluster(*options, log); };
     });

@@ -3,6 +3,7 @@
 #include "cli/commands.h"
 #include "cli/configuration_check.h"
 #include "cli/failure.h"
+#include "cli/options.h"
 #include "cli/report.h"
 #include "common/framework/config_reader.h"
 
@@ -53,6 +54,10 @@ void AddConfigCommand(CLI::App& app, Run& run)
 {
     CLI::App* const command = app.add_subcommand(CONFIG_COMMAND, "The configuration file");
     command->require_subcommand(1);
-    command->add_subcommand("check", "Check the configuration file and what it names, and print every setting")
-        ->callback([&run] { run = CheckConfiguration; });
+    CLI::App* const check =
+        command->add_subcommand("check", "Check the configuration file and what it names, and print every setting");
+    for (CLI::App* const each : {command, check}) {
+        Options::AddExamples(*each, {"zavctl config check", "PRODUCT_STORAGE_CONFIG=other.ini zavctl config check"});
+    }
+    check->callback([&run] { run = CheckConfiguration; });
 }

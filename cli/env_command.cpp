@@ -206,6 +206,8 @@ void AddNew(CLI::App& command, Run& run)
         ->check(CLI::IsMember({"https", "http"}));
     add->add_option("--user", options->user, "Who logs in")->option_text("NAME");
     Options::AddNewKey(*add, options->isNewKeyWanted);
+    Options::AddExamples(*add, {"zavctl env new --address 10.20.0.1,10.20.0.2 --user admin >env.json",
+                                "zavctl env new --address 10.20.0.1 --user admin --new-key <password >env.json"});
     add->callback([options, &run] {
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return MakeEnvironment(*options); };
     });
@@ -218,6 +220,7 @@ void AddCheck(CLI::App& command, Run& run)
     check->add_option("FILE", *path, "The environment's file, or - for standard input")
         ->option_text("REQUIRED")
         ->required();
+    Options::AddExamples(*check, {"zavctl env check env.json", "zavctl env check - <env.json"});
     check->callback(
         [path, &run] { run = [path](LogTail& /*log*/, StopSignals& /*signals*/) { return CheckFile(*path); }; });
 }
@@ -228,6 +231,8 @@ void AddEnvCommand(CLI::App& app, Run& run)
 {
     CLI::App* const command = app.add_subcommand("env", "Environments: make one, check one");
     command->require_subcommand(1);
+    Options::AddExamples(*command,
+                         {"zavctl env new --address 10.20.0.1 --user admin >env.json", "zavctl env check env.json"});
     AddNew(*command, run);
     AddCheck(*command, run);
 }

@@ -105,6 +105,8 @@ void AddInitCommand(CLI::App& app, Run& run)
     command->add_flag("--no-adopt", options->adoptsNothing,
                       "Refuse, before anything is made, to use a host that holds this node's initiator and was not "
                       "made here");
+    Options::AddExamples(*command, {"zavctl init --env env.json", "zavctl init --env one.json --env other.json -o json",
+                                    "zavctl init --env env.json --watch 60"});
     command->callback([options, &run] {
         Options::CompleteEnvironments(options->environmentPaths);
         run = [options](LogTail& log, StopSignals& signals) { return RunInit(*options, signals, log); };

@@ -208,6 +208,9 @@ void AddInventoryCommand(CLI::App& app, Run& run)
     command->add_option("--page-size", options->pageSize, "LUNs to a request (500)")
         ->option_text("N")
         ->check(CLI::Range(1U, 100000U));
+    Options::AddExamples(*command,
+                         {"zavctl inventory --env env.json", "ZAVCTL_ENV=env.json zavctl inventory --page-size 100",
+                          "zavctl inventory --env env.json -o json | jq '.luns[].name'"});
     command->callback([options, &run] {
         Options::CompleteEnvironment(options->environmentPath);
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunInventory(*options); };

@@ -150,6 +150,8 @@ ExitCode Main(int argc, char** argv)
             part->fallthrough();
         }
     }
+    Options::AddExamples(app, {"zavctl env new --address 10.20.0.1 --user admin >env.json",
+                               "zavctl init --env env.json", "zavctl inventory --env env.json"});
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -6,6 +6,7 @@
 #include <CLI/Formatter.hpp>
 
 #include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/split.hpp>
 
 #include <algorithm>
@@ -96,6 +97,11 @@ void AddFormat(CLI::App& command, Report::Format& format)
 void AddNewKey(CLI::App& command, bool& isWanted)
 {
     command.add_flag("--new-key", isWanted, "Make this node's key, where it has none yet");
+}
+
+void AddExamples(CLI::App& command, const std::vector<std::string>& lines)
+{
+    command.footer("Examples:\n  " + boost::join(lines, "\n  "));
 }
 
 } // namespace Options

@@ -28,6 +28,9 @@ void CompleteEnvironments(std::vector<std::string>& paths);
 void AddFormat(CLI::App& command, Report::Format& format);
 void AddNewKey(CLI::App& command, bool& isWanted);
 
+/// Command lines that the help ends with. A test runs each.
+void AddExamples(CLI::App& command, const std::vector<std::string>& lines);
+
 } // namespace Options
 
 #endif

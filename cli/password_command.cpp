@@ -8,6 +8,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -27,11 +28,15 @@ void AddPasswordCommand(CLI::App& app, Run& run)
 {
     CLI::App* const command = app.add_subcommand("password", "Stored passwords");
     command->require_subcommand(1);
+    const std::vector<std::string> examples = {"zavctl password encrypt",
+                                               "zavctl password encrypt --new-key <password"};
+    Options::AddExamples(*command, examples);
     const auto isNewKeyWanted = std::make_shared<bool>(false);
     CLI::App* const encrypt = command->add_subcommand(
         "encrypt", "Read a password from a prompt or standard input and print what an environment's "
                    "encrypted_passwords takes");
     Options::AddNewKey(*encrypt, *isNewKeyWanted);
+    Options::AddExamples(*encrypt, examples);
     encrypt->callback([isNewKeyWanted, &run] {
         run = [isNewKeyWanted](LogTail& /*log*/, StopSignals& /*signals*/) { return EncryptPassword(*isNewKeyWanted); };
     });

@@ -94,6 +94,7 @@ void AddTidyCommand(CLI::App& app, Run& run)
     Options::AddEnvironment(*command, options->environmentPath);
     command->add_flag("-y,--yes", options->isAgreed, "Do not ask");
     command->add_flag("--dry-run", options->isDry, "Print what is left over and change nothing");
+    Options::AddExamples(*command, {"zavctl tidy --env env.json --dry-run", "zavctl tidy --env env.json --yes"});
     command->callback([options, &run] {
         Options::CompleteEnvironment(options->environmentPath);
         run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunTidy(*options); };
