@@ -1,5 +1,5 @@
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/full_listener.h"
+#include "tests/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 

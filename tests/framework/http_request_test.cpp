@@ -1,7 +1,7 @@
 #include "common/framework/http_client.h"
 
 #include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/full_listener.h"
+#include "tests/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 #include "tests/framework/support/web_server.h"

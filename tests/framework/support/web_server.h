@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_WEB_SERVER_H
 #define PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_WEB_SERVER_H
 
-#include "tests/framework/support/test_ca.h"
+#include "tests/support/test_ca.h"
 #include "tests/support/http_server.h"
 
 #include <map>

@@ -1,4 +1,4 @@
-#include "tests/framework/support/test_ca.h"
+#include "tests/support/test_ca.h"
 
 #include <openssl/bio.h>
 #include <openssl/ec.h>
