@@ -36,6 +36,7 @@ struct Telling {
     bool isQuiet = false;      // guarded by lock
     bool hasTime = false;      // guarded by lock; the running time stands there
     unsigned int ownLines = 0; // guarded by lock
+    bool isAllTold = false;    // guarded by lock; threads go on until the process ends
 };
 
 Telling& TheTelling()
@@ -98,6 +99,9 @@ void Step(const std::string& text)
 {
     Telling& telling = TheTelling();
     const std::lock_guard<std::mutex> guard(telling.lock);
+    if (telling.isAllTold) {
+        return;
+    }
     telling.lastStep = text;
     telling.began = Clock::now();
     if (!telling.isQuiet) {
@@ -109,7 +113,19 @@ void Tell(const std::string& text, Look look)
 {
     Telling& telling = TheTelling();
     const std::lock_guard<std::mutex> guard(telling.lock);
-    Write(telling, text, look);
+    if (!telling.isAllTold) {
+        Write(telling, text, look);
+    }
+}
+
+void LastWords(const std::string& cause, const std::string& remedy)
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    telling.isAllTold = true;
+    ++telling.ownLines;
+    Write(telling, cause, Look::Cause);
+    Write(telling, "remedy: " + remedy, Look::Remedy);
 }
 
 void BeQuiet() noexcept

@@ -29,6 +29,10 @@ enum class Look { Plain, Cause, Remedy, Warning };
 /// Tells on standard error what nobody may miss; any thread.
 void Tell(const std::string& text, Look look = Look::Plain);
 
+/// Tells why the command ends, and what to do. What other threads, which go on until the process ends, would tell
+/// behind it is not told any more.
+void LastWords(const std::string& cause, const std::string& remedy);
+
 /// From now on Step tells nothing.
 void BeQuiet() noexcept;
 

@@ -12,6 +12,8 @@
 
 #include <cstring>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -20,6 +22,19 @@ constexpr std::chrono::seconds FAREWELL{1};
 constexpr std::chrono::milliseconds TIME_TO_TELL{200}; // whoever reads may have stopped to
 constexpr std::chrono::seconds GRACE_OF_COMMANDS{5};
 constexpr int FIRST_SIGNAL_STATUS = 128;
+
+constexpr const char* REMEDY_OF_SILENCE = "look whether what it waited for answers, or give more time with --timeout";
+
+// One of the node's that the command waits for; empty for none.
+std::string RunningProgram()
+{
+#ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
+    const std::vector<std::string> programs = OpenFramework::RunningPrograms();
+    return programs.empty() ? "" : programs.front();
+#else
+    return {};
+#endif
+}
 
 // Wakes the thread when there is nothing more to wait for.
 constexpr int WAKE_UP = SIGUSR2;
@@ -103,13 +118,18 @@ void StopSignals::Watch()
 
 void StopSignals::Leave(int signal) const
 {
-    EndsWithin(TIME_TO_TELL, [signal, limit = m_limit] {
+    EndsWithin(TIME_TO_TELL, [signal, limit = m_limit, program = RunningProgram()] {
+        const std::string place =
+            ", behind: " + Report::LastStep() + (program.empty() ? "" : "; " + program + " was running");
         if (signal != 0) {
-            Report::Tell(std::string("ended by SIG") + sigabbrev_np(signal));
+            Report::LastWords(std::string("ended by SIG") + sigabbrev_np(signal) + place,
+                              "run the command again; it goes on from what was done");
         } else {
-            Report::Tell("given up after " + std::to_string(limit->count()) + " s, behind: " + Report::LastStep());
-            Report::Tell("remedy: look whether what it waited for answers, or give more time with --timeout",
-                         Report::Look::Remedy);
+            Report::LastWords("given up after " + std::to_string(limit->count()) + " s" + place,
+                              program.empty() ? std::string(REMEDY_OF_SILENCE)
+                                              : "run " + program +
+                                                    " by hand and see what it waits for, or give more "
+                                                    "time with --timeout");
         }
     });
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK

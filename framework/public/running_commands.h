@@ -4,8 +4,13 @@
 #include "common/framework/export.h"
 
 #include <chrono>
+#include <string>
+#include <vector>
 
 namespace OpenFramework {
+
+/// The first word of each shell command that this process runs now: "iscsiadm". Any thread.
+PRODUCT_FRAMEWORK_API std::vector<std::string> RunningPrograms();
 
 /// Ends the shell commands that this process runs: they are interrupted, and killed when they are still there after
 /// `grace`. Returns when all have ended. From then on no command is started. For a program that is about to leave in

@@ -118,7 +118,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     std::vector<std::string> arguments = {"sh", "-c", OUTER_SCRIPT, "sh", command};
     std::vector<std::string> variables = environment;
     result = ECANCELED; // unless it is started
-    const pid_t pid = Immortal<RunningCommands>().Add([&]() -> pid_t {
+    const pid_t pid = Immortal<RunningCommands>().Add(command, [&]() -> pid_t {
         pid_t started = -1;
         result = ::posix_spawn(&started, "/bin/sh", actions.Get(), attributes.Get(), Base::CTexts(arguments).data(),
                                Base::CTexts(variables).data());

@@ -20,13 +20,23 @@ void RunningCommands::Remove(pid_t group)
     m_groups.erase(group);
 }
 
+std::vector<std::string> RunningCommands::Programs()
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    std::vector<std::string> programs;
+    for (const auto& [group, program] : m_groups) {
+        programs.push_back(program);
+    }
+    return programs;
+}
+
 // The groups that have processes still, each sent `signal`; 0 only looks.
 std::set<pid_t> RunningCommands::Signal(int signal)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_isEnding = true;
     std::set<pid_t> alive;
-    for (const pid_t group : m_groups) {
+    for (const auto& [group, program] : m_groups) {
         if (::kill(-group, signal) == 0) {
             alive.insert(group);
         }
@@ -48,6 +58,11 @@ void RunningCommands::EndAll(std::chrono::milliseconds grace)
 }
 
 } // namespace Framework
+
+std::vector<std::string> OpenFramework::RunningPrograms()
+{
+    return Framework::Immortal<Framework::RunningCommands>().Programs();
+}
 
 void OpenFramework::EndRunningCommands(std::chrono::milliseconds grace)
 {

@@ -4,27 +4,34 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <set>
+#include <string>
+#include <vector>
 
 namespace Framework {
 
 /// The process groups of the commands that run now. Any thread may call.
 class RunningCommands {
 public:
-    /// Calls `start`, which gives the process group or -1, and keeps that; -1 without a call once all were ended.
+    /// Calls `start`, which gives the process group of `command` or -1, and keeps that; -1 without a call once all were
+    /// ended.
     template <typename Start>
-    pid_t Add(const Start& start)
+    pid_t Add(const std::string& command, const Start& start)
     {
         const std::lock_guard<std::mutex> guard(m_mutex); // across the start: none is missed by EndAll
         const pid_t group = m_isEnding ? -1 : start();
         if (group > 0) {
-            m_groups.insert(group);
+            m_groups.emplace(group, command.substr(0, command.find(' ')));
         }
         return group;
     }
 
     void Remove(pid_t group);
+
+    /// As OpenFramework::RunningPrograms.
+    std::vector<std::string> Programs();
 
     /// As OpenFramework::EndRunningCommands.
     void EndAll(std::chrono::milliseconds grace);
@@ -33,8 +40,8 @@ private:
     std::set<pid_t> Signal(int signal);
 
     std::mutex m_mutex;
-    bool m_isEnding = false;  // guarded by m_mutex
-    std::set<pid_t> m_groups; // guarded by m_mutex
+    bool m_isEnding = false;               // guarded by m_mutex
+    std::map<pid_t, std::string> m_groups; // guarded by m_mutex; with the first word of the command
 };
 
 } // namespace Framework

@@ -31,12 +31,12 @@ TEST(FrameworkLibraryTest, ExportsWhatItsHeadersDeclareAndNothingElse)
                             "LogProxy::operator<<", "LogProxy::~LogProxy", "OpenFramework::EndRunningCommands",
                             "OpenFramework::LogListener::LogListener", "OpenFramework::LogListener::Take",
                             "OpenFramework::LogListener::~LogListener", "OpenFramework::LookAtNodeKey",
-                            "OpenFramework::SanJournal::Drop", "OpenFramework::SanJournal::Intend",
-                            "OpenFramework::SanJournal::Made", "OpenFramework::SanJournal::RequireWritable",
-                            "OpenFramework::SanJournal::StandardPath", "OpenFramework::SanJournal::Standing",
-                            "QEN::IHttpClient::CreateClient", "QENTSP::get", "QENTSP::set",
-                            "SecuritySS::ZelkDecryptInfo", "SecuritySS::ZelkEncryptInfo", "TSP_RequestID",
-                            "getRandBytes", "runShellCmdWithOutput"));
+                            "OpenFramework::RunningPrograms", "OpenFramework::SanJournal::Drop",
+                            "OpenFramework::SanJournal::Intend", "OpenFramework::SanJournal::Made",
+                            "OpenFramework::SanJournal::RequireWritable", "OpenFramework::SanJournal::StandardPath",
+                            "OpenFramework::SanJournal::Standing", "QEN::IHttpClient::CreateClient", "QENTSP::get",
+                            "QENTSP::set", "SecuritySS::ZelkDecryptInfo", "SecuritySS::ZelkEncryptInfo",
+                            "TSP_RequestID", "getRandBytes", "runShellCmdWithOutput"));
 }
 
 TEST(FrameworkLibraryTest, BearsItsVersionAndStaysLoaded)

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <functional>
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 namespace {
@@ -48,6 +49,13 @@ protected:
         return Seconds(std::chrono::steady_clock::now() - begin).count();
     }
 
+    /// The last two lines of a command that a signal ended behind this step.
+    static std::string LastLines(const std::string& signal, const std::string& step)
+    {
+        return "zavctl: ended by " + signal + ", behind: " + step +
+               "\nzavctl: remedy: run the command again; it goes on from what was done\n";
+    }
+
     void MakeIscsiadm(const std::string& script) const
     {
         const std::string path = Directory() + "/node/bin/iscsiadm";
@@ -64,7 +72,8 @@ TEST_F(ZavctlSignalsTest, SignalInTheLoginEndsItAtOnce)
     const auto zavctl = StartZavctl({"inventory", "--env", env});
     AwaitRequest(array, "POST sessions");
     EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0 * SLOWNESS);
-    EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: ended by SIGINT"));
+    EXPECT_THAT(zavctl->Errors(),
+                EndsWith(LastLines("SIGINT", env + ": logging into the array at " + array.Options().managementIps[0])));
 }
 
 TEST_F(ZavctlSignalsTest, SignalInARequestLogsOut)
@@ -76,6 +85,9 @@ TEST_F(ZavctlSignalsTest, SignalInARequestLogsOut)
         const auto zavctl = StartZavctl({"inventory", "--env", env});
         AwaitRequest(array, "GET storagepool");
         EXPECT_LT(SecondsToEnd(*zavctl, signal, 128 + signal), 2.0 * SLOWNESS);
+        EXPECT_THAT(zavctl->Errors(), EndsWith(LastLines(signal == SIGTERM ? "SIGTERM" : "SIGHUP",
+                                                         env + ": logged in at " + array.Url() +
+                                                             ", service addresses " + array.Options().serviceIps[0])));
         EXPECT_EQ("DELETE sessions", array.Requests().back());
         EXPECT_EQ(0U, array.SessionCount());
         array.ClearJournal();
@@ -101,6 +113,7 @@ TEST_F(ZavctlSignalsTest, CommandThatRunsIsEndedWithItsOwner)
     const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array)});
     WaitUntil("the command", [this] { return !ReadText(Directory() + "/child").empty(); });
     EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 128 + SIGINT), 2.0 * SLOWNESS);
+    EXPECT_THAT(zavctl->Errors(), EndsWith(LastLines("SIGINT", "preparing this node; iscsiadm was running")));
     const int child = std::stoi(ReadText(Directory() + "/child"));
     WaitUntil("the command's end", [child] { return ::kill(child, 0) != 0; });
     EXPECT_EQ(0U, array.SessionCount());
@@ -130,6 +143,17 @@ TEST_F(ZavctlSignalsTest, WatchThatIsInARoundThatHangsEndsToo)
     array.ClearJournal();
     AwaitRequest(array, "GET hostgroup/");
     EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 3.0 * SLOWNESS);
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, WatchThatPausesEndsAtOnceWithTheCodeOfItsLastRound)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "3600"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGINT, 0), 2.0 * SLOWNESS);
+    EXPECT_THAT(zavctl->Errors(), EndsWith("zavctl: stopped\n"));
     EXPECT_EQ(0U, array.SessionCount());
 }
 
@@ -202,7 +226,10 @@ TEST_F(ZavctlSignalsTest, TimeoutEndsACommandLogsOutAndTellsWhatItWasAbout)
     const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", env, "--timeout", "1"});
     EXPECT_LT(Seconds(std::chrono::steady_clock::now() - begin).count(), 3.0 * SLOWNESS);
     EXPECT_EQ(8, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("given up after 1 s, behind: " + env + ": logged in at " + array.Url()));
+    EXPECT_THAT(outcome.errors, EndsWith("zavctl: given up after 1 s, behind: " + env + ": logged in at " +
+                                         array.Url() + ", service addresses " + array.Options().serviceIps[0] +
+                                         "\nzavctl: remedy: look whether what it waited for answers, or give more time "
+                                         "with --timeout\n"));
     EXPECT_EQ(0U, array.SessionCount());
 }
 
