@@ -23,11 +23,30 @@ namespace {
 constexpr int LOGOUT_TRIES = 4;
 constexpr boost::chrono::milliseconds LOGOUT_PAUSE(250);
 
-// An answer that can be read and is no session is a refusal of user and password, or of any more sessions.
+constexpr int SESSION_LIMIT_REACHED = 1090519042;
+
+// An answer that can be read and is no session is a refusal of user and password, unless it is known to be about
+// something else. What passes by itself must not be that: a watch waits for another environment then.
 ExitCode LoginExitCode(int code)
 {
-    const ExitCode exit = ExitCodeOf(code);
-    return exit == ExitCode::Refused && code != ResultCode::FAILED ? ExitCode::LoginRefused : exit;
+    switch (code) {
+    case ResultCode::FAILED:
+    case ArrayCode::SESSION_LAPSED:
+    case ArrayCode::INTERNAL_ERROR:
+    case ArrayCode::SYSTEM_BUSY:
+    case ArrayCode::SYSTEM_NOT_READY:
+    case SESSION_LIMIT_REACHED:
+        return ExitCode::Refused;
+    default:
+        const ExitCode exit = ExitCodeOf(code);
+        return exit == ExitCode::Refused ? ExitCode::LoginRefused : exit;
+    }
+}
+
+// The addresses at which no session came about: all that there are, when there are several.
+std::string Tried(const std::string& address, const std::vector<std::string>& others)
+{
+    return address + (others.empty() ? "" : ", nor at " + boost::join(others, ", "));
 }
 
 // Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
@@ -59,8 +78,9 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
     const std::string& address = env.management_ips(0);
     Report::Step(name + ": logging into the array at " + address);
     if (!SecuritySS::ZelkDecryptInfo(env.encrypted_passwords(0), m_device.password)) {
-        throw Failure(ExitCode::Unusable, name + ": the encrypted password of user " + env.user_names(0) +
-                                              " cannot be decrypted with this node's key");
+        throw Failure::OfLibrary(name + ": the encrypted password of user " + env.user_names(0) +
+                                     " cannot be decrypted",
+                                 ExitCode::Unusable);
     }
     Environment::FillDeviceInfo(env, m_device);
     ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
@@ -74,8 +94,8 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
     }
     m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
     if (api == nullptr) {
-        throw Failure(LoginExitCode(code),
-                      name + ": cannot log into the array at " + m_device.url + ReasonOf(errorText, code));
+        throw Failure(LoginExitCode(code), name + ": cannot log into the array at " +
+                                               Tried(address, m_device.otherMgmtIps) + ReasonOf(errorText, code));
     }
     try {
         ReadDevice(name, *api);

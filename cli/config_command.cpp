@@ -18,8 +18,9 @@ void FailWith(const std::vector<std::string>& problems)
         Report::Tell(problem);
     }
     if (!problems.empty()) {
-        throw Failure(ExitCode::Unusable, "configuration " + ConfigReader::getFile() + ": " +
-                                              std::to_string(problems.size()) + " problem(s), see above");
+        const std::string more =
+            problems.size() == 1 ? "" : ", the first of " + std::to_string(problems.size()) + " that stand above";
+        throw Failure(ExitCode::Unusable, "configuration " + problems.front() + more);
     }
 }
 

@@ -61,6 +61,9 @@ DeviceRecord::DeviceRecord(const std::string& deviceId)
 void DeviceRecord::RequireWritable() const
 {
     const std::string folder = m_path.substr(0, m_path.rfind('/'));
+    if (!StatusOf(folder)) {
+        Refuse(m_path, "cannot be written: there is no folder " + folder + ", which the record lies in");
+    }
     const std::string& written = StatusOf(m_path) ? m_path : folder;
     if (faccessat(AT_FDCWD, written.c_str(), W_OK, AT_EACCESS) != 0) {
         Refuse(m_path, "cannot be written: " + Base::ErrorText(errno), errno);

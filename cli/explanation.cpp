@@ -1,9 +1,11 @@
 #include "cli/explanation.h"
 
+#include "base/files.h"
 #include "cli/remedies.h"
 #include "cli/report.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <optional>
 #include <regex>
@@ -94,6 +96,13 @@ std::optional<Cause> FailureOfFile(const LogTail::Line& line)
                  ExitCodeOfFile(number)};
 }
 
+std::optional<Cause> FailureOfKey(const LogTail::Line& line)
+{
+    const auto why = Behind(line.text, "A stored credential cannot be decrypted. ");
+    const std::size_t size = why && !why->empty() ? why->size() - 1 : 0; // without the full stop
+    return why ? std::optional(Cause{std::string(why->substr(0, size)), ExitCode::Unusable}) : std::nullopt;
+}
+
 std::optional<Cause> FailureOfLock(const LogTail::Line& line)
 {
     return line.text.find("The lock file ") == 0 ? std::optional(Cause{line.text, ExitCode::Unreachable})
@@ -118,8 +127,8 @@ std::optional<Cause> RefusalOfRest(const LogTail::Line& line)
 std::optional<Cause> CauseIn(const Lines& lines)
 {
     using Reader = std::optional<Cause> (*)(const LogTail::Line&);
-    constexpr std::array<Reader, 7> READERS = {&RefusalOfSan,  &NetworkFailure, &WordsOfIscsiadm,  &UnreachablePortal,
-                                               &FailureOfFile, &FailureOfLock,  &UnreachableServer};
+    constexpr std::array<Reader, 8> READERS = {&RefusalOfSan,  &NetworkFailure, &WordsOfIscsiadm, &UnreachablePortal,
+                                               &FailureOfFile, &FailureOfKey,   &FailureOfLock,   &UnreachableServer};
     for (const LogTail::Line& line : lines) {
         for (const Reader read : READERS) {
             if (auto cause = read(line)) {
@@ -163,6 +172,18 @@ std::string PlaceIn(const std::string& cause)
     return std::regex_search(cause, match, path) ? match[2].str() : "";
 }
 
+// A file that cannot be used because this user may not is told as that, whoever found it.
+bool IsForbidden(const std::string& cause)
+{
+    for (const int number : {EACCES, EPERM}) {
+        const std::string words = ": " + Base::ErrorText(number);
+        if (cause.size() >= words.size() && cause.compare(cause.size() - words.size(), words.size(), words) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& logged)
@@ -173,6 +194,9 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
             explanation.cause += ": " + cause->text;
             explanation.exit = failure.Code() == ExitCode::Refused ? cause->exit : failure.Code();
         }
+    }
+    if (explanation.exit == ExitCode::Unusable && IsForbidden(explanation.cause)) {
+        explanation.exit = ExitCode::NoPermission;
     }
     explanation.remedy = RemedyFor(explanation.cause, explanation.exit);
     return explanation;

@@ -1,46 +1,95 @@
 #include "cli/host_adoption.h"
 
 #include "cli/array_objects.h"
+#include "cli/device_record.h"
 #include "cli/failure.h"
 #include "cli/own_journal.h"
 #include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace {
 
-void RequireOwnHostOf(const ObjectKind& kind, const std::string& initiator, const ArrayLogin& login,
-                      ArrayObjects& objects)
+/// One of this node's initiators, and the host that it is on.
+struct Placed {
+    const ObjectKind* kind;
+    std::string initiator;
+    std::string hostId;
+};
+
+std::string Naming(const ObjectKind& kind, const std::string& id)
 {
-    const auto found = objects.Find(kind, initiator);
-    if (!found || found->parentId.empty()) {
-        return;
-    }
-    const auto host = objects.Find(HOST, found->parentId);
-    if (host && !OwnJournal::Names(HOST, login.DeviceId(), host->id, host->name)) {
-        throw Failure(ExitCode::Foreign, login.Device().url + ": this node's " + std::string(kind.words) + " " +
-                                             initiator + " is on host " + host->id + " (" + host->name +
-                                             "), which was not made here; nothing was changed");
-    }
+    return std::string(kind.words) + " " + id;
 }
 
-} // namespace
-
-void RequireNoHostToAdopt(const ArrayLogin& login)
+std::vector<Placed> NodeInitiators()
 {
-    const boost::shared_ptr<ZavRestApi> api = login.Api();
-    ArrayObjects objects(*api, login.Device().url);
     DeviceOperate device;
     std::vector<std::string> ports;
     std::string iqn;
     device.GetFCInitor(ports);
     device.GetIscsiInitor(iqn);
+    std::vector<Placed> initiators;
     for (const std::string& port : ports) {
-        RequireOwnHostOf(FC_INITIATOR, port, login, objects);
+        initiators.push_back({&FC_INITIATOR, port, ""});
     }
     if (!iqn.empty()) {
-        RequireOwnHostOf(ISCSI_INITIATOR, iqn, login, objects);
+        initiators.push_back({&ISCSI_INITIATOR, iqn, ""});
+    }
+    return initiators;
+}
+
+void RequireOwnHost(const Placed& placed, const ArrayLogin& login, ArrayObjects& objects)
+{
+    const auto host = objects.Find(HOST, placed.hostId);
+    if (host && !OwnJournal::Names(HOST, login.DeviceId(), host->id, host->name)) {
+        throw Failure(ExitCode::Foreign, login.Device().url + ": this node's " +
+                                             Naming(*placed.kind, placed.initiator) + " is on host " + host->id + " (" +
+                                             host->name + "), which was not made here; nothing was changed");
+    }
+}
+
+void RequireNoOthers(const Placed& placed, const std::vector<Placed>& own, const std::string& url,
+                     ArrayObjects& objects)
+{
+    for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
+        for (const std::string& each : objects.Initiators(kind, placed.hostId)) {
+            const bool isOwn = std::any_of(own.begin(), own.end(),
+                                           [&each](const Placed& initiator) { return initiator.initiator == each; });
+            if (!isOwn) {
+                throw Failure(ExitCode::Foreign, url + ": " + Naming(*placed.kind, placed.initiator) + " is on host " +
+                                                     placed.hostId + ", which holds " + Naming(kind, each) +
+                                                     " as well, which is not this node's; nothing was changed");
+            }
+        }
+    }
+}
+
+} // namespace
+
+void RequireHostToUse(const ArrayLogin& login, bool adopts)
+{
+    const bool isHostRecorded = !DeviceRecord(login.DeviceId()).Message().hostId.empty(); // it was decided on before
+    if (adopts && isHostRecorded) {
+        return;
+    }
+    const boost::shared_ptr<ZavRestApi> api = login.Api();
+    ArrayObjects objects(*api, login.Device().url);
+    const std::vector<Placed> own = NodeInitiators();
+    for (Placed placed : own) {
+        const auto found = objects.Find(*placed.kind, placed.initiator);
+        if (!found || found->parentId.empty()) {
+            continue;
+        }
+        placed.hostId = found->parentId;
+        if (!adopts) {
+            RequireOwnHost(placed, login, objects);
+        }
+        if (!isHostRecorded) {
+            RequireNoOthers(placed, own, login.Device().url, objects);
+        }
     }
 }

@@ -3,8 +3,10 @@
 
 #include "cli/array_login.h"
 
-/// Throws Failure with Foreign when the array has an initiator of this node on a host that this node did not make, as
-/// its journal tells: the library would use that host. Without a journal each host counts as somebody else's.
-void RequireNoHostToAdopt(const ArrayLogin& login);
+/// Looks at the hosts on which the array has this node's initiators, for the library would use them. Throws Failure
+/// with Foreign where one may not be used: without `adopts`, when the journal does not name it as made here (without a
+/// journal none is); before any host is recorded, when it holds initiators of others as well, who would see this node's
+/// LUNs.
+void RequireHostToUse(const ArrayLogin& login, bool adopts);
 
 #endif

@@ -6,6 +6,7 @@
 #include "cli/log_tail.h"
 #include "cli/nearest_name.h"
 #include "cli/options.h"
+#include "cli/remedies.h"
 #include "cli/report.h"
 #include "cli/stop_signals.h"
 #include "cli/within.h"
@@ -105,6 +106,11 @@ bool WantsJson(const CLI::App& app)
     return false;
 }
 
+void TellRemedy(ExitCode code)
+{
+    Report::Tell("remedy: " + RemedyFor({}, code), Report::Look::Remedy);
+}
+
 // True, after a hint, when the first word that is no option names no command.
 bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
 {
@@ -120,6 +126,7 @@ bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
     const std::string nearest = NearestName(*word, names);
     Report::Tell("no command " + std::string(*word) + ": " +
                  (nearest.empty() ? "zavctl --help tells which there are" : "did you mean " + nearest + "?"));
+    TellRemedy(ExitCode::Usage);
     return true;
 }
 
@@ -158,7 +165,13 @@ ExitCode Main(int argc, char** argv)
         if (TellUnknownCommand(app, argc, argv)) {
             return ExitCode::Usage;
         }
-        return app.exit(error) == 0 ? ExitCode::Done : ExitCode::Usage; // --help and --version come this way too
+        if (error.get_exit_code() != 0) {
+            Report::Tell(error.what(), Report::Look::Cause);
+            TellRemedy(ExitCode::Usage);
+            return ExitCode::Usage;
+        }
+        app.exit(error); // --help and --version come this way
+        return ExitCode::Done;
     }
     telling.isJson = WantsJson(app);
     telling.tellsConfiguration = app.got_subcommand(CONFIG_COMMAND);
@@ -187,7 +200,7 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) { // before anything was begun, or in the telling of what went wrong
         Base::WriteWhole(STDERR_FILENO, "zavctl: internal error: ");
         Base::WriteWhole(STDERR_FILENO, error.what());
-        Base::WriteWhole(STDERR_FILENO, "\n");
+        Base::WriteWhole(STDERR_FILENO, "\nzavctl: remedy: report it, with the output of the same command under -vv\n");
     }
     if (!EndCheckThread()) {
         std::cout << std::flush;

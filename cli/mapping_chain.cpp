@@ -108,8 +108,8 @@ void MappingChain::MendOrFail()
         CheckInitiators();
     }
     if (!m_broken.empty()) {
-        throw Failure(ExitCode::Drift, m_login.Device().url + ": this node is not rightly prepared: " +
-                                           boost::join(m_broken, "; ") + ". Run zavctl init again");
+        throw Failure(ExitCode::Drift,
+                      m_login.Device().url + ": this node is not rightly prepared: " + boost::join(m_broken, "; "));
     }
 }
 

@@ -42,9 +42,7 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
 {
     const ArrayLogin& login = *target.login;
     NodeCheck::RequireUsableRecord(login);
-    if (!wishes.adopts) {
-        RequireNoHostToAdopt(login);
-    }
+    RequireHostToUse(login, wishes.adopts);
     const Provenance provenance(login.DeviceId());
     const bool isDone = [&] {
         const OwnSessions::Begin sessions(login);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace {
 
@@ -10,9 +11,88 @@ struct TextRow {
     const char* remedy;
 };
 
-// The first that fits. Numbers in parentheses are an array's codes, or libcurl's.
-constexpr std::array<TextRow, 45> BY_TEXT = {{
+struct CodeRow {
+    std::int64_t code; ///< of an array or cluster, in the cause as "(7)" or "code 7"
+    const char* remedy;
+};
+
+constexpr const char* MADE_ANEW = "what the record names is gone from the array: run zavctl init again, which makes it "
+                                  "anew";
+constexpr const char* CHANGED_MEANWHILE = "somebody changed the objects meanwhile: run the command again, which looks "
+                                          "at them anew";
+constexpr const char* STILL_USED = "the object is in use: take out on the array what is in it or holds it, or leave it";
+constexpr const char* OTHER_USE = "the mapping view is another's by now: run zavctl init again, and zavctl tidy for "
+                                  "what it leaves";
+constexpr const char* TAKEN = "the name belongs to somebody else's object: run the command again, which takes another "
+                              "name";
+constexpr const char* WRONG_USER = "correct user and password: encrypt the password with zavctl password encrypt, and "
+                                   "put both into the environment";
+constexpr const char* TOO_MANY_SESSIONS = "too many sessions stand on the array: end some there, or wait until they "
+                                          "lapse";
+constexpr const char* ANOTHER_KIND = "the array speaks another version of the interface: report it, with the output of "
+                                     "the same command under -vv, and with the array's model and version";
+constexpr const char* BUSY = "the array is busy: run the command again in a few minutes";
+constexpr const char* NAMES_ANOTHER = "the certificate is made out to another address: put that one into the "
+                                      "environment, or have the array show one that names this address";
+constexpr const char* BROKEN = "the connection broke: check the array's health and the way to it, then run the command "
+                               "again";
+constexpr const char* NO_INTERFACE = "what answers there is no management interface that is known here: check address "
+                                     "and port in the environment";
+
+constexpr std::array<CodeRow, 43> BY_CODE = {{
+    {-401, "the session lapsed: run the command again"},
+    {-408, "the array did not finish in time: look at its load, then run the command again"},
+    {-500, "the array failed within: look at its alarms, then run the command again"},
+    {-1000, "a connection within the array failed: look at its alarms, then run the command again"},
+    {1073745412, CHANGED_MEANWHILE}, // the host is not in the host group
+    {1073804552, CHANGED_MEANWHILE}, // the host group is not in the mapping view
+    {1073804554, CHANGED_MEANWHILE}, // the LUN group is not in the mapping view
+    {1077936861, MADE_ANEW},         // no such LUN group
+    {1077937498, MADE_ANEW},         // no such host
+    {1077937500, MADE_ANEW},         // no such host group
+    {1077948996, CHANGED_MEANWHILE}, // not in the LUN group
+    {1077949006, BUSY},
+    {1077949067, "the array is not ready yet: run the command again in a few minutes"},
+    {1077950342, CHANGED_MEANWHILE}, // the initiator is not on the host
+    {1077951819, MADE_ANEW},         // no such mapping view
+    // those of the simulated array
+    {1090519041, WRONG_USER},
+    {1090519042, TOO_MANY_SESSIONS},
+    {1090519043, "another array answers at this address by now: check the address in the environment"},
+    {1090519044, ANOTHER_KIND}, // no such resource
+    {1090519045, ANOTHER_KIND}, // a parameter that it does not know
+    {1090519046, TAKEN},
+    {1090519047, CHANGED_MEANWHILE}, // no such LUN
+    {1090519048, CHANGED_MEANWHILE}, // no such snapshot
+    {1090519049, CHANGED_MEANWHILE}, // no such initiator
+    {1090519050, CHANGED_MEANWHILE}, // the initiator is there already
+    {1090519051, "the initiator belongs to another host: take it off that host on the array, or give this node an "
+                 "initiator name of its own in /etc/iscsi/initiatorname.iscsi"},
+    {1090519052, CHANGED_MEANWHILE}, // associated already
+    {1090519053, STILL_USED},        // the host is in a group
+    {1090519054, STILL_USED},        // the host has initiators
+    {1090519055, STILL_USED},        // the host group is in a view
+    {1090519056, STILL_USED},        // the host group has hosts
+    {1090519057, STILL_USED},        // the LUN group is in a view
+    {1090519058, STILL_USED},        // the LUN group has members
+    {1090519059, STILL_USED},        // the mapping view holds groups
+    {1090519060, OTHER_USE},         // the mapping view has a host group
+    {1090519061, OTHER_USE},         // the mapping view has a LUN group
+    {1090519062, "the array gives fewer LUNs at once: name fewer with --page-size"},
+    {1090519063, "the array cannot save changes: look at its disk space and alarms"},
+    {1090519064, "the array's targets did not follow: look at its alarms, then run the command again"},
+    // those of the simulated cluster
+    {1107296257, WRONG_USER},
+    {1107296258, TOO_MANY_SESSIONS},
+    {1107296259, ANOTHER_KIND}, // no such resource
+    {1107296260, ANOTHER_KIND}, // a parameter that it does not know
+}};
+
+// The first that fits. Numbers in parentheses are libcurl's.
+constexpr std::array<TextRow, 67> BY_TEXT = {{
     // on the way to the array
+    {"(libcurl 3)", "what the environment has as address is none: correct it; addresses stand there without scheme and "
+                    "port"},
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
                     "service runs"},
@@ -22,23 +102,47 @@ constexpr std::array<TextRow, 45> BY_TEXT = {{
     {"(libcurl 52)",
      "the connection was closed without an answer: check that the port speaks what \"protocols\" in the "
      "environment says, then the array"},
-    {"(libcurl 56)", "the connection broke: check the array's health and the way to it, then run the command again"},
-    {"(libcurl 60)", "the certificate is not trusted for this address: name its authority's file in [Http] CaFile, or "
-                     "have the array show one that is valid now and made out to the address"},
+    {"(libcurl 18)", BROKEN},
+    {"(libcurl 55)", BROKEN},
+    {"(libcurl 56)", BROKEN},
+    {"certificate has expired", "have the array show a certificate that is valid now; when it does, set this node's "
+                                "clock"},
+    {"certificate is not yet valid",
+     "set this node's clock; when that is right, have the array show a certificate that "
+     "is valid now"},
+    {"address mismatch", NAMES_ANOTHER},
+    {"ostname mismatch", NAMES_ANOTHER},
+    {"subject name matches", NAMES_ANOTHER},
+    {"(libcurl 60)", "the certificate's authority is not trusted: name its file in [Http] CaFile, after seeing that it "
+                     "is the array's"},
     {"(libcurl 77)", "the file in [Http] CaFile cannot be used: it has to be a PEM file that this user may read"},
-    // what the array says
-    {"(1077949006)", "the array is busy: run the command again in a few minutes"},
-    {"(1077949067)", "the array is not ready yet: run the command again in a few minutes"},
-    {"(-401)", "the session lapsed: run the command again"},
-    {"(-408)", "the array did not finish in time: look at its load, then run the command again"},
-    {"(-500)", "the array failed within: look at its alarms, then run the command again"},
-    {"(-1000)", "a connection within the array failed: look at its alarms, then run the command again"},
-    {"is in use", "the name belongs to somebody else's object: run the command again, which takes another name"},
-    {"session limit", "too many sessions stand on the array: end some there, or wait until they lapse"},
-    {"The limit of sessions", "too many sessions stand on the array: end some there, or wait until they lapse"},
-    {"user name or the password is wrong", "correct user and password: encrypt the password with zavctl password "
-                                           "encrypt, and put both into the environment"},
+    {"HTTP status 4", NO_INTERFACE},
+    {"HTTP status 5", "the management service, or a proxy before it, failed: look at the array's alarms, then run the "
+                      "command again"},
+    {"Parse json string failed", NO_INTERFACE},
+    {"Json object format is error", NO_INTERFACE},
+    // what the array says in its own words
+    {"user name or the password is wrong", WRONG_USER},
+    {"is in use", TAKEN},
+    {"session limit", TOO_MANY_SESSIONS},
+    {"The limit of sessions", TOO_MANY_SESSIONS},
+    {"number of sessions has reached its limit", TOO_MANY_SESSIONS},
+    {"reached its limit", "the array holds no more of these: have its administrator take apart what nobody needs; "
+                          "zavctl tidy takes apart what this node left"},
     // this node
+    {"its mode must be 0600",
+     "look who could read the key, then chmod 600 it; where others could, encrypt all passwords "
+     "with a new key"},
+    {"it belongs to user", "run the command as the user whom the key belongs to"},
+    {"64 hexadecimal digits", "restore the key from its backup; without one move the file away, and encrypt all "
+                              "passwords anew with zavctl password encrypt"},
+    {"cannot be opened: No such file", "restore the key from its backup, or name its place in [Security] KeyFile; "
+                                       "without one encrypt all passwords anew with zavctl password encrypt"},
+    {"The key file ", "have a key file that this user owns, in a folder that he may write, or name another place in "
+                      "[Security] KeyFile"},
+    {"is no credential", "encryptedPasswords takes what zavctl password encrypt prints, whole and unchanged"},
+    {"another key than this node's", "encrypt the password with this node's key, by zavctl password encrypt, and put "
+                                     "the result into the environment"},
     {"cannot be decrypted", "encrypt the password with this node's key, by zavctl password encrypt, and put the result "
                             "into the environment"},
     {"the environment has no", "add what is missing to the environment; docs/zavctl.md has a whole one"},
@@ -52,16 +156,31 @@ constexpr std::array<TextRow, 45> BY_TEXT = {{
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
     {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},
-    {"configuration ", "correct what was named above; zavctl config check tells whether all is well"},
+    {"configuration ",
+     "correct what was named, or take the line away, which gives the default; zavctl config check tells "
+     "whether all is well"},
     {"iscsiadm: not found", "install open-iscsi on this node"},
-    {"iscsiadm said", "have iscsid run on this node (systemctl start iscsid), then try what iscsiadm refused by hand"},
-    {"iSCSI portal", "check the way from this node to the array's iSCSI ports, TCP 3260"},
+    {"can not connect to iSCSI daemon", "start iscsid (systemctl start iscsid), and run the command again"},
+    {"authorization failure", "have the array's iSCSI ports let this node's initiator in, without CHAP"},
+    {"time limit", "look what keeps iscsiadm (the way to the array's iSCSI ports, iscsid's log), then run the command "
+                   "again; [Shell] TimeoutSeconds is how long it may take"},
+    {"iscsiadm said",
+     "try by hand what iscsiadm refused: iscsiadm -m discovery -t st -p ADDRESS, then iscsiadm -m node "
+     "-p ADDRESS -l"},
+    {"iSCSI portal",
+     "check the way from this node to the array's iSCSI ports, TCP 3260, and that its iSCSI service runs"},
     {"no online FC port and no iSCSI session", "log this node into one of the array's iSCSI ports, or bring an FC port "
                                                "online; then run zavctl init again"},
     {"initiatorname.iscsi",
-     "give this node an initiator name: open-iscsi writes /etc/iscsi/initiatorname.iscsi when it "
-     "is installed"},
+     "give this node an initiator name in /etc/iscsi/initiatorname.iscsi, as open-iscsi does when "
+     "it is installed; then run zavctl init again"},
+    {"which is not this node's",
+     "take the other initiators off that host on the array, or this node's; then run zavctl "
+     "init again"},
+    {"which is not in host group", "take this node's initiator off that host on the array; then run zavctl init again"},
     {"No space left on device", "make room on that file system, then run the command again"},
+    {"File too large", "give this user and that file system a higher limit of file sizes (ulimit -f)"},
+    {"which the record lies in", "make the folder, owned by the user who runs zavctl; then run the command again"},
     {"not a device record in JSON",
      "restore the file from a backup, or move it away: zavctl init then makes the record "
      "anew, and zavctl tidy takes apart what the old one named"},
@@ -101,15 +220,32 @@ constexpr std::array<ExitRow, 12> BY_EXIT = {{
     {ExitCode::OurFault, "report it, with the output of the same command under -vv"},
 }};
 
+// Of the array's code in the cause, "(7)" or "code 7: "; null when none is known.
+const char* RemedyOfCode(const std::string& cause)
+{
+    const auto* const row = std::find_if(BY_CODE.begin(), BY_CODE.end(), [&cause](const CodeRow& each) {
+        const std::string number = std::to_string(each.code);
+        const std::array<std::string, 3> forms = {"(" + number + ")", "code " + number + ":", "code " + number + ";"};
+        return std::any_of(forms.begin(), forms.end(),
+                           [&cause](const std::string& form) { return cause.find(form) != std::string::npos; });
+    });
+    return row == BY_CODE.end() ? nullptr : row->remedy;
+}
+
 } // namespace
 
 std::string RemedyFor(const std::string& cause, ExitCode exit)
 {
-    const auto* const text = std::find_if(BY_TEXT.begin(), BY_TEXT.end(), [&cause](const TextRow& row) {
-        return cause.find(row.piece) != std::string::npos;
-    });
-    if (text != BY_TEXT.end() && exit != ExitCode::NoPermission) {
-        return text->remedy;
+    if (exit != ExitCode::NoPermission) {
+        if (const char* const remedy = RemedyOfCode(cause)) {
+            return remedy;
+        }
+        const auto* const text = std::find_if(BY_TEXT.begin(), BY_TEXT.end(), [&cause](const TextRow& row) {
+            return cause.find(row.piece) != std::string::npos;
+        });
+        if (text != BY_TEXT.end()) {
+            return text->remedy;
+        }
     }
     const auto* const row =
         std::find_if(BY_EXIT.begin(), BY_EXIT.end(), [exit](const ExitRow& each) { return each.exit == exit; });

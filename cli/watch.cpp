@@ -42,6 +42,7 @@ ExitCode Watch::Run(Preparation::Outcome outcome)
         PrintChanges(outcome);
         if (Pause(outcome)) {
             Report::Step("stopped");
+            TellFailures(outcome);
             return outcome.Code(m_targets.size());
         }
         outcome = Preparation::LogIntoAll(m_targets, m_log);
@@ -109,6 +110,17 @@ std::string Watch::Inputs() const
         all += target.path == STANDARD_INPUT ? "" : Base::ReadFileIfThere(target.path).value_or("");
     }
     return all;
+}
+
+// What was lost at the end, for whoever did not see when that came about.
+void Watch::TellFailures(const Preparation::Outcome& outcome) const
+{
+    for (const Preparation::Target& target : m_targets) {
+        const auto failure = outcome.failures.find(&target);
+        if (failure != outcome.failures.end()) {
+            Tell(failure->second);
+        }
+    }
 }
 
 void Watch::TellChanges(const Preparation::Outcome& outcome)

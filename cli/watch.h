@@ -32,6 +32,7 @@ private:
     boost::chrono::seconds BackOff() const;
     bool AwaitChange();
     std::string Inputs() const;
+    void TellFailures(const Preparation::Outcome& outcome) const;
     void TellChanges(const Preparation::Outcome& outcome);
     void PrintChanges(const Preparation::Outcome& outcome);
 

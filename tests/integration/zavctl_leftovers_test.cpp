@@ -85,8 +85,9 @@ TEST_F(ZavctlLeftoversTest, NodeWithoutItsHostIsToldAndMendedByTheNextInit)
         R"("kind": "code", "code": 42, "description": "licence", "method": "POST", "target": "iscsi_initiator", "count": 1)");
     const Base::ProgramResult first = Init();
     EXPECT_EQ(10, first.status);
-    EXPECT_THAT(first.errors,
-                HasSubstr("this node is not rightly prepared: no host is recorded. Run zavctl init again"));
+    EXPECT_THAT(
+        first.errors,
+        HasSubstr("this node is not rightly prepared: no host is recorded\nzavctl: remedy: run zavctl init again;"));
     const Base::ProgramResult second = Init();
     EXPECT_EQ(0, second.status) << second.errors;
     EXPECT_THAT(second.errors, HasSubstr("mended: host 1 in host group 1"));

@@ -246,13 +246,14 @@ TEST_F(ZavctlTest, VerboseShowsEachLineOfTheLibraryOnce)
 
 TEST_F(ZavctlTest, CommandThatIsMistypedIsGuessed)
 {
+    const std::string remedy = "zavctl: remedy: zavctl --help, or --help behind the command, tells what it takes\n";
     for (const auto& [typed, meant] : std::vector<std::pair<std::string, std::string>>{
              {"inventroy", "inventory"}, {"initt", "init"}, {"cleenup", "cleanup"}, {"pasword", "password"}}) {
         const Base::ProgramResult outcome = RunZavctl({typed, "--env", "x"});
         EXPECT_EQ(2, outcome.status);
-        EXPECT_EQ("zavctl: no command " + typed + ": did you mean " + meant + "?\n", outcome.errors);
+        EXPECT_EQ("zavctl: no command " + typed + ": did you mean " + meant + "?\n" + remedy, outcome.errors);
     }
-    EXPECT_EQ("zavctl: no command xyzzy: zavctl --help tells which there are\n", RunZavctl({"xyzzy"}).errors);
+    EXPECT_EQ("zavctl: no command xyzzy: zavctl --help tells which there are\n" + remedy, RunZavctl({"xyzzy"}).errors);
 }
 
 TEST_F(ZavctlTest, VerbosityMayStandBehindTheCommand)

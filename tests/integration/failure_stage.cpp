@@ -1,0 +1,101 @@
+#include "tests/integration/failure_stage.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double SLOWNESS = 3;
+#else
+constexpr double SLOWNESS = 1;
+#endif
+
+std::vector<std::string> LastTwoLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    lines.erase(lines.begin(), lines.end() - std::min<std::ptrdiff_t>(2, static_cast<std::ptrdiff_t>(lines.size())));
+    return lines;
+}
+
+// Without the times that something took, and the version of OpenSSL.
+std::string Settled(const std::string& text)
+{
+    const std::string timeless = std::regex_replace(text, std::regex("after [0-9]+ ms"), "after N ms");
+    return std::regex_replace(timeless, std::regex("OpenSSL/[0-9.]+"), "OpenSSL/N");
+}
+
+} // namespace
+
+void FailureStage::ExpectEnding(const Process::Arguments& arguments, const Ending& ending, double seconds) const
+{
+    Process::Arguments words = m_before;
+    words.push_back(ProductPath("bin/zavctl"));
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const auto begin = std::chrono::steady_clock::now();
+    ExpectEnding(RunToEnd(words, m_variables), ending);
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_LT(taken.count(), seconds * SLOWNESS);
+    std::string command = "zavctl";
+    for (const std::string& argument : arguments) {
+        command += " " + argument;
+    }
+    RecordProperty("command", command);
+    RecordProperty("seconds", std::to_string(taken.count()));
+}
+
+void FailureStage::ExpectEnding(const Base::ProgramResult& outcome, const Ending& ending)
+{
+    EXPECT_EQ(ending.status, outcome.status) << outcome.errors;
+    const std::vector<std::string> lines = LastTwoLines(outcome.errors);
+    ASSERT_EQ(2U, lines.size()) << outcome.errors;
+    EXPECT_EQ("zavctl: " + ending.cause, Settled(lines[0])) << outcome.errors;
+    EXPECT_EQ("zavctl: remedy: " + ending.remedy, lines[1]) << outcome.errors;
+    RecordProperty("cause", lines[0]);
+    RecordProperty("remedy", lines[1]);
+    RecordProperty("exit", outcome.status);
+}
+
+void FailureStage::RunWithoutRightsOverFiles()
+{
+    if (::geteuid() == 0) {
+        RunBehind({"setpriv", "--bounding-set=-dac_override,-dac_read_search"});
+    }
+}
+
+void FailureStage::Change(const std::string& file, const std::string& from, const std::string& to)
+{
+    std::string text = ReadText(file);
+    const std::size_t place = text.find(from);
+    if (place == std::string::npos) {
+        throw std::runtime_error(file + " has no " + from);
+    }
+    WriteText(file, text.replace(place, from.size(), to));
+}
+
+void FailureStage::MakeCommand(const std::string& name, const std::string& script) const
+{
+    const std::string path = Directory() + "/node/bin/" + name;
+    WriteText(path, "#!/bin/sh\n" + script);
+    boost::filesystem::permissions(path, boost::filesystem::owner_all);
+}
+
+void FailureStage::AwaitRequest(const Array& array, const std::string& start)
+{
+    WaitUntil(start, [&] {
+        const std::vector<std::string> requests = array.Requests();
+        return std::any_of(requests.begin(), requests.end(),
+                           [&start](const std::string& request) { return request.rfind(start, 0) == 0; });
+    });
+}

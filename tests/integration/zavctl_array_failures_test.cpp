@@ -1,0 +1,137 @@
+#include "tests/integration/failure_stage.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+namespace {
+
+/// Each way in which an array refuses what the node wants, or loses what it had.
+class ZavctlArrayFailuresTest : public FailureStage {
+protected:
+    /// What a watch told when it lost the array, or what it ended with.
+    static std::string Told(const Process& zavctl, const std::string& mark)
+    {
+        const std::string errors = zavctl.Errors();
+        const std::size_t start = errors.find(mark);
+        return start == std::string::npos ? errors : errors.substr(start + mark.size());
+    }
+
+    static void ExpectLost(Process& zavctl, const std::string& cause, const std::string& remedy)
+    {
+        zavctl.AwaitError(" lost: ");
+        WaitUntil("the remedy", [&zavctl] { return Told(zavctl, " lost: ").find("remedy: ") != std::string::npos; });
+        EXPECT_THAT(Told(zavctl, " lost: "), HasSubstr(cause));
+        zavctl.AwaitError("zavctl: remedy: " + remedy + "\n");
+    }
+};
+
+TEST_F(ZavctlArrayFailuresTest, InitiatorThatIsOnSomebodyElsesHost)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    array.Operate("POST", "host", R"({"NAME": "somebody", "TYPE": "21"})");
+    for (const std::string& initiator : {std::string(NODE_IQN), std::string("iqn.2020-01.local.other:01")}) {
+        array.Operate("POST", "iscsi_initiator", R"({"ID": ")" + initiator + R"(", "TYPE": "222"})");
+        array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                      R"({"ID": ")" + initiator + R"(", "PARENTID": "1", "TYPE": "222"})");
+    }
+    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
+                 {5,
+                  array.Url() + ": iSCSI initiator " + NODE_IQN +
+                      " is on host 1, which holds iSCSI initiator "
+                      "iqn.2020-01.local.other:01 as well, which is not this node's; nothing was changed",
+                  "take the other initiators off that host on the array, or this node's; then run zavctl init again"});
+    EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
+}
+
+TEST_F(ZavctlArrayFailuresTest, NameThatIsTaken)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    array.AddFault(R"({"kind": "code", "code": 1090519046, "description": "taken", "method": "POST", )"
+                   R"("target": "hostgroup$", "count": 0})");
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(9, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("\": \"taken\" (1090519046)\nzavctl: remedy: the name belongs to somebody "
+                                          "else's object: run the command again, which takes another name\n"));
+}
+
+TEST_F(ZavctlArrayFailuresTest, LimitOfMappingViews)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    array.AddFault(
+        R"({"kind": "code", "code": 1090519100, "description": "The number of mapping views has reached its )"
+        R"(limit", "method": "POST", "target": "mappingview$", "count": 0})");
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(9, outcome.status);
+    EXPECT_THAT(outcome.errors,
+                HasSubstr("\": \"The number of mapping views has reached its limit\" (1090519100)\nzavctl: remedy: the "
+                          "array holds no more of these: have its administrator take apart what nobody needs; zavctl "
+                          "tidy takes apart what this node left\n"));
+}
+
+TEST_F(ZavctlArrayFailuresTest, ArrayThatIsDownWhenAWatchBegins)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)}; // the second is for the test alone
+    const Array& array = StartArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    Change(env, ", \"" + Address(1) + "\"", "");
+    array.SetListening(0, false);
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    const std::string cause = env + ": cannot log into the array at " + Address(0) + ": POST ";
+    const std::string remedy = "nothing listens there: check address and port in the environment, and that the array's "
+                               "management service runs";
+    ExpectLost(*zavctl, cause, remedy);
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(8, zavctl->Wait());
+    EXPECT_THAT(Told(*zavctl, "zavctl: stopped\n"), HasSubstr("zavctl: " + cause));
+    EXPECT_THAT(Told(*zavctl, "zavctl: stopped\n"), HasSubstr("\nzavctl: remedy: " + remedy + "\n"));
+}
+
+TEST_F(ZavctlArrayFailuresTest, ArrayThatIsRestartedUnderAWatch)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0)};
+    options.serviceIps = {Address(8)};
+    options.serial = "21restarted" + std::to_string(::getpid());
+    options.further = {"--state", Directory() + "/state.json"};
+    Array& array = StartArray(options);
+    StartTargets(options.serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    array.Program().Signal(SIGTERM);
+    array.Program().Wait();
+    ExpectLost(*zavctl, ": Connection refused (libcurl 7)",
+               "nothing listens there: check address and port in the "
+               "environment, and that the array's management service runs");
+    StartArray(options);
+    zavctl->AwaitError(" recovered: " + env);
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlArrayFailuresTest, MappingThatIsTakenAwayUnderAWatchIsMadeAnew)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    const std::string view = array.Ids("mappingview").at(0);
+    array.DeleteBehindBack("mappingview", view);
+    WaitUntil("another view", [&array, &view] {
+        const std::vector<std::string> ids = array.Ids("mappingview");
+        return ids.size() == 1 && ids[0] != view;
+    });
+    zavctl->AwaitError("The MapView has been deleted!");
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+} // namespace
