@@ -56,8 +56,8 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
     return one.resource == other.resource;
 }
 
-// A node without a name of its own has nothing that a host could be made for.
-std::string WhyThereIsNoHost()
+// A node without a name of its own has no initiator, and nothing that a host could be made for.
+std::string WhyThereIsNone()
 {
     DeviceOperate device;
     std::string iqn;
@@ -116,7 +116,7 @@ void MappingChain::MendOrFail()
 void MappingChain::CheckObject(const ObjectKind& kind, const std::string& id, const std::string& name)
 {
     if (id.empty()) {
-        Break("no " + std::string(kind.words) + " is recorded" + (IsKind(kind, HOST) ? WhyThereIsNoHost() : ""));
+        Break("no " + std::string(kind.words) + " is recorded" + (IsKind(kind, HOST) ? WhyThereIsNone() : ""));
         return;
     }
     const auto object = m_objects.Find(kind, id);
@@ -172,7 +172,7 @@ void MappingChain::CheckInitiators()
     }
     TellWhatIsNotOurs(recordedPorts, ports, iqn);
     if (m_initiatorsInPlace == 0 && m_broken.empty()) {
-        Break("this node has no initiator on the array");
+        Break("this node has no initiator on the array" + WhyThereIsNone());
     }
 }
 
