@@ -54,7 +54,7 @@ std::string ProblemOfDecryption(const std::string& cipher)
 std::string ProblemOfGivenAddress(const std::string& address)
 {
     const std::string problem = ProblemOfAddress(Base::BracketedHost(address));
-    return problem.empty() ? problem : "it is " + problem;
+    return problem.empty() ? "" : "it is " + problem;
 }
 
 std::vector<std::string> SplitAddresses(const std::string& answer)

@@ -1,7 +1,7 @@
 #include "tests/framework/support/framework_test.h"
-#include "tests/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
+#include "tests/support/full_listener.h"
 
 #include <sys/socket.h>
 #include <zlib.h>

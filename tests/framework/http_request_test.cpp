@@ -1,10 +1,10 @@
 #include "common/framework/http_client.h"
 
 #include "tests/framework/support/framework_test.h"
-#include "tests/support/full_listener.h"
 #include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 #include "tests/framework/support/web_server.h"
+#include "tests/support/full_listener.h"
 
 #include <algorithm>
 #include <chrono>

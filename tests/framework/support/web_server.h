@@ -1,8 +1,8 @@
 #ifndef PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_WEB_SERVER_H
 #define PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_WEB_SERVER_H
 
-#include "tests/support/test_ca.h"
 #include "tests/support/http_server.h"
+#include "tests/support/test_ca.h"
 
 #include <map>
 #include <mutex>
