@@ -111,9 +111,13 @@ void TellRemedy(ExitCode code)
     Report::Tell("remedy: " + RemedyFor({}, code), Report::Look::Remedy);
 }
 
-// True, after a hint, when the first word that is no option names no command.
+// True, after a hint, when the first word that is no option names no command. Once a command was found, that word may
+// be the value of an option before it, and something else is wrong.
 bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
 {
+    if (!app.get_subcommands().empty()) {
+        return false;
+    }
     std::vector<std::string> names;
     for (const CLI::App* const command : app.get_subcommands({})) {
         names.push_back(command->get_name());

@@ -254,6 +254,9 @@ TEST_F(ZavctlTest, CommandThatIsMistypedIsGuessed)
         EXPECT_EQ("zavctl: no command " + typed + ": did you mean " + meant + "?\n" + remedy, outcome.errors);
     }
     EXPECT_EQ("zavctl: no command xyzzy: zavctl --help tells which there are\n" + remedy, RunZavctl({"xyzzy"}).errors);
+    EXPECT_THAT(RunZavctl({"--timeout", "5", "init"}).errors,
+                StartsWith("zavctl: An environment, by --env or ZAVCTL_ENV,"))
+        << "the value of an option is no command";
 }
 
 TEST_F(ZavctlTest, VerbosityMayStandBehindTheCommand)
