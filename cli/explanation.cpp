@@ -127,8 +127,8 @@ std::optional<Cause> RefusalOfRest(const LogTail::Line& line)
 std::optional<Cause> CauseIn(const Lines& lines)
 {
     using Reader = std::optional<Cause> (*)(const LogTail::Line&);
-    constexpr std::array<Reader, 8> READERS = {&RefusalOfSan,  &NetworkFailure, &WordsOfIscsiadm, &UnreachablePortal,
-                                               &FailureOfFile, &FailureOfKey,   &FailureOfLock,   &UnreachableServer};
+    constexpr std::array<Reader, 7> READERS = {&RefusalOfSan,  &NetworkFailure, &WordsOfIscsiadm, &UnreachablePortal,
+                                               &FailureOfFile, &FailureOfKey,   &FailureOfLock};
     for (const LogTail::Line& line : lines) {
         for (const Reader read : READERS) {
             if (auto cause = read(line)) {
@@ -144,6 +144,11 @@ std::optional<Cause> CauseIn(const Lines& lines)
             return cause;
         }
         withoutId -= cause ? 1 : 0;
+    }
+    for (const LogTail::Line& line : lines) { // which stands in front of what that meant to an operation
+        if (auto cause = UnreachableServer(line)) {
+            return cause;
+        }
     }
     return std::nullopt;
 }

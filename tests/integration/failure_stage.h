@@ -9,7 +9,7 @@
 /// How a command that fails ends: with this status, and with the cause and its remedy as the last two lines.
 struct Ending {
     int status;
-    std::string cause; ///< with "N" where the machine says a time or a version
+    std::string cause; ///< with "N" for a time or a version, "NAME" for a name that was drawn
     std::string remedy;
 };
 

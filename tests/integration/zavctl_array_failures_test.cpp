@@ -20,12 +20,19 @@ protected:
         return start == std::string::npos ? errors : errors.substr(start + mark.size());
     }
 
+    static std::string CouldNotPrepare(const std::string& env, const Array& array)
+    {
+        return env + ": this node could not be prepared on " + array.Url() + ": the array refused to ";
+    }
+
     static void ExpectLost(Process& zavctl, const std::string& cause, const std::string& remedy)
     {
         zavctl.AwaitError(" lost: ");
         WaitUntil("the remedy", [&zavctl] { return Told(zavctl, " lost: ").find("remedy: ") != std::string::npos; });
         EXPECT_THAT(Told(zavctl, " lost: "), HasSubstr(cause));
         zavctl.AwaitError("zavctl: remedy: " + remedy + "\n");
+        RecordProperty("cause", cause);
+        RecordProperty("remedy", remedy);
     }
 };
 
@@ -52,27 +59,29 @@ TEST_F(ZavctlArrayFailuresTest, NameThatIsTaken)
 {
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
     array.AddFault(R"({"kind": "code", "code": 1090519046, "description": "taken", "method": "POST", )"
                    R"("target": "hostgroup$", "count": 0})");
-    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
-    EXPECT_EQ(9, outcome.status);
-    EXPECT_THAT(outcome.errors, HasSubstr("\": \"taken\" (1090519046)\nzavctl: remedy: the name belongs to somebody "
-                                          "else's object: run the command again, which takes another name\n"));
+    ExpectEnding({"init", "--env", env},
+                 {9, CouldNotPrepare(env, array) + "create host group \"NAME\": \"taken\" (1090519046)",
+                  "the name belongs to somebody else's object: run the command again, which takes another name"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, LimitOfMappingViews)
 {
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
     array.AddFault(
         R"({"kind": "code", "code": 1090519100, "description": "The number of mapping views has reached its )"
         R"(limit", "method": "POST", "target": "mappingview$", "count": 0})");
-    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
-    EXPECT_EQ(9, outcome.status);
-    EXPECT_THAT(outcome.errors,
-                HasSubstr("\": \"The number of mapping views has reached its limit\" (1090519100)\nzavctl: remedy: the "
-                          "array holds no more of these: have its administrator take apart what nobody needs; zavctl "
-                          "tidy takes apart what this node left\n"));
+    ExpectEnding(
+        {"init", "--env", env},
+        {9,
+         CouldNotPrepare(env, array) +
+             "create mapping view \"NAME\": \"The number of mapping views has reached its limit\" (1090519100)",
+         "the array holds no more of these: have its administrator take apart what nobody needs; zavctl tidy "
+         "takes apart what this node left"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, ArrayThatIsDownWhenAWatchBegins)

@@ -45,7 +45,7 @@ TEST_F(ZavctlConfigTest, FileThatTheVariableNamesHasToBeThere)
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("zavctl: " + path +
                                                 ", which PRODUCT_STORAGE_CONFIG names, does not "
                                                 "exist\n"),
-                                      HasSubstr("zavctl: configuration " + path + ": 1 problem(s), see above\n")));
+                                      HasSubstr("zavctl: configuration " + path + ", which PRODUCT_STORAGE_CONFIG")));
     EXPECT_EQ("", outcome.output);
 }
 
@@ -65,7 +65,9 @@ TEST_F(ZavctlConfigTest, FileOfCertificatesHasToHoldOne)
         EXPECT_EQ(7, outcome.status) << why;
         EXPECT_THAT(outcome.errors,
                     HasSubstr("zavctl: " + ConfigurationPath() + ": [Http] CaFile names " + path + ": " + why + "\n"));
-        EXPECT_THAT(outcome.errors, HasSubstr(": 1 problem(s), see above\n")) << why;
+        EXPECT_THAT(outcome.errors,
+                    HasSubstr("zavctl: configuration " + ConfigurationPath() + ": [Http] CaFile names "))
+            << why;
     };
     Configure({{"Http.CaFile", path}});
     expectProblem("No such file or directory");
@@ -129,7 +131,7 @@ TEST_F(ZavctlConfigTest, WhatIsMalformedAndWhatIsNamedIsToldAtOnceAndOnce)
     const Base::ProgramResult outcome = Check();
     EXPECT_EQ(7, outcome.status);
     EXPECT_THAT(outcome.errors, AllOf(HasSubstr("[Log] Level"), HasSubstr("is refused"), HasSubstr("/gone: "),
-                                      HasSubstr(": 3 problem(s), see above\n")));
+                                      HasSubstr(", the first of 3 that stand above\n")));
 }
 
 TEST_F(ZavctlConfigTest, OtherCommandsEndAtWhatIsMalformedAlone)

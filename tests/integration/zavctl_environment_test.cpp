@@ -26,7 +26,9 @@ protected:
     void ExpectRefusal(const Base::ProgramResult& outcome, const std::string& why) const
     {
         EXPECT_EQ(2, outcome.status);
-        EXPECT_EQ(why + "\nRun with --help for more information.\n", outcome.errors);
+        EXPECT_EQ("zavctl: " + why +
+                      "\nzavctl: remedy: zavctl --help, or --help behind the command, tells what it takes\n",
+                  outcome.errors);
         EXPECT_EQ("", outcome.output);
     }
 };

@@ -126,7 +126,7 @@ TEST_F(ZavctlFileFailuresTest, PasswordThatIsNoCipher)
 
 TEST_F(ZavctlFileFailuresTest, PasswordThatIsNotGiven)
 {
-    ExpectEnding({"password", "encrypt"},
+    ExpectEnding({"password", "encrypt", "--new-key"},
                  {7, "password: none was given on standard input",
                   "type a password of 1 to 4096 bytes, or have it in the first line of standard input"});
 }
@@ -134,8 +134,9 @@ TEST_F(ZavctlFileFailuresTest, PasswordThatIsNotGiven)
 TEST_F(ZavctlFileFailuresTest, ConfigurationThatIsMalformed)
 {
     const std::string file = Directory() + "/backupnode.ini";
-    const std::string remedy = "correct it, or take the line away, which gives the default; zavctl config check tells "
-                               "whether all is well";
+    const std::string remedy =
+        "correct what was named, or take the line away, which gives the default; zavctl config check tells "
+        "whether all is well";
     const std::string first = "configuration " + file +
                               ": [BackupNode] DosRequestInterval = \"often\" is no whole number from 0 to 2147483647 "
                               "(seconds that must pass after a request to an array for the next one to start a new "
@@ -202,15 +203,15 @@ TEST_F(ZavctlFileFailuresTest, StandardOutputThatIsFull)
     const Array& array = StartArray();
     RunBehind({"sh", "-c", "exec \"$@\" >/dev/full", "sh"});
     ExpectEnding({"inventory", "--env", EnvironmentFileOf(array)},
-                 {7, "standard output: not all could be written",
-                  "have room where the output goes, and a reader who stays; then run the command again"});
+                 {7, "standard output cannot be written: No space left on device",
+                  "make room where the output goes, or send it elsewhere"});
 }
 
 TEST_F(ZavctlFileFailuresTest, CommandLineThatIsWrong)
 {
     const std::string remedy = "zavctl --help, or --help behind the command, tells what it takes";
     ExpectEnding(Process::Arguments{}, {2, "A subcommand is required", remedy});
-    ExpectEnding({"init"}, {2, "--env is required", remedy});
+    ExpectEnding({"init"}, {2, "An environment, by --env or ZAVCTL_ENV, is required", remedy});
     ExpectEnding({"init", "--env", "x", "--watch", "0"}, {2, "--watch: Value 0 not in range 1 to 86400", remedy});
     ExpectEnding({"initt"}, {2, "no command initt: did you mean init?", remedy});
 }

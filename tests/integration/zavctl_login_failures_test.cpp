@@ -298,7 +298,7 @@ TEST_F(ZavctlLoginFailuresTest, SessionThatEndsInTheMiddle)
     const std::string env = EnvironmentFileOf(array);
     array.AddFault(R"({"kind": "code", "code": -401, "description": "no such session", "target": "storagepool"})");
     ExpectEnding({"inventory", "--env", env},
-                 {9, array.Url() + ": cannot read the storage pools, code -401: no such session",
+                 {9, array.Url() + ": cannot read the storage pools: no such session (-401)",
                   "the session lapsed: run the command again"});
 }
 
