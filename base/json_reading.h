@@ -9,10 +9,10 @@
 
 namespace Base {
 
-/// True, with `root` set, when `text` is JSON by the builder's settings; else false with `root` undefined and, where one
-/// is wanted, why in `problem`. Throws std::bad_alloc when memory runs out. Settings take longer to make than a short
-/// text takes to read: callers keep them, one for each thread, so that none is gone while another thread reads. They
-/// hold nothing of what was read. For whoever links the JSON library.
+/// True, with `root` set, when `text` is JSON by the builder's settings; else false with `root` undefined and, where
+/// one is wanted, why in `problem`. Throws std::bad_alloc when memory runs out. Settings take longer to make than a
+/// short text takes to read: callers keep them, one for each thread, so that none is gone while another thread reads.
+/// They hold nothing of what was read. For whoever links the JSON library.
 inline bool ReadJson(const Json::CharReaderBuilder& settings, std::string_view text, Json::Value& root,
                      std::string* problem = nullptr)
 {

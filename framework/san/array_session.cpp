@@ -62,8 +62,8 @@ Json::Value Unwrap(const std::string& what, const std::string& body)
 {
     Json::Value root;
     thread_local const Json::CharReaderBuilder settings;
-    if (!Base::HasBoundedStructure(body) || !Base::ReadJson(settings, body, root) ||
-        !root.isObject() || !root["error"].isObject() || !root["error"]["code"].isInt64()) {
+    if (!Base::HasBoundedStructure(body) || !Base::ReadJson(settings, body, root) || !root.isObject() ||
+        !root["error"].isObject() || !root["error"]["code"].isInt64()) {
         ThrowMalformed(what);
     }
     const Json::Int64 code = root["error"]["code"].asInt64();

@@ -1,7 +1,7 @@
 #include "cli/environment_check.h"
 
 #include "cli/environment_file.h"
-#include "tests/unit/named_row.h"
+#include "tests/support/named_row.h"
 
 #include <google/protobuf/util/json_util.h>
 #include <google/protobuf/util/message_differencer.h>

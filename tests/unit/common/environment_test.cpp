@@ -1,5 +1,5 @@
 #include "common/environment.h"
-#include "tests/unit/named_row.h"
+#include "tests/support/named_row.h"
 
 #include <cstdint>
 #include <limits>

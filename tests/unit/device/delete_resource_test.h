@@ -2,9 +2,9 @@
 #define PRODUCT_STORAGE_TESTS_UNIT_DEVICE_DELETE_RESOURCE_TEST_H
 
 #include "device/delete_resource.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/device/fake_array.h"
-#include "tests/unit/named_row.h"
 
 #include <boost/make_shared.hpp>
 

@@ -1,6 +1,6 @@
 #include "device/device_operate.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_test.h"
-#include "tests/unit/named_row.h"
 
 #include <json/value.h>
 

@@ -1,8 +1,8 @@
 #include "common/framework/product_messages.pb.h"
 #include "device/device_operate.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/device/fake_array.h"
-#include "tests/unit/named_row.h"
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/exceptions.hpp>

@@ -1,6 +1,6 @@
 #include "common/framework/log_proxy.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_set_test.h"
-#include "tests/unit/named_row.h"
 
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/thread.hpp>

@@ -1,9 +1,9 @@
 #include "common/framework/product_messages.pb.h"
 #include "device/device_set_operator.h"
 #include "disklib/zav_storage_disk_lib.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/freed_memory.h"
-#include "tests/unit/named_row.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;

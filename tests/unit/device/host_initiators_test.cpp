@@ -1,7 +1,7 @@
 #include "device/device_operate.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/device/node.h"
-#include "tests/unit/named_row.h"
 
 #include <algorithm>
 #include <numeric>

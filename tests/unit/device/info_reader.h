@@ -3,7 +3,7 @@
 
 #include "device/device_operate.h"
 #include "device/device_set_operator.h"
-#include "tests/unit/named_row.h"
+#include "tests/support/named_row.h"
 
 #include <functional>
 #include <map>

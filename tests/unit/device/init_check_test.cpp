@@ -1,7 +1,7 @@
 #include "tests/unit/device/node.h"
 
+#include "tests/support/named_row.h"
 #include "tests/unit/device/provisioning_test.h"
-#include "tests/unit/named_row.h"
 
 #include <filesystem>
 

@@ -1,5 +1,5 @@
+#include "tests/support/named_row.h"
 #include "tests/unit/device/provisioning_test.h"
-#include "tests/unit/named_row.h"
 
 using ::testing::Contains;
 using ::testing::Each;

@@ -1,7 +1,7 @@
 #include "device/delete_resource.h"
 #include "device/device_operate.h"
 #include "device/device_set_operator.h"
-#include "tests/unit/named_row.h"
+#include "tests/support/named_row.h"
 #include "tests/unit/virtual_slot.h"
 
 #include <type_traits>
