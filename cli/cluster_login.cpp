@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <thread>
+#include <utility>
 
 ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::string& port)
     : m_host(Base::BracketedHost(address))
@@ -20,13 +21,24 @@ ClusterLogin::ClusterLogin(LogTail& log, const std::string& address, const std::
     }
 }
 
+namespace {
+
+// A client that is destroyed logs out, of nothing as well, four times; the process's end takes it as it is.
+void LeaveToTheEnd(std::unique_ptr<NimbRestApi> client)
+{
+    static auto* const left = std::make_unique<std::vector<std::unique_ptr<NimbRestApi>>>().release();
+    left->push_back(std::move(client));
+}
+
+} // namespace
+
 ClusterLogin::~ClusterLogin()
 {
     m_follower->PrintNow();
     if (m_state == State::LoggedIn) {
         Report::Step(m_url + ": logging out");
     } else {
-        m_client.release(); // it would log out of nothing, four times; the process's end takes it
+        LeaveToTheEnd(std::move(m_client));
     }
 }
 

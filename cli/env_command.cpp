@@ -67,7 +67,7 @@ std::vector<std::string> SplitAddresses(const std::string& answer)
 std::string ProblemOfAddresses(const std::string& answer)
 {
     for (const std::string& address : SplitAddresses(answer)) {
-        const std::string problem = ProblemOfGivenAddress(address);
+        std::string problem = ProblemOfGivenAddress(address);
         if (!problem.empty()) {
             return problem;
         }

@@ -33,6 +33,7 @@ std::vector<Placed> NodeInitiators()
     device.GetFCInitor(ports);
     device.GetIscsiInitor(iqn);
     std::vector<Placed> initiators;
+    initiators.reserve(ports.size() + 1);
     for (const std::string& port : ports) {
         initiators.push_back({&FC_INITIATOR, port, ""});
     }

@@ -93,6 +93,9 @@ private:
     static constexpr std::streamsize USUAL_PRECISION = 6;
 
     struct Spare {
+        Spare() = default;
+        Spare(const Spare&) = delete;
+        Spare& operator=(const Spare&) = delete;
         ~Spare() { isOver = true; }
         std::unique_ptr<Line> line;
         inline static thread_local bool isOver = false; // is there still when the rest is gone

@@ -1,6 +1,7 @@
 #include "disklib/zav_storage_disk_lib.h"
 #include "rest/zav_rest_api.h"
 #include "tests/integration/stage.h"
+#include "tests/support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -20,7 +21,7 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(SANITIZES_ADDRESSES) || defined(SANITIZES_THREADS)
 constexpr long MOST_GROWTH_KIB = 512L * 1024; // a sanitizer holds back what is freed, and looks for leaks itself
 constexpr int MOST_SANITIZERS_THREADS = 1;
 #else

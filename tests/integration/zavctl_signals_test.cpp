@@ -1,4 +1,5 @@
 #include "tests/integration/stage.h"
+#include "tests/support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -17,7 +18,7 @@ using ::testing::HasSubstr;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(SANITIZES_ADDRESSES) || defined(SANITIZES_THREADS)
 constexpr double SLOWNESS = 4; // of everything but the waits
 #else
 constexpr double SLOWNESS = 1;
@@ -182,7 +183,7 @@ TEST_F(ZavctlSignalsTest, SignalWhileAClusterIsReadLogsOut)
     EXPECT_EQ(0U, cluster.SessionCount());
 }
 
-#if !defined(__SANITIZE_THREAD__) // whose own end of a process flushes standard output, and waits for the reader
+#if !defined(SANITIZES_THREADS) // whose own end of a process flushes standard output, and waits for the reader
 TEST_F(ZavctlSignalsTest, ReaderThatHasStoppedDoesNotKeepItFromEnding)
 {
     ArrayOptions options;

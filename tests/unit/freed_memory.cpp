@@ -1,5 +1,7 @@
 #include "tests/unit/freed_memory.h"
 
+#include "tests/support/sanitizers.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -7,15 +9,6 @@
 #include <stdexcept>
 
 #include <malloc.h>
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZER_OWNS_FREE
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZER_OWNS_FREE
-#endif
 
 namespace {
 
@@ -25,7 +18,7 @@ thread_local FreedMemory* current = nullptr;
 
 // The program's way of taking memory and giving it back.
 
-#ifndef SANITIZER_OWNS_FREE
+#if !defined(SANITIZES_ADDRESSES) && !defined(SANITIZES_THREADS)
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the C library's name for its own
 extern "C" void* __libc_malloc(std::size_t size);

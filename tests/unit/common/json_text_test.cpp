@@ -1,4 +1,5 @@
 #include "common/json_text.h"
+#include "tests/support/sanitizers.h"
 #include "tests/unit/system_calls.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +22,7 @@ TEST_F(JsonTextTest, ParseCountsTheStructureBeforeItReads)
     for (int i = 1; i < 3'000'000; ++i) {
         list += ",0";
     }
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which would take half a minute for it
+#if !defined(SANITIZES_ADDRESSES) && !defined(SANITIZES_THREADS) // which would take half a minute for it
     EXPECT_TRUE(parse(list + "]"));
 #endif
     EXPECT_FALSE(parse(list + ",0]"));
