@@ -65,6 +65,9 @@ void RawServer::Serve()
         }
         m_handler(socket);
         ::close(socket);
+        const std::lock_guard<std::mutex> closing(m_mutex);
+        ++m_closedCount;
+        m_closed.notify_all();
     }
 }
 
@@ -77,6 +80,12 @@ std::size_t RawServer::ConnectionCount() const
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
     return m_connectionCount;
+}
+
+void RawServer::AwaitClosed(std::size_t count) const
+{
+    std::unique_lock<std::mutex> guard(m_mutex);
+    m_closed.wait(guard, [this, count] { return m_closedCount >= count; });
 }
 
 std::vector<std::string> RawServer::Requests() const

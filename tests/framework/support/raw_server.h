@@ -1,6 +1,7 @@
 #ifndef PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_RAW_SERVER_H
 #define PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_RAW_SERVER_H
 
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -26,6 +27,9 @@ public:
     int Port() const { return m_port; }
     std::string Url(const std::string& rest) const;
     std::size_t ConnectionCount() const;
+
+    /// Returns when so many connections were closed, which their clients can see from then on.
+    void AwaitClosed(std::size_t count) const;
     std::vector<std::string> Requests() const;
 
 private:
@@ -38,6 +42,8 @@ private:
     mutable std::mutex m_mutex;
     std::size_t m_connectionCount = 0;   // guarded by m_mutex
     std::vector<std::string> m_requests; // guarded by m_mutex
+    std::size_t m_closedCount = 0;       // guarded by m_mutex
+    mutable std::condition_variable m_closed;
     std::thread m_thread;
 };
 
