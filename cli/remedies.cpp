@@ -155,7 +155,8 @@ constexpr std::array<TextRow, 67> BY_TEXT = {{
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
-    {"environment ", "correct the file, or name another with --env; docs/zavctl.md has a whole one"},
+    {"environment ",
+     "correct the file, make it with zavctl env new, or name another with --env; docs/zavctl.md has a whole one"},
     {"configuration ",
      "correct what was named, or take the line away, which gives the default; zavctl config check tells "
      "whether all is well"},

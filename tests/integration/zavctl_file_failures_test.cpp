@@ -11,8 +11,9 @@ namespace {
 /// Each of the node's files that cannot be used.
 class ZavctlFileFailuresTest : public FailureStage {
 protected:
-    const std::string CORRECT_ENVIRONMENT = "correct the file, or name another with --env; docs/zavctl.md has a whole "
-                                            "one";
+    const std::string CORRECT_ENVIRONMENT =
+        "correct the file, make it with zavctl env new, or name another with --env; docs/zavctl.md has a whole "
+        "one";
 
     /// "env: the encrypted password of user admin cannot be decrypted" and why.
     static std::string KeyCause(const std::string& env, const std::string& why)
