@@ -218,6 +218,28 @@ std::vector<Leftovers::Object> Leftovers::OfOthers()
     return others;
 }
 
+bool Leftovers::IsOfOthers(const Object& object)
+{
+    const auto standing = m_array.Find(*object.kind, object.id);
+    return standing && standing->name == object.name && !IsRecorded(*object.kind, object.id, object.name);
+}
+
+Leftovers::Object Leftovers::OneOfOthers(const ObjectKind& kind, const std::string& id)
+{
+    const std::string naming = m_login.Device().url + ": " + std::string(kind.words) + " " + id;
+    const auto object = m_array.Find(kind, id);
+    if (!object) {
+        throw Failure(ExitCode::NotFound, m_login.Device().url + ": there is no " + std::string(kind.words) + " " + id);
+    }
+    if (IsRecorded(kind, id, object->name)) {
+        throw Failure(ExitCode::Foreign, naming + " (" + object->name + ") is this node's record's: it is in use here");
+    }
+    if (object->name.rfind(GENERATED_PREFIX, 0) != 0) {
+        throw Failure(ExitCode::Foreign, naming + " (" + object->name + ") bears no name that this product makes");
+    }
+    return {&kind, id, object->name, IsKind(kind, HOST) ? UsesOfHostByOthers(id) : UsesOf(kind, id)};
+}
+
 void Leftovers::Remove(const Object& object)
 {
     const OwnJournal::Entry entry = {m_login.DeviceId(), std::string(object.kind->words), object.name, object.id};

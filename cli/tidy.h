@@ -36,6 +36,14 @@ public:
     /// another node's, most likely.
     std::vector<Object> OfOthers();
 
+    /// Whether such an object is there, without being this node's by record or journal.
+    bool IsOfOthers(const Object& object);
+
+    /// The one of OfOthers of this kind and id, with why it is in use; what this node's own initiators are on a host
+    /// for is no use. Throws Failure: NotFound when the array has none, Foreign when it does not bear the prefix or is
+    /// recorded.
+    Object OneOfOthers(const ObjectKind& kind, const std::string& id);
+
     /// Takes one apart, when it still bears its name and is in no use that `object` does not tell: its associations,
     /// then the object itself; members stay. A host goes with this node's own initiators; one that has others, or is in
     /// a group of others, is left. Throws Failure naming what refused.

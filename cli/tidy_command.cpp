@@ -12,17 +12,23 @@
 
 #include <boost/algorithm/string/join.hpp>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
 struct TidyOptions {
     std::string environmentPath;
+    std::string named; ///< "hostgroup:7"; empty: all that is left over
     bool isAgreed = false;
     bool isDry = false;
 };
+
+constexpr std::array<const ObjectKind*, 4> KINDS = {&MAPPING_VIEW, &HOST_GROUP, &LUN_GROUP, &HOST};
 
 std::string Naming(const Leftovers::Object& object)
 {
@@ -30,40 +36,69 @@ std::string Naming(const Leftovers::Object& object)
            (object.inUse.empty() ? "" : ", which " + boost::join(object.inUse, ", "));
 }
 
-ExitCode RunTidy(const TidyOptions& options)
+const ObjectKind* KindOf(const std::string& named)
 {
-    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
-    const std::string path = DeviceRecord(login.DeviceId()).Path();
-    std::optional<NodeLock> lock(path);
-    Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
+    const auto* const kind = std::find_if(KINDS.begin(), KINDS.end(), [&named](const ObjectKind* each) {
+        return named.compare(0, named.find(':'), each->resource) == 0;
+    });
+    return kind == KINDS.end() || named.find(':') + 1 >= named.size() ? nullptr : *kind;
+}
+
+// For the command line: why it names nothing; empty when it does.
+std::string ProblemOfName(const std::string& named)
+{
+    return named.find(':') != std::string::npos && KindOf(named) != nullptr
+               ? ""
+               : "it is no KIND:ID, such as hostgroup:7, with mappingview, hostgroup, lungroup or host as KIND";
+}
+
+// What is named need not be this node's by the journal; then nobody may use it.
+Leftovers::Object Named(Leftovers& leftovers, const std::string& named)
+{
+    const ObjectKind& kind = *KindOf(named);
+    const std::string id = named.substr(named.find(':') + 1);
+    for (const Leftovers::Object& object : leftovers.Objects()) {
+        if (object.kind == &kind && object.id == id) {
+            return object;
+        }
+    }
+    Leftovers::Object object = leftovers.OneOfOthers(kind, id);
+    if (!object.inUse.empty()) {
+        throw Failure(ExitCode::Foreign, Naming(object) + ": it is in use, and not ours by the journal; nothing was "
+                                                          "changed");
+    }
+    return object;
+}
+
+std::vector<Leftovers::Object> Chosen(Leftovers& leftovers, const TidyOptions& options)
+{
+    if (!options.named.empty()) {
+        return {Named(leftovers, options.named)};
+    }
     for (const Leftovers::Object& object : leftovers.OfOthers()) {
         Report::Tell("not ours by the journal, and left: " + Naming(object));
     }
-    if (leftovers.Objects().empty()) {
-        Report::Step("nothing of this node is left over on " + login.Device().url);
-        return ExitCode::Done;
+    return leftovers.Objects();
+}
+
+// False: whoever is asked says no.
+bool IsAgreed(const TidyOptions& options, std::size_t count)
+{
+    if (options.isAgreed) {
+        return true;
     }
-    for (const Leftovers::Object& object : leftovers.Objects()) {
-        Report::Tell("left over: " + Naming(object));
+    if (!Consent::CanBeAsked()) {
+        throw Failure(ExitCode::Usage, "nobody is there to ask: tell --yes or --dry-run");
     }
-    if (options.isDry) {
-        return ExitCode::Done;
-    }
-    if (!options.isAgreed) {
-        if (!Consent::CanBeAsked()) {
-            throw Failure(ExitCode::Usage, "nobody is there to ask: tell --yes or --dry-run");
-        }
-        lock.reset(); // who is asked may take his time
-        if (!Consent::Give("take these " + std::to_string(leftovers.Objects().size()) + " apart?")) {
-            Report::Tell("nothing was changed");
-            return ExitCode::Done;
-        }
-        lock.emplace(path);
-    }
-    Leftovers now(login, DeviceRecord(login.DeviceId()).Message());
+    return Consent::Give(options.named.empty() ? "take these " + std::to_string(count) + " apart?" : "take it apart?");
+}
+
+// As it is now, whatever was seen before somebody was asked.
+void TakeApart(Leftovers& now, const std::vector<Leftovers::Object>& objects, bool isNamed)
+{
     std::optional<Failure> first;
-    for (const Leftovers::Object& object : leftovers.Objects()) {
-        if (!now.Has(object)) {
+    for (const Leftovers::Object& object : objects) {
+        if (!now.Has(object) && !(isNamed && now.IsOfOthers(object))) {
             Report::Step("not left over any more: " + Naming(object));
             continue;
         }
@@ -81,6 +116,33 @@ ExitCode RunTidy(const TidyOptions& options)
     if (first) {
         throw Failure(*first);
     }
+}
+
+ExitCode RunTidy(const TidyOptions& options)
+{
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
+    const std::string path = DeviceRecord(login.DeviceId()).Path();
+    std::optional<NodeLock> lock(path);
+    Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
+    const std::vector<Leftovers::Object> objects = Chosen(leftovers, options);
+    if (objects.empty()) {
+        Report::Step("nothing of this node is left over on " + login.Device().url);
+        return ExitCode::Done;
+    }
+    for (const Leftovers::Object& object : objects) {
+        Report::Tell((leftovers.Has(object) ? "left over: " : "not ours by the journal: ") + Naming(object));
+    }
+    if (options.isDry) {
+        return ExitCode::Done;
+    }
+    lock.reset(); // who is asked may take his time
+    if (!IsAgreed(options, objects.size())) {
+        Report::Tell("nothing was changed");
+        return ExitCode::Done;
+    }
+    lock.emplace(path);
+    Leftovers now(login, DeviceRecord(login.DeviceId()).Message());
+    TakeApart(now, objects, !options.named.empty());
     return ExitCode::Done;
 }
 
@@ -92,6 +154,12 @@ void AddTidyCommand(CLI::App& app, Run& run)
     CLI::App* const command =
         app.add_subcommand("tidy", "Take apart on an array what this node made there and its record does not name");
     Options::AddEnvironment(*command, options->environmentPath);
+    command
+        ->add_option("--id", options->named,
+                     "Take apart this one alone, which need not be this node's by its journal, but must be in no use: "
+                     "mappingview:ID, hostgroup:ID, lungroup:ID or host:ID")
+        ->check(CLI::Validator(ProblemOfName, "KIND:ID"))
+        ->option_text("KIND:ID");
     command->add_flag("-y,--yes", options->isAgreed, "Do not ask");
     command->add_flag("--dry-run", options->isDry, "Print what is left over and change nothing");
     Options::AddExamples(*command, {"zavctl tidy --env env.json --dry-run", "zavctl tidy --env env.json --yes"});

@@ -46,12 +46,14 @@ TEST_F(ZavctlArrayFailuresTest, InitiatorThatIsOnSomebodyElsesHost)
         array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
                       R"({"ID": ")" + initiator + R"(", "PARENTID": "1", "TYPE": "222"})");
     }
-    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
-                 {5,
-                  array.Url() + ": iSCSI initiator " + NODE_IQN +
-                      " is on host 1, which holds iSCSI initiator "
-                      "iqn.2020-01.local.other:01 as well, which is not this node's; nothing was changed",
-                  "take the other initiators off that host on the array, or this node's; then run zavctl init again"});
+    ExpectEnding(
+        {"init", "--env", EnvironmentFileOf(array)},
+        {5,
+         array.Url() + ": iSCSI initiator " + NODE_IQN +
+             " is on host 1, which holds iSCSI initiator "
+             "iqn.2020-01.local.other:01 as well, which is not this node's; nothing was changed",
+         "have the array's administrator take this node's initiator off that host, which another node uses (a cloned "
+         "machine has to get an initiator name of its own first); then run zavctl init again"});
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
 }
 
@@ -82,6 +84,15 @@ TEST_F(ZavctlArrayFailuresTest, LimitOfMappingViews)
              "create mapping view \"NAME\": \"The number of mapping views has reached its limit\" (1090519100)",
          "the array holds no more of these: have its administrator take apart what nobody needs; zavctl tidy "
          "takes apart what this node left"});
+}
+
+TEST_F(ZavctlArrayFailuresTest, NameOfNothing)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    ExpectEnding({"tidy", "--env", env, "--id", "hostgroup:7", "--yes"},
+                 {4, array.Url() + ": there is no host group 7",
+                  "check what was named; zavctl tidy --dry-run lists what stands on the array"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, ArrayThatIsDownWhenAWatchBegins)

@@ -279,6 +279,42 @@ TEST_F(ZavctlLeftoversTest, WhatBearsThePrefixAloneIsListedAndLeft)
     EXPECT_THAT(m_array.Ids("hostgroup"), Contains("2"));
 }
 
+TEST_F(ZavctlLeftoversTest, IdleObjectOfAnotherNodeGoesWhenItIsNamed)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "hostgroup", R"({"NAME":"Vendrix_of_another_node","TYPE":"14"})");
+    const Base::ProgramResult dry = RunZavctl({"tidy", "--env", m_env, "--id", "hostgroup:2", "--dry-run"});
+    EXPECT_EQ(0, dry.status) << dry.errors;
+    EXPECT_THAT(dry.errors, HasSubstr("not ours by the journal: host group 2 (Vendrix_of_another_node)\n"));
+    const Base::ProgramResult unasked = RunZavctl({"tidy", "--env", m_env, "--id", "hostgroup:2"});
+    EXPECT_EQ(2, unasked.status);
+    EXPECT_THAT(m_array.Ids("hostgroup"), Contains("2"));
+    const Base::ProgramResult tidy = RunZavctl({"tidy", "--env", m_env, "--id", "hostgroup:2", "--yes"});
+    EXPECT_EQ(0, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr("removed host group 2 (Vendrix_of_another_node)\n"));
+    ExpectWholeChain();
+}
+
+TEST_F(ZavctlLeftoversTest, ObjectOfAnotherNodeThatIsInUseStaysWhateverIsNamed)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    m_array.Operate("POST", "hostgroup", R"({"NAME":"Vendrix_of_another_node","TYPE":"14"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"2","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"2"})");
+    const auto expectForeign = [this](const std::string& named, const std::string& why) {
+        const Base::ProgramResult tidy = RunZavctl({"tidy", "--env", m_env, "--id", named, "--yes"});
+        EXPECT_EQ(5, tidy.status) << tidy.errors;
+        EXPECT_THAT(tidy.errors, HasSubstr(why));
+    };
+    expectForeign("hostgroup:2",
+                  "host group 2 (Vendrix_of_another_node), which holds host 2: it is in use, and not ours "
+                  "by the journal; nothing was changed");
+    expectForeign("host:2", "host 2 (other) bears no name that this product makes");
+    expectForeign("hostgroup:1", "is this node's record's: it is in use here");
+    EXPECT_THAT(m_array.Members("hostgroup", "2", "host"), ElementsAre("2"));
+    EXPECT_THAT(m_array.Ids("host"), UnorderedElementsAre("1", "2"));
+}
+
 TEST_F(ZavctlLeftoversTest, CleanupLeavesAGroupThatOthersAreInUnlessItIsNamed)
 {
     ASSERT_EQ(0, Init().status);
