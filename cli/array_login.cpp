@@ -3,7 +3,9 @@
 #include "base/secret.h"
 #include "cli/failure.h"
 #include "cli/report.h"
+#include "cli/session_limit_wait.h"
 #include "common/environment.h"
+#include "common/framework/random_bytes.h"
 #include "common/framework/security.h"
 #include "common/result_codes.h"
 #include "common/secret_session.h"
@@ -43,12 +45,6 @@ ExitCode LoginExitCode(int code)
     }
 }
 
-// The addresses at which no session came about: all that there are, when there are several.
-std::string Tried(const std::string& address, const std::vector<std::string>& others)
-{
-    return address + (others.empty() ? "" : ", nor at " + boost::join(others, ", "));
-}
-
 // Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
 // array's limit for long.
 void EndSession(ZavRestApi& api)
@@ -83,25 +79,50 @@ ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
                                  ExitCode::Unusable);
     }
     Environment::FillDeviceInfo(env, m_device);
-    ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
-    boost::shared_ptr<ZavRestApi> api;
-    std::string errorText;
-    m_state = State::LoggingIn;
-    int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
-    if (keeper.CheckIfNeedToRetry(code)) {
-        const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
-        code = others == ResultCode::FAILED ? code : others; // there was none
-    }
-    m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
-    if (api == nullptr) {
-        throw Failure(LoginExitCode(code), name + ": cannot log into the array at " +
-                                               Tried(address, m_device.otherMgmtIps) + ReasonOf(errorText, code));
-    }
+    const boost::shared_ptr<ZavRestApi> api = LogIn(name, env);
     try {
         ReadDevice(name, *api);
     } catch (...) {
         LogOut();
         throw;
+    }
+}
+
+// At the address of the environment, then at the array's others.
+boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const EnvironmentPath& env)
+{
+    ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
+    SessionLimitWait wait;
+    bool isTold = false;
+    for (;;) {
+        boost::shared_ptr<ZavRestApi> api;
+        std::string errorText;
+        State expected = State::LoggedOut;
+        if (!m_state.compare_exchange_strong(expected, State::LoggingIn)) {
+            throw Failure(ExitCode::Unreachable, name + ": no login: the process is about to end");
+        }
+        int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
+        const std::string reason = ReasonOf(errorText, code); // of the first address
+        if (keeper.CheckIfNeedToRetry(code)) {
+            const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
+            code = others == ResultCode::FAILED ? code : others; // there was none
+        }
+        m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
+        if (api != nullptr) {
+            return api;
+        }
+        unsigned char chance = 0;
+        getRandBytes(&chance, sizeof chance);
+        const auto pause = code == SESSION_LIMIT_REACHED ? wait.Next(chance) : std::nullopt;
+        if (!pause) {
+            throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
+                                   LoginExitCode(code));
+        }
+        if (!isTold) {
+            Report::Step(name + ": as many sessions as the array takes stand on it: waiting for one to end");
+        }
+        isTold = true;
+        boost::this_thread::sleep_for(*pause);
     }
 }
 
@@ -152,6 +173,8 @@ void ArrayLogin::LogOutAtTheEnd()
     while (m_state == State::LoggingOut) {
         boost::this_thread::sleep_for(LOOK_EVERY);
     }
+    State expected = State::LoggedOut; // no further login begins, as behind a pause
+    m_state.compare_exchange_strong(expected, State::Ended);
 }
 
 ArrayLogin::~ArrayLogin()

@@ -30,8 +30,9 @@ public:
     boost::shared_ptr<ZavRestApi> Api() const;
 
 private:
-    enum class State { LoggedOut, LoggingIn, LoggedIn, LoggingOut };
+    enum class State { LoggedOut, LoggingIn, LoggedIn, LoggingOut, Ended };
 
+    boost::shared_ptr<ZavRestApi> LogIn(const std::string& name, const EnvironmentPath& env);
     void ReadDevice(const std::string& name, ZavRestApi& api);
     void LogOut();
     void LogOutAtTheEnd();

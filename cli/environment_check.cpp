@@ -1,10 +1,9 @@
 #include "cli/environment_check.h"
 
 #include "base/host_port.h"
+#include "cli/environment_file.h"
 #include "common/environment.h"
 #include "common/json_text.h"
-
-#include <google/protobuf/util/json_util.h>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
@@ -22,13 +21,6 @@ constexpr int HTTP = 1;
 using Texts = google::protobuf::RepeatedPtrField<std::string>;
 using Names = std::set<std::string>;
 
-// What the parser says of it; empty when it says nothing, and `env` is read.
-std::string ReadMessage(const std::string& text, EnvironmentPath& env)
-{
-    const auto status = google::protobuf::util::JsonStringToMessage(text, &env);
-    return status.ok() ? "" : std::string(status.message());
-}
-
 // The parser tells its first fault alone: one member at a time has each told. `unreadable` receives the names of those
 // that are there and say nothing.
 void ReadMembers(const Json::Value& root, EnvironmentPath& env, Names& unreadable, std::vector<std::string>& faults)
@@ -37,7 +29,7 @@ void ReadMembers(const Json::Value& root, EnvironmentPath& env, Names& unreadabl
         Json::Value member(Json::objectValue);
         member[name] = root[name];
         EnvironmentPath read;
-        const std::string problem = ReadMessage(JsonText::Write(member, JsonText::Style::Compact), read);
+        const std::string problem = ParseEnvironment(JsonText::Write(member, JsonText::Style::Compact), read);
         if (problem.empty()) {
             env.MergeFrom(read);
         } else {
@@ -50,7 +42,7 @@ void ReadMembers(const Json::Value& root, EnvironmentPath& env, Names& unreadabl
 // False when there is nothing to look at further.
 bool Read(const std::string& text, EnvironmentPath& env, Names& unreadable, std::vector<std::string>& faults)
 {
-    const std::string problem = ReadMessage(text, env);
+    const std::string problem = ParseEnvironment(text, env);
     if (problem.empty()) {
         return true;
     }

@@ -1,17 +1,21 @@
 #include "cli/environment_file.h"
 
 #include "base/files.h"
+#include "base/json_reading.h"
 #include "base/json_writing.h"
 #include "cli/failure.h"
 
 #include <google/protobuf/util/json_util.h>
 
 #include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/algorithm/string/trim.hpp>
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <system_error>
 #include <vector>
@@ -33,6 +37,24 @@ std::string ReadStandardInput()
         throw Unreadable(STANDARD_INPUT, Base::ErrorText(error), error);
     }
     return text;
+}
+
+// Where the JSON itself is broken, as "line 3, column 5: Syntax error: value, object or array expected."; empty where
+// it is not. What protobuf says of that is a picture of the text.
+std::string BrokenJson(const std::string& text)
+{
+    static const std::regex FIRST("\\* Line ([0-9]+), Column ([0-9]+)\\s+([^\n]*)");
+    ::Json::CharReaderBuilder settings;
+    ::Json::CharReaderBuilder::strictMode(&settings.settings_);
+    ::Json::Value root;
+    std::string problem;
+    if (Base::ReadJson(settings, text, root, &problem)) {
+        return {};
+    }
+    std::smatch match;
+    return std::regex_search(problem, match, FIRST)
+               ? "line " + match[1].str() + ", column " + match[2].str() + ": " + match[3].str()
+               : problem;
 }
 
 std::string ToText(const std::string& entry)
@@ -85,12 +107,25 @@ std::string ReadEnvironmentText(const std::string& path)
     return text.str();
 }
 
+std::string ParseEnvironment(const std::string& text, EnvironmentPath& env)
+{
+    const auto status = google::protobuf::util::JsonStringToMessage(text, &env);
+    if (status.ok()) {
+        return {};
+    }
+    if (boost::trim_copy(text).empty()) {
+        return "it is empty";
+    }
+    const std::string broken = BrokenJson(text);
+    return broken.empty() ? boost::replace_all_copy(std::string(status.message()), "\n", " ") : broken;
+}
+
 EnvironmentPath ReadEnvironment(const std::string& path)
 {
     EnvironmentPath env;
-    const auto status = google::protobuf::util::JsonStringToMessage(ReadEnvironmentText(path), &env);
-    if (!status.ok()) {
-        throw Unreadable(path, std::string(status.message()), 0);
+    const std::string problem = ParseEnvironment(ReadEnvironmentText(path), env);
+    if (!problem.empty()) {
+        throw Unreadable(path, problem, 0);
     }
     return env;
 }

@@ -14,6 +14,10 @@ std::string NameOfEnvironment(const std::string& path);
 /// The text of an environment, whatever it is. Throws Failure when it cannot be read.
 std::string ReadEnvironmentText(const std::string& path);
 
+/// Reads the message from protobuf JSON. Returns what is wrong with the text, on one line and with its place; empty
+/// when `env` is read, else `env` is undefined.
+std::string ParseEnvironment(const std::string& text, EnvironmentPath& env);
+
 /// Reads an environment from a file, or from standard input, that holds the message as protobuf JSON. Throws Failure
 /// when it cannot be read or is no such message.
 EnvironmentPath ReadEnvironment(const std::string& path);

@@ -4,12 +4,14 @@
 #include "cli/remedies.h"
 #include "cli/report.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <optional>
 #include <regex>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -153,6 +155,39 @@ std::optional<Cause> CauseIn(const Lines& lines)
     return std::nullopt;
 }
 
+// Why no session came about at further addresses: "; nor at https://10.0.0.2:8088: why", for each; of several tries the
+// last counts.
+std::string OtherAddresses(const Lines& lines)
+{
+    constexpr std::string_view BEFORE_URL = "Login Zav device failed using this mgmt IP:  ";
+    constexpr std::string_view BEFORE_WHY = ", error msg is ";
+    constexpr std::string_view BEFORE_CODE = ", error code is ";
+    std::vector<std::pair<std::string, std::string>> reasons; // by url
+    for (const LogTail::Line& line : lines) {
+        const auto rest = Behind(line.text, BEFORE_URL);
+        const std::size_t why = rest ? rest->find(BEFORE_WHY) : std::string_view::npos;
+        const std::size_t code = rest ? rest->rfind(BEFORE_CODE) : std::string_view::npos;
+        if (why == std::string_view::npos || code == std::string_view::npos || code < why) {
+            continue;
+        }
+        const std::string url(rest->substr(0, why));
+        const std::size_t start = why + BEFORE_WHY.size();
+        const auto known =
+            std::find_if(reasons.begin(), reasons.end(), [&url](const auto& each) { return each.first == url; });
+        const std::string reason(rest->substr(start, code - start));
+        if (known == reasons.end()) {
+            reasons.emplace_back(url, reason);
+        } else {
+            known->second = reason;
+        }
+    }
+    std::string text;
+    for (const auto& [url, reason] : reasons) {
+        text.append("; nor at ").append(url).append(": ").append(reason);
+    }
+    return text;
+}
+
 // The last number in parentheses that somebody gave the failure: "1077949006" is an array's or cluster's, "libcurl 7"
 // the HTTP library's.
 std::string CodeIn(const std::string& cause)
@@ -199,6 +234,9 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
             explanation.cause += ": " + cause->text;
             explanation.exit = failure.Code() == ExitCode::Refused ? cause->exit : failure.Code();
         }
+    }
+    if (failure.AreOthersLogged()) {
+        explanation.cause += OtherAddresses(logged);
     }
     if (explanation.exit == ExitCode::Unusable && IsForbidden(explanation.cause)) {
         explanation.exit = ExitCode::NoPermission;

@@ -24,12 +24,22 @@ public:
         return failure;
     }
 
+    /// Of a login that came to nothing at several addresses: `text` tells of the first, the library logged the others.
+    static Failure OfLogin(const std::string& text, ExitCode code)
+    {
+        Failure failure(code, text);
+        failure.m_areOthersLogged = true;
+        return failure;
+    }
+
     ExitCode Code() const noexcept { return m_code; }
     bool IsCauseLogged() const noexcept { return m_isCauseLogged; }
+    bool AreOthersLogged() const noexcept { return m_areOthersLogged; }
 
 private:
     ExitCode m_code;
     bool m_isCauseLogged = false;
+    bool m_areOthersLogged = false;
 };
 
 /// What a failed request adds to its cause: ": text (code)", without a code that says nothing more than the text.

@@ -89,13 +89,18 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 67> BY_TEXT = {{
+constexpr std::array<TextRow, 70> BY_TEXT = {{
+    {"waiting for one to end", TOO_MANY_SESSIONS},
+    {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
     // on the way to the array
     {"(libcurl 3)", "what the environment has as address is none: correct it; addresses stand there without scheme and "
                     "port"},
     {"(libcurl 6)", "the name is not known here: correct the address in the environment, or this node's resolver"},
     {"(libcurl 7)", "nothing listens there: check address and port in the environment, and that the array's management "
                     "service runs"},
+    {"SSL connection timeout (libcurl 28)",
+     "something there takes connections and then says nothing: check that the array's management service runs and that "
+     "the port is its, then the way to the address"},
     {"(libcurl 28)",
      "no answer came in time: check the way to the address (routes, firewalls, cables), then the array"},
     {"(libcurl 35)", "no TLS was agreed on: check that the port speaks https, and \"protocols\" in the environment"},
@@ -105,11 +110,11 @@ constexpr std::array<TextRow, 67> BY_TEXT = {{
     {"(libcurl 18)", BROKEN},
     {"(libcurl 55)", BROKEN},
     {"(libcurl 56)", BROKEN},
-    {"certificate has expired", "have the array show a certificate that is valid now; when it does, set this node's "
-                                "clock"},
+    {"certificate has expired", "look at this node's clock first (date); when that is right, have the array show a "
+                                "certificate that is valid now"},
     {"certificate is not yet valid",
-     "set this node's clock; when that is right, have the array show a certificate that "
-     "is valid now"},
+     "look at this node's clock first (date); when that is right, have the array show a certificate that is valid "
+     "now"},
     {"address mismatch", NAMES_ANOTHER},
     {"ostname mismatch", NAMES_ANOTHER},
     {"subject name matches", NAMES_ANOTHER},
@@ -156,35 +161,38 @@ constexpr std::array<TextRow, 67> BY_TEXT = {{
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
     {"environment ",
-     "correct the file, make it with zavctl env new, or name another with --env; docs/zavctl.md has a whole one"},
+     "correct the file (zavctl env check names each fault), make it with zavctl env new, or name another with --env"},
     {"configuration ",
-     "correct what was named, or take the line away, which gives the default; zavctl config check tells "
-     "whether all is well"},
-    {"iscsiadm: not found", "install open-iscsi on this node"},
-    {"can not connect to iSCSI daemon", "start iscsid (systemctl start iscsid), and run the command again"},
+     "correct the line, or take it away, which gives the default; zavctl config check lists all that is wrong with "
+     "the file"},
+    {"iscsiadm: not found", "install open-iscsi on this node, or bring an FC port online"},
+    {"can not connect to iSCSI daemon", "start iscsid (systemctl start iscsid), or bring an FC port online; then run "
+                                        "the command again"},
     {"authorization failure", "have the array's iSCSI ports let this node's initiator in, without CHAP"},
-    {"time limit", "look what keeps iscsiadm (the way to the array's iSCSI ports, iscsid's log), then run the command "
-                   "again; [Shell] TimeoutSeconds is how long it may take"},
+    {"time limit",
+     "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the array's "
+     "iSCSI ports, iscsid); [Shell] TimeoutSeconds is how long it may take"},
     {"iscsiadm said",
      "try by hand what iscsiadm refused: iscsiadm -m discovery -t st -p ADDRESS, then iscsiadm -m node "
-     "-p ADDRESS -l"},
+     "-p ADDRESS -l; an FC port that is online would do as well"},
     {"iSCSI portal",
-     "check the way from this node to the array's iSCSI ports, TCP 3260, and that its iSCSI service runs"},
+     "check the way from this node to the array's iSCSI ports, TCP 3260, and that its iSCSI service runs; an FC port "
+     "that is online would do as well"},
     {"no online FC port and no iSCSI session", "log this node into one of the array's iSCSI ports, or bring an FC port "
                                                "online; then run zavctl init again"},
     {"initiatorname.iscsi",
      "give this node an initiator name in /etc/iscsi/initiatorname.iscsi, as open-iscsi does when "
-     "it is installed; then run zavctl init again"},
+     "it is installed, or bring an FC port online; then run zavctl init again"},
     {"which is not this node's",
-     "take the other initiators off that host on the array, or this node's; then run zavctl "
-     "init again"},
+     "have the array's administrator take this node's initiator off that host, which another node uses (a cloned "
+     "machine has to get an initiator name of its own first); then run zavctl init again"},
     {"which is not in host group", "take this node's initiator off that host on the array; then run zavctl init again"},
     {"No space left on device", "make room on that file system, then run the command again"},
     {"File too large", "give this user and that file system a higher limit of file sizes (ulimit -f)"},
     {"which the record lies in", "make the folder, owned by the user who runs zavctl; then run the command again"},
     {"not a device record in JSON",
-     "restore the file from a backup, or move it away: zavctl init then makes the record "
-     "anew, and zavctl tidy takes apart what the old one named"},
+     "restore the file from a backup, or move it away: zavctl init then makes the record anew, and zavctl tidy takes "
+     "apart what the old one named, which the journal beside it knows"},
     {"cannot be a device record", "move the file away and run the command again"},
     {"could not be entered into the journal", "let this user write the journal and its lock file, or move away what "
                                               "stands there"},
@@ -209,10 +217,12 @@ constexpr std::array<ExitRow, 12> BY_EXIT = {{
     {ExitCode::Done, ""},
     {ExitCode::Usage, "zavctl --help, or --help behind the command, tells what it takes"},
     {ExitCode::Partly, "see the lines above for what was not done, mend that, and run the command again"},
-    {ExitCode::NotFound, "check the name that was given"},
+    {ExitCode::NotFound, "check what was named; zavctl tidy --dry-run lists what stands on the array"},
     {ExitCode::Foreign, "ask whoever made or uses it; nothing of it was changed"},
-    {ExitCode::LoginRefused, "correct user and password in the environment; after several refusals an array may have "
-                             "locked the user"},
+    {ExitCode::LoginRefused,
+     "the array's words are not known here: look for the login in its event log (a locked user, "
+     "a right that is missing, a password that has lapsed or is wrong), then run the command "
+     "again"},
     {ExitCode::Unusable, "correct the file that was named, and run the command again"},
     {ExitCode::Unreachable, "check the way to the address, then the array, and run the command again"},
     {ExitCode::Refused, "ask the array's administrator what it refused and why; its event log has the request"},

@@ -2,6 +2,7 @@
 
 #include "cli/exit_code.h"
 #include "cli/farewell.h"
+#include "cli/remedies.h"
 #include "cli/report.h"
 #include "cli/within.h"
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
@@ -22,8 +23,6 @@ constexpr std::chrono::seconds FAREWELL{1};
 constexpr std::chrono::milliseconds TIME_TO_TELL{200}; // whoever reads may have stopped to
 constexpr std::chrono::seconds GRACE_OF_COMMANDS{5};
 constexpr int FIRST_SIGNAL_STATUS = 128;
-
-constexpr const char* REMEDY_OF_SILENCE = "look whether what it waited for answers, or give more time with --timeout";
 
 // One of the node's that the command waits for; empty for none.
 std::string RunningProgram()
@@ -125,11 +124,11 @@ void StopSignals::Leave(int signal) const
             Report::LastWords(std::string("ended by SIG") + sigabbrev_np(signal) + place,
                               "run the command again; it goes on from what was done");
         } else {
-            Report::LastWords("given up after " + std::to_string(limit->count()) + " s" + place,
-                              program.empty() ? std::string(REMEDY_OF_SILENCE)
-                                              : "run " + program +
-                                                    " by hand and see what it waits for, or give more "
-                                                    "time with --timeout");
+            const std::string cause = "given up after " + std::to_string(limit->count()) + " s" + place;
+            Report::LastWords(cause, program.empty() ? RemedyFor(cause, ExitCode::Unreachable)
+                                                     : "run " + program +
+                                                           " by hand and see what it waits for, or give more time with "
+                                                           "--timeout");
         }
     });
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK

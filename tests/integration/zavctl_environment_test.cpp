@@ -50,14 +50,12 @@ TEST_F(ZavctlEnvironmentTest, StandardInputThatHoldsNoEnvironmentIsNamed)
     for (const std::string& text : {std::string("what\n"), std::string(1048577, ' ')}) {
         const Base::ProgramResult outcome = RunZavctl({"init", "--env", "-"}, text);
         EXPECT_EQ(7, outcome.status);
-        EXPECT_THAT(
-            outcome.errors,
-            AllOf(StartsWith("zavctl: environment standard input: "),
-                  HasSubstr(
-                      "zavctl: remedy: correct the file, make it with zavctl env new, or name another with --env")));
+        EXPECT_THAT(outcome.errors,
+                    AllOf(StartsWith("zavctl: environment standard input: "),
+                          HasSubstr("zavctl: remedy: correct the file (zavctl env check names each fault), make it "
+                                    "with zavctl env new, or name another with --env")));
     }
-    EXPECT_THAT(RunZavctl({"init", "--env", "-"}).errors,
-                HasSubstr("zavctl: environment standard input: Unexpected end of string"));
+    EXPECT_THAT(RunZavctl({"init", "--env", "-"}).errors, HasSubstr("zavctl: environment standard input: it is empty"));
 }
 
 TEST_F(ZavctlEnvironmentTest, StandardInputIsReadOnceOnly)

@@ -12,8 +12,8 @@ namespace {
 class ZavctlFileFailuresTest : public FailureStage {
 protected:
     const std::string CORRECT_ENVIRONMENT =
-        "correct the file, make it with zavctl env new, or name another with --env; docs/zavctl.md has a whole "
-        "one";
+        "correct the file (zavctl env check names each fault), make it with zavctl env new, or name another with "
+        "--env";
 
     /// "env: the encrypted password of user admin cannot be decrypted" and why.
     static std::string KeyCause(const std::string& env, const std::string& why)
@@ -45,7 +45,8 @@ TEST_F(ZavctlFileFailuresTest, EnvironmentThatIsGarbled)
     const std::string env = Directory() + "/env.json";
     WriteText(env, "hello\n");
     ExpectEnding({"init", "--env", env},
-                 {7, "environment " + env + ": Unexpected token.\\x0ahello\\x0a\\x0a^", CORRECT_ENVIRONMENT});
+                 {7, "environment " + env + ": line 1, column 1: Syntax error: value, object or array expected.",
+                  CORRECT_ENVIRONMENT});
 }
 
 TEST_F(ZavctlFileFailuresTest, EnvironmentThatIsHalfEmpty)
@@ -136,8 +137,8 @@ TEST_F(ZavctlFileFailuresTest, ConfigurationThatIsMalformed)
 {
     const std::string file = Directory() + "/backupnode.ini";
     const std::string remedy =
-        "correct what was named, or take the line away, which gives the default; zavctl config check tells "
-        "whether all is well";
+        "correct the line, or take it away, which gives the default; zavctl config check lists all that is wrong "
+        "with the file";
     const std::string first = "configuration " + file +
                               ": [BackupNode] DosRequestInterval = \"often\" is no whole number from 0 to 2147483647 "
                               "(seconds that must pass after a request to an array for the next one to start a new "
@@ -154,7 +155,7 @@ TEST_F(ZavctlFileFailuresTest, RecordThatIsCorrupted)
     WriteText(ZavctlRecordPath(array), R"({"half a record": {"HOSTID": "12", )");
     const Ending ending = {7, ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed",
                            "restore the file from a backup, or move it away: zavctl init then makes the record anew, "
-                           "and zavctl tidy takes apart what the old one named"};
+                           "and zavctl tidy takes apart what the old one named, which the journal beside it knows"};
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)}, ending);
     ExpectEnding({"cleanup", "--env", EnvironmentFileOf(array)}, ending);
 }

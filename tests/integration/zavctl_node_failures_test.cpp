@@ -25,7 +25,7 @@ protected:
     }
 
     const std::string GIVE_A_NAME = "give this node an initiator name in /etc/iscsi/initiatorname.iscsi, as open-iscsi "
-                                    "does when it is installed; then run zavctl init again";
+                                    "does when it is installed, or bring an FC port online; then run zavctl init again";
 };
 
 TEST_F(ZavctlNodeFailuresTest, NoIscsiadm)
@@ -41,7 +41,7 @@ TEST_F(ZavctlNodeFailuresTest, NoIscsiadm)
     Set("PATH=" + tools);
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
                  {10, Unconnected(array, "iscsiadm said \"/bin/sh: 1: iscsiadm: not found\""),
-                  "install open-iscsi on this node"});
+                  "install open-iscsi on this node, or bring an FC port online"});
 }
 
 TEST_F(ZavctlNodeFailuresTest, HangingIscsiadm)
@@ -61,10 +61,11 @@ TEST_F(ZavctlNodeFailuresTest, IscsiadmThatExceedsItsTime)
     StartTargets(array.Options().serviceIps);
     Configure({{"Shell.TimeoutSeconds", "1"}});
     MakeCommand("iscsiadm", "exec sleep 60\n");
-    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
-                 {10, Unconnected(array, "iscsiadm said \"The command was ended after its time limit of 1 seconds\""),
-                  "look what keeps iscsiadm (the way to the array's iSCSI ports, iscsid's log), then run the command "
-                  "again; [Shell] TimeoutSeconds is how long it may take"});
+    ExpectEnding(
+        {"init", "--env", EnvironmentFileOf(array)},
+        {10, Unconnected(array, "iscsiadm said \"The command was ended after its time limit of 1 seconds\""),
+         "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the array's iSCSI "
+         "ports, iscsid); [Shell] TimeoutSeconds is how long it may take"});
 }
 
 TEST_F(ZavctlNodeFailuresTest, DeadIscsid)
@@ -74,7 +75,7 @@ TEST_F(ZavctlNodeFailuresTest, DeadIscsid)
     MakeCommand("iscsiadm", "echo 'iscsiadm: can not connect to iSCSI daemon (111)!' >&2\nexit 20\n");
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
                  {10, Unconnected(array, "iscsiadm said \"iscsiadm: can not connect to iSCSI daemon (111)!\""),
-                  "start iscsid (systemctl start iscsid), and run the command again"});
+                  "start iscsid (systemctl start iscsid), or bring an FC port online; then run the command again"});
 }
 
 TEST_F(ZavctlNodeFailuresTest, TargetThatDoesNotLetThisInitiatorIn)
@@ -111,10 +112,11 @@ TEST_F(ZavctlNodeFailuresTest, NoFileOfTheInitiatorName)
 TEST_F(ZavctlNodeFailuresTest, ServicePortThatIsClosed)
 {
     const Array& array = StartArray(); // and no iSCSI target
-    ExpectEnding(
-        {"init", "--env", EnvironmentFileOf(array)},
-        {10, Unconnected(array, "the iSCSI portal " + array.Options().serviceIps[0] + " takes no connection"),
-         "check the way from this node to the array's iSCSI ports, TCP 3260, and that its iSCSI service runs"});
+    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
+                 {10, Unconnected(array, "the iSCSI portal " + array.Options().serviceIps[0] + " takes no connection"),
+                  "check the way from this node to the array's iSCSI ports, TCP 3260, and that its iSCSI service runs; "
+                  "an FC port "
+                  "that is online would do as well"});
 }
 
 } // namespace
