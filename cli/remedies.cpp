@@ -27,13 +27,14 @@ constexpr const char* TAKEN = "the name belongs to somebody else's object: run t
                               "name";
 constexpr const char* WRONG_USER = "correct user and password: encrypt the password with zavctl password encrypt, and "
                                    "put both into the environment";
-constexpr const char* TOO_MANY_SESSIONS = "too many sessions stand on the array: end some there, or wait until they "
-                                          "lapse";
+constexpr const char* TOO_MANY_SESSIONS = "run the command again later; where it stays so, have the array's "
+                                          "administrator end sessions that are abandoned, none that is in use";
 constexpr const char* ANOTHER_KIND = "the array speaks another version of the interface: report it, with the output of "
                                      "the same command under -vv, and with the array's model and version";
 constexpr const char* BUSY = "the array is busy: run the command again in a few minutes";
-constexpr const char* NAMES_ANOTHER = "the certificate is made out to another address: put that one into the "
-                                      "environment, or have the array show one that names this address";
+constexpr const char* NAMES_ANOTHER =
+    "see first that this address is the meant array's; then have it show a certificate that names the address, or put "
+    "one that its certificate names into the environment";
 constexpr const char* BROKEN = "the connection broke: check the array's health and the way to it, then run the command "
                                "again";
 constexpr const char* NO_INTERFACE = "what answers there is no management interface that is known here: check address "
@@ -89,7 +90,7 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 70> BY_TEXT = {{
+constexpr std::array<TextRow, 71> BY_TEXT = {{
     {"waiting for one to end", TOO_MANY_SESSIONS},
     {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
     // on the way to the array
@@ -118,8 +119,8 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
     {"address mismatch", NAMES_ANOTHER},
     {"ostname mismatch", NAMES_ANOTHER},
     {"subject name matches", NAMES_ANOTHER},
-    {"(libcurl 60)", "the certificate's authority is not trusted: name its file in [Http] CaFile, after seeing that it "
-                     "is the array's"},
+    {"(libcurl 60)", "compare the certificate's fingerprint with the one that the array's administrator tells, then "
+                     "name its authority's file in [Http] CaFile of backupnode.ini"},
     {"(libcurl 77)", "the file in [Http] CaFile cannot be used: it has to be a PEM file that this user may read"},
     {"HTTP status 4", NO_INTERFACE},
     {"HTTP status 5", "the management service, or a proxy before it, failed: look at the array's alarms, then run the "
@@ -132,17 +133,17 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
     {"session limit", TOO_MANY_SESSIONS},
     {"The limit of sessions", TOO_MANY_SESSIONS},
     {"number of sessions has reached its limit", TOO_MANY_SESSIONS},
-    {"reached its limit", "the array holds no more of these: have its administrator take apart what nobody needs; "
-                          "zavctl tidy takes apart what this node left"},
+    {"reached its limit", "the array holds no more of these: zavctl tidy --dry-run lists what this node made there and "
+                          "does not use, zavctl tidy takes it apart; else have the array's administrator make room"},
     // this node
-    {"its mode must be 0600",
-     "look who could read the key, then chmod 600 it; where others could, encrypt all passwords "
-     "with a new key"},
+    {"its mode must be 0600", "chmod 600 it; where somebody else may have read it, change the arrays' passwords, move "
+                              "the key away, and encrypt all anew with zavctl password encrypt --new-key"},
     {"it belongs to user", "run the command as the user whom the key belongs to"},
     {"64 hexadecimal digits", "restore the key from its backup; without one move the file away, and encrypt all "
                               "passwords anew with zavctl password encrypt"},
-    {"cannot be opened: No such file", "restore the key from its backup, or name its place in [Security] KeyFile; "
-                                       "without one encrypt all passwords anew with zavctl password encrypt"},
+    {"cannot be opened: No such file",
+     "restore the key from its backup, or name its place in [Security] KeyFile of backupnode.ini; without one encrypt "
+     "all passwords anew with zavctl password encrypt"},
     {"The key file ", "have a key file that this user owns, in a folder that he may write, or name another place in "
                       "[Security] KeyFile"},
     {"is no credential", "encryptedPasswords takes what zavctl password encrypt prints, whole and unchanged"},
@@ -150,7 +151,7 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
                                      "the result into the environment"},
     {"cannot be decrypted", "encrypt the password with this node's key, by zavctl password encrypt, and put the result "
                             "into the environment"},
-    {"the environment has no", "add what is missing to the environment; docs/zavctl.md has a whole one"},
+    {"the environment has no", "add it to the environment; zavctl env check names all that is missing"},
     {"standard output cannot be written", "make room where the output goes, or send it elsewhere"},
     {"there is no key in",
      "add --new-key where this node never had a key; else put its key back from the copy: what was "
@@ -160,6 +161,7 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
+    {"No such file or directory", "name a file that is there; zavctl env new makes an environment"},
     {"environment ",
      "correct the file (zavctl env check names each fault), make it with zavctl env new, or name another with --env"},
     {"configuration ",
@@ -168,10 +170,10 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
     {"iscsiadm: not found", "install open-iscsi on this node, or bring an FC port online"},
     {"can not connect to iSCSI daemon", "start iscsid (systemctl start iscsid), or bring an FC port online; then run "
                                         "the command again"},
-    {"authorization failure", "have the array's iSCSI ports let this node's initiator in, without CHAP"},
-    {"time limit",
-     "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the array's "
-     "iSCSI ports, iscsid); [Shell] TimeoutSeconds is how long it may take"},
+    {"authorization failure",
+     "compare CHAP in /etc/iscsi/iscsid.conf with what the array asks of this initiator; zavctl sets none up"},
+    {"time limit", "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the "
+                   "array's iSCSI ports, iscsid); [Shell] TimeoutSeconds of backupnode.ini is how long it may take"},
     {"iscsiadm said",
      "try by hand what iscsiadm refused: iscsiadm -m discovery -t st -p ADDRESS, then iscsiadm -m node "
      "-p ADDRESS -l; an FC port that is online would do as well"},
@@ -184,15 +186,16 @@ constexpr std::array<TextRow, 70> BY_TEXT = {{
      "give this node an initiator name in /etc/iscsi/initiatorname.iscsi, as open-iscsi does when "
      "it is installed, or bring an FC port online; then run zavctl init again"},
     {"which is not this node's",
-     "have the array's administrator take this node's initiator off that host, which another node uses (a cloned "
-     "machine has to get an initiator name of its own first); then run zavctl init again"},
+     "see first whether another machine uses this node's initiator name (a clone does): if so, give this node a name "
+     "of its own in /etc/iscsi/initiatorname.iscsi and leave that host alone; if none does, have the array's "
+     "administrator take the name off it; then run zavctl init again"},
     {"which is not in host group", "take this node's initiator off that host on the array; then run zavctl init again"},
     {"No space left on device", "make room on that file system, then run the command again"},
     {"File too large", "give this user and that file system a higher limit of file sizes (ulimit -f)"},
     {"which the record lies in", "make the folder, owned by the user who runs zavctl; then run the command again"},
     {"not a device record in JSON",
-     "restore the file from a backup, or move it away: zavctl init then makes the record anew, and zavctl tidy takes "
-     "apart what the old one named, which the journal beside it knows"},
+     "restore the file from a backup; without one move it away, leave the journal where it is, and run zavctl init, "
+     "which makes a new record; then look at zavctl tidy --dry-run"},
     {"cannot be a device record", "move the file away and run the command again"},
     {"could not be entered into the journal", "let this user write the journal and its lock file, or move away what "
                                               "stands there"},
@@ -217,7 +220,8 @@ constexpr std::array<ExitRow, 12> BY_EXIT = {{
     {ExitCode::Done, ""},
     {ExitCode::Usage, "zavctl --help, or --help behind the command, tells what it takes"},
     {ExitCode::Partly, "see the lines above for what was not done, mend that, and run the command again"},
-    {ExitCode::NotFound, "check what was named; zavctl tidy --dry-run lists what stands on the array"},
+    {ExitCode::NotFound,
+     "correct the id; zavctl tidy --dry-run, which changes nothing, lists what bears our prefix on the array"},
     {ExitCode::Foreign, "ask whoever made or uses it; nothing of it was changed"},
     {ExitCode::LoginRefused,
      "the array's words are not known here: look for the login in its event log (a locked user, "

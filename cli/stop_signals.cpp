@@ -119,16 +119,15 @@ void StopSignals::Leave(int signal) const
 {
     EndsWithin(TIME_TO_TELL, [signal, limit = m_limit, program = RunningProgram()] {
         const std::string place =
-            ", behind: " + Report::LastStep() + (program.empty() ? "" : "; " + program + " was running");
+            ", at the step: " + Report::LastStep() + (program.empty() ? "" : "; " + program + " was running");
         if (signal != 0) {
             Report::LastWords(std::string("ended by SIG") + sigabbrev_np(signal) + place,
                               "run the command again; it goes on from what was done");
         } else {
             const std::string cause = "given up after " + std::to_string(limit->count()) + " s" + place;
             Report::LastWords(cause, program.empty() ? RemedyFor(cause, ExitCode::Unreachable)
-                                                     : "run " + program +
-                                                           " by hand and see what it waits for, or give more time with "
-                                                           "--timeout");
+                                                     : "give more time with --timeout; where it hangs again, see by ps "
+                                                       "what the command waits for, and try it by hand");
         }
     });
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK

@@ -29,10 +29,11 @@ protected:
     {
         zavctl.AwaitError(" lost: ");
         WaitUntil("the remedy", [&zavctl] { return Told(zavctl, " lost: ").find("remedy: ") != std::string::npos; });
-        EXPECT_THAT(Told(zavctl, " lost: "), HasSubstr(cause));
+        const std::string told = Told(zavctl, " lost: ");
+        EXPECT_THAT(told, HasSubstr(cause));
         zavctl.AwaitError("zavctl: remedy: " + remedy + "\n");
-        RecordProperty("cause", cause);
-        RecordProperty("remedy", remedy);
+        RecordProperty("cause", "zavctl: TIME lost: " + told.substr(0, told.find('\n')));
+        RecordProperty("remedy", "zavctl: remedy: " + remedy);
     }
 };
 
@@ -46,14 +47,14 @@ TEST_F(ZavctlArrayFailuresTest, InitiatorThatIsOnSomebodyElsesHost)
         array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
                       R"({"ID": ")" + initiator + R"(", "PARENTID": "1", "TYPE": "222"})");
     }
-    ExpectEnding(
-        {"init", "--env", EnvironmentFileOf(array)},
-        {5,
-         array.Url() + ": iSCSI initiator " + NODE_IQN +
-             " is on host 1, which holds iSCSI initiator "
-             "iqn.2020-01.local.other:01 as well, which is not this node's; nothing was changed",
-         "have the array's administrator take this node's initiator off that host, which another node uses (a cloned "
-         "machine has to get an initiator name of its own first); then run zavctl init again"});
+    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
+                 {5,
+                  array.Url() + ": iSCSI initiator " + NODE_IQN +
+                      " is on host 1, which holds iSCSI initiator "
+                      "iqn.2020-01.local.other:01 as well, which is not this node's; nothing was changed",
+                  "see first whether another machine uses this node's initiator name (a clone does): if so, give this "
+                  "node a name of its own in /etc/iscsi/initiatorname.iscsi and leave that host alone; if none does, "
+                  "have the array's administrator take the name off it; then run zavctl init again"});
     EXPECT_THAT(array.Ids("hostgroup"), IsEmpty());
 }
 
@@ -82,17 +83,18 @@ TEST_F(ZavctlArrayFailuresTest, LimitOfMappingViews)
         {9,
          CouldNotPrepare(env, array) +
              "create mapping view \"NAME\": \"The number of mapping views has reached its limit\" (1090519100)",
-         "the array holds no more of these: have its administrator take apart what nobody needs; zavctl tidy "
-         "takes apart what this node left"});
+         "the array holds no more of these: zavctl tidy --dry-run lists what this node made there and does not use, "
+         "zavctl tidy takes it apart; else have the array's administrator make room"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, NameOfNothing)
 {
     const Array& array = StartArray();
     const std::string env = EnvironmentFileOf(array);
-    ExpectEnding({"tidy", "--env", env, "--id", "hostgroup:7", "--yes"},
-                 {4, array.Url() + ": there is no host group 7",
-                  "check what was named; zavctl tidy --dry-run lists what stands on the array"});
+    ExpectEnding(
+        {"tidy", "--env", env, "--id", "hostgroup:7", "--yes"},
+        {4, array.Url() + ": there is no host group 7",
+         "correct the id; zavctl tidy --dry-run, which changes nothing, lists what bears our prefix on the array"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, ArrayThatIsDownWhenAWatchBegins)

@@ -27,7 +27,8 @@ protected:
 TEST_F(ZavctlFileFailuresTest, EnvironmentThatIsMissing)
 {
     ExpectEnding({"init", "--env", "/no/such/env.json"},
-                 {7, "environment /no/such/env.json: No such file or directory", CORRECT_ENVIRONMENT});
+                 {7, "environment /no/such/env.json: No such file or directory",
+                  "name a file that is there; zavctl env new makes an environment"});
 }
 
 TEST_F(ZavctlFileFailuresTest, EnvironmentThatThisUserMayNotRead)
@@ -53,13 +54,13 @@ TEST_F(ZavctlFileFailuresTest, EnvironmentThatIsHalfEmpty)
 {
     const std::string env = Directory() + "/env.json";
     WriteText(env, R"({"managementIps": ["127.0.0.1"], "userNames": ["admin"], "encryptedPasswords": ["x"]})");
-    ExpectEnding({"inventory", "--env", env}, {7, env + ": the environment has no port",
-                                               "add what is missing to the environment; docs/zavctl.md has a whole "
-                                               "one"});
+    ExpectEnding({"inventory", "--env", env},
+                 {7, env + ": the environment has no port",
+                  "add it to the environment; zavctl env check names all that is missing"});
     WriteText(env, "{}");
-    ExpectEnding({"inventory", "--env", env}, {7, env + ": the environment has no management IP",
-                                               "add what is missing to the environment; docs/zavctl.md has a whole "
-                                               "one"});
+    ExpectEnding({"inventory", "--env", env},
+                 {7, env + ": the environment has no management IP",
+                  "add it to the environment; zavctl env check names all that is missing"});
 }
 
 TEST_F(ZavctlFileFailuresTest, KeyThatIsMissing)
@@ -68,21 +69,20 @@ TEST_F(ZavctlFileFailuresTest, KeyThatIsMissing)
     fs::remove(Key());
     ExpectEnding({"init", "--env", env},
                  {7, KeyCause(env, "The key file " + Key() + " cannot be opened: No such file or directory"),
-                  "restore the key from its backup, or name its place in [Security] KeyFile; without one encrypt all "
-                  "passwords anew with zavctl password encrypt"});
+                  "restore the key from its backup, or name its place in [Security] KeyFile of backupnode.ini; without "
+                  "one encrypt all passwords anew with zavctl password encrypt"});
 }
 
 TEST_F(ZavctlFileFailuresTest, KeyOfAWrongMode)
 {
     const std::string env = EnvironmentFileOf(StartArray());
     ASSERT_EQ(0, ::chmod(Key().c_str(), 0644));
-    ExpectEnding(
-        {"init", "--env", env},
-        {7,
-         KeyCause(env,
-                  "The key file " + Key() + " is refused: others than its owner may use it: its mode must be 0600"),
-         "look who could read the key, then chmod 600 it; where others could, encrypt all passwords with a new "
-         "key"});
+    ExpectEnding({"init", "--env", env},
+                 {7,
+                  KeyCause(env, "The key file " + Key() +
+                                    " is refused: others than its owner may use it: its mode must be 0600"),
+                  "chmod 600 it; where somebody else may have read it, change the arrays' passwords, move the key "
+                  "away, and encrypt all anew with zavctl password encrypt --new-key"});
 }
 
 TEST_F(ZavctlFileFailuresTest, KeyThatThisUserMayNotRead)
@@ -154,8 +154,8 @@ TEST_F(ZavctlFileFailuresTest, RecordThatIsCorrupted)
     const Array& array = StartArray();
     WriteText(ZavctlRecordPath(array), R"({"half a record": {"HOSTID": "12", )");
     const Ending ending = {7, ZavctlRecordPath(array) + ": not a device record in JSON; nothing was changed",
-                           "restore the file from a backup, or move it away: zavctl init then makes the record anew, "
-                           "and zavctl tidy takes apart what the old one named, which the journal beside it knows"};
+                           "restore the file from a backup; without one move it away, leave the journal where it is, "
+                           "and run zavctl init, which makes a new record; then look at zavctl tidy --dry-run"};
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)}, ending);
     ExpectEnding({"cleanup", "--env", EnvironmentFileOf(array)}, ending);
 }

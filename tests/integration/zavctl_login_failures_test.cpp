@@ -125,9 +125,10 @@ TEST_F(ZavctlLoginFailuresTest, LimitOfSessions)
     AwaitRequest(array, "GET storagepool");
     ExpectEnding({"inventory", "--env", env, "--timeout", "2"},
                  {8,
-                  "given up after 2 s, behind: " + env +
+                  "given up after 2 s, at the step: " + env +
                       ": as many sessions as the array takes stand on it: waiting for one to end",
-                  "too many sessions stand on the array: end some there, or wait until they lapse"});
+                  "run the command again later; where it stays so, have the array's administrator end sessions that "
+                  "are abandoned, none that is in use"});
     const auto second = StartZavctl({"inventory", "--env", env});
     second->AwaitError("waiting for one to end");
     first->Signal(SIGTERM);
@@ -239,8 +240,8 @@ TEST_F(ZavctlLoginFailuresTest, CertificateOfAnotherAuthority)
          Cause(env, array.Options().managementIps[0],
                Request(array.Url()) + "SSL certificate problem: unable to get local issuer certificate (certificate "
                                       "verification: unable to get local issuer certificate) (libcurl 60)"),
-         "the certificate's authority is not trusted: name its file in [Http] CaFile, after seeing that it is "
-         "the array's"});
+         "compare the certificate's fingerprint with the one that the array's administrator tells, then name its "
+         "authority's file in [Http] CaFile of backupnode.ini"});
     EXPECT_THAT(array.Requests(), ::testing::IsEmpty());
 }
 
@@ -276,8 +277,8 @@ TEST_F(ZavctlLoginFailuresTest, CertificateOfAnotherAddress)
     ExpectCertificateRefused(wish,
                              "SSL certificate problem: IP address mismatch (certificate verification: IP address "
                              "mismatch) (libcurl 60)",
-                             "the certificate is made out to another address: put that one into the environment, or "
-                             "have the array show one that names this address");
+                             "see first that this address is the meant array's; then have it show a certificate that "
+                             "names the address, or put one that its certificate names into the environment");
 }
 
 TEST_F(ZavctlLoginFailuresTest, ManagementServiceBehindAProxyThatFails)

@@ -50,8 +50,9 @@ TEST_F(ZavctlNodeFailuresTest, HangingIscsiadm)
     StartTargets(array.Options().serviceIps);
     MakeCommand("iscsiadm", "exec sleep 60\n");
     ExpectEnding({"init", "--env", EnvironmentFileOf(array), "--timeout", "5"},
-                 {8, "given up after 5 s, behind: preparing this node; iscsiadm was running",
-                  "run iscsiadm by hand and see what it waits for, or give more time with --timeout"});
+                 {8, "given up after 5 s, at the step: preparing this node; iscsiadm was running",
+                  "give more time with --timeout; where it hangs again, see by ps what the command waits for, and try "
+                  "it by hand"});
     EXPECT_EQ(0U, array.SessionCount());
 }
 
@@ -61,11 +62,10 @@ TEST_F(ZavctlNodeFailuresTest, IscsiadmThatExceedsItsTime)
     StartTargets(array.Options().serviceIps);
     Configure({{"Shell.TimeoutSeconds", "1"}});
     MakeCommand("iscsiadm", "exec sleep 60\n");
-    ExpectEnding(
-        {"init", "--env", EnvironmentFileOf(array)},
-        {10, Unconnected(array, "iscsiadm said \"The command was ended after its time limit of 1 seconds\""),
-         "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the array's iSCSI "
-         "ports, iscsid); [Shell] TimeoutSeconds is how long it may take"});
+    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
+                 {10, Unconnected(array, "iscsiadm said \"The command was ended after its time limit of 1 seconds\""),
+                  "run iscsiadm -m discovery -t st -p ADDRESS by hand and see what it waits for (the way to the "
+                  "array's iSCSI ports, iscsid); [Shell] TimeoutSeconds of backupnode.ini is how long it may take"});
 }
 
 TEST_F(ZavctlNodeFailuresTest, DeadIscsid)
@@ -85,11 +85,12 @@ TEST_F(ZavctlNodeFailuresTest, TargetThatDoesNotLetThisInitiatorIn)
     MakeCommand("iscsiadm", "case \"$*\" in *-l) ;; *) exit 0 ;; esac\n"
                             "echo 'iscsiadm: initiator reported error (24 - iSCSI login failed due to authorization "
                             "failure)' >&2\nexit 24\n");
-    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
-                 {10,
-                  Unconnected(array, "iscsiadm said \"iscsiadm: initiator reported error (24 - iSCSI login failed due "
-                                     "to authorization failure)\""),
-                  "have the array's iSCSI ports let this node's initiator in, without CHAP"});
+    ExpectEnding(
+        {"init", "--env", EnvironmentFileOf(array)},
+        {10,
+         Unconnected(array, "iscsiadm said \"iscsiadm: initiator reported error (24 - iSCSI login failed due "
+                            "to authorization failure)\""),
+         "compare CHAP in /etc/iscsi/iscsid.conf with what the array asks of this initiator; zavctl sets none up"});
 }
 
 TEST_F(ZavctlNodeFailuresTest, NoInitiatorName)

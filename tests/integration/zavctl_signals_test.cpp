@@ -53,7 +53,7 @@ protected:
     /// The last two lines of a command that a signal ended behind this step.
     static std::string LastLines(const std::string& signal, const std::string& step)
     {
-        return "zavctl: ended by " + signal + ", behind: " + step +
+        return "zavctl: ended by " + signal + ", at the step: " + step +
                "\nzavctl: remedy: run the command again; it goes on from what was done\n";
     }
 
@@ -227,7 +227,7 @@ TEST_F(ZavctlSignalsTest, TimeoutEndsACommandLogsOutAndTellsWhatItWasAbout)
     const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", env, "--timeout", "1"});
     EXPECT_LT(Seconds(std::chrono::steady_clock::now() - begin).count(), 3.0 * SLOWNESS);
     EXPECT_EQ(8, outcome.status);
-    EXPECT_THAT(outcome.errors, EndsWith("zavctl: given up after 1 s, behind: " + env + ": logged in at " +
+    EXPECT_THAT(outcome.errors, EndsWith("zavctl: given up after 1 s, at the step: " + env + ": logged in at " +
                                          array.Url() + ", service addresses " + array.Options().serviceIps[0] +
                                          "\nzavctl: remedy: look whether what it waited for answers, or give more time "
                                          "with --timeout\n"));

@@ -95,7 +95,7 @@ TEST_F(ZavctlTest, FailureIsToldAsJsonToWhoeverWantsJson)
     const Json::Value answer = ParseJson(outcome.output);
     EXPECT_EQ("zavctl/1", answer["schema"].asString());
     EXPECT_EQ("environment /no/such.json: No such file or directory", answer["error"]["cause"].asString());
-    EXPECT_THAT(answer["error"]["remedy"].asString(), HasSubstr("correct the file"));
+    EXPECT_THAT(answer["error"]["remedy"].asString(), HasSubstr("name a file that is there"));
     EXPECT_EQ(7, answer["error"]["exit"].asInt());
 }
 
