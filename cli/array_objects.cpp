@@ -8,15 +8,33 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t PAGE = 100;
+constexpr std::uint64_t STANDARD_SECTOR = 512; // bytes
 
 std::string Text(const Json::Value& data, const char* name)
 {
     const Json::Value& member = data.isObject() ? data[name] : Json::Value::nullSingleton();
     return member.isConvertibleTo(Json::stringValue) ? member.asString() : std::string();
+}
+
+// 0 where it is no number.
+std::uint64_t Number(const Json::Value& data, const char* name)
+{
+    const std::string text = Text(data, name);
+    std::uint64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+std::string AssociatedResource(const ObjectKind& kind, const std::string& id, const ObjectKind& other)
+{
+    return std::string(other.resource) + "/associate?TYPE=" + std::string(other.type) +
+           "&ASSOCIATEOBJTYPE=" + std::string(kind.type) + "&ASSOCIATEOBJID=" + Base::PercentEncode(id);
 }
 
 // What says nothing of the object that was asked for: no answer, or one that a later try may not get.
@@ -73,18 +91,26 @@ std::optional<ArrayObject> ArrayObjects::Find(const ObjectKind& kind, const std:
     return std::nullopt;
 }
 
-std::vector<std::string> ArrayObjects::Ids(const std::string& resource)
+// Objects that have an id each.
+Json::Value ArrayObjects::List(const std::string& resource)
 {
-    const Answer answer = Get(resource);
+    Answer answer = Get(resource);
     if (answer.code != ResultCode::OK) {
         Fail(resource, answer.errorText);
     }
-    std::vector<std::string> ids;
     for (const Json::Value& each : answer.data) {
-        ids.push_back(Text(each, "ID"));
-        if (ids.back().empty()) {
+        if (Text(each, "ID").empty()) {
             Fail(resource, "the answer lists what has no id");
         }
+    }
+    return std::move(answer.data);
+}
+
+std::vector<std::string> ArrayObjects::Ids(const std::string& resource)
+{
+    std::vector<std::string> ids;
+    for (const Json::Value& each : List(resource)) {
+        ids.push_back(Text(each, "ID"));
     }
     return ids;
 }
@@ -92,8 +118,18 @@ std::vector<std::string> ArrayObjects::Ids(const std::string& resource)
 std::vector<std::string> ArrayObjects::Associated(const ObjectKind& kind, const std::string& id,
                                                   const ObjectKind& other)
 {
-    return Ids(std::string(other.resource) + "/associate?TYPE=" + std::string(other.type) +
-               "&ASSOCIATEOBJTYPE=" + std::string(kind.type) + "&ASSOCIATEOBJID=" + Base::PercentEncode(id));
+    return Ids(AssociatedResource(kind, id, other));
+}
+
+std::vector<MappedLun> ArrayObjects::Luns(const std::string& lunGroupId)
+{
+    std::vector<MappedLun> luns;
+    for (const Json::Value& each : List(AssociatedResource(LUN_GROUP, lunGroupId, LUN))) {
+        const std::uint64_t sector = Number(each, "SECTORSIZE");
+        luns.push_back({Text(each, "ID"), Text(each, "NAME"), Text(each, "WWN"),
+                        Number(each, "CAPACITY") * (sector == 0 ? STANDARD_SECTOR : sector)});
+    }
+    return luns;
 }
 
 std::vector<std::string> ArrayObjects::Initiators(const ObjectKind& kind, const std::string& hostId)

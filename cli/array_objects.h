@@ -6,6 +6,7 @@
 
 #include <json/value.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,6 +40,14 @@ struct ArrayObject {
     std::string parentId; ///< an initiator's host
 };
 
+/// A LUN as the array tells of it within a group.
+struct MappedLun {
+    std::string id;
+    std::string name;
+    std::string wwn;            ///< hexadecimal digits
+    std::uint64_t capacity = 0; ///< bytes
+};
+
 /// What stands on an array, read by the library's client. Each operation throws Failure naming what could not be read
 /// when no answer came that says either way. One thread at a time.
 class ArrayObjects {
@@ -56,6 +65,9 @@ public:
     /// The ids of the objects of kind `other` that an object holds, or that hold it.
     std::vector<std::string> Associated(const ObjectKind& kind, const std::string& id, const ObjectKind& other);
 
+    /// The LUNs of a LUN group.
+    std::vector<MappedLun> Luns(const std::string& lunGroupId);
+
     /// The ids of the initiators of one kind that are on a host.
     std::vector<std::string> Initiators(const ObjectKind& kind, const std::string& hostId);
 
@@ -71,6 +83,7 @@ private:
     Answer Get(const std::string& resource);
     [[noreturn]] void Fail(const std::string& resource, const std::string& errorText, int code = 0) const;
     ArrayObject ToObject(const std::string& resource, const Json::Value& data) const;
+    Json::Value List(const std::string& resource);
     std::vector<std::string> Ids(const std::string& resource);
 
     ZavRestApi& m_api;

@@ -14,6 +14,8 @@
 using Run = std::function<ExitCode(LogTail& log, StopSignals& stopSignals)>;
 
 void AddInitCommand(CLI::App& app, Run& run);
+void AddStatusCommand(CLI::App& app, Run& run);
+void AddCheckCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);
 void AddCleanupCommand(CLI::App& app, Run& run);
 void AddTidyCommand(CLI::App& app, Run& run);

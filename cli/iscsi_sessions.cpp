@@ -7,6 +7,7 @@
 
 #include <boost/filesystem.hpp>
 
+#include <fstream>
 #include <regex>
 
 namespace fs = boost::filesystem;
@@ -73,6 +74,14 @@ std::vector<IscsiSession> Standing()
         }
     }
     return sessions;
+}
+
+std::string StateOf(const IscsiSession& session)
+{
+    std::ifstream file("/sys/class/iscsi_session/session" + std::to_string(session.number) + "/state");
+    std::string state;
+    file >> state;
+    return state;
 }
 
 std::vector<std::string> UsesOf(const IscsiSession& session)

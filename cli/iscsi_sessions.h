@@ -19,6 +19,9 @@ namespace IscsiSessions {
 /// Those that stand; none where iscsiadm tells none or cannot be run.
 std::vector<IscsiSession> Standing();
 
+/// What the kernel says of it: "LOGGED_IN", "FAILED"; empty where it does not say.
+std::string StateOf(const IscsiSession& session);
+
 /// Why each of the session's disks may not be taken away: "disk sdb is mounted at /mnt", "… is open in process 71
 /// (dd)", "… is held by dm-0". Processes of other users are seen by root alone.
 std::vector<std::string> UsesOf(const IscsiSession& session);

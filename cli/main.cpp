@@ -148,6 +148,8 @@ ExitCode Main(int argc, char** argv)
         ->check(CLI::Range(1U, 86400U));
     Run run;
     AddInitCommand(app, run);
+    AddStatusCommand(app, run);
+    AddCheckCommand(app, run);
     AddInventoryCommand(app, run);
     AddCleanupCommand(app, run);
     AddTidyCommand(app, run);

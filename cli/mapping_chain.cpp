@@ -1,6 +1,7 @@
 #include "cli/mapping_chain.h"
 
 #include "cli/failure.h"
+#include "cli/recorded_objects.h"
 #include "cli/report.h"
 #include "common/framework/san_manager.h"
 #include "common/result_codes.h"
@@ -9,9 +10,7 @@
 #include "device/device_set_operator.h"
 #include "rest/zav_rest_api.h"
 
-#include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
-#include <boost/algorithm/string/split.hpp>
 
 #include <algorithm>
 #include <exception>
@@ -64,15 +63,6 @@ std::string WhyThereIsNone()
     std::vector<std::string> ports;
     const bool hasName = device.GetFCInitor(ports) || device.GetIscsiInitor(iqn);
     return hasName ? "" : ", for this node has no FC port, and no name in /etc/iscsi/initiatorname.iscsi";
-}
-
-std::set<std::string> PortNames(const std::string& recorded)
-{
-    std::vector<std::string> pieces;
-    boost::split(pieces, recorded, boost::is_any_of(";"));
-    std::set<std::string> names(pieces.begin(), pieces.end());
-    names.erase("");
-    return names;
 }
 
 } // namespace
@@ -140,7 +130,7 @@ void MappingChain::CheckMember(const ObjectKind& container, const std::string& c
 // Whoever else has initiators on the host would see this node's LUNs.
 void MappingChain::RequireOwnHost()
 {
-    std::set<std::string> own = PortNames(m_record.fcInitiatorName);
+    std::set<std::string> own = RecordedPorts(m_record);
     own.insert(m_record.iscsiInitiatorName);
     for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
         for (const std::string& each : m_objects.Initiators(kind, m_record.hostId)) {
@@ -153,7 +143,7 @@ void MappingChain::RequireOwnHost()
 
 void MappingChain::CheckInitiators()
 {
-    const std::set<std::string> recordedPorts = PortNames(m_record.fcInitiatorName);
+    const std::set<std::string> recordedPorts = RecordedPorts(m_record);
     std::vector<std::string> ports;
     std::string iqn;
     DeviceOperate device;

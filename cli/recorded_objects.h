@@ -5,6 +5,7 @@
 #include "common/records.h"
 
 #include <array>
+#include <set>
 #include <string>
 
 /// An object that a record names; id and name are empty where it names none.
@@ -16,6 +17,9 @@ struct RecordedObject {
     /// "host 1 (its name)".
     std::string Naming() const { return std::string(kind->words) + " " + id + " (" + name + ")"; }
 };
+
+/// The FC port names that a record has.
+std::set<std::string> RecordedPorts(const DeviceMessage& record);
 
 /// In the order in which they are taken apart: mapping view, host group, host, LUN group.
 std::array<RecordedObject, 4> RecordedObjects(const DeviceMessage& record);

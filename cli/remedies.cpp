@@ -90,7 +90,8 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 71> BY_TEXT = {{
+constexpr std::array<TextRow, 72> BY_TEXT = {{
+    {"cannot start dot", "install graphviz, or take -o html, which needs nothing"},
     {"waiting for one to end", TOO_MANY_SESSIONS},
     {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
     // on the way to the array

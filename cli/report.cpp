@@ -54,12 +54,12 @@ void ClearTime(Telling& telling)
     }
 }
 
-bool HasColours()
+bool HasColours(int file)
 {
     const char* const refusal = std::getenv("NO_COLOR");
     const char* const terminal = std::getenv("TERM");
     return (refusal == nullptr || *refusal == '\0') && terminal != nullptr && std::string_view(terminal) != "dumb" &&
-           ::isatty(STDERR_FILENO) == 1;
+           ::isatty(file) == 1;
 }
 
 const char* ColourOf(Look look)
@@ -82,7 +82,7 @@ void Write(Telling& telling, const std::string& text, Look look)
 {
     ClearTime(telling);
     const std::string line = "zavctl: " + Base::Printable(text);
-    const bool isColoured = look != Look::Plain && HasColours();
+    const bool isColoured = look != Look::Plain && HasColours(STDERR_FILENO);
     std::cerr << (isColoured ? ColourOf(look) + line + "\033[0m" : line) << std::endl;
 }
 
@@ -195,6 +195,13 @@ std::string Now()
     std::array<char, sizeof "2026-01-31T23:59:59Z"> text = {};
     std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
     return text.data();
+}
+
+void Print(const std::string& prefix, const std::string& text, Look look)
+{
+    const std::string line = Base::Printable(text);
+    const bool isColoured = look != Look::Plain && HasColours(STDOUT_FILENO);
+    std::cout << prefix << (isColoured ? ColourOf(look) + line + "\033[0m" : line) << std::endl;
 }
 
 void Table(const std::vector<Row>& rows)

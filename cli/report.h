@@ -42,6 +42,10 @@ std::string Now();
 /// The form of all JSON that is printed, named in each answer; docs/zavctl-json.md tells it.
 inline constexpr const char* SCHEMA = "zavctl/1";
 
+/// Prints a line on standard output, the text behind `prefix` in colours where Tell would have them. Texts of an array
+/// may stand in `text`, not in `prefix`.
+void Print(const std::string& prefix, const std::string& text, Look look = Look::Plain);
+
 /// Prints rows with aligned columns, the first row as heading.
 void Table(const std::vector<Row>& rows);
 void Json(const ::Json::Value& value);

@@ -44,7 +44,7 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
 
 } // namespace
 
-Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record)
+Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record, Gone gone)
     : m_login(login)
     , m_api(login.Api())
     , m_record(std::move(record))
@@ -72,7 +72,7 @@ Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record)
             const auto object = id.empty() ? std::nullopt : m_array.Find(*made.kind, id);
             if (object && object->name == entry.name) {
                 m_objects.push_back({made.kind, id, entry.name, UsesOrDoubt(*made.kind, id)});
-            } else {
+            } else if (gone == Gone::Forgotten) {
                 OwnJournal::Drop(entry); // gone, or somebody else's since
             }
         }

@@ -21,10 +21,15 @@ public:
         std::vector<std::string> inUse; ///< why it is not taken apart unasked: "holds LUN 3"
     };
 
-    /// Looks on the array. What the journal names and the array does not have any more leaves the journal. `login` must
-    /// outlive it. Throws Failure when array or journal cannot be read. Where another provider than the open one is
-    /// linked, there is no journal, and nothing is left over.
-    Leftovers(const ArrayLogin& login, DeviceMessage record);
+    enum class Gone {
+        Forgotten, ///< what the array does not have any more leaves the journal
+        Kept,      ///< nothing is changed
+    };
+
+    /// Looks on the array for what the journal names. `login` must outlive it. Throws Failure when array or journal
+    /// cannot be read. Where another provider than the open one is linked, there is no journal, and nothing is left
+    /// over.
+    Leftovers(const ArrayLogin& login, DeviceMessage record, Gone gone = Gone::Forgotten);
 
     /// In the order in which they can be taken apart: mapping views, host groups, LUN groups, hosts.
     const std::vector<Object>& Objects() const noexcept { return m_objects; }

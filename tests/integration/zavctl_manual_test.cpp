@@ -18,6 +18,8 @@ namespace {
 
 const std::vector<Process::Arguments> COMMANDS = {{},
                                                   {"init"},
+                                                  {"status"},
+                                                  {"check"},
                                                   {"inventory"},
                                                   {"cleanup"},
                                                   {"tidy"},

@@ -1,0 +1,280 @@
+#include "cli/node_look.h"
+
+#include "base/host_port.h"
+#include "cli/array_objects.h"
+#include "cli/device_record.h"
+#include "cli/iscsi_sessions.h"
+#include "cli/local_disks.h"
+#include "cli/recorded_objects.h"
+#include "cli/report.h"
+#include "cli/tidy.h"
+#include "device/device_operate.h"
+#include "rest/zav_rest_api.h"
+
+#include <boost/algorithm/string/join.hpp>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+PictureItem ItemOf(const ObjectKind& kind, const std::string& id, const std::string& name = {})
+{
+    PictureItem item;
+    item.kind = kind.words;
+    item.id = id;
+    item.name = name;
+    return item;
+}
+
+bool Contains(const std::vector<std::string>& texts, const std::string& text)
+{
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+// Without port and brackets.
+std::string HostIn(const std::string& text)
+{
+    const auto parts = Base::SplitHostPort(text);
+    return parts ? parts->host : text;
+}
+
+/// One look; what it finds goes into the picture.
+class Look {
+public:
+    explicit Look(const ArrayLogin& login)
+        : m_login(login)
+        , m_api(login.Api())
+        , m_record(DeviceRecord(login.DeviceId()).Message())
+        , m_objects(*m_api, login.Device().url)
+        , m_sessions(IscsiSessions::Standing())
+    {
+        DeviceOperate device;
+        device.GetFCInitor(m_ports);
+        device.GetIscsiInitor(m_iqn);
+        if (!m_record.hostGroupId.empty() && m_objects.Find(HOST_GROUP, m_record.hostGroupId)) {
+            m_hostsOfGroup = m_objects.Associated(HOST_GROUP, m_record.hostGroupId, HOST);
+        }
+    }
+
+    NodePicture Take()
+    {
+        PictureItem& root = m_picture.root;
+        root.kind = "node";
+        root.state = "on " + m_login.Device().url + " (" + m_login.DeviceId() + ")";
+        AddInitiators(root);
+        PictureItem* end = AddRecorded(root, HOST, m_record.hostId, m_record.hostName);
+        AddInitiatorsOfHost(*end);
+        end = AddRecorded(*end, HOST_GROUP, m_record.hostGroupId, m_record.hostGroupName);
+        RequireMember(*end, HOST_GROUP, m_record.hostGroupId, HOST, m_record.hostId);
+        AddOtherHosts(*end);
+        end = AddRecorded(*end, MAPPING_VIEW, m_record.mapViewId, m_record.mapViewName);
+        RequireMember(*end, MAPPING_VIEW, m_record.mapViewId, HOST_GROUP, m_record.hostGroupId);
+        end = AddRecorded(*end, LUN_GROUP, m_record.lunGroupId, m_record.lunGroupName);
+        RequireMember(*end, MAPPING_VIEW, m_record.mapViewId, LUN_GROUP, m_record.lunGroupId);
+        AddLuns(*end);
+        AddLeftovers(root);
+        if (!m_hasPath) {
+            m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
+        }
+        return std::move(m_picture);
+    }
+
+private:
+    void Mark(PictureItem& item, Standing standing, const std::string& why)
+    {
+        item.standing = standing;
+        item.why = why;
+    }
+
+    void Fault(PictureItem& item, Standing standing, const std::string& why)
+    {
+        Mark(item, standing, why);
+        m_picture.faults.push_back(item.Naming() + ": " + why);
+    }
+
+    void AddInitiators(PictureItem& root)
+    {
+        for (const std::string& port : m_ports) {
+            PictureItem& item = root.parts.emplace_back(ItemOf(FC_INITIATOR, port));
+            std::string errorText;
+            const bool isOnline = m_api->IsOnlineFCInitiator(port, errorText) == 0;
+            LookAtInitiator(item, FC_INITIATOR);
+            if (!isOnline && item.standing == Standing::Sound) {
+                Mark(item, Standing::Down, "the array does not see it online");
+            }
+            m_hasPath = m_hasPath || item.standing == Standing::Sound;
+        }
+        if (!m_iqn.empty()) {
+            PictureItem& item = root.parts.emplace_back(ItemOf(ISCSI_INITIATOR, m_iqn));
+            LookAtInitiator(item, ISCSI_INITIATOR);
+            AddSessions(item);
+        }
+        if (m_ports.empty() && m_iqn.empty()) {
+            PictureItem& item = root.parts.emplace_back();
+            item.kind = "initiator";
+            Fault(item, Standing::Missing, "no FC port, and no name in /etc/iscsi/initiatorname.iscsi");
+        }
+    }
+
+    // Needed is an initiator that the record has; a node that goes by FC need not have its iSCSI name there.
+    void LookAtInitiator(PictureItem& item, const ObjectKind& kind)
+    {
+        const bool isRecorded = item.id == m_record.iscsiInitiatorName || RecordedPorts(m_record).count(item.id) != 0;
+        const auto lack = [&](const std::string& why) {
+            if (isRecorded) {
+                Fault(item, Standing::Missing, why);
+            } else {
+                item.state = why;
+            }
+        };
+        const auto found = m_objects.Find(kind, item.id);
+        if (!found) {
+            lack("the array does not have it");
+        } else if (found->parentId.empty()) {
+            lack("it is on no host of the array");
+        } else if (found->parentId != m_record.hostId && !Contains(m_hostsOfGroup, found->parentId)) {
+            const std::string why = "it is on host " + found->parentId + ", which is not this node's";
+            if (m_record.hostId.empty()) {
+                Mark(item, Standing::Unrecorded, "it is on host " + found->parentId);
+            } else {
+                Fault(item, Standing::Foreign, why);
+            }
+        } else {
+            item.state = "on host " + found->parentId;
+        }
+    }
+
+    void AddSessions(PictureItem& initiator)
+    {
+        std::vector<PictureItem> without;
+        for (const std::string& address : m_login.Device().storageIps) {
+            bool hasSession = false;
+            for (const IscsiSession& session : m_sessions) {
+                if (HostIn(session.portal) == HostIn(address)) {
+                    hasSession = true;
+                    PictureItem& item = initiator.parts.emplace_back();
+                    item.kind = "session";
+                    item.id = session.portal;
+                    item.detail = session.target;
+                    const std::string state = IscsiSessions::StateOf(session);
+                    item.state = "up";
+                    if (!state.empty() && state != "LOGGED_IN") {
+                        item.state.clear();
+                        Mark(item, Standing::Down, "the kernel has it as " + state);
+                    } else {
+                        m_hasPath = true;
+                    }
+                }
+            }
+            if (!hasSession) {
+                PictureItem& item = without.emplace_back();
+                item.kind = "portal";
+                item.id = address;
+                item.state = "no session";
+            }
+        }
+        std::move(without.begin(), without.end(), std::back_inserter(initiator.parts));
+    }
+
+    PictureItem* AddRecorded(PictureItem& above, const ObjectKind& kind, const std::string& id, const std::string& name)
+    {
+        PictureItem& item = above.parts.emplace_back(ItemOf(kind, id, name));
+        if (id.empty()) {
+            m_missing.insert(kind.words);
+            Fault(item, Standing::Missing, "none is recorded");
+        } else if (const auto object = m_objects.Find(kind, id); !object) {
+            m_missing.insert(kind.words);
+            Fault(item, Standing::Missing, "the array has none of this id");
+        } else if (object->name != name) {
+            Fault(item, Standing::Foreign, "the array has it as \"" + object->name + "\"");
+        }
+        return &item;
+    }
+
+    void RequireMember(PictureItem& item, const ObjectKind& container, const std::string& containerId,
+                       const ObjectKind& member, const std::string& memberId)
+    {
+        const bool isAnyMissing = m_missing.count(container.words) != 0 || m_missing.count(member.words) != 0;
+        if (!isAnyMissing && item.standing == Standing::Sound &&
+            !Contains(m_objects.Associated(container, containerId, member), memberId)) {
+            Fault(item, Standing::Missing,
+                  std::string(member.words) + " " + memberId + " is not in " + std::string(container.words) + " " +
+                      containerId);
+        }
+    }
+
+    void AddInitiatorsOfHost(PictureItem& host)
+    {
+        if (host.standing != Standing::Sound) {
+            return;
+        }
+        for (const ObjectKind* const kind : {&FC_INITIATOR, &ISCSI_INITIATOR}) {
+            for (const std::string& id : m_objects.Initiators(*kind, host.id)) {
+                if (id != m_iqn && !Contains(m_ports, id)) {
+                    Fault(host.parts.emplace_back(ItemOf(*kind, id)), Standing::Foreign,
+                          "it is on this node's host and not this node's");
+                }
+            }
+        }
+    }
+
+    void AddOtherHosts(PictureItem& group)
+    {
+        for (const std::string& id : m_hostsOfGroup) {
+            if (id != m_record.hostId) {
+                Mark(group.parts.emplace_back(ItemOf(HOST, id)), Standing::Unrecorded, "in this node's host group");
+            }
+        }
+    }
+
+    void AddLuns(PictureItem& group)
+    {
+        if (group.id.empty() || group.standing != Standing::Sound) {
+            return;
+        }
+        const std::map<std::string, std::vector<std::string>> disks = LocalDisks::ByWwn();
+        for (const MappedLun& lun : m_objects.Luns(group.id)) {
+            PictureItem& item = group.parts.emplace_back(ItemOf(LUN, lun.id, lun.name));
+            const auto here = disks.find(LocalDisks::PlainWwn(lun.wwn));
+            item.state = Report::Size(lun.capacity) +
+                         (here == disks.end() ? "" : ", here as " + boost::join(here->second, ", "));
+            item.detail = lun.wwn;
+        }
+        for (const std::string& id : m_objects.Associated(LUN_GROUP, group.id, SNAPSHOT)) {
+            group.parts.push_back(ItemOf(SNAPSHOT, id));
+        }
+    }
+
+    void AddLeftovers(PictureItem& root)
+    {
+        const Leftovers leftovers(m_login, m_record, Leftovers::Gone::Kept);
+        for (const Leftovers::Object& object : leftovers.Objects()) {
+            Mark(root.parts.emplace_back(ItemOf(*object.kind, object.id, object.name)), Standing::Unrecorded,
+                 "left by an earlier run: zavctl tidy takes it apart");
+        }
+    }
+
+    const ArrayLogin& m_login;
+    const boost::shared_ptr<ZavRestApi> m_api;
+    const DeviceMessage m_record;
+    ArrayObjects m_objects;
+    const std::vector<IscsiSession> m_sessions;
+    std::vector<std::string> m_ports;
+    std::string m_iqn;
+    std::vector<std::string> m_hostsOfGroup;
+    std::set<std::string_view> m_missing; // the words of the recorded kinds that do not stand
+    bool m_hasPath = false;
+    NodePicture m_picture;
+};
+
+} // namespace
+
+NodePicture LookAtNode(const ArrayLogin& login)
+{
+    return Look(login).Take();
+}

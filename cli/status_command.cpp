@@ -1,0 +1,126 @@
+#include "cli/commands.h"
+
+#include "cli/array_login.h"
+#include "cli/environment_file.h"
+#include "cli/failure.h"
+#include "cli/node_look.h"
+#include "cli/options.h"
+#include "cli/picture_output.h"
+#include "cli/report.h"
+
+#include <boost/algorithm/string/join.hpp>
+
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace {
+
+using Form = PictureOutput::Form;
+
+struct StatusOptions {
+    std::string environmentPath;
+    Form form = Form::Table;
+};
+
+struct CheckOptions {
+    std::string environmentPath;
+    Report::Format format = Report::Format::Table;
+};
+
+void Print(const NodePicture& picture, Form form)
+{
+    switch (form) {
+    case Form::Table:
+    case Form::Wide:
+        PictureOutput::PrintTree(picture, form == Form::Wide);
+        break;
+    case Form::Json:
+        Report::Json(PictureOutput::ToJson(picture));
+        break;
+    case Form::Dot:
+        std::cout << PictureOutput::ToDot(picture) << std::flush;
+        break;
+    case Form::Svg:
+        std::cout << PictureOutput::ToSvg(picture) << std::flush;
+        break;
+    case Form::Html:
+        std::cout << PictureOutput::ToHtml(picture) << std::flush;
+        break;
+    }
+}
+
+Failure DriftOf(const NodePicture& picture, const ArrayLogin& login)
+{
+    return {ExitCode::Drift,
+            login.Device().url + ": this node is not rightly prepared: " + boost::join(picture.faults, "; ")};
+}
+
+// A picture in JSON says all; a second answer behind it would be none that a script can read.
+ExitCode RunStatus(const StatusOptions& options)
+{
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
+    const NodePicture picture = LookAtNode(login);
+    Print(picture, options.form);
+    if (picture.faults.empty()) {
+        return ExitCode::Done;
+    }
+    if (options.form == Form::Json) {
+        return ExitCode::Drift;
+    }
+    throw DriftOf(picture, login);
+}
+
+ExitCode RunCheck(const CheckOptions& options)
+{
+    const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
+    const NodePicture picture = LookAtNode(login);
+    if (options.format == Report::Format::Json) {
+        Json::Value answer = PictureOutput::ToJson(picture);
+        answer.removeMember("node");
+        Report::Json(answer);
+        return picture.faults.empty() ? ExitCode::Done : ExitCode::Drift;
+    }
+    if (!picture.faults.empty()) {
+        throw DriftOf(picture, login);
+    }
+    Report::Step("this node is prepared on " + login.Device().url);
+    return ExitCode::Done;
+}
+
+} // namespace
+
+void AddStatusCommand(CLI::App& app, Run& run)
+{
+    const auto options = std::make_shared<StatusOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "status",
+        "Show how this node hangs on an array, from its initiators to the LUNs; ends with 10 where it does not");
+    Options::AddEnvironment(*command, options->environmentPath);
+    const std::map<std::string, Form> forms = {{"table", Form::Table}, {"wide", Form::Wide}, {"json", Form::Json},
+                                               {"dot", Form::Dot},     {"svg", Form::Svg},   {"html", Form::Html}};
+    command->add_option(std::string("-o,") + Options::FORMAT, options->form, "How to print it (table)")
+        ->transform(CLI::CheckedTransformer(forms, CLI::ignore_case).description(""))
+        ->option_text("table|wide|json|dot|svg|html");
+    Options::AddExamples(*command, {"zavctl status --env env.json", "zavctl status --env env.json -o wide",
+                                    "zavctl status --env env.json -o html >node.html"});
+    command->callback([options, &run] {
+        Options::CompleteEnvironment(options->environmentPath);
+        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunStatus(*options); };
+    });
+}
+
+void AddCheckCommand(CLI::App& app, Run& run)
+{
+    const auto options = std::make_shared<CheckOptions>();
+    CLI::App* const command =
+        app.add_subcommand("check", "See whether this node still stands prepared on an array, and change nothing");
+    Options::AddEnvironment(*command, options->environmentPath);
+    Options::AddFormat(*command, options->format);
+    Options::AddExamples(*command, {"zavctl check --env env.json", "zavctl check -o json --env env.json | jq .faults"});
+    command->callback([options, &run] {
+        Options::CompleteEnvironment(options->environmentPath);
+        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunCheck(*options); };
+    });
+}

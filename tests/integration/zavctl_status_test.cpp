@@ -1,0 +1,188 @@
+#include "tests/integration/stage.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/filesystem/operations.hpp>
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace {
+
+/// How a node hangs on its array, looked at from both ends.
+class ZavctlStatusTest : public Stage {
+protected:
+    ZavctlStatusTest()
+        : m_array(StartArray())
+        , m_env(EnvironmentFileOf(m_array))
+    {
+        StartTargets(m_array.Options().serviceIps);
+    }
+
+    void Prepare()
+    {
+        const Base::ProgramResult init = RunZavctl({"init", "--env", m_env});
+        ASSERT_EQ(0, init.status) << init.errors;
+        m_array.Operate("POST", "lungroup/associate",
+                        R"({"TYPE":"256","ID":"1","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"3"})");
+    }
+
+    Base::ProgramResult Status(const std::string& form) { return RunZavctl({"status", "--env", m_env, "-o", form}); }
+    Base::ProgramResult Check() { return RunZavctl({"check", "--env", m_env}); }
+
+    std::string Named(const std::string& kind) const { return m_array.Object(kind, "1")["name"].asString(); }
+
+    std::string Heading() const { return "node  on " + m_array.Url() + " (" + m_array.Options().serial + ")\n"; }
+
+    std::string Initiator() const
+    {
+        return "├─ iSCSI initiator " + std::string(NODE_IQN) + "  on host 1\n│  └─ session " +
+               m_array.Options().serviceIps[0] + ":3260  up\n";
+    }
+
+    const Array& m_array;
+    const std::string m_env;
+};
+
+TEST_F(ZavctlStatusTest, PreparedNodeIsShownFromItsInitiatorToItsLuns)
+{
+    Prepare();
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(0, status.status) << status.errors;
+    EXPECT_EQ(Heading() + Initiator() + "└─ host 1 (" + Named("host") + ")\n   └─ host group 1 (" + Named("hostgroup") +
+                  ")\n      └─ mapping view 1 (" + Named("mappingview") + ")\n         └─ LUN group 1 (" +
+                  Named("lungroup") + ")\n            └─ LUN 3 (LUN_000003)  4.00 GiB\n",
+              status.output);
+    const Base::ProgramResult check = Check();
+    EXPECT_EQ(0, check.status) << check.errors;
+    EXPECT_THAT(check.errors, EndsWith("zavctl: this node is prepared on " + m_array.Url() + "\n"));
+    EXPECT_THAT(check.output, IsEmpty());
+}
+
+TEST_F(ZavctlStatusTest, LookingChangesNothing)
+{
+    Prepare();
+    const std::string record = ReadText(ZavctlRecordPath(m_array));
+    m_array.DeleteBehindBack("mappingview", "1");
+    m_array.ClearJournal();
+    EXPECT_EQ(10, Status("table").status);
+    EXPECT_EQ(10, Check().status);
+    for (const std::string& request : m_array.Requests()) {
+        EXPECT_THAT(request, ::testing::AnyOf(StartsWith("GET "), EndsWith(" sessions")));
+    }
+    EXPECT_EQ(record, ReadText(ZavctlRecordPath(m_array)));
+}
+
+TEST_F(ZavctlStatusTest, WhatIsGoneIsMarkedAndEndsWithTen)
+{
+    Prepare();
+    m_array.DeleteBehindBack("mappingview", "1");
+    m_array.Operate("DELETE", "host/associate?TYPE=14&ID=1&ASSOCIATEOBJTYPE=21&ASSOCIATEOBJID=1", "");
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output, HasSubstr(")  missing: host 1 is not in host group 1\n"));
+    EXPECT_THAT(status.output, HasSubstr(")  missing: the array has none of this id\n"));
+    EXPECT_THAT(status.errors, HasSubstr("this node is not rightly prepared: host group 1 ("));
+    EXPECT_THAT(status.errors, EndsWith("zavctl: remedy: run zavctl init again; what it does not mend has to be mended "
+                                        "on the array\n"));
+    EXPECT_EQ(10, Check().status);
+}
+
+TEST_F(ZavctlStatusTest, InitiatorOnSomebodyElsesHostIsForeign)
+{
+    Prepare();
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    for (const char* const request : {"remove_iscsi_from_host", "add_iscsi_to_host"}) {
+        m_array.Operate("PUT", std::string("iscsi_initiator/") + request,
+                        std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":")") + NODE_IQN + R"("})");
+    }
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output, HasSubstr(std::string("iSCSI initiator ") + NODE_IQN +
+                                         "  foreign: it is on host 2, which is not this node's\n"));
+}
+
+TEST_F(ZavctlStatusTest, InitiatorOfAnotherNodeOnOurHostIsForeign)
+{
+    Prepare();
+    m_array.Operate("POST", "iscsi_initiator", R"({"TYPE":"222","ID":"iqn.2020-01.local.other:01"})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"1","ID":"iqn.2020-01.local.other:01"})");
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output, HasSubstr("├─ iSCSI initiator iqn.2020-01.local.other:01  foreign: it is on this node's "
+                                         "host and not this node's\n"));
+}
+
+TEST_F(ZavctlStatusTest, NodeThatWasNeverPreparedLacksAll)
+{
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output, HasSubstr("  the array does not have it\n│  └─ portal "));
+    for (const char* const kind : {"host", "host group", "mapping view", "LUN group"}) {
+        EXPECT_THAT(status.output, HasSubstr("└─ " + std::string(kind) + "  missing: none is recorded\n"));
+    }
+    EXPECT_THAT(status.errors, HasSubstr("this node has no online FC port and no iSCSI session with the array"));
+}
+
+TEST_F(ZavctlStatusTest, ScriptsGetTheSameAsJson)
+{
+    Prepare();
+    const Json::Value sound = ParseJsonText(Status("json").output);
+    EXPECT_EQ("zavctl/1", sound["schema"].asString());
+    EXPECT_TRUE(sound["prepared"].asBool());
+    const Json::Value& host = sound["node"]["parts"][1];
+    EXPECT_EQ("host", host["kind"].asString());
+    EXPECT_EQ("sound", host["standing"].asString());
+    const Json::Value& lun = host["parts"][0]["parts"][0]["parts"][0]["parts"][0];
+    EXPECT_EQ("LUN", lun["kind"].asString());
+    EXPECT_EQ("3", lun["id"].asString());
+    m_array.DeleteBehindBack("mappingview", "1");
+    const Base::ProgramResult check = RunZavctl({"check", "--env", m_env, "-o", "json"});
+    EXPECT_EQ(10, check.status);
+    const Json::Value broken = ParseJsonText(check.output);
+    EXPECT_FALSE(broken["prepared"].asBool());
+    ASSERT_EQ(1U, broken["faults"].size());
+    EXPECT_THAT(broken["faults"][0].asString(), EndsWith(": the array has none of this id"));
+}
+
+TEST_F(ZavctlStatusTest, DrawingIsMadeByGraphviz)
+{
+    Prepare();
+    const std::string tools = Directory() + "/tools";
+    boost::filesystem::create_directory(tools);
+    const Process::Arguments command = {ProductPath("bin/zavctl"), "status", "--env", m_env, "-o", "svg"};
+    const Base::ProgramResult without = RunToEnd(command, {"PATH=" + tools});
+    EXPECT_EQ(7, without.status);
+    EXPECT_THAT(without.errors, HasSubstr("dot"));
+    EXPECT_THAT(without.errors, EndsWith("zavctl: remedy: install graphviz, or take -o html, which needs nothing\n"));
+    const Base::ProgramResult drawn = RunToEnd(command);
+    EXPECT_EQ(0, drawn.status) << drawn.errors;
+    EXPECT_THAT(drawn.output, StartsWith("<?xml"));
+    EXPECT_THAT(drawn.output, HasSubstr(">LUN 3</text>"));
+}
+
+TEST_F(ZavctlStatusTest, PagesAndDrawingsHoldNoTextAsItCame)
+{
+    Prepare();
+    std::string record = ReadText(ZavctlRecordPath(m_array));
+    const std::string name = Named("host");
+    WriteText(ZavctlRecordPath(m_array), record.replace(record.find(name), name.size(), R"(<script>\"x\\\u0007)"));
+    const std::string html = Status("html").output;
+    EXPECT_THAT(html, StartsWith("<!DOCTYPE html>"));
+    EXPECT_THAT(html, HasSubstr("&lt;script&gt;&quot;x"));
+    EXPECT_THAT(html, Not(HasSubstr("<script")));
+    EXPECT_THAT(html, Not(HasSubstr("src=")));
+    EXPECT_THAT(html, Not(HasSubstr("\a")));
+    const std::string dot = Status("dot").output;
+    EXPECT_THAT(dot, StartsWith("digraph mapping {\n"));
+    EXPECT_THAT(dot, HasSubstr(R"(\n<script>\"x)"));
+    EXPECT_THAT(dot, Not(HasSubstr("\a")));
+    EXPECT_THAT(Status("svg").output, HasSubstr("&lt;script&gt;&quot;x"));
+}
+
+} // namespace
