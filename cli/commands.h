@@ -18,6 +18,7 @@ void AddStatusCommand(CLI::App& app, Run& run);
 void AddCheckCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);
 void AddCleanupCommand(CLI::App& app, Run& run);
+void AddOrphansCommand(CLI::App& app, Run& run);
 void AddTidyCommand(CLI::App& app, Run& run);
 void AddClusterCommand(CLI::App& app, Run& run);
 void AddEnvCommand(CLI::App& app, Run& run);

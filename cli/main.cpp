@@ -152,6 +152,7 @@ ExitCode Main(int argc, char** argv)
     AddCheckCommand(app, run);
     AddInventoryCommand(app, run);
     AddCleanupCommand(app, run);
+    AddOrphansCommand(app, run);
     AddTidyCommand(app, run);
     AddClusterCommand(app, run);
     AddEnvCommand(app, run);

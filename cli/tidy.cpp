@@ -218,6 +218,52 @@ std::vector<Leftovers::Object> Leftovers::OfOthers()
     return others;
 }
 
+// `by` tells what ties it to this node.
+void Leftovers::AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied)
+{
+    const bool isKnown = std::any_of(
+        tied.begin(), tied.end(), [&](const Object& object) { return IsKind(*object.kind, kind) && object.id == id; });
+    const auto object = isKnown ? std::nullopt : m_array.Find(kind, id);
+    if (object && !IsMine(kind, id) && !IsRecorded(kind, id, object->name)) {
+        tied.push_back({&kind, id, object->name, {by}});
+    }
+}
+
+std::vector<Leftovers::Object> Leftovers::OfThisNodesInitiators()
+{
+    DeviceOperate device;
+    std::vector<std::string> ports;
+    std::string iqn;
+    device.GetFCInitor(ports);
+    device.GetIscsiInitor(iqn);
+    std::vector<std::pair<const ObjectKind*, std::string>> initiators;
+    for (const std::string& port : ports) {
+        initiators.emplace_back(&FC_INITIATOR, port);
+    }
+    if (!iqn.empty()) {
+        initiators.emplace_back(&ISCSI_INITIATOR, iqn);
+    }
+    std::vector<Object> tied;
+    for (const auto& [kind, initiator] : initiators) {
+        const auto found = m_array.Find(*kind, initiator);
+        if (!found || found->parentId.empty()) {
+            continue;
+        }
+        const std::string& host = found->parentId;
+        AddTied(HOST, host, HoldingOf(*kind, initiator), tied);
+        for (const std::string& hostGroup : m_array.Associated(HOST, host, HOST_GROUP)) {
+            AddTied(HOST_GROUP, hostGroup, HoldingOf(HOST, host), tied);
+            for (const std::string& view : m_array.Associated(HOST_GROUP, hostGroup, MAPPING_VIEW)) {
+                AddTied(MAPPING_VIEW, view, HoldingOf(HOST_GROUP, hostGroup), tied);
+                for (const std::string& lunGroup : m_array.Associated(MAPPING_VIEW, view, LUN_GROUP)) {
+                    AddTied(LUN_GROUP, lunGroup, "is in mapping view " + view, tied);
+                }
+            }
+        }
+    }
+    return tied;
+}
+
 bool Leftovers::IsOfOthers(const Object& object)
 {
     const auto standing = m_array.Find(*object.kind, object.id);

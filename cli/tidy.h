@@ -41,6 +41,10 @@ public:
     /// another node's, most likely.
     std::vector<Object> OfOthers();
 
+    /// What this node's initiators hang on without record or journal naming it: their hosts, the groups of these, their
+    /// views, and the views' LUN groups. `inUse` tells by what: "holds iSCSI initiator iqn.2020-01.local.node:01".
+    std::vector<Object> OfThisNodesInitiators();
+
     /// Whether such an object is there, without being this node's by record or journal.
     bool IsOfOthers(const Object& object);
 
@@ -61,6 +65,7 @@ private:
     void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
     void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
     bool IsOwnGroup(const std::string& hostGroupId) const;
+    void AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied);
     bool IsMine(const ObjectKind& kind, const std::string& id) const;
     std::vector<std::string> UsesOfHostByOthers(const std::string& hostId);
 

@@ -279,6 +279,29 @@ TEST_F(ZavctlLeftoversTest, WhatBearsThePrefixAloneIsListedAndLeft)
     EXPECT_THAT(m_array.Ids("hostgroup"), Contains("2"));
 }
 
+TEST_F(ZavctlLeftoversTest, OrphansAreToldApartAndLeft)
+{
+    ASSERT_EQ(0, Init().status);
+    boost::filesystem::remove(ZavctlRecordPath(m_array)); // what was made is the journal's alone
+    m_array.Operate("POST", "hostgroup", R"({"NAME":"Vendrix_of_another_node","TYPE":"14"})");
+    m_array.Operate("POST", "hostgroup", R"({"NAME":"an operator's","TYPE":"14"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"3","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"1"})");
+    const Base::ProgramResult orphans = RunZavctl({"orphans", "--env", m_env, "-o", "json"});
+    EXPECT_EQ(0, orphans.status) << orphans.errors;
+    std::vector<std::string> told;
+    const Json::Value answer = ParseJsonText(orphans.output);
+    for (const Json::Value& each : answer["orphans"]) {
+        told.push_back(each["kind"].asString() + " " + each["id"].asString() +
+                       (each["certain"].asBool() ? "" : " possibly: " + each["why"].asString()));
+    }
+    EXPECT_THAT(told, ElementsAre("mapping view 1", "host group 1", "LUN group 1", "host 1",
+                                  "host group 3 possibly: it holds host 1",
+                                  "host group 2 possibly: it bears the prefix; another node's, most likely"));
+    EXPECT_THAT(RunZavctl({"orphans", "--env", m_env}).output,
+                HasSubstr("hostgroup:3    an operator's                   possibly     it holds host 1\n"));
+    EXPECT_THAT(m_array.Ids("hostgroup"), UnorderedElementsAre("1", "2", "3"));
+}
+
 TEST_F(ZavctlLeftoversTest, IdleObjectOfAnotherNodeGoesWhenItIsNamed)
 {
     ASSERT_EQ(0, Init().status);

@@ -16,21 +16,10 @@
 
 namespace {
 
-const std::vector<Process::Arguments> COMMANDS = {{},
-                                                  {"init"},
-                                                  {"status"},
-                                                  {"check"},
-                                                  {"inventory"},
-                                                  {"cleanup"},
-                                                  {"tidy"},
-                                                  {"cluster"},
-                                                  {"env"},
-                                                  {"env", "new"},
-                                                  {"env", "check"},
-                                                  {"password"},
-                                                  {"password", "encrypt"},
-                                                  {"config"},
-                                                  {"config", "check"}};
+const std::vector<Process::Arguments> COMMANDS = {
+    {},         {"init"},           {"status"}, {"check"},      {"inventory"},    {"cleanup"},  {"orphans"},
+    {"tidy"},   {"cluster"},        {"env"},    {"env", "new"}, {"env", "check"}, {"password"}, {"password", "encrypt"},
+    {"config"}, {"config", "check"}};
 
 class ZavctlManualTest : public Stage {
 protected:
