@@ -3,8 +3,8 @@
 #include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/failure.h"
+#include "cli/node_initiators.h"
 #include "cli/own_journal.h"
-#include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
@@ -25,20 +25,13 @@ std::string Naming(const ObjectKind& kind, const std::string& id)
     return std::string(kind.words) + " " + id;
 }
 
-std::vector<Placed> NodeInitiators()
+std::vector<Placed> InitiatorsToPlace()
 {
-    DeviceOperate device;
-    std::vector<std::string> ports;
-    std::string iqn;
-    device.GetFCInitor(ports);
-    device.GetIscsiInitor(iqn);
+    const std::vector<NodeInitiators::Name> names = NodeInitiators::Read().All();
     std::vector<Placed> initiators;
-    initiators.reserve(ports.size() + 1);
-    for (const std::string& port : ports) {
-        initiators.push_back({&FC_INITIATOR, port, ""});
-    }
-    if (!iqn.empty()) {
-        initiators.push_back({&ISCSI_INITIATOR, iqn, ""});
+    initiators.reserve(names.size());
+    for (const NodeInitiators::Name& name : names) {
+        initiators.push_back({name.kind, name.id, ""});
     }
     return initiators;
 }
@@ -79,7 +72,7 @@ void RequireHostToUse(const ArrayLogin& login, bool adopts)
     }
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     ArrayObjects objects(*api, login.Device().url);
-    const std::vector<Placed> own = NodeInitiators();
+    const std::vector<Placed> own = InitiatorsToPlace();
     for (Placed placed : own) {
         const auto found = objects.Find(*placed.kind, placed.initiator);
         if (!found || found->parentId.empty()) {

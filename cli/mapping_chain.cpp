@@ -1,12 +1,12 @@
 #include "cli/mapping_chain.h"
 
 #include "cli/failure.h"
+#include "cli/node_initiators.h"
 #include "cli/recorded_objects.h"
 #include "cli/report.h"
 #include "common/framework/san_manager.h"
 #include "common/result_codes.h"
 #include "common/secret_session.h"
-#include "device/device_operate.h"
 #include "device/device_set_operator.h"
 #include "rest/zav_rest_api.h"
 
@@ -58,11 +58,9 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
 // A node without a name of its own has no initiator, and nothing that a host could be made for.
 std::string WhyThereIsNone()
 {
-    DeviceOperate device;
-    std::string iqn;
-    std::vector<std::string> ports;
-    const bool hasName = device.GetFCInitor(ports) || device.GetIscsiInitor(iqn);
-    return hasName ? "" : ", for this node has no FC port, and no name in /etc/iscsi/initiatorname.iscsi";
+    return !NodeInitiators::Read().AreNone()
+               ? ""
+               : ", for this node has no FC port, and no name in /etc/iscsi/initiatorname.iscsi";
 }
 
 } // namespace
@@ -144,11 +142,7 @@ void MappingChain::RequireOwnHost()
 void MappingChain::CheckInitiators()
 {
     const std::set<std::string> recordedPorts = RecordedPorts(m_record);
-    std::vector<std::string> ports;
-    std::string iqn;
-    DeviceOperate device;
-    device.GetFCInitor(ports);
-    device.GetIscsiInitor(iqn);
+    const auto [ports, iqn] = NodeInitiators::Read();
     bool isAnyRecorded = false;
     for (const std::string& port : ports) {
         if (recordedPorts.count(port) != 0) {

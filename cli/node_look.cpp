@@ -5,10 +5,10 @@
 #include "cli/device_record.h"
 #include "cli/iscsi_sessions.h"
 #include "cli/local_disks.h"
+#include "cli/node_initiators.h"
 #include "cli/recorded_objects.h"
 #include "cli/report.h"
 #include "cli/tidy.h"
-#include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/algorithm/string/join.hpp>
@@ -53,9 +53,6 @@ public:
         , m_objects(*m_api, login.Device().url)
         , m_sessions(IscsiSessions::Standing())
     {
-        DeviceOperate device;
-        device.GetFCInitor(m_ports);
-        device.GetIscsiInitor(m_iqn);
         if (!m_record.hostGroupId.empty() && m_objects.Find(HOST_GROUP, m_record.hostGroupId)) {
             m_hostsOfGroup = m_objects.Associated(HOST_GROUP, m_record.hostGroupId, HOST);
         }
@@ -99,7 +96,7 @@ private:
 
     void AddInitiators(PictureItem& root)
     {
-        for (const std::string& port : m_ports) {
+        for (const std::string& port : m_initiators.ports) {
             PictureItem& item = root.parts.emplace_back(ItemOf(FC_INITIATOR, port));
             std::string errorText;
             const bool isOnline = m_api->IsOnlineFCInitiator(port, errorText) == 0;
@@ -109,12 +106,12 @@ private:
             }
             m_hasPath = m_hasPath || item.standing == Standing::Sound;
         }
-        if (!m_iqn.empty()) {
-            PictureItem& item = root.parts.emplace_back(ItemOf(ISCSI_INITIATOR, m_iqn));
+        if (!m_initiators.iqn.empty()) {
+            PictureItem& item = root.parts.emplace_back(ItemOf(ISCSI_INITIATOR, m_initiators.iqn));
             LookAtInitiator(item, ISCSI_INITIATOR);
             AddSessions(item);
         }
-        if (m_ports.empty() && m_iqn.empty()) {
+        if (m_initiators.AreNone()) {
             PictureItem& item = root.parts.emplace_back();
             item.kind = "initiator";
             Fault(item, Standing::Missing, "no FC port, and no name in /etc/iscsi/initiatorname.iscsi");
@@ -215,7 +212,7 @@ private:
         }
         for (const ObjectKind* const kind : {&FC_INITIATOR, &ISCSI_INITIATOR}) {
             for (const std::string& id : m_objects.Initiators(*kind, host.id)) {
-                if (id != m_iqn && !Contains(m_ports, id)) {
+                if (!m_initiators.Has(id)) {
                     Fault(host.parts.emplace_back(ItemOf(*kind, id)), Standing::Foreign,
                           "it is on this node's host and not this node's");
                 }
@@ -264,8 +261,7 @@ private:
     const DeviceMessage m_record;
     ArrayObjects m_objects;
     const std::vector<IscsiSession> m_sessions;
-    std::vector<std::string> m_ports;
-    std::string m_iqn;
+    const NodeInitiators m_initiators = NodeInitiators::Read();
     std::vector<std::string> m_hostsOfGroup;
     std::set<std::string_view> m_missing; // the words of the recorded kinds that do not stand
     bool m_hasPath = false;

@@ -1,10 +1,10 @@
 #include "cli/tidy.h"
 
 #include "cli/failure.h"
+#include "cli/node_initiators.h"
 #include "cli/own_journal.h"
 #include "common/result_codes.h"
 #include "device/delete_resource.h"
-#include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
@@ -145,18 +145,12 @@ void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vect
 
 std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId)
 {
-    DeviceOperate device;
-    std::vector<std::string> own;
-    std::string iqn;
-    device.GetFCInitor(own);
-    device.GetIscsiInitor(iqn);
-    own.push_back(iqn);
+    const std::vector<NodeInitiators::Name> own = NodeInitiators::Read().All();
     std::vector<std::string> uses;
     AddHeld(HOST, hostId, uses);
     const auto isOwn = [&own](const std::string& use) {
-        return std::any_of(own.begin(), own.end(), [&use](const std::string& initiator) {
-            return use == HoldingOf(ISCSI_INITIATOR, initiator) || use == HoldingOf(FC_INITIATOR, initiator);
-        });
+        return std::any_of(own.begin(), own.end(),
+                           [&use](const NodeInitiators::Name& name) { return use == HoldingOf(*name.kind, name.id); });
     };
     uses.erase(std::remove_if(uses.begin(), uses.end(), isOwn), uses.end());
     return uses;
@@ -231,20 +225,8 @@ void Leftovers::AddTied(const ObjectKind& kind, const std::string& id, const std
 
 std::vector<Leftovers::Object> Leftovers::OfThisNodesInitiators()
 {
-    DeviceOperate device;
-    std::vector<std::string> ports;
-    std::string iqn;
-    device.GetFCInitor(ports);
-    device.GetIscsiInitor(iqn);
-    std::vector<std::pair<const ObjectKind*, std::string>> initiators;
-    for (const std::string& port : ports) {
-        initiators.emplace_back(&FC_INITIATOR, port);
-    }
-    if (!iqn.empty()) {
-        initiators.emplace_back(&ISCSI_INITIATOR, iqn);
-    }
     std::vector<Object> tied;
-    for (const auto& [kind, initiator] : initiators) {
+    for (const auto& [kind, initiator] : NodeInitiators::Read().All()) {
         const auto found = m_array.Find(*kind, initiator);
         if (!found || found->parentId.empty()) {
             continue;
