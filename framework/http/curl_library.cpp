@@ -2,8 +2,6 @@
 
 #include "base/files.h"
 
-#include <openssl/crypto.h>
-
 #include <malloc.h>
 
 #include <algorithm>
@@ -20,7 +18,7 @@ namespace {
 void FreeWiped(void* block)
 {
     if (block != nullptr) {
-        OPENSSL_cleanse(block, ::malloc_usable_size(block));
+        explicit_bzero(block, ::malloc_usable_size(block));
         std::free(block); // NOLINT: this is an allocator
     }
 }

@@ -20,6 +20,10 @@ namespace {
 
 constexpr std::size_t MAX_HEAD_BYTES = 256 * 1024; // all header lines of one answer, interim ones included
 
+// libcurl takes a buffer of this size for each https request, and all of it is wiped: its least instead of its usual 64
+// KiB. Longer bodies go in several pieces, each of which fills a TLS record.
+constexpr long SEND_BUFFER_BYTES = 16 * 1024;
+
 // Whoever learns the server's key later cannot read what was recorded before. TLS 1.3 has nothing else.
 constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
 
@@ -127,6 +131,7 @@ void Transfer::SetConnection(unsigned int timeoutSeconds)
     curl_easy_setopt(m_curl, CURLOPT_CONNECTTIMEOUT,
                      static_cast<long>(m_config.Of(SettingId::HttpConnectTimeoutSeconds).number));
     curl_easy_setopt(m_curl, CURLOPT_ERRORBUFFER, m_error.data());
+    curl_easy_setopt(m_curl, CURLOPT_UPLOAD_BUFFERSIZE, SEND_BUFFER_BYTES);
 }
 
 void Transfer::SetTls()
