@@ -10,56 +10,26 @@
 
 #include <boost/make_shared.hpp>
 
-#include <algorithm>
 #include <exception>
-#include <utility>
 
 namespace Framework {
-
-CurlMultiHandle ConnectionPool::Take()
-{
-    {
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        if (!m_waiting.empty()) {
-            CurlMultiHandle connections = std::move(m_waiting.back());
-            m_waiting.pop_back();
-            return connections;
-        }
-        m_waiting.reserve(MAX_WAITING); // so that giving back needs no memory
-    }
-    return MakeCurlMultiHandle();
-}
-
-void ConnectionPool::GiveBack(CurlMultiHandle connections) noexcept
-{
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    if (m_waiting.size() < MAX_WAITING) {
-        m_waiting.push_back(std::move(connections));
-    }
-}
 
 boost::shared_ptr<QEN::IHttpResponse> CurlHttpClient::SendRequest(const TMSHttpRequest& request,
                                                                   unsigned int timeoutSeconds)
 {
     try {
         auto response = boost::make_shared<HttpResponse>();
-        const std::string problem = FindRequestProblem(request);
-        if (!problem.empty()) {
+        const auto config = Config::Current();
+        std::string problem = FindRequestProblem(request);
+        const auto server = problem.empty() ? m_servers.Find(request.url, *config, problem) : nullptr;
+        if (server == nullptr) {
             response->Fail(CURLE_URL_MALFORMAT,
                            "A request to " + UrlForMessage(request.url) + " was not sent: " + problem);
             return response;
         }
-        const auto config = Config::Current();
-        CurlMultiHandle connections = m_pool.Take();
-        {
-            Transfer transfer(request, *config, *response);
-            if (connections == nullptr || !transfer.IsReady()) {
-                return nullptr;
-            }
-            transfer.Perform(connections.get(), timeoutSeconds);
-        }
-        m_pool.GiveBack(std::move(connections));
-        return response;
+        TakenConnection connection(*server);
+        Transfer transfer(request, *config, *server, *response);
+        return transfer.Perform(connection.Get(), timeoutSeconds) ? response : nullptr;
     } catch (const std::exception&) {
         return nullptr; // out of memory
     }

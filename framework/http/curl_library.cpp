@@ -72,15 +72,4 @@ std::string FailureText(CURL* curl, CURLcode code, const char* details)
     return text;
 }
 
-bool CurlList::Append(const std::string& text)
-{
-    curl_slist* const longer = curl_slist_append(m_list.get(), text.c_str());
-    if (longer == nullptr) {
-        return false;
-    }
-    static_cast<void>(m_list.release()); // it is the beginning of the longer list, or was empty
-    m_list.reset(longer);
-    return true;
-}
-
 } // namespace Framework

@@ -19,24 +19,11 @@ using CurlUrl = std::unique_ptr<CURLU, Base::FreeBy<curl_url_cleanup>>;
 /// part of the program has initialised libcurl before, its buffers are given back as they are.
 CurlHandle MakeCurlHandle();
 
-/// What keeps connections alive between the transfers of several handles, one transfer at a time; null when there is
-/// none.
+/// What keeps connections alive between transfers, one transfer at a time; null when there is none.
 CurlMultiHandle MakeCurlMultiHandle();
 
 /// Why a transfer failed. `details` is the handle's error buffer.
 std::string FailureText(CURL* curl, CURLcode code, const char* details);
-
-/// A list of texts as libcurl takes it.
-class CurlList {
-public:
-    /// False when there is no memory.
-    bool Append(const std::string& text);
-
-    curl_slist* Get() const { return m_list.get(); }
-
-private:
-    std::unique_ptr<curl_slist, Base::FreeBy<curl_slist_free_all>> m_list;
-};
 
 } // namespace Framework
 

@@ -1,8 +1,8 @@
 #include "framework/http/http_response.h"
 
 #include "base/secret.h"
-
-#include <boost/algorithm/string/predicate.hpp>
+#include "framework/http/header_name.h"
+#include "framework/http/url_parts.h"
 
 #include <algorithm>
 
@@ -10,7 +10,8 @@ namespace Framework {
 
 namespace {
 
-constexpr std::string_view SET_COOKIE = "set-cookie:";
+constexpr std::string_view VERSION = "HTTP/";
+constexpr std::string_view SET_COOKIE = "Set-Cookie:";
 
 bool IsBlank(char character)
 {
@@ -57,10 +58,10 @@ bool HttpResponse::IsSuccess() const
 
 void HttpResponse::TakeHeadLine(std::string_view line)
 {
-    if (boost::starts_with(line, "HTTP/")) {
+    if (line.substr(0, VERSION.size()) == VERSION) {
         Secret::Wipe(m_cookies);
         m_reason = Reason(line);
-    } else if (boost::istarts_with(line, SET_COOKIE)) {
+    } else if (IsSameHeader(line.substr(0, SET_COOKIE.size()), SET_COOKIE)) {
         m_cookies.emplace(Trim(line.substr(SET_COOKIE.size())));
     }
 }
@@ -70,12 +71,12 @@ void HttpResponse::TakeBody(const char* bytes, std::size_t size)
     Secret::Append(m_body, bytes, size);
 }
 
-void HttpResponse::Complete(int status, const std::string& request)
+void HttpResponse::Complete(int status, const TMSHttpRequest& request)
 {
     m_status = status;
     if (!IsSuccess()) {
         m_statusText = "HTTP status " + std::to_string(status) + (m_reason.empty() ? "" : " (" + m_reason + ")") +
-                       " in answer to " + request;
+                       " in answer to " + RequestForMessage(request);
     }
 }
 
@@ -85,6 +86,11 @@ void HttpResponse::Fail(int code, const std::string& errorText)
     m_status = 0;
     m_networkError = code;
     m_errorText = errorText;
+}
+
+std::string RequestForMessage(const TMSHttpRequest& request)
+{
+    return request.method + " " + UrlForMessage(request.url);
 }
 
 void HttpResponse::Drop() noexcept

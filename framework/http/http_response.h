@@ -33,8 +33,8 @@ public:
     void TakeBody(const char* bytes, std::size_t size);
     std::size_t BodySize() const { return m_body.size(); }
 
-    /// The answer arrived whole. `request` names the request in the status text.
-    void Complete(int status, const std::string& request);
+    /// The answer to `request` arrived whole.
+    void Complete(int status, const TMSHttpRequest& request);
 
     /// There was no whole answer; what arrived is dropped. `code` is not 0.
     void Fail(int code, const std::string& errorText);
@@ -50,6 +50,9 @@ private:
     std::string m_body;
     std::set<std::string> m_cookies;
 };
+
+/// "GET https://192.0.2.7:8088/path", as messages name a request.
+std::string RequestForMessage(const TMSHttpRequest& request);
 
 } // namespace Framework
 

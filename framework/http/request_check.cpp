@@ -1,8 +1,6 @@
 #include "framework/http/request_check.h"
 
-#include "framework/http/url_parts.h"
-
-#include <boost/algorithm/string/predicate.hpp>
+#include "framework/http/header_name.h"
 
 #include <algorithm>
 #include <string_view>
@@ -34,7 +32,7 @@ bool IsToken(const std::string& text)
 // The headers that tell how long the body is are the client's own.
 bool IsFraming(const std::string& name)
 {
-    return boost::iequals(name, "Content-Length") || boost::iequals(name, "Transfer-Encoding");
+    return IsSameHeader(name, "Content-Length") || IsSameHeader(name, "Transfer-Encoding");
 }
 
 // The name as a message can show it.
@@ -50,11 +48,6 @@ std::string FindRequestProblem(const TMSHttpRequest& request)
 {
     if (!IsToken(request.method)) {
         return "the method \"" + Printable(request.method) + "\" is no word";
-    }
-    UrlParts parts;
-    std::string problem;
-    if (!ParseUrl(request.url, parts, problem)) {
-        return problem;
     }
     for (const auto& [name, value] : request.headers) {
         if (!IsToken(name)) {

@@ -7,8 +7,8 @@
 
 namespace Framework {
 
-/// Why the request cannot be sent as it is; empty when it can. What is refused could otherwise change the request's
-/// form on its way, as a line end in a header does.
+/// Why the method or a header of the request cannot be sent as it is; empty when they can. What is refused could
+/// otherwise change the request's form on its way, as a line end in a header does.
 std::string FindRequestProblem(const TMSHttpRequest& request);
 
 } // namespace Framework

@@ -2,8 +2,7 @@
 
 #include "framework/support/immortal.h"
 
-#include <boost/algorithm/string/case_conv.hpp>
-
+#include <algorithm>
 #include <map>
 #include <mutex>
 
@@ -18,11 +17,19 @@ struct Memory {
     std::map<std::string, std::string> schemes; // guarded by mutex; by server, in small letters
 };
 
+std::string InSmallLetters(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char character) {
+        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+    });
+    return text;
+}
+
 } // namespace
 
 void Remember(const std::string& server, const std::string& scheme)
 {
-    const std::string key = boost::to_lower_copy(server);
+    const std::string key = InSmallLetters(server);
     auto& memory = Immortal<Memory>();
     const std::lock_guard<std::mutex> guard(memory.mutex);
     if (memory.schemes.size() >= MAX_SERVERS && memory.schemes.count(key) == 0) {
@@ -35,7 +42,7 @@ std::string Find(const std::string& server)
 {
     auto& memory = Immortal<Memory>();
     const std::lock_guard<std::mutex> guard(memory.mutex);
-    const auto found = memory.schemes.find(boost::to_lower_copy(server));
+    const auto found = memory.schemes.find(InSmallLetters(server));
     return found == memory.schemes.end() ? std::string() : found->second;
 }
 

@@ -1,17 +1,14 @@
 #include "framework/http/transfer.h"
 
-#include "base/secret.h"
+#include "framework/http/plain_headers.h"
 #include "framework/http/scheme_memory.h"
-#include "framework/http/url_parts.h"
-
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/algorithm/string/trim.hpp>
 
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
 #include <algorithm>
 #include <exception>
+#include <string_view>
 #include <utility>
 
 namespace Framework {
@@ -28,14 +25,8 @@ constexpr long SEND_BUFFER_BYTES = 16 * 1024;
 constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
 
 // The certificate must name the server as an alternative name: what stands in its subject alone does not count.
-bool RequireName(SSL_CTX* context, const std::string& url)
+bool RequireName(SSL_CTX* context, std::string host)
 {
-    UrlParts server;
-    std::string problem;
-    if (!ParseUrl(url, server, problem)) {
-        return false;
-    }
-    std::string host = server.host;
     if (!host.empty() && host.front() == '[') {
         host = host.substr(1, host.size() - 2);
     }
@@ -45,162 +36,157 @@ bool RequireName(SSL_CTX* context, const std::string& url)
            X509_VERIFY_PARAM_set1_host(wanted, host.c_str(), host.size()) == 1;
 }
 
-bool HasHeader(const TMSHttpRequest& request, const char* name)
+void SetTls(CURL* curl, const TlsTrust& trust)
 {
-    return std::any_of(request.headers.begin(), request.headers.end(),
-                       [name](const auto& header) { return boost::iequals(header.first, name); });
-}
-
-std::string JoinedValues(const TMSHttpRequest& request, const char* name)
-{
-    std::string joined;
-    for (const auto& [headerName, value] : request.headers) {
-        if (boost::iequals(headerName, name)) {
-            joined += (joined.empty() ? "" : ", ") + value;
-        }
+    curl_easy_setopt(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, trust.isVerified ? 1L : 0L);
+    curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, trust.isVerified ? 2L : 0L);
+    if (!trust.caFile.empty()) {
+        curl_easy_setopt(curl, CURLOPT_CAINFO, trust.caFile.c_str());
+        curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr); // the file alone is trusted
     }
-    return joined;
+    curl_easy_setopt(curl, CURLOPT_CA_CACHE_TIMEOUT, 0L);    // a new connection reads the file as it is now
+    curl_easy_setopt(curl, CURLOPT_SSL_SESSIONID_CACHE, 0L); // and verifies by it
 }
 
 } // namespace
 
-Transfer::Transfer(const TMSHttpRequest& request, const ConfigValues& config, HttpResponse& response)
+Transfer::Transfer(const TMSHttpRequest& request, const ConfigValues& config, const ServerConnections& server,
+                   HttpResponse& response)
     : m_request(request)
     , m_config(config)
+    , m_server(server)
     , m_response(response)
-    , m_owner(MakeCurlHandle())
-    , m_curl(m_owner.get())
+    , m_headers(request)
 {
 }
 
-void Transfer::Perform(CURLM* connections, unsigned int timeoutSeconds)
+bool Transfer::Perform(Connection& connection, unsigned int timeoutSeconds)
 {
-    SetConnection(timeoutSeconds);
-    SetTls();
-    SetRequest();
-    SetAnswer();
-    const CURLcode code = SetHeaders() ? Run(connections) : CURLE_OUT_OF_MEMORY;
+    m_curl = connection.transfer != nullptr ? std::move(connection.transfer) : MakeHandle(m_server.Trust());
+    if (m_curl == nullptr || connection.keeper == nullptr) {
+        return false;
+    }
+    const CURLcode code = Exchange(connection.keeper.get(), timeoutSeconds);
     if (code != CURLE_OK) {
         m_response.Fail(code, WhyItFailed(code));
-        return;
+        return true;
     }
     long status = 0;
-    curl_easy_getinfo(m_curl, CURLINFO_RESPONSE_CODE, &status);
-    m_response.Complete(static_cast<int>(status), RequestText());
-    UrlParts server;
-    std::string problem;
-    if (ParseUrl(m_request.url, server, problem)) {
-        SchemeMemory::Remember(server.Server(), server.scheme);
+    curl_easy_getinfo(m_curl.get(), CURLINFO_RESPONSE_CODE, &status);
+    m_response.Complete(static_cast<int>(status), m_request);
+    SchemeMemory::Remember(m_server.Server().Server(), m_server.Server().scheme);
+    if (m_isHeadPlain) {
+        ForgetRequest();
+        connection.transfer = std::move(m_curl);
     }
+    return true;
 }
 
-CURLcode Transfer::Run(CURLM* connections)
+// What all transfers under one trust have in common.
+CurlHandle Transfer::MakeHandle(const TlsTrust& trust)
+{
+    CurlHandle handle = MakeCurlHandle();
+    if (handle == nullptr) {
+        return handle;
+    }
+    CURL* const curl = handle.get();
+    curl_easy_setopt(curl, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(curl, CURLOPT_PROXY, ""); // nor one that the environment names
+    curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_TCP_KEEPALIVE, 1L);
+    curl_easy_setopt(curl, CURLOPT_UPLOAD_BUFFERSIZE, SEND_BUFFER_BYTES);
+    SetTls(curl, trust);
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &Transfer::OnTlsContext);
+    curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, &Transfer::OnSend);
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &Transfer::OnHeadLine);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
+    return handle;
+}
+
+CURLcode Transfer::Exchange(CURLM* keeper, unsigned int timeoutSeconds)
+{
+    CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, m_error.data());
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, this);
+    curl_easy_setopt(curl, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, this);
+    SetLimits(timeoutSeconds);
+    SetRequest();
+    SetAnswer();
+    return Run(keeper);
+}
+
+CURLcode Transfer::Run(CURLM* keeper)
 {
     constexpr int LONGEST_WAIT_MILLISECONDS = 1000; // libcurl wakes up for its own time limits before that
-    if (curl_multi_add_handle(connections, m_curl) != CURLM_OK) {
+    if (curl_multi_add_handle(keeper, m_curl.get()) != CURLM_OK) {
         return CURLE_OUT_OF_MEMORY;
     }
     CURLMcode state = CURLM_OK;
     int running = 1;
     while (state == CURLM_OK && running != 0) {
-        state = curl_multi_perform(connections, &running);
+        state = curl_multi_perform(keeper, &running);
         if (state == CURLM_OK && running != 0) {
-            state = curl_multi_poll(connections, nullptr, 0, LONGEST_WAIT_MILLISECONDS, nullptr);
+            state = curl_multi_poll(keeper, nullptr, 0, LONGEST_WAIT_MILLISECONDS, nullptr);
         }
     }
     int rest = 0;
-    const CURLMsg* const message = state == CURLM_OK ? curl_multi_info_read(connections, &rest) : nullptr;
+    const CURLMsg* const message = state == CURLM_OK ? curl_multi_info_read(keeper, &rest) : nullptr;
     const CURLcode code = message == nullptr ? CURLE_OUT_OF_MEMORY : message->data.result;
-    curl_multi_remove_handle(connections, m_curl);
+    curl_multi_remove_handle(keeper, m_curl.get());
     return code;
 }
 
-void Transfer::SetConnection(unsigned int timeoutSeconds)
+void Transfer::SetLimits(unsigned int timeoutSeconds)
 {
     constexpr unsigned int MAX_SECONDS = 1'000'000; // libcurl counts milliseconds
-    curl_easy_setopt(m_curl, CURLOPT_URL, m_request.url.c_str());
-    curl_easy_setopt(m_curl, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(m_curl, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(m_curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    curl_easy_setopt(m_curl, CURLOPT_PROXY, ""); // nor one that the environment names
-    curl_easy_setopt(m_curl, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(m_curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(m_curl, CURLOPT_TCP_KEEPALIVE, 1L);
     // For libcurl 0 would be no limit.
-    curl_easy_setopt(m_curl, CURLOPT_TIMEOUT, static_cast<long>(std::clamp(timeoutSeconds, 1U, MAX_SECONDS)));
-    curl_easy_setopt(m_curl, CURLOPT_CONNECTTIMEOUT,
+    curl_easy_setopt(m_curl.get(), CURLOPT_TIMEOUT, static_cast<long>(std::clamp(timeoutSeconds, 1U, MAX_SECONDS)));
+    curl_easy_setopt(m_curl.get(), CURLOPT_CONNECTTIMEOUT,
                      static_cast<long>(m_config.Of(SettingId::HttpConnectTimeoutSeconds).number));
-    curl_easy_setopt(m_curl, CURLOPT_ERRORBUFFER, m_error.data());
-    curl_easy_setopt(m_curl, CURLOPT_UPLOAD_BUFFERSIZE, SEND_BUFFER_BYTES);
-}
-
-void Transfer::SetTls()
-{
-    const bool isVerified = m_config.Of(SettingId::HttpVerifyPeer).number != 0;
-    const std::string& caFile = m_config.Of(SettingId::HttpCaFile).text;
-    curl_easy_setopt(m_curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    curl_easy_setopt(m_curl, CURLOPT_SSL_VERIFYPEER, isVerified ? 1L : 0L);
-    curl_easy_setopt(m_curl, CURLOPT_SSL_VERIFYHOST, isVerified ? 2L : 0L);
-    if (!caFile.empty()) {
-        curl_easy_setopt(m_curl, CURLOPT_CAINFO, caFile.c_str());
-        curl_easy_setopt(m_curl, CURLOPT_CAPATH, nullptr); // the file alone is trusted
-    }
-    curl_easy_setopt(m_curl, CURLOPT_CA_CACHE_TIMEOUT, 0L); // a new connection reads the file as it is now
-    curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_FUNCTION, &Transfer::OnTlsContext);
-    curl_easy_setopt(m_curl, CURLOPT_SSL_CTX_DATA, this);
 }
 
 void Transfer::SetRequest()
 {
+    CURL* const curl = m_curl.get();
     const std::string& method = m_request.method;
+    curl_easy_setopt(curl, CURLOPT_URL, m_request.url.c_str());
+    curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L); // whatever the handle's last one was
     if (!m_request.body.empty() || method == "POST" || method == "PUT") {
-        curl_easy_setopt(m_curl, CURLOPT_POST, 1L);
-        curl_easy_setopt(m_curl, CURLOPT_POSTFIELDS, m_request.body.data()); // by pointer: libcurl makes no copy
-        curl_easy_setopt(m_curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
+        curl_easy_setopt(curl, CURLOPT_POST, 1L);
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, m_request.body.data()); // by pointer: libcurl makes no copy
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
     } else if (method == "HEAD") {
-        curl_easy_setopt(m_curl, CURLOPT_NOBODY, 1L);
+        curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
     }
-    curl_easy_setopt(m_curl, CURLOPT_CUSTOMREQUEST, method.c_str());
-    curl_easy_setopt(m_curl, CURLOPT_PREREQFUNCTION, &Transfer::OnSend);
-    curl_easy_setopt(m_curl, CURLOPT_PREREQDATA, this);
-}
-
-bool Transfer::SetHeaders()
-{
-    bool isSet = true;
-    for (const auto& [name, value] : m_request.headers) {
-        if (boost::iequals(name, "Accept-Encoding")) {
-            continue; // set where libcurl is told to decompress
-        }
-        const bool isEmpty = boost::trim_copy(value).empty();
-        std::string line;
-        const Secret::ScopedWipe wipeLine(line);
-        line.reserve(name.size() + value.size() + 2);
-        // For libcurl a name with ':' and nothing else takes a header away; with ';' it sends an empty one.
-        line.append(name).append(isEmpty ? ";" : ": ").append(isEmpty ? "" : value);
-        isSet = isSet && m_headers.Append(line);
-    }
-    if (!HasHeader(m_request, "Content-Type")) {
-        isSet = isSet && m_headers.Append(m_request.body.empty() ? "Content-Type:" : "Content-Type: application/json");
-    }
-    if (!HasHeader(m_request, "Accept-Encoding")) {
-        isSet = isSet && m_headers.Append("Accept-Encoding:"); // nothing is asked for
-    }
-    isSet = isSet && m_headers.Append("Expect:"); // no waiting for leave to send the body
-    curl_easy_setopt(m_curl, CURLOPT_HTTPHEADER, m_headers.Get());
-    return isSet;
+    curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, method.c_str());
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, m_headers.Get());
 }
 
 void Transfer::SetAnswer()
 {
-    const std::string encodings = JoinedValues(m_request, "Accept-Encoding");
+    const std::string& encodings = m_headers.AcceptEncoding();
     // A compressed answer is decompressed even if nobody asked for it; the header that this option would send then is
-    // taken away in SetHeaders.
-    curl_easy_setopt(m_curl, CURLOPT_ACCEPT_ENCODING, encodings.empty() ? "identity" : encodings.c_str());
-    curl_easy_setopt(m_curl, CURLOPT_HEADERFUNCTION, &Transfer::OnHeadLine);
-    curl_easy_setopt(m_curl, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
-    curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, this);
+    // taken away by the header lines.
+    curl_easy_setopt(m_curl.get(), CURLOPT_ACCEPT_ENCODING, encodings.empty() ? "identity" : encodings.c_str());
+}
+
+// The handle outlives what it was shown.
+void Transfer::ForgetRequest()
+{
+    CURL* const curl = m_curl.get();
+    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+    curl_easy_setopt(curl, CURLOPT_SSL_CTX_DATA, nullptr);
+    curl_easy_setopt(curl, CURLOPT_PREREQDATA, nullptr);
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, nullptr);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, nullptr);
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, nullptr);
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, nullptr);
 }
 
 CURLcode Transfer::OnTlsContext(CURL* /*curl*/, void* context, void* transfer) noexcept
@@ -210,9 +196,8 @@ CURLcode Transfer::OnTlsContext(CURL* /*curl*/, void* context, void* transfer) n
     SSL_CTX_set_keylog_callback(tls, nullptr);          // whatever the environment asks for
     const Transfer& self = *static_cast<Transfer*>(transfer);
     try {
-        const bool isVerified = self.m_config.Of(SettingId::HttpVerifyPeer).number != 0;
         const bool isSet = SSL_CTX_set_cipher_list(tls, FORWARD_SECRET_CIPHERS) == 1 &&
-                           (!isVerified || RequireName(tls, self.m_request.url));
+                           (!self.m_server.Trust().isVerified || RequireName(tls, self.m_server.Server().host));
         return isSet ? CURLE_OK : CURLE_SSL_CERTPROBLEM;
     } catch (const std::exception&) {
         return CURLE_OUT_OF_MEMORY;
@@ -259,8 +244,10 @@ std::size_t Transfer::TakeHeadLine(const char* bytes, std::size_t size)
         m_refusal = "the answer's head is longer than " + std::to_string(MAX_HEAD_BYTES) + " bytes";
         return 0;
     }
+    const std::string_view line(bytes, size);
+    m_isHeadPlain = m_isHeadPlain && IsPlainHeadLine(line);
     try {
-        m_response.TakeHeadLine(std::string_view(bytes, size));
+        m_response.TakeHeadLine(line);
         return size;
     } catch (const std::exception&) {
         m_refusal = "there is no memory for the answer";
@@ -286,22 +273,17 @@ std::size_t Transfer::TakeBody(const char* bytes, std::size_t size)
 
 std::string Transfer::WhyItFailed(CURLcode code) const
 {
-    std::string text = RequestText() + " failed: ";
+    std::string text = RequestForMessage(m_request) + " failed: ";
     if (!m_refusal.empty()) {
         return text + m_refusal;
     }
-    text += FailureText(m_curl, code, m_error.data());
+    text += FailureText(m_curl.get(), code, m_error.data());
     long verifyResult = X509_V_OK;
-    curl_easy_getinfo(m_curl, CURLINFO_SSL_VERIFYRESULT, &verifyResult);
+    curl_easy_getinfo(m_curl.get(), CURLINFO_SSL_VERIFYRESULT, &verifyResult);
     if (code == CURLE_PEER_FAILED_VERIFICATION && verifyResult != X509_V_OK) {
         text += std::string(" (certificate verification: ") + X509_verify_cert_error_string(verifyResult) + ")";
     }
     return text + " (libcurl " + std::to_string(code) + ")";
-}
-
-std::string Transfer::RequestText() const
-{
-    return m_request.method + " " + UrlForMessage(m_request.url);
 }
 
 } // namespace Framework

@@ -3,38 +3,39 @@
 
 #include "framework/config/config_values.h"
 #include "framework/http/curl_library.h"
+#include "framework/http/header_lines.h"
 #include "framework/http/http_response.h"
+#include "framework/http/server_connections.h"
 
 #include <array>
 #include <string>
 
 namespace Framework {
 
-/// One request and its answer. What libcurl holds of either is given back, and so wiped, with this object; only the
-/// connection stays, with the CurlMultiHandle.
+/// One request and its answer, over a connection of which only what holds no secret is kept.
 class Transfer {
 public:
     /// All must outlive the object. Of the request's body no copy is made.
-    Transfer(const TMSHttpRequest& request, const ConfigValues& config, HttpResponse& response);
+    Transfer(const TMSHttpRequest& request, const ConfigValues& config, const ServerConnections& server,
+             HttpResponse& response);
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
     ~Transfer() = default;
 
-    /// False when there is no memory for a transfer.
-    bool IsReady() const { return m_curl != nullptr; }
-
-    /// Sends the request over a connection of `connections`, which nobody else uses meanwhile, and fills the response.
-    void Perform(CURLM* connections, unsigned int timeoutSeconds);
+    /// Sends the request over `connection`, which nobody else uses meanwhile, and fills the response. Leaves the handle
+    /// for the next transfer when all is well and the answer's head was plain, because libcurl keeps the head in it;
+    /// else the handle is given back, and so wiped. False when there is no memory for a transfer.
+    bool Perform(Connection& connection, unsigned int timeoutSeconds);
 
 private:
-    void SetConnection(unsigned int timeoutSeconds);
-    void SetTls();
+    static CurlHandle MakeHandle(const TlsTrust& trust);
+    CURLcode Exchange(CURLM* keeper, unsigned int timeoutSeconds);
+    void SetLimits(unsigned int timeoutSeconds);
     void SetRequest();
-    bool SetHeaders();
     void SetAnswer();
-    CURLcode Run(CURLM* connections);
+    void ForgetRequest();
+    CURLcode Run(CURLM* keeper);
     std::string WhyItFailed(CURLcode code) const;
-    std::string RequestText() const;
 
     bool MaySend();
     std::size_t TakeHeadLine(const char* bytes, std::size_t size);
@@ -46,14 +47,15 @@ private:
 
     const TMSHttpRequest& m_request;
     const ConfigValues& m_config;
+    const ServerConnections& m_server;
     HttpResponse& m_response;
-    CurlList m_headers;
+    HeaderLines m_headers;
     std::size_t m_headSize = 0;
+    bool m_isHeadPlain = true;
     bool m_isSent = false;
     std::string m_refusal; ///< why this client itself ended the exchange
     std::array<char, CURL_ERROR_SIZE> m_error = {};
-    const CurlHandle m_owner; ///< last, because it points to the others
-    CURL* const m_curl;
+    CurlHandle m_curl; ///< last, because it points to the others
 };
 
 } // namespace Framework

@@ -31,9 +31,14 @@ bool IsBlankOrControl(char character)
 
 } // namespace
 
+bool HasBlankOrControl(const std::string& url)
+{
+    return std::any_of(url.begin(), url.end(), IsBlankOrControl);
+}
+
 bool ParseUrl(const std::string& url, UrlParts& parts, std::string& problem)
 {
-    if (std::any_of(url.begin(), url.end(), IsBlankOrControl)) {
+    if (HasBlankOrControl(url)) {
         problem = "the URL has a blank or a control character in it";
         return false;
     }

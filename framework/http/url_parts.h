@@ -15,6 +15,9 @@ struct UrlParts {
     std::string Server() const { return host + ":" + std::to_string(port); }
 };
 
+/// No sound URL has any.
+bool HasBlankOrControl(const std::string& url);
+
 /// False, with what is wrong in `problem` and `parts` undefined, when `url` is no http or https URL, has blanks,
 /// control characters or a user's name in it, or a port that is none.
 bool ParseUrl(const std::string& url, UrlParts& parts, std::string& problem);

@@ -26,7 +26,12 @@ protected:
         server.On("/secret", [this](const ServedRequest& request, HttpReply& response) {
             response.status =
                 request.body == m_body.Reveal() && request.Header("iBaseToken") == m_token.Reveal() ? 200 : 400;
-            response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+            if (m_isCookieSet) {
+                response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+            }
+            if (m_isAnswerInHead) {
+                response.headers.emplace("X-Session", m_answer.Reveal());
+            }
             const std::string padding(m_paddingSize, ' ');
             response.body = padding + m_answer.Reveal() + padding;
         });
@@ -35,13 +40,15 @@ protected:
     std::string WhatStays(const WebServer& server) const
     {
         const Base::ProgramResult result =
-            RunToEnd({ProbePath(), "secrets", server.Url("/secret"), Hex(m_body.Turned()), Hex(m_token.Turned()),
-                      Hex(m_answer.Turned()), Hex(m_cookie.Turned())});
+            RunToEnd({ProbePath(), m_isCookieSet ? "secrets" : "secrets-without-cookie", server.Url("/secret"),
+                      Hex(m_body.Turned()), Hex(m_token.Turned()), Hex(m_answer.Turned()), Hex(m_cookie.Turned())});
         EXPECT_EQ("", result.errors);
         return result.output;
     }
 
     std::size_t m_paddingSize = 0; ///< around the answer's secret
+    bool m_isAnswerInHead = false; ///< as well
+    bool m_isCookieSet = true;
 
 private:
     const HiddenText m_body = HiddenText::Random("body-");
@@ -68,6 +75,14 @@ TEST_F(HttpSecretsTest, NothingOfALongAnswerStaysInMemory)
     EXPECT_EQ(NOTHING, WhatStays(server));
 }
 
+TEST_F(HttpSecretsTest, NothingOfAnAnswersHeadStaysInMemory)
+{
+    m_isAnswerInHead = true;
+    WebServer server;
+    ServeSecrets(server);
+    EXPECT_EQ(NOTHING, WhatStays(server));
+}
+
 TEST_F(HttpSecretsTest, NothingOfAnHttpsExchangeStaysInMemory)
 {
     const TestCa ca;
@@ -76,6 +91,22 @@ TEST_F(HttpSecretsTest, NothingOfAnHttpsExchangeStaysInMemory)
     WebServer server(ca.Issue());
     ServeSecrets(server);
     EXPECT_EQ(NOTHING, WhatStays(server));
+}
+
+// As of most answers, whose handle is kept for the next request.
+TEST_F(HttpSecretsTest, NothingOfAnExchangeWithoutACookieStaysInMemory)
+{
+    const TestCa ca;
+    WriteText(InRoot("ca.pem"), ca.Own().Pem());
+    Configure({{"Http", {{"CaFile", "ca.pem"}}}});
+    m_isCookieSet = false;
+    for (const std::size_t size : {0U, 100'000U}) {
+        m_paddingSize = size;
+        WebServer server(ca.Issue());
+        ServeSecrets(server);
+        EXPECT_EQ(NOTHING, WhatStays(server));
+        EXPECT_EQ(1U, server.ConnectionCount());
+    }
 }
 
 TEST_F(HttpSecretsTest, NothingOfASessionStaysInMemoryWhenItsManagerIsReleased)

@@ -20,6 +20,15 @@ TEST_F(SanManagerTest, ConnectAsksTheArrayWhetherTheSessionStands)
     EXPECT_EQ("session=the cookie", request.Header("Cookie"));
 }
 
+TEST_F(SanManagerTest, ConnectUsesTheConnectionOfTheClientThatLoggedIn)
+{
+    const auto client = QEN::IHttpClient::CreateClient();
+    const std::size_t before = m_server.ConnectionCount();
+    client->SendRequest(Request("POST", m_server.Url("/deviceManager/rest//sessions"), "{}"), 20);
+    const Manager manager = Connected();
+    EXPECT_EQ(before + 1, m_server.ConnectionCount());
+}
+
 TEST_F(SanManagerTest, SessionThatTheArrayDoesNotTakeIsNoConnection)
 {
     m_server.Answer("GET", BASE + "system/", Refusal(-401, "This operation fails to be performed."));

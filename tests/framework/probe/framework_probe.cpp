@@ -46,6 +46,7 @@ const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
     {"san-secrets", Probe::SanSecrets},
     {"sealed-secrets", Probe::SealedSecrets},
     {"secrets", Probe::Secrets},
+    {"secrets-without-cookie", Probe::SecretsWithoutCookie},
     {"shell-closed-descriptors", Probe::ShellClosedDescriptors},
     {"shell-ignored-children", Probe::ShellIgnoredChildren},
     {"shell-reaped-children", Probe::ShellReapedChildren},

@@ -9,13 +9,14 @@ namespace Probe {
 
 using Words = std::vector<std::string>;
 
-int Log(const Words& words);           ///< LEVEL TEXT…: one line for each text
-int LogAtExit(const Words& words);     ///< a line from main and one from a static object's destructor
-int SilentLines(const Words& words);   ///< how many allocations lines below the level cost
-int Secrets(const Words& words);       ///< URL CAFILE: whether a request leaves secrets in this process's memory
-int SanSecrets(const Words& words);    ///< ADDRESS PORT TOKEN COOKIE: whether a released manager leaves secrets
-int ClientAtExit(const Words& words);  ///< URL: a request with a client that a static object owns
-int SealedSecrets(const Words& words); ///< the same of encrypting and decrypting
+int Log(const Words& words);                  ///< LEVEL TEXT…: one line for each text
+int LogAtExit(const Words& words);            ///< a line from main and one from a static object's destructor
+int SilentLines(const Words& words);          ///< how many allocations lines below the level cost
+int Secrets(const Words& words);              ///< URL CAFILE: whether a request leaves secrets in this process's memory
+int SecretsWithoutCookie(const Words& words); ///< the same of an answer that sets no cookie
+int SanSecrets(const Words& words);           ///< ADDRESS PORT TOKEN COOKIE: whether a released manager leaves secrets
+int ClientAtExit(const Words& words);         ///< URL: a request with a client that a static object owns
+int SealedSecrets(const Words& words);        ///< the same of encrypting and decrypting
 int ShellIgnoredChildren(const Words& words);
 int ShellReapedChildren(const Words& words);
 int ShellSignals(const Words& words);

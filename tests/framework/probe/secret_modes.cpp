@@ -52,8 +52,13 @@ bool Holds(const std::string& text, const HiddenText& hidden)
     return isFound;
 }
 
+bool HasCookie(const QEN::IHttpResponse& response, const HiddenText& cookie)
+{
+    return !response.GetCookies().empty() && Holds(*response.GetCookies().begin(), cookie);
+}
+
 /// Sends the secrets, checks that the others come back, and gives back all that this function itself holds of them.
-bool Exchange(QEN::IHttpClient& client, const std::string& url, const ExchangeSecrets& secrets)
+bool Exchange(QEN::IHttpClient& client, const std::string& url, const ExchangeSecrets& secrets, bool isCookieExpected)
 {
     TMSHttpRequest request;
     request.method = "POST";
@@ -62,7 +67,7 @@ bool Exchange(QEN::IHttpClient& client, const std::string& url, const ExchangeSe
     request.headers.emplace("iBaseToken", secrets.token.Reveal());
     const boost::shared_ptr<QEN::IHttpResponse> response = client.SendRequest(request, 20);
     const bool isRight = response != nullptr && response->IsSuccess() && Holds(response->GetBody(), secrets.answer) &&
-                         !response->GetCookies().empty() && Holds(*response->GetCookies().begin(), secrets.cookie);
+                         HasCookie(*response, secrets.cookie) == isCookieExpected;
     if (!isRight && response != nullptr) {
         std::cerr << response->GetErrorText() << response->GetHttpStatusText() << "\n";
     }
@@ -81,9 +86,7 @@ bool IsSeenBySearch(const HiddenText& hidden)
     return isSeen && hidden.CountInMemory() == 0;
 }
 
-} // namespace
-
-int Probe::Secrets(const Words& words)
+int TellExchanges(const Probe::Words& words, bool isCookieExpected)
 {
     const ExchangeSecrets secrets = {FromHex(words.at(1)), FromHex(words.at(2)), FromHex(words.at(3)),
                                      FromHex(words.at(4))};
@@ -92,13 +95,26 @@ int Probe::Secrets(const Words& words)
         return 1;
     }
     boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
-    if (!Exchange(*client, words.at(0), secrets) || !Exchange(*client, words.at(0), secrets)) {
+    if (!Exchange(*client, words.at(0), secrets, isCookieExpected) ||
+        !Exchange(*client, words.at(0), secrets, isCookieExpected)) {
         return 1;
     }
     secrets.Tell("between requests");
     client.reset();
     secrets.Tell("afterwards");
     return 0;
+}
+
+} // namespace
+
+int Probe::Secrets(const Words& words)
+{
+    return TellExchanges(words, true);
+}
+
+int Probe::SecretsWithoutCookie(const Words& words)
+{
+    return TellExchanges(words, false);
 }
 
 int Probe::SanSecrets(const Words& words)
