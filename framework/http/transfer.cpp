@@ -193,6 +193,7 @@ CURLcode Transfer::OnTlsContext(CURL* /*curl*/, void* context, void* transfer) n
 {
     auto* const tls = static_cast<SSL_CTX*>(context);
     SSL_CTX_set_options(tls, SSL_OP_CLEANSE_PLAINTEXT); // received text does not stay behind in the library's buffers
+    SSL_CTX_clear_mode(tls, SSL_MODE_RELEASE_BUFFERS);  // which would be taken and cleansed whole for each answer
     SSL_CTX_set_keylog_callback(tls, nullptr);          // whatever the environment asks for
     const Transfer& self = *static_cast<Transfer*>(transfer);
     try {
