@@ -23,10 +23,9 @@ constexpr int ERROR_FD = 4;
 constexpr int FIRST_CLOSED_FD = 5;
 constexpr int FIRST_OWN_FD = 10; // above all that the child's descriptors are moved to
 
-// The outer shell keeps its own standard error from the command's, also by the brackets, which let no redirection come
-// before the fork: it would report a killed command there. It catches SIGINT (a caught signal is at its default in the
-// command) so that it lives to tell how the command took it.
-constexpr char OUTER_SCRIPT[] = "trap : INT; (exec /bin/sh -c \"$1\" 2>&4 3>&- 4>&-); echo \"$?\" >&3";
+// The shell tells its status when it exits; one that a signal ends tells nothing, also where it goes through its trap
+// then. The command sees no parameters, and no descriptor but the first three.
+constexpr char SCRIPT[] = R"(trap '{ echo "$?" >&3; } 2>/dev/null' EXIT; eval "set --; $1" 2>&4 3>&- 4>&-)";
 
 int MakePipe(Base::Descriptor& readEnd, Base::Descriptor& writeEnd)
 {
@@ -115,7 +114,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
         return result;
     }
     const Attributes attributes;
-    std::vector<std::string> arguments = {"sh", "-c", OUTER_SCRIPT, "sh", command};
+    std::vector<std::string> arguments = {"sh", "-c", SCRIPT, "/bin/sh", command};
     std::vector<std::string> variables = environment;
     result = ECANCELED; // unless it is started
     const pid_t pid = Immortal<RunningCommands>().Add(command, [&]() -> pid_t {
@@ -153,6 +152,13 @@ bool ChildProcess::HasGroup() const
     return m_group > 0 && (::kill(-m_group, 0) == 0 || errno == EPERM);
 }
 
+bool ChildProcess::HasEnded() const
+{
+    siginfo_t info = {};
+    const int result = ::waitid(P_PID, static_cast<id_t>(m_group), &info, WEXITED | WNOHANG | WNOWAIT);
+    return result != 0 ? errno == ECHILD : info.si_pid != 0;
+}
+
 int ChildProcess::Reap()
 {
     int status = 0;
@@ -161,7 +167,10 @@ int ChildProcess::Reap()
         result = ::waitpid(m_group, &status, 0);
     } while (result == -1 && errno == EINTR);
     m_isReaped = true;
-    return result == m_group && WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+    if (result != m_group) {
+        return -1;
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 } // namespace Framework

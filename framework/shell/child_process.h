@@ -14,15 +14,16 @@ namespace Framework {
 struct ShellPipes {
     Base::Descriptor output;
     Base::Descriptor error;
-    Base::Descriptor status; ///< receives the shell's exit status in decimal and a line end
-    Base::Descriptor ended;  ///< readable when the outer shell has ended; not open when that was so from the beginning
+    Base::Descriptor status; ///< receives the shell's exit status in decimal and a line end when it exits
+    Base::Descriptor ended;  ///< readable when the shell has ended; not open where the system has no such thing
 };
 
 /// A shell that runs one command in a process group of its own, with standard input from /dev/null, every signal at its
 /// default and no descriptor of this process but its pipes.
 ///
-/// The shell that runs the command is the child of a second one, which writes its exit status into a pipe. A status
-/// that wait gives would be lost in a program that ignores SIGCHLD or that waits for children it does not know.
+/// The shell writes its exit status into a pipe, because the status that wait gives is lost in a program that ignores
+/// SIGCHLD or that waits for children it does not know. In such a program nothing tells the status of a shell that a
+/// signal killed, that was replaced (exec), or whose command has an EXIT trap of its own.
 class ChildProcess {
 public:
     ChildProcess() = default;
@@ -42,13 +43,16 @@ public:
     /// Whether the group has a process left, after Reap. The group keeps its number from being used again.
     bool HasGroup() const;
 
-    /// Waits for the outer shell, which is about to end. Returns 128 + the signal that killed it, or -1 when it was
-    /// killed by none or nothing is known.
+    /// Whether the shell has ended, also when somebody else has waited for it.
+    bool HasEnded() const;
+
+    /// Waits for the shell, which is about to end. Returns its status, 128 + the signal if one killed it, or -1 when
+    /// somebody else has taken that away.
     int Reap();
 
 private:
     ShellPipes m_pipes;
-    pid_t m_group = -1;      // also the outer shell's process id
+    pid_t m_group = -1;      // also the shell's process id
     bool m_isReaped = false; // by us, that is
 };
 

@@ -24,7 +24,14 @@ constexpr std::size_t MAX_STATUS_BYTES = 16;
 // for which every later one waits half a minute before it gives up; an interrupted one takes the lock away.
 constexpr std::chrono::seconds GRACE(5);
 
-constexpr int GROUP_LOOK_MILLISECONDS = 20;
+// Between two looks at what the system does not tell by itself.
+constexpr int LOOK_MILLISECONDS = 20;
+
+// `wait` is what poll takes: below 0 there is no end to it.
+int UntilNextLook(int wait)
+{
+    return wait < 0 ? LOOK_MILLISECONDS : std::min(wait, LOOK_MILLISECONDS);
+}
 
 /// Ends the command's process group when its time is over: first by asking, then by force.
 class TimeLimit {
@@ -80,12 +87,12 @@ public:
             Wait(m_limit.Enforce());
         }
         m_status.ReadRest();
-        const int killed = m_child.Reap();
+        const int waited = m_child.Reap();
         WaitForInterrupted();
         m_output.ReadRest();
         m_error.ReadRest();
 
-        ShellResult result = {Status(killed), m_output.Lines(), m_error.Lines()};
+        ShellResult result = {Status(waited), m_output.Lines(), m_error.Lines()};
         if (m_limit.IsOver()) {
             result.error.push_back("The command was ended after its time limit of " +
                                    std::to_string(timeLimit.count()) + " seconds");
@@ -96,10 +103,7 @@ public:
     }
 
 private:
-    bool HasEnded() const
-    {
-        return m_hasEnded || !m_status.IsOpen() || m_status.Text().find('\n') != std::string::npos;
-    }
+    bool HasEnded() const { return m_hasEnded || m_status.Text().find('\n') != std::string::npos; }
 
     void Wait(int milliseconds)
     {
@@ -109,6 +113,10 @@ private:
             waits[index] = {collectors[index]->Pipe(), POLLIN, 0}; // poll overlooks the -1 of a closed one
         }
         waits.back() = {m_hasEnded ? -1 : m_child.Pipes().ended.Get(), POLLIN, 0};
+        if (!m_child.Pipes().ended.IsOpen() && !m_hasEnded) {
+            m_hasEnded = m_child.HasEnded();
+            milliseconds = m_hasEnded ? 0 : UntilNextLook(milliseconds);
+        }
         if (::poll(waits.data(), waits.size(), milliseconds) <= 0) {
             return; // the next step of the limit is due, or a signal of the host program came
         }
@@ -124,22 +132,21 @@ private:
     void WaitForInterrupted()
     {
         while (m_limit.IsOver() && !m_limit.IsForced() && m_child.HasGroup()) {
-            Wait(std::min(m_limit.Enforce(), GROUP_LOOK_MILLISECONDS));
+            Wait(UntilNextLook(m_limit.Enforce()));
         }
     }
 
-    // `killed` is the status of an outer shell that did not live to tell the inner one's.
-    int Status(int killed) const
+    int Status(int waited) const
     {
+        if (waited >= 0) {
+            return waited;
+        }
         const std::string& told = m_status.Text();
         int status = ShellStatus::NOT_STARTED;
         if (std::from_chars(told.data(), told.data() + told.size(), status).ec == std::errc()) {
             return status;
         }
-        if (killed >= 0) {
-            return killed;
-        }
-        return m_limit.IsForced() ? 128 + SIGKILL : ShellStatus::NOT_STARTED;
+        return m_limit.IsOver() ? 128 + (m_limit.IsForced() ? SIGKILL : SIGINT) : ShellStatus::NOT_STARTED;
     }
 
     static void SayDropped(const OutputCollector& collector, const std::string& stream, std::vector<std::string>& lines)
@@ -155,7 +162,7 @@ private:
     OutputCollector m_output;
     OutputCollector m_error;
     OutputCollector m_status;
-    bool m_hasEnded = false; // the outer shell
+    bool m_hasEnded = false; // the shell
 };
 
 } // namespace

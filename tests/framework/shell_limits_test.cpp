@@ -61,6 +61,14 @@ TEST_F(ShellLimitsTest, CommandIsInterruptedWhenItsTimeIsOver)
     EXPECT_LT(Elapsed(), std::chrono::seconds(5));
 }
 
+TEST_F(ShellLimitsTest, CommandThatReplacesItsShellIsInterruptedAsWell)
+{
+    const ShellOutcome result = Shell("exec sleep 1000");
+    EXPECT_EQ(128 + SIGINT, result.status);
+    EXPECT_THAT(result.err, ElementsAre(OVER));
+    EXPECT_LT(Elapsed(), std::chrono::seconds(5));
+}
+
 TEST_F(ShellLimitsTest, CommandMayCleanUpWhenItIsInterrupted)
 {
     const ShellOutcome result = Shell("trap 'echo cleaned; exit 9' INT; while :; do sleep 0.05; done");
@@ -97,6 +105,14 @@ TEST_F(ShellLimitsTest, LeftOverOfAnInterruptedCommandIsKilled)
 {
     // A shell starts its background commands with the interrupt ignored.
     const ShellOutcome result = Shell("sleep 1000 & echo $!; wait");
+    EXPECT_EQ(128 + SIGINT, result.status);
+    ASSERT_THAT(result.out, SizeIs(1));
+    EXPECT_TRUE(Ends(result.out[0]));
+}
+
+TEST_F(ShellLimitsTest, LeftOverThatHoldsNoPipeIsKilledAsWell)
+{
+    const ShellOutcome result = Shell("sleep 1000 > /dev/null 2>&1 & echo $!; exec > /dev/null 2>&1; wait");
     EXPECT_EQ(128 + SIGINT, result.status);
     ASSERT_THAT(result.out, SizeIs(1));
     EXPECT_TRUE(Ends(result.out[0]));

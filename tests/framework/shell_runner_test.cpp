@@ -61,6 +61,31 @@ TEST_F(ShellRunnerTest, KilledShellGivesTheSignalAndNothingElse)
     EXPECT_EQ(128 + 2, Shell("kill -2 $$").status);
 }
 
+TEST_F(ShellRunnerTest, CommandThatReplacesItsShellGivesItsOwnStatus)
+{
+    const ShellOutcome result = Shell("exec sh -c 'echo out; exit 5'");
+    EXPECT_EQ(5, result.status);
+    EXPECT_THAT(result.out, ElementsAre("out"));
+}
+
+TEST_F(ShellRunnerTest, CommandMayTrapItsOwnExit)
+{
+    const ShellOutcome result = Shell("trap 'echo bye' EXIT; exit 5");
+    EXPECT_EQ(5, result.status);
+    EXPECT_THAT(result.out, ElementsAre("bye"));
+}
+
+TEST_F(ShellRunnerTest, CommandIsAShellsOwn)
+{
+    // No parameters, a number of its own, and nothing of it is read as anything else.
+    EXPECT_THAT(Shell("echo \"$#:$1:$*\"").out, ElementsAre("0::"));
+    EXPECT_THAT(Shell("test \"$(ps -o pgid= -p $$)\" -eq $$ && echo leader").out, ElementsAre("leader"));
+    EXPECT_EQ(2, Shell(") ; exit 0").status);
+    EXPECT_EQ(0, Shell("").status);
+    EXPECT_EQ(3, Shell("exit 3 # end").status);
+    EXPECT_THAT(Shell("cat <<END\nline\nEND\n").out, ElementsAre("line"));
+}
+
 TEST_F(ShellRunnerTest, ShellThatCannotBeStartedGives127AndTheReason)
 {
     const ShellOutcome result = Shell("echo '?'", {std::string(3'000'000, 'x')});

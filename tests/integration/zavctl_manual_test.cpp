@@ -117,7 +117,7 @@ protected:
         MakeConfiguration("openkey.ini", key, ProductPath("conf/open.key"));
         MakeConfiguration("nokey.ini", key, ProductPath("conf/no.key"));
         MakeConfiguration("mistaken.ini", "[Http]", "[Htpt]");
-        MakeNode("noiscsiadm", "iscsiadm", "echo '/bin/sh: 1: iscsiadm: not found' >&2; exit 127");
+        MakeNode("noiscsiadm", "iscsiadm", "echo '/bin/sh: 1: eval: iscsiadm: not found' >&2; exit 127");
         MakeNode("noiscsid", "iscsiadm", "echo 'iscsiadm: can not connect to iSCSI daemon (111)!' >&2; exit 20");
         MakeNode("hanging", "iscsiadm", "exec sleep 60");
         MakeNode("noname", "cat", "case $1 in /etc/*) exit 1 ;; esac; exec " + Directory() + "/node/bin/cat \"$@\"");

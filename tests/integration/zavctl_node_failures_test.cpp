@@ -40,7 +40,7 @@ TEST_F(ZavctlNodeFailuresTest, NoIscsiadm)
     }
     Set("PATH=" + tools);
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
-                 {10, Unconnected(array, "iscsiadm said \"/bin/sh: 1: iscsiadm: not found\""),
+                 {10, Unconnected(array, "iscsiadm said \"/bin/sh: 1: eval: iscsiadm: not found\""),
                   "install open-iscsi on this node, or bring an FC port online"});
 }
 
