@@ -16,10 +16,13 @@ namespace {
 // left alone for longer than the longest tick is known by its state; a younger one is read again and compared.
 constexpr std::int64_t SETTLED_NANOSECONDS = 50'000'000;
 
-std::int64_t WallNanoseconds()
+// How long a look at the file serves those that need not see each change at once.
+constexpr std::int64_t MOMENT_NANOSECONDS = 10'000'000;
+
+std::int64_t Nanoseconds(clockid_t clock)
 {
     timespec now = {};
-    ::clock_gettime(CLOCK_REALTIME, &now);
+    ::clock_gettime(clock, &now);
     return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
 }
 
@@ -40,14 +43,29 @@ std::shared_ptr<const ConfigValues> ConfigCache::Current()
     return values;
 }
 
+std::shared_ptr<const ConfigValues> ConfigCache::Recent()
+{
+    {
+        const std::string path = ConfigFilePath();
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        const std::int64_t age = Nanoseconds(CLOCK_MONOTONIC_COARSE) - m_lookedNanoseconds;
+        if (m_values != nullptr && path == m_path && age < MOMENT_NANOSECONDS) {
+            return m_values;
+        }
+    }
+    return Current();
+}
+
 std::shared_ptr<const ConfigValues> ConfigCache::Refresh(std::vector<std::string>& problems)
 {
     const std::string path = ConfigFilePath();
+    const std::int64_t lookedNanoseconds = Nanoseconds(CLOCK_MONOTONIC_COARSE);
     const FileState state = LookAtFile(path);
     const std::lock_guard<std::mutex> guard(m_mutex);
     if (!IsFresh(path, state)) {
         Read(path, problems);
     }
+    m_lookedNanoseconds = lookedNanoseconds;
     return m_values;
 }
 
@@ -58,7 +76,7 @@ bool ConfigCache::IsFresh(const std::string& path, const FileState& state) const
 
 void ConfigCache::Read(const std::string& path, std::vector<std::string>& problems)
 {
-    const std::int64_t now = WallNanoseconds();
+    const std::int64_t now = Nanoseconds(CLOCK_REALTIME);
     std::string text;
     FileState state;
     ReadConfigText(path, text, state);

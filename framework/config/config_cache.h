@@ -20,6 +20,9 @@ public:
     /// file is logged once.
     std::shared_ptr<const ConfigValues> Current();
 
+    /// The same, but the file is not looked at again when that was done a moment ago.
+    std::shared_ptr<const ConfigValues> Recent();
+
     std::uint64_t Generation() const noexcept { return m_generation.load(std::memory_order_acquire); }
 
 private:
@@ -34,6 +37,7 @@ private:
     FileState m_state;                            // guarded by m_mutex; of the file at m_path when it was last read
     std::string m_text;                           // guarded by m_mutex; what was read then
     bool m_isSettled = false;                     // guarded by m_mutex; m_state tells every later change
+    std::int64_t m_lookedNanoseconds = 0;         // guarded by m_mutex; when m_state was last seen, by a steady clock
     std::shared_ptr<const ConfigValues> m_values; // guarded by m_mutex; null before the first read
     std::atomic<std::uint64_t> m_generation = 0;  // of m_values; written under m_mutex
 };

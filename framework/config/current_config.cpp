@@ -10,6 +10,11 @@ std::shared_ptr<const ConfigValues> Current()
     return Immortal<ConfigCache>().Current();
 }
 
+std::shared_ptr<const ConfigValues> Recent()
+{
+    return Immortal<ConfigCache>().Recent();
+}
+
 std::int64_t ReadInteger(SettingId setting)
 {
     return Current()->Of(setting).number;

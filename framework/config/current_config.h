@@ -7,12 +7,16 @@
 #include <memory>
 #include <string>
 
-/// The configuration as the rest of the framework reads it. Every read is fresh, as ConfigReader says. Any thread may
-/// call, also while the process ends.
+/// The configuration as the rest of the framework reads it. Every read but Recent is fresh, as ConfigReader says. Any
+/// thread may call, also while the process ends.
 namespace Framework::Config {
 
 /// All values of the file as it is now; never null.
 std::shared_ptr<const ConfigValues> Current();
+
+/// The same without a look at the file when somebody has taken one in the last hundredth of a second: for what is done
+/// beside reads of the same request.
+std::shared_ptr<const ConfigValues> Recent();
 
 std::int64_t ReadInteger(SettingId setting);
 bool ReadFlag(SettingId setting);

@@ -19,7 +19,7 @@ boost::shared_ptr<QEN::IHttpResponse> CurlHttpClient::SendRequest(const TMSHttpR
 {
     try {
         auto response = boost::make_shared<HttpResponse>();
-        const auto config = Config::Current();
+        const auto config = Config::Recent(); // who sends much has just read it for the rate of requests
         std::string problem = FindRequestProblem(request);
         const auto server = problem.empty() ? m_servers.Find(request.url, *config, problem) : nullptr;
         if (server == nullptr) {
