@@ -17,6 +17,9 @@ std::size_t EndOfComment(std::string_view text, std::size_t start)
 bool HasBoundedStructure(std::string_view text)
 {
     constexpr std::size_t MOST = 3'000'000;
+    if (text.size() <= MOST) {
+        return true; // each takes a character at the least
+    }
     std::size_t count = 0;
     bool isInText = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
