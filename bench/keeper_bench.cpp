@@ -69,9 +69,9 @@ private:
 struct BareKeeper {
     explicit BareKeeper(const std::vector<std::string>& urls)
     {
-        const auto api = boost::make_shared<ZavRestApi>("");
+        const Script script("");
         for (const std::string& url : urls) {
-            sessions[url] = Session(api, boost::chrono::steady_clock::now());
+            sessions[url] = Session(boost::make_shared<ZavRestApi>(""), boost::chrono::steady_clock::now());
         }
     }
 

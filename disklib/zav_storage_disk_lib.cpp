@@ -303,7 +303,7 @@ void ZavStorageDiskLib::DoCheck()
     for (auto entry = sessions.begin(); entry != sessions.end();) {
         const auto& [api, lastUsed] = entry->second;
         const auto idle = TimeSource::SteadyNow() - lastUsed;
-        if (api.use_count() != 1 || idle <= LONGEST_IDLE) { // 1: only this map holds it
+        if (idle <= LONGEST_IDLE || api.use_count() != 1) { // 1: only this map holds it
             ++entry;
             continue;
         }
