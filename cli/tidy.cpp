@@ -156,19 +156,64 @@ std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId
     return uses;
 }
 
-// A recorded group goes on to be used by the recorded view.
+// The recorded group of a kind that another view holds as well.
+bool Leftovers::IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId)
+{
+    if (group != (IsKind(kind, LUN_GROUP) ? m_record.lunGroupId : m_record.hostGroupId) || m_record.mapViewId.empty() ||
+        m_record.mapViewId == otherViewId) {
+        return false;
+    }
+    const auto view = m_array.Find(MAPPING_VIEW, m_record.mapViewId);
+    if (!view || view->name != m_record.mapViewName) {
+        return false;
+    }
+    const std::vector<std::string> groups = m_array.Associated(MAPPING_VIEW, m_record.mapViewId, kind);
+    return std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+// A recorded group goes on to be used by the recorded view, where that stands and holds it.
 void Leftovers::AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses)
 {
     for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, LUN_GROUP)) {
-        if (group != m_record.lunGroupId) {
+        if (!IsUsedByRecordedView(LUN_GROUP, group, viewId)) {
             AddHeld(LUN_GROUP, group, uses);
         }
     }
     for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, HOST_GROUP)) {
-        if (group != m_record.hostGroupId) {
+        if (!IsUsedByRecordedView(HOST_GROUP, group, viewId)) {
             AddHeld(HOST_GROUP, group, uses);
         }
     }
+}
+
+// All that it holds, and all that it is in, whoever made that.
+std::vector<std::string> Leftovers::TiesOf(const ObjectKind& kind, const std::string& id)
+{
+    std::vector<std::string> ties;
+    const auto add = [&](const ObjectKind& other, const std::vector<std::string>& ids, const char* verb) {
+        for (const std::string& each : ids) {
+            ties.push_back(verb + std::string(other.words) + " " + each);
+        }
+    };
+    const auto addAssociated = [&](const ObjectKind& other, const char* verb) {
+        add(other, m_array.Associated(kind, id, other), verb);
+    };
+    if (IsKind(kind, MAPPING_VIEW)) {
+        addAssociated(HOST_GROUP, "holds ");
+        addAssociated(LUN_GROUP, "holds ");
+    } else if (IsKind(kind, HOST_GROUP)) {
+        addAssociated(HOST, "holds ");
+        addAssociated(MAPPING_VIEW, "is in ");
+    } else if (IsKind(kind, LUN_GROUP)) {
+        addAssociated(LUN, "holds ");
+        addAssociated(SNAPSHOT, "holds ");
+        addAssociated(MAPPING_VIEW, "is in ");
+    } else {
+        add(ISCSI_INITIATOR, m_array.Initiators(ISCSI_INITIATOR, id), "holds ");
+        add(FC_INITIATOR, m_array.Initiators(FC_INITIATOR, id), "holds ");
+        addAssociated(HOST_GROUP, "is in ");
+    }
+    return ties;
 }
 
 // Signs that it is not idle. A group is in use as well when a view is that holds it: by taking this node's host out of
@@ -246,17 +291,16 @@ std::vector<Leftovers::Object> Leftovers::OfThisNodesInitiators()
     return tied;
 }
 
-bool Leftovers::IsOfOthers(const Object& object)
+std::string Leftovers::UrlAnd(const ObjectKind& kind, const std::string& id) const
 {
-    const auto standing = m_array.Find(*object.kind, object.id);
-    return standing && standing->name == object.name && !IsRecorded(*object.kind, object.id, object.name);
+    return m_login.Device().url + ": " + std::string(kind.words) + " " + id;
 }
 
 Leftovers::Object Leftovers::OneOfOthers(const ObjectKind& kind, const std::string& id)
 {
-    const std::string naming = m_login.Device().url + ": " + std::string(kind.words) + " " + id;
+    const std::string naming = UrlAnd(kind, id);
     const auto object = m_array.Find(kind, id);
-    if (!object) {
+    if (!object || object->id != id) { // an array may read "07" as 7
         throw Failure(ExitCode::NotFound, m_login.Device().url + ": there is no " + std::string(kind.words) + " " + id);
     }
     if (IsRecorded(kind, id, object->name)) {
@@ -265,7 +309,29 @@ Leftovers::Object Leftovers::OneOfOthers(const ObjectKind& kind, const std::stri
     if (object->name.rfind(GENERATED_PREFIX, 0) != 0) {
         throw Failure(ExitCode::Foreign, naming + " (" + object->name + ") bears no name that this product makes");
     }
-    return {&kind, id, object->name, IsKind(kind, HOST) ? UsesOfHostByOthers(id) : UsesOf(kind, id)};
+    return {&kind, id, object->name, TiesOf(kind, id)};
+}
+
+// The array refuses to delete what somebody has put to use meanwhile.
+void Leftovers::RemoveIdleOneOfOthers(const Object& object)
+{
+    const std::string naming = UrlAnd(*object.kind, object.id);
+    const auto standing = m_array.Find(*object.kind, object.id);
+    if (!standing || standing->name != object.name || IsRecorded(*object.kind, object.id, object.name)) {
+        throw Failure(ExitCode::Foreign, naming + " (" + object.name + ") is not what it was; it stays");
+    }
+    const std::vector<std::string> ties = TiesOf(*object.kind, object.id);
+    if (!ties.empty()) {
+        throw Failure(ExitCode::Foreign, naming + " stays: it " + ties.front() + " by now");
+    }
+    std::string errorText;
+    const int code = IsKind(*object.kind, MAPPING_VIEW) ? m_api->DeleteMapView(object.id, errorText)
+                     : IsKind(*object.kind, HOST_GROUP) ? m_api->DeleteHostGroup(object.id, errorText)
+                     : IsKind(*object.kind, LUN_GROUP)  ? m_api->DeleteLunGroup(object.id, errorText)
+                                                        : m_api->DeleteHost(object.id, errorText);
+    if (code != ResultCode::OK) {
+        throw Failure(ExitCodeOf(code), naming + " cannot be deleted" + ReasonOf(errorText, code));
+    }
 }
 
 void Leftovers::Remove(const Object& object)

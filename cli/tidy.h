@@ -45,12 +45,8 @@ public:
     /// views, and the views' LUN groups. `inUse` tells by what: "holds iSCSI initiator iqn.2020-01.local.node:01".
     std::vector<Object> OfThisNodesInitiators();
 
-    /// Whether such an object is there, without being this node's by record or journal.
-    bool IsOfOthers(const Object& object);
-
-    /// The one of OfOthers of this kind and id, with why it is in use; what this node's own initiators are on a host
-    /// for is no use. Throws Failure: NotFound when the array has none, Foreign when it does not bear the prefix or is
-    /// recorded.
+    /// The one of OfOthers of this kind and id; whatever it holds or is in is a use of it. Throws Failure: NotFound
+    /// when the array has none, Foreign when it does not bear the prefix or is recorded.
     Object OneOfOthers(const ObjectKind& kind, const std::string& id);
 
     /// Takes one apart, when it still bears its name and is in no use that `object` does not tell: its associations,
@@ -58,11 +54,18 @@ public:
     /// a group of others, is left. Throws Failure naming what refused.
     void Remove(const Object& object);
 
+    /// Deletes one that OneOfOthers gave, and nothing else: it has to hold nothing and to be in nothing, still. Throws
+    /// Failure naming what it holds or is in, or what refused.
+    void RemoveIdleOneOfOthers(const Object& object);
+
 private:
     bool IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const;
     std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
     std::vector<std::string> UsesOrDoubt(const ObjectKind& kind, const std::string& id);
     void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
+    bool IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId);
+    std::vector<std::string> TiesOf(const ObjectKind& kind, const std::string& id);
+    std::string UrlAnd(const ObjectKind& kind, const std::string& id) const;
     void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
     bool IsOwnGroup(const std::string& hostGroupId) const;
     void AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied);

@@ -94,11 +94,11 @@ bool IsAgreed(const TidyOptions& options, std::size_t count)
 }
 
 // As it is now, whatever was seen before somebody was asked.
-void TakeApart(Leftovers& now, const std::vector<Leftovers::Object>& objects, bool isNamed)
+void TakeApart(Leftovers& now, const std::vector<Leftovers::Object>& objects)
 {
     std::optional<Failure> first;
     for (const Leftovers::Object& object : objects) {
-        if (!now.Has(object) && !(isNamed && now.IsOfOthers(object))) {
+        if (!now.Has(object)) {
             Report::Step("not left over any more: " + Naming(object));
             continue;
         }
@@ -142,7 +142,12 @@ ExitCode RunTidy(const TidyOptions& options)
     }
     lock.emplace(path);
     Leftovers now(login, DeviceRecord(login.DeviceId()).Message());
-    TakeApart(now, objects, !options.named.empty());
+    if (leftovers.Has(objects.front())) {
+        TakeApart(now, objects);
+    } else { // the one that was named
+        now.RemoveIdleOneOfOthers(objects.front());
+        Report::Step("removed " + Naming(objects.front()));
+    }
     return ExitCode::Done;
 }
 

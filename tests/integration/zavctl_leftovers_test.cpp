@@ -318,6 +318,30 @@ TEST_F(ZavctlLeftoversTest, IdleObjectOfAnotherNodeGoesWhenItIsNamed)
     ExpectWholeChain();
 }
 
+TEST_F(ZavctlLeftoversTest, ViewThatMapsTheRecordedGroupsIsInUseWhereTheRecordedOneIsGone)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "lungroup/associate",
+                    R"({"TYPE":"256","ID":"1","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"3"})");
+    std::string record = ReadText(ZavctlRecordPath(m_array)); // one from before, with another view's id
+    const std::string id = "\"MAPVIEWID\" : \"1\"";
+    ASSERT_NE(std::string::npos, record.find(id)) << record;
+    WriteText(ZavctlRecordPath(m_array), record.replace(record.find(id), id.size(), "\"MAPVIEWID\" : \"99\""));
+    EXPECT_THAT(Tidy("--dry-run").errors, HasSubstr("), which holds LUN 3\n"));
+}
+
+TEST_F(ZavctlLeftoversTest, ViewOfAnotherNodeOverOurGroupsStays)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.Operate("POST", "mappingview", R"({"NAME":"Vendrix_of_another_node","TYPE":"245"})");
+    m_array.Operate("PUT", "mappingview/CREATE_ASSOCIATE",
+                    R"({"TYPE":"245","ID":"2","ASSOCIATEOBJTYPE":"14","ASSOCIATEOBJID":"1"})");
+    const Base::ProgramResult tidy = RunZavctl({"tidy", "--env", m_env, "--id", "mappingview:2", "--yes"});
+    EXPECT_EQ(5, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr("which holds host group 1: it is in use"));
+    EXPECT_THAT(m_array.Members("mappingview", "2", "hostgroup"), ElementsAre("1"));
+}
+
 TEST_F(ZavctlLeftoversTest, ObjectOfAnotherNodeThatIsInUseStaysWhateverIsNamed)
 {
     ASSERT_EQ(0, Init().status);
