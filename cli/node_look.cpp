@@ -75,6 +75,9 @@ public:
         RequireMember(*end, MAPPING_VIEW, m_record.mapViewId, LUN_GROUP, m_record.lunGroupId);
         AddLuns(*end);
         AddLeftovers(root);
+        if (!m_isAnyInPlace && m_picture.faults.empty()) {
+            m_picture.faults.emplace_back("this node has no initiator on the array");
+        }
         if (!m_hasPath) {
             m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
         }
@@ -99,12 +102,12 @@ private:
         for (const std::string& port : m_initiators.ports) {
             PictureItem& item = root.parts.emplace_back(ItemOf(FC_INITIATOR, port));
             std::string errorText;
+            const bool isInPlace = LookAtInitiator(item, FC_INITIATOR);
             const bool isOnline = m_api->IsOnlineFCInitiator(port, errorText) == 0;
-            LookAtInitiator(item, FC_INITIATOR);
             if (!isOnline && item.standing == Standing::Sound) {
                 Mark(item, Standing::Down, "the array does not see it online");
             }
-            m_hasPath = m_hasPath || item.standing == Standing::Sound;
+            m_hasPath = m_hasPath || (isInPlace && isOnline);
         }
         if (!m_initiators.iqn.empty()) {
             PictureItem& item = root.parts.emplace_back(ItemOf(ISCSI_INITIATOR, m_initiators.iqn));
@@ -118,12 +121,22 @@ private:
         }
     }
 
-    // Needed is an initiator that the record has; a node that goes by FC need not have its iSCSI name there.
-    void LookAtInitiator(PictureItem& item, const ObjectKind& kind)
+    // Needed are the recorded ports, and the iSCSI name where it is recorded, or none of this node's ports is.
+    bool IsNeeded(const std::string& initiator) const
     {
-        const bool isRecorded = item.id == m_record.iscsiInitiatorName || RecordedPorts(m_record).count(item.id) != 0;
+        const std::set<std::string> recorded = RecordedPorts(m_record);
+        const auto isRecorded = [&recorded](const std::string& port) { return recorded.count(port) != 0; };
+        return isRecorded(initiator) || initiator == m_record.iscsiInitiatorName ||
+               (initiator == m_initiators.iqn &&
+                std::none_of(m_initiators.ports.begin(), m_initiators.ports.end(), isRecorded));
+    }
+
+    // True when it is on a host of this node's.
+    bool LookAtInitiator(PictureItem& item, const ObjectKind& kind)
+    {
+        const bool isNeeded = IsNeeded(item.id);
         const auto lack = [&](const std::string& why) {
-            if (isRecorded) {
+            if (isNeeded) {
                 Fault(item, Standing::Missing, why);
             } else {
                 item.state = why;
@@ -138,12 +151,17 @@ private:
             const std::string why = "it is on host " + found->parentId + ", which is not this node's";
             if (m_record.hostId.empty()) {
                 Mark(item, Standing::Unrecorded, "it is on host " + found->parentId);
-            } else {
+            } else if (isNeeded) {
                 Fault(item, Standing::Foreign, why);
+            } else {
+                Mark(item, Standing::Unrecorded, why);
             }
         } else {
             item.state = "on host " + found->parentId;
+            m_isAnyInPlace = true;
+            return true;
         }
+        return false;
     }
 
     void AddSessions(PictureItem& initiator)
@@ -213,10 +231,19 @@ private:
         for (const ObjectKind* const kind : {&FC_INITIATOR, &ISCSI_INITIATOR}) {
             for (const std::string& id : m_objects.Initiators(*kind, host.id)) {
                 if (!m_initiators.Has(id)) {
-                    Fault(host.parts.emplace_back(ItemOf(*kind, id)), Standing::Foreign,
-                          "it is on this node's host and not this node's");
+                    AddStranger(host.parts.emplace_back(ItemOf(*kind, id)));
                 }
             }
+        }
+    }
+
+    // On this node's host: its own of former days, or another machine's, which sees this node's LUNs by it.
+    void AddStranger(PictureItem& initiator)
+    {
+        if (initiator.id == m_record.iscsiInitiatorName || RecordedPorts(m_record).count(initiator.id) != 0) {
+            Mark(initiator, Standing::Unrecorded, "this node had it once; it is another machine's by now, or nobody's");
+        } else {
+            Fault(initiator, Standing::Foreign, "it is on this node's host and not this node's");
         }
     }
 
@@ -252,7 +279,9 @@ private:
         const Leftovers leftovers(m_login, m_record, Leftovers::Gone::Kept);
         for (const Leftovers::Object& object : leftovers.Objects()) {
             Mark(root.parts.emplace_back(ItemOf(*object.kind, object.id, object.name)), Standing::Unrecorded,
-                 "left by an earlier run: zavctl tidy takes it apart");
+                 object.inUse.empty() ? "left by an earlier run: zavctl tidy takes it apart"
+                                      : "left by an earlier run, and in use: it " + boost::join(object.inUse, ", ") +
+                                            "; see zavctl tidy --dry-run");
         }
     }
 
@@ -264,6 +293,7 @@ private:
     const NodeInitiators m_initiators = NodeInitiators::Read();
     std::vector<std::string> m_hostsOfGroup;
     std::set<std::string_view> m_missing; // the words of the recorded kinds that do not stand
+    bool m_isAnyInPlace = false;          // of the initiators
     bool m_hasPath = false;
     NodePicture m_picture;
 };

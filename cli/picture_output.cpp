@@ -3,9 +3,11 @@
 #include "base/printable_text.h"
 #include "base/program.h"
 #include "cli/failure.h"
+#include "cli/farewell.h"
 
 #include <boost/algorithm/string/replace.hpp>
 
+#include <csignal>
 #include <stdexcept>
 
 namespace {
@@ -220,6 +222,7 @@ std::string PictureOutput::ToSvg(const NodePicture& picture)
 {
     try {
         Base::Program graphviz({"dot", "-Tsvg"}, {}, ToDot(picture));
+        const Farewell ended([&graphviz] { graphviz.Signal(SIGKILL); }); // a command leaves no other running
         if (graphviz.Wait() != 0) {
             throw Failure(ExitCode::Refused, "dot -Tsvg: " + graphviz.Errors());
         }

@@ -2,6 +2,7 @@
 
 #include "cli/array_login.h"
 #include "cli/environment_file.h"
+#include "cli/explanation.h"
 #include "cli/failure.h"
 #include "cli/node_look.h"
 #include "cli/options.h"
@@ -36,8 +37,7 @@ void Print(const NodePicture& picture, Form form)
     case Form::Wide:
         PictureOutput::PrintTree(picture, form == Form::Wide);
         break;
-    case Form::Json:
-        Report::Json(PictureOutput::ToJson(picture));
+    case Form::Json: // see Answer
         break;
     case Form::Dot:
         std::cout << PictureOutput::ToDot(picture) << std::flush;
@@ -57,19 +57,32 @@ Failure DriftOf(const NodePicture& picture, const ArrayLogin& login)
             login.Device().url + ": this node is not rightly prepared: " + boost::join(picture.faults, "; ")};
 }
 
-// A picture in JSON says all; a second answer behind it would be none that a script can read.
+// One answer for scripts, with the failure in it; for people the failure is told as any is.
+ExitCode Answer(Json::Value answer, const NodePicture& picture, const ArrayLogin& login)
+{
+    if (picture.faults.empty()) {
+        Report::Json(answer);
+        return ExitCode::Done;
+    }
+    const Explanation explanation = Explain(DriftOf(picture, login), {});
+    answer["error"] = ToJson(explanation);
+    Report::Json(answer);
+    Tell(explanation);
+    return explanation.exit;
+}
+
 ExitCode RunStatus(const StatusOptions& options)
 {
     const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const NodePicture picture = LookAtNode(login);
-    Print(picture, options.form);
-    if (picture.faults.empty()) {
-        return ExitCode::Done;
-    }
     if (options.form == Form::Json) {
-        return ExitCode::Drift;
+        return Answer(PictureOutput::ToJson(picture), picture, login);
     }
-    throw DriftOf(picture, login);
+    Print(picture, options.form);
+    if (!picture.faults.empty()) {
+        throw DriftOf(picture, login);
+    }
+    return ExitCode::Done;
 }
 
 ExitCode RunCheck(const CheckOptions& options)
@@ -79,8 +92,7 @@ ExitCode RunCheck(const CheckOptions& options)
     if (options.format == Report::Format::Json) {
         Json::Value answer = PictureOutput::ToJson(picture);
         answer.removeMember("node");
-        Report::Json(answer);
-        return picture.faults.empty() ? ExitCode::Done : ExitCode::Drift;
+        return Answer(answer, picture, login);
     }
     if (!picture.faults.empty()) {
         throw DriftOf(picture, login);

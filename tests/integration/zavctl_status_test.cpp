@@ -118,11 +118,23 @@ TEST_F(ZavctlStatusTest, InitiatorOfAnotherNodeOnOurHostIsForeign)
                                          "host and not this node's\n"));
 }
 
+TEST_F(ZavctlStatusTest, NameThatThisNodeHadOnceIsNoFaultAndItsNewOneIsMissed)
+{
+    Prepare();
+    SetInitiatorFile("InitiatorName=iqn.2020-01.local.node:02\n");
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output,
+                HasSubstr("├─ iSCSI initiator iqn.2020-01.local.node:02  missing: the array does not have it\n"));
+    EXPECT_THAT(status.output, HasSubstr(std::string(NODE_IQN) + "  not recorded: this node had it once; it is another "
+                                                                 "machine's by now, or nobody's\n"));
+}
+
 TEST_F(ZavctlStatusTest, NodeThatWasNeverPreparedLacksAll)
 {
     const Base::ProgramResult status = Status("table");
     EXPECT_EQ(10, status.status);
-    EXPECT_THAT(status.output, HasSubstr("  the array does not have it\n│  └─ portal "));
+    EXPECT_THAT(status.output, HasSubstr("  missing: the array does not have it\n│  └─ portal "));
     for (const char* const kind : {"host", "host group", "mapping view", "LUN group"}) {
         EXPECT_THAT(status.output, HasSubstr("└─ " + std::string(kind) + "  missing: none is recorded\n"));
     }
@@ -146,6 +158,8 @@ TEST_F(ZavctlStatusTest, ScriptsGetTheSameAsJson)
     EXPECT_EQ(10, check.status);
     const Json::Value broken = ParseJsonText(check.output);
     EXPECT_FALSE(broken["prepared"].asBool());
+    EXPECT_EQ(10, broken["error"]["exit"].asInt());
+    EXPECT_THAT(check.errors, HasSubstr("zavctl: remedy: run zavctl init again;"));
     ASSERT_EQ(1U, broken["faults"].size());
     EXPECT_THAT(broken["faults"][0].asString(), EndsWith(": the array has none of this id"));
 }
