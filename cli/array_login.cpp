@@ -103,9 +103,13 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         }
         int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
         const std::string reason = ReasonOf(errorText, code); // of the first address
+        const bool isFull = code == SESSION_LIMIT_REACHED;
         if (keeper.CheckIfNeedToRetry(code)) {
             const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
             code = others == ResultCode::FAILED ? code : others; // there was none
+        }
+        if (isFull && api == nullptr) { // it is the same array, at an address that is dead or as full
+            code = SESSION_LIMIT_REACHED;
         }
         m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
         if (api != nullptr) {

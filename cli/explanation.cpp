@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "cli/remedies.h"
 #include "cli/report.h"
+#include "common/result_codes.h"
 
 #include <algorithm>
 #include <array>
@@ -163,6 +164,7 @@ std::string OtherAddresses(const Lines& lines)
     constexpr std::string_view BEFORE_WHY = ", error msg is ";
     constexpr std::string_view BEFORE_CODE = ", error code is ";
     std::vector<std::pair<std::string, std::string>> reasons; // by url
+    const std::string transport = std::to_string(ResultCode::TRANSPORT_ERROR);
     for (const LogTail::Line& line : lines) {
         const auto rest = Behind(line.text, BEFORE_URL);
         const std::size_t why = rest ? rest->find(BEFORE_WHY) : std::string_view::npos;
@@ -174,7 +176,13 @@ std::string OtherAddresses(const Lines& lines)
         const std::size_t start = why + BEFORE_WHY.size();
         const auto known =
             std::find_if(reasons.begin(), reasons.end(), [&url](const auto& each) { return each.first == url; });
-        const std::string reason(rest->substr(start, code - start));
+        const std::string number(rest->substr(code + BEFORE_CODE.size()));
+        std::string reason(rest->substr(start, code - start));
+        if (number == std::to_string(ResultCode::FAILED)) { // whose text may be that of the address before
+            reason = "the answer is of no use";
+        } else if (number != transport) { // which says nothing more than the text
+            reason += " (" + number + ")";
+        }
         if (known == reasons.end()) {
             reasons.emplace_back(url, reason);
         } else {

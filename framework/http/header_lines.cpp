@@ -57,7 +57,7 @@ HeaderLines::HeaderLines(const TMSHttpRequest& request)
 
 HeaderLines::~HeaderLines()
 {
-    Secret::WipeOnce(m_text);
+    Secret::Wipe(m_text);
 }
 
 void HeaderLines::Add(std::string_view name, std::string_view separator, std::string_view value)

@@ -129,6 +129,8 @@ TEST_F(ZavctlLoginFailuresTest, LimitOfSessions)
                       ": as many sessions as the array takes stand on it: waiting for one to end",
                   "run the command again later; where it stays so, have the array's administrator end sessions that "
                   "are abandoned, none that is in use"});
+    const std::string all = "\"" + array.Options().managementIps.back() + "\"]";
+    Change(env, all, all.substr(0, all.size() - 1) + ", \"" + Address(5) + "\"]"); // where nobody listens
     const auto second = StartZavctl({"inventory", "--env", env});
     second->AwaitError("waiting for one to end");
     first->Signal(SIGTERM);
@@ -185,6 +187,23 @@ TEST_F(ZavctlLoginFailuresTest, ThreeDeadAddresses)
     }
     ExpectEnding({"inventory", "--env", env}, {8, Cause(env, Address(0), tried), NOTHING_IN_TIME},
                  AFTER_THREE_ADDRESSES);
+}
+
+TEST_F(ZavctlLoginFailuresTest, RemedyIsForTheAddressThatDecides)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(1)};
+    const Array& array = StartArray(options);
+    const std::string env = EnvironmentFor({Address(0), Address(1)});
+    Change(env, "\"admin\"", "\"nobody\"");
+    ExpectEnding(
+        {"inventory", "--env", env},
+        {6,
+         Cause(env, Address(0),
+               Request("https://" + Address(0) + ":8088") + "Failed to connect to " + Address(0) +
+                   " port 8088 after N ms: Couldn't connect to server: Connection refused (libcurl 7); nor at " +
+                   array.Url() + ": The user name or the password is wrong: user \"nobody\" (1090519041)"),
+         WRONG_USER});
 }
 
 TEST_F(ZavctlLoginFailuresTest, NameThatDoesNotResolve)
