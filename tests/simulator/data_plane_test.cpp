@@ -1,11 +1,10 @@
 #include "standin/iscsi_link.h"
 #include "tests/simulator/support/iscsi_disk.h"
+#include "tests/simulator/support/own_address.h"
 #include "tests/simulator/support/running_simulation.h"
 #include "tests/support/process.h"
 
 #include <gmock/gmock.h>
-
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -51,12 +50,7 @@ protected:
         EXPECT_EQ(0, RunToEnd({ZAVSIM_TARGET, "stop", "--folder", folder.File("t")}).status);
     }
 
-    static std::string Address(int last)
-    {
-        const int number = static_cast<int>(::getpid());
-        return "127." + std::to_string(192 + number / 65536 % 63) + "." + std::to_string(number / 256 % 256) + "." +
-               std::to_string(number % 84 * 3 + last);
-    }
+    static std::string Address(unsigned int number) { return OwnAddress(192, number); }
 
     /// A node as a client of the array prepares it.
     struct Node {

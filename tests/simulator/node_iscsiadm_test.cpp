@@ -1,3 +1,4 @@
+#include "tests/simulator/support/own_address.h"
 #include "tests/support/files.h"
 #include "tests/support/process.h"
 
@@ -45,12 +46,7 @@ protected:
         }
     }
 
-    static std::string Address(int last)
-    {
-        const int number = static_cast<int>(::getpid());
-        return "127." + std::to_string(64 + number / 65536 % 128) + "." + std::to_string(number / 256 % 256) + "." +
-               std::to_string(number % 84 * 3 + last);
-    }
+    static std::string Address(unsigned int number) { return OwnAddress(64, number); }
 
     static std::string Name(const std::string& address) { return "iqn.2020-01.example.zavsim:a:b:c:d:" + address; }
 
