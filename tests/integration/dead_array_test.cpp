@@ -2,7 +2,7 @@
 #include "rest/zav_rest_api.h"
 #include "tests/integration/stage.h"
 #include "tests/support/full_listener.h"
-#include "tests/support/sanitizers.h"
+#include "tests/support/slowness.h"
 
 #include <gmock/gmock.h>
 
@@ -10,12 +10,6 @@
 #include <future>
 
 namespace {
-
-#if defined(SANITIZES_ADDRESSES) || defined(SANITIZES_THREADS)
-constexpr double SLOWNESS = 3;
-#else
-constexpr double SLOWNESS = 1;
-#endif
 
 using Clock = std::chrono::steady_clock;
 

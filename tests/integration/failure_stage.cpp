@@ -1,4 +1,5 @@
 #include "tests/integration/failure_stage.h"
+#include "tests/support/slowness.h"
 
 #include <boost/filesystem/operations.hpp>
 
@@ -11,12 +12,6 @@
 #include <stdexcept>
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double SLOWNESS = 3;
-#else
-constexpr double SLOWNESS = 1;
-#endif
 
 std::vector<std::string> LastTwoLines(const std::string& text)
 {

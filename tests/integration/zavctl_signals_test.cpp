@@ -1,5 +1,5 @@
 #include "tests/integration/stage.h"
-#include "tests/support/sanitizers.h"
+#include "tests/support/slowness.h"
 
 #include <gmock/gmock.h>
 
@@ -17,12 +17,6 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 namespace {
-
-#if defined(SANITIZES_ADDRESSES) || defined(SANITIZES_THREADS)
-constexpr double SLOWNESS = 4; // of everything but the waits
-#else
-constexpr double SLOWNESS = 1;
-#endif
 
 /// Signals in the middle of a command: it ends soon, and leaves neither session nor child.
 class ZavctlSignalsTest : public Stage {
