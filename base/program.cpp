@@ -1,10 +1,10 @@
 #include "base/program.h"
 
 #include "base/files.h"
+#include "base/spawn.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -51,39 +51,6 @@ std::string ReadFromBegin(const Descriptor& file)
     return text;
 }
 
-/// What is done in the child between fork and exec. Functions of the lists fail for want of memory only.
-class Preparation {
-public:
-    Preparation(int input, int output, int errors)
-    {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawn_file_actions_adddup2(&m_actions, input, STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&m_actions, errors, STDERR_FILENO);
-        posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    Preparation(const Preparation&) = delete;
-    Preparation& operator=(const Preparation&) = delete;
-    ~Preparation()
-    {
-        posix_spawn_file_actions_destroy(&m_actions);
-        posix_spawnattr_destroy(&m_attributes);
-    }
-
-    const posix_spawn_file_actions_t* Actions() const { return &m_actions; }
-    const posix_spawnattr_t* Attributes() const { return &m_attributes; }
-
-private:
-    posix_spawn_file_actions_t m_actions;
-    posix_spawnattr_t m_attributes;
-};
-
 } // namespace
 
 std::vector<char*> CTexts(std::vector<std::string>& texts)
@@ -126,10 +93,14 @@ Program::Program(const std::vector<std::string>& words, const std::vector<std::s
     , m_errors(MakeMemoryFile("errors"))
 {
     const Descriptor inputFile = InputFile(input);
-    const Preparation preparation(inputFile.Get(), m_output.Get(), m_errors.Get());
+    SpawnActions actions;
+    posix_spawn_file_actions_adddup2(actions.Get(), inputFile.Get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(actions.Get(), m_output.Get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(actions.Get(), m_errors.Get(), STDERR_FILENO);
+    const SpawnAttributes attributes(ProcessGroup::Parents);
     std::vector<std::string> arguments = words;
     std::vector<std::string> environment = EnvironmentWith(settings);
-    const int error = ::posix_spawnp(&m_pid, words.front().c_str(), preparation.Actions(), preparation.Attributes(),
+    const int error = ::posix_spawnp(&m_pid, words.front().c_str(), actions.Get(), attributes.Get(),
                                      CTexts(arguments).data(), CTexts(environment).data());
     if (error != 0) {
         m_pid = -1;

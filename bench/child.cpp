@@ -1,9 +1,9 @@
 #include "bench/child.h"
 
 #include "base/program.h"
+#include "base/spawn.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,14 +20,12 @@ double Seconds(const timeval& time)
 
 pid_t Start(std::vector<std::string>& words)
 {
-    posix_spawn_file_actions_t actions = {};
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+    Base::SpawnActions actions;
+    posix_spawn_file_actions_addopen(actions.Get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(actions.Get(), STDOUT_FILENO, STDERR_FILENO);
     pid_t child = -1;
     const int error =
-        posix_spawnp(&child, words.front().c_str(), &actions, nullptr, Base::CTexts(words).data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+        posix_spawnp(&child, words.front().c_str(), actions.Get(), nullptr, Base::CTexts(words).data(), environ);
     if (error != 0) {
         throw std::runtime_error(words.front() + " cannot be started");
     }

@@ -1,11 +1,11 @@
 #include "framework/shell/child_process.h"
 
 #include "base/program.h"
+#include "base/spawn.h"
 #include "framework/shell/running_commands.h"
 #include "framework/support/immortal.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,60 +43,23 @@ int MakePipe(Base::Descriptor& readEnd, Base::Descriptor& writeEnd)
     return 0;
 }
 
-/// What is done in the child between fork and exec. Functions of the list fail for want of memory only.
-class FileActions {
-public:
-    FileActions() { posix_spawn_file_actions_init(&m_actions); }
-    FileActions(const FileActions&) = delete;
-    FileActions& operator=(const FileActions&) = delete;
-    ~FileActions() { posix_spawn_file_actions_destroy(&m_actions); }
-
-    int Set(int output, int error, int status)
-    {
-        const std::array<int, 6> results = {
-            posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0),
-            posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO),
-            posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0),
-            posix_spawn_file_actions_adddup2(&m_actions, status, STATUS_FD),
-            posix_spawn_file_actions_adddup2(&m_actions, error, ERROR_FD),
-            posix_spawn_file_actions_addclosefrom_np(&m_actions, FIRST_CLOSED_FD),
-        };
-        for (const int result : results) {
-            if (result != 0) {
-                return result;
-            }
+int SetActions(Base::SpawnActions& actions, int output, int error, int status)
+{
+    const std::array<int, 6> results = {
+        posix_spawn_file_actions_addopen(actions.Get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0),
+        posix_spawn_file_actions_adddup2(actions.Get(), output, STDOUT_FILENO),
+        posix_spawn_file_actions_addopen(actions.Get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0),
+        posix_spawn_file_actions_adddup2(actions.Get(), status, STATUS_FD),
+        posix_spawn_file_actions_adddup2(actions.Get(), error, ERROR_FD),
+        posix_spawn_file_actions_addclosefrom_np(actions.Get(), FIRST_CLOSED_FD),
+    };
+    for (const int result : results) {
+        if (result != 0) {
+            return result;
         }
-        return 0;
     }
-
-    const posix_spawn_file_actions_t* Get() const { return &m_actions; }
-
-private:
-    posix_spawn_file_actions_t m_actions;
-};
-
-class Attributes {
-public:
-    Attributes()
-    {
-        posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        posix_spawnattr_setpgroup(&m_attributes, 0);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
-    ~Attributes() { posix_spawnattr_destroy(&m_attributes); }
-
-    const posix_spawnattr_t* Get() const { return &m_attributes; }
-
-private:
-    posix_spawnattr_t m_attributes;
-};
+    return 0;
+}
 
 } // namespace
 
@@ -108,12 +71,12 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     int result = MakePipe(m_pipes.output, output);
     result = result == 0 ? MakePipe(m_pipes.error, error) : result;
     result = result == 0 ? MakePipe(m_pipes.status, status) : result;
-    FileActions actions;
-    result = result == 0 ? actions.Set(output.Get(), error.Get(), status.Get()) : result;
+    Base::SpawnActions actions;
+    result = result == 0 ? SetActions(actions, output.Get(), error.Get(), status.Get()) : result;
     if (result != 0) {
         return result;
     }
-    const Attributes attributes;
+    const Base::SpawnAttributes attributes(Base::ProcessGroup::Own);
     std::vector<std::string> arguments = {"sh", "-c", SCRIPT, "/bin/sh", command};
     std::vector<std::string> variables = environment;
     result = ECANCELED; // unless it is started
