@@ -4,6 +4,7 @@
 
 #include <boost/asio/ip/address.hpp>
 
+#include <algorithm>
 #include <iostream>
 #include <stdexcept>
 
@@ -78,6 +79,10 @@ void Acceptor::Forget(Connection& connection)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     m_connections.erase(&connection);
+    if (m_toldAt != 0 && m_connections.size() <= m_toldAt / 2 && !m_isClosed) {
+        std::cerr << "zavsim: " + m_url + ": connections are taken at once again\n" << std::flush;
+        m_toldAt = 0;
+    }
     if (m_isFull) {
         m_isFull = false;
         AcceptNext();
@@ -91,16 +96,23 @@ void Acceptor::AcceptNext()
     }
     if (m_connections.size() >= m_limits.connections) {
         m_isFull = true; // the rest waits in the system's queue
-        if (!m_hasToldFull) {
-            m_hasToldFull = true;
-            std::cerr << "zavsim: " << m_url << ": " << m_limits.connections
-                      << " connections are open, the limit: more of them wait" << std::endl;
-        }
+        TellThatMoreWait("the limit", "--connections allows more");
         return;
     }
     m_acceptor->async_accept(m_threads.Next(), [self = shared_from_this()](const auto& error, auto socket) {
         self->OnAccepted(error, Tcp::socket(std::move(socket)));
     });
+}
+
+void Acceptor::TellThatMoreWait(const std::string& cause, const std::string& remedy)
+{
+    if (m_toldAt != 0) {
+        return;
+    }
+    std::cerr << "zavsim: " + m_url + ": " + std::to_string(m_connections.size()) + " connections are open, " + cause +
+                     ": more of them wait until one ends; " + remedy + "\n"
+              << std::flush;
+    m_toldAt = std::max<std::size_t>(m_connections.size(), 1);
 }
 
 void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket socket)
@@ -118,6 +130,7 @@ void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket so
             m_connections.emplace(connection.get(), connection);
         }
         if (error && error != asio::error::connection_aborted) { // no descriptor is left, for one
+            TellThatMoreWait(error.message(), "ulimit -n allows more files");
             m_rest->expires_after(REST_AFTER_FAILURE);
             m_rest->async_wait([self = shared_from_this()](const auto&) {
                 const std::lock_guard<std::mutex> again(self->m_lock);

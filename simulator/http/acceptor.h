@@ -61,7 +61,8 @@ public:
     void Forget(Connection& connection);
 
 private:
-    void AcceptNext(); // requires m_lock
+    void AcceptNext();                                                          // requires m_lock
+    void TellThatMoreWait(const std::string& cause, const std::string& remedy); // requires m_lock
     void OnAccepted(const boost::system::error_code& error, Tcp::socket socket);
 
     IoThreads& m_threads;
@@ -76,7 +77,9 @@ private:
     std::optional<boost::asio::steady_timer> m_rest; // guarded by m_lock; before another try after a failed accept
     std::map<Connection*, std::weak_ptr<Connection>> m_connections; // guarded by m_lock
     bool m_isFull = false;                                          // guarded by m_lock; no accept is under way
-    bool m_hasToldFull = false;                                     // guarded by m_lock
+    // Guarded by m_lock. How many connections were open when it was told that more wait; 0 when that is over, which it
+    // is once no more than half of them are left: each one that ends lets in one that waits.
+    std::size_t m_toldAt = 0;
 };
 
 } // namespace ZavSim

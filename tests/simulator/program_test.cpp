@@ -5,6 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
 #include <csignal>
 #include <fstream>
 #include <regex>
@@ -127,6 +130,56 @@ TEST_F(ProgramTest, LunsThatNobodyTouchedCostNoMemory)
         return kilobytes;
     };
     EXPECT_LT(residentKilobytes("10000000"), residentKilobytes("16") + 10000) << "not one byte for each of ten million";
+}
+
+TEST_F(ProgramTest, ConnectionLimitIsToldOnceEachTimeItIsMet)
+{
+    constexpr int LIMIT = 4;
+    Process zavsim({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--connections", std::to_string(LIMIT)});
+    zavsim.AwaitOutput("\n");
+    const std::string url = UrlOf(zavsim);
+    std::vector<std::unique_ptr<ArrayClient>> clients;
+    const auto connect = [&clients, &url] {
+        clients.push_back(std::make_unique<ArrayClient>(url));
+        EXPECT_CODE(Code::Success, clients.back()->Login());
+    };
+    std::string told;
+    for (int time = 0; time < 2; ++time) {
+        for (int i = 0; i < LIMIT; ++i) {
+            EXPECT_EQ(told, zavsim.Errors());
+            connect();
+        }
+        told += "zavsim: " + url +
+                ": 4 connections are open, the limit: more of them wait until one ends; --connections allows more\n";
+        zavsim.AwaitError(told);
+        clients.pop_back();
+        connect(); // it takes the place that is free
+        EXPECT_EQ(told, zavsim.Errors());
+        clients.clear();
+        told += "zavsim: " + url + ": connections are taken at once again\n";
+        zavsim.AwaitError(told);
+    }
+}
+
+TEST_F(ProgramTest, WantOfDescriptorsIsToldAsWell)
+{
+    namespace asio = boost::asio;
+    constexpr int FILES = 32;
+    Process zavsim({"/bin/sh", "-c", "ulimit -n " + std::to_string(FILES) + R"(; exec "$@")", "sh", ZAVSIM_PROGRAM,
+                    "--listen", "http://127.0.0.1:0"});
+    zavsim.AwaitOutput("\n");
+    const std::string url = UrlOf(zavsim);
+    const auto port = static_cast<unsigned short>(std::stoi(url.substr(url.rfind(':') + 1)));
+    asio::io_context context;
+    std::vector<asio::ip::tcp::socket> connections;
+    for (int i = 0; i < FILES; ++i) {
+        connections.emplace_back(context).connect({asio::ip::address_v4::loopback(), port});
+    }
+    zavsim.AwaitError("more of them wait until one ends; ulimit -n allows more files\n");
+    EXPECT_THAT(zavsim.Errors(), MatchesRegex("zavsim: " + url +
+                                              ": [0-9]+ connections are open, Too many open files: more of them .*\n"));
+    connections.clear();
+    zavsim.AwaitError("zavsim: " + url + ": connections are taken at once again\n");
 }
 
 TEST_F(ProgramTest, AddressInUseEndsItWithAMessage)
