@@ -2,12 +2,13 @@
 
 #include <boost/thread/thread.hpp>
 
+#include <ctime>
+
 namespace TimeSource {
 
 std::int64_t WallSeconds()
 {
-    const auto sinceEpoch = boost::chrono::system_clock::now().time_since_epoch();
-    return boost::chrono::duration_cast<boost::chrono::seconds>(sinceEpoch).count();
+    return std::time(nullptr);
 }
 
 boost::chrono::steady_clock::time_point SteadyNow()

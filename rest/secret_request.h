@@ -14,7 +14,7 @@ inline void InsertSecretHeader(TMSHttpRequest& request, const std::string& name,
 {
     std::pair<std::string, std::string> header(name, value);
     const Secret::ScopedWipe wipeValue(header.second);
-    request.headers.insert(header);
+    request.headers.insert(std::move(header));
 }
 
 /// A request that wipes its body and its headers' values when it is released: passwords, cookies and tokens.

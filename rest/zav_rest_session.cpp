@@ -21,9 +21,14 @@ const std::string LOG_MODULE = "ZavRestApi";
 
 constexpr unsigned int REQUEST_TIMEOUT_SECONDS = 90;
 
+// The rate guard's settings, which it reads for each request.
+const std::string GUARD_SECTION = "BackupNode";
+const std::string GUARD_INTERVAL = "DosRequestInterval"; // seconds
+const std::string GUARD_LIMIT = "DosRequestCount";
+
 int DosRequestInterval()
 {
-    return ConfigReader::getInt("BackupNode", "DosRequestInterval", true);
+    return ConfigReader::getInt(GUARD_SECTION, GUARD_INTERVAL, true);
 }
 
 std::string LoginBody(const std::string& userName, const std::string& password)
@@ -111,7 +116,10 @@ void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& re
 {
     request.optionText = m_optionText;
     const std::lock_guard<std::mutex> guard(m_sessionLock);
-    request.url = m_baseUrl + "/deviceManager/rest/" + m_deviceId + "/" + resource;
+    constexpr std::string_view PATH = "/deviceManager/rest/";
+    request.url.clear();
+    request.url.reserve(m_baseUrl.size() + PATH.size() + m_deviceId.size() + 1 + resource.size());
+    request.url.append(m_baseUrl).append(PATH).append(m_deviceId).append(1, '/').append(resource);
     InsertSecretHeader(request, "Cookie", m_cookie);
     InsertSecretHeader(request, "iBaseToken", m_token);
 }
@@ -120,7 +128,7 @@ bool ZavRestApi::CheckDosAttack()
 {
     const boost::lock_guard<boost::recursive_mutex> guard(m_guardLock);
     const int interval = DosRequestInterval();
-    const int limit = ConfigReader::getInt("BackupNode", "DosRequestCount", true);
+    const int limit = ConfigReader::getInt(GUARD_SECTION, GUARD_LIMIT, true);
     const std::int64_t now = TimeSource::WallSeconds();
 
     // All comparisons are unsigned: a clock that went backwards makes the distance huge and so restarts the count, and

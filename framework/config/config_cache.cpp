@@ -46,7 +46,7 @@ std::shared_ptr<const ConfigValues> ConfigCache::Current()
 std::shared_ptr<const ConfigValues> ConfigCache::Recent()
 {
     {
-        const std::string path = ConfigFilePath();
+        const char* const path = ConfigFilePath();
         const std::lock_guard<std::mutex> guard(m_mutex);
         const std::int64_t age = Nanoseconds(CLOCK_MONOTONIC_COARSE) - m_lookedNanoseconds;
         if (m_values != nullptr && path == m_path && age < MOMENT_NANOSECONDS) {
@@ -58,7 +58,7 @@ std::shared_ptr<const ConfigValues> ConfigCache::Recent()
 
 std::shared_ptr<const ConfigValues> ConfigCache::Refresh(std::vector<std::string>& problems)
 {
-    const std::string path = ConfigFilePath();
+    const char* const path = ConfigFilePath();
     const std::int64_t lookedNanoseconds = Nanoseconds(CLOCK_MONOTONIC_COARSE);
     const FileState state = LookAtFile(path);
     const std::lock_guard<std::mutex> guard(m_mutex);
@@ -69,7 +69,7 @@ std::shared_ptr<const ConfigValues> ConfigCache::Refresh(std::vector<std::string
     return m_values;
 }
 
-bool ConfigCache::IsFresh(const std::string& path, const FileState& state) const
+bool ConfigCache::IsFresh(const char* path, const FileState& state) const
 {
     return m_values != nullptr && m_isSettled && path == m_path && state == m_state;
 }

@@ -27,7 +27,7 @@ public:
 
 private:
     std::shared_ptr<const ConfigValues> Refresh(std::vector<std::string>& problems);
-    bool IsFresh(const std::string& path, const FileState& state) const;           // requires m_mutex
+    bool IsFresh(const char* path, const FileState& state) const;                  // requires m_mutex
     void Read(const std::string& path, std::vector<std::string>& problems);        // requires m_mutex
     void Accept(const ConfigReading& reading, std::vector<std::string>& problems); // requires m_mutex
     void Publish(ConfigValues values);                                             // requires m_mutex

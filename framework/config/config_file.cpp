@@ -3,6 +3,7 @@
 #include "base/descriptor.h"
 #include "base/files.h"
 #include "framework/support/executable_root.h"
+#include "framework/support/immortal.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -40,6 +41,10 @@ FileState FailedState(int error)
     return state;
 }
 
+struct ProductsFile {
+    const std::string path = ExecutableRoot() + "/conf/backupnode.ini";
+};
+
 } // namespace
 
 bool FileState::operator==(const FileState& other) const
@@ -51,16 +56,16 @@ bool FileState::operator==(const FileState& other) const
     return members(*this) == members(other);
 }
 
-std::string ConfigFilePath()
+const char* ConfigFilePath()
 {
     const char* const path = std::getenv("PRODUCT_STORAGE_CONFIG");
-    return path != nullptr && *path != '\0' ? path : ExecutableRoot() + "/conf/backupnode.ini";
+    return path != nullptr && *path != '\0' ? path : Immortal<ProductsFile>().path.c_str();
 }
 
-FileState LookAtFile(const std::string& path)
+FileState LookAtFile(const char* path)
 {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 ? StateOf(status) : FailedState(errno);
+    return ::stat(path, &status) == 0 ? StateOf(status) : FailedState(errno);
 }
 
 void ReadConfigText(const std::string& path, std::string& text, FileState& state)

@@ -6,8 +6,9 @@
 
 namespace Framework {
 
-/// The file that is read: the one that the environment names, else the product's.
-std::string ConfigFilePath();
+/// The file that is read: the one that the environment names, else the product's. The text is good for as long as the
+/// environment stays as it is; it costs no memory.
+const char* ConfigFilePath();
 
 /// What stat says of a file; a changed file has another state.
 struct FileState {
@@ -22,7 +23,7 @@ struct FileState {
     bool operator!=(const FileState& other) const { return !(*this == other); }
 };
 
-FileState LookAtFile(const std::string& path);
+FileState LookAtFile(const char* path);
 
 /// Reads the file. `state` is that of the very file that was read; its error is that of the reading.
 void ReadConfigText(const std::string& path, std::string& text, FileState& state);

@@ -29,7 +29,7 @@ std::vector<std::string> ReadStrictly(ConfigValues& values)
     // A program would find out when it connects, and fail then: nothing else is trusted in the file's place.
     for (const SettingId setting : {SettingId::HttpCaFile, SettingId::CertTrustStore}) {
         const std::string& named = values.Of(setting).text;
-        const int error = named.empty() ? 0 : LookAtFile(named).error;
+        const int error = named.empty() ? 0 : LookAtFile(named.c_str()).error;
         if (error != 0) {
             const SettingSpec& spec = SpecOf(setting);
             reading.problems.push_back(path + ": [" + std::string(spec.section) + "] " + std::string(spec.key) +

@@ -27,7 +27,7 @@ inline TlsTrust LookAtTrust(const ConfigValues& config)
     trust.isVerified = config.Of(SettingId::HttpVerifyPeer).number != 0;
     trust.caFile = config.Of(SettingId::HttpCaFile).text;
     if (trust.isVerified && !trust.caFile.empty()) {
-        trust.caState = LookAtFile(trust.caFile);
+        trust.caState = LookAtFile(trust.caFile.c_str());
     }
     return trust;
 }
