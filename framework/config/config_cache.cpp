@@ -108,9 +108,9 @@ void ConfigCache::Accept(const ConfigReading& reading, std::vector<std::string>&
 
 void ConfigCache::Publish(ConfigValues values)
 {
-    values.generation = m_generation.load(std::memory_order_relaxed) + 1;
+    values.generation = generation.load(std::memory_order_relaxed) + 1;
     m_values = std::make_shared<const ConfigValues>(std::move(values));
-    m_generation.store(m_values->generation, std::memory_order_release);
+    generation.store(m_values->generation, std::memory_order_release);
 }
 
 } // namespace Framework

@@ -23,7 +23,8 @@ public:
     /// The same, but the file is not looked at again when that was done a moment ago.
     std::shared_ptr<const ConfigValues> Recent();
 
-    std::uint64_t Generation() const noexcept { return m_generation.load(std::memory_order_acquire); }
+    /// Of the values that were read last in this process; 0 before the first. Costs a load.
+    static std::uint64_t Generation() noexcept { return generation.load(std::memory_order_acquire); }
 
 private:
     std::shared_ptr<const ConfigValues> Refresh(std::vector<std::string>& problems);
@@ -39,7 +40,8 @@ private:
     bool m_isSettled = false;                     // guarded by m_mutex; m_state tells every later change
     std::int64_t m_lookedNanoseconds = 0;         // guarded by m_mutex; when m_state was last seen, by a steady clock
     std::shared_ptr<const ConfigValues> m_values; // guarded by m_mutex; null before the first read
-    std::atomic<std::uint64_t> m_generation = 0;  // of m_values; written under m_mutex
+
+    inline static std::atomic<std::uint64_t> generation = 0; // written under m_mutex of the process's only object
 };
 
 } // namespace Framework

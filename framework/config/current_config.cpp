@@ -1,6 +1,5 @@
 #include "framework/config/current_config.h"
 
-#include "framework/config/config_cache.h"
 #include "framework/support/immortal.h"
 
 namespace Framework::Config {
@@ -28,11 +27,6 @@ bool ReadFlag(SettingId setting)
 std::string ReadPath(SettingId setting)
 {
     return Current()->Of(setting).text;
-}
-
-std::uint64_t Generation() noexcept
-{
-    return Immortal<ConfigCache>().Generation();
 }
 
 } // namespace Framework::Config

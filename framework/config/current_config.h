@@ -1,6 +1,7 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_CONFIG_CURRENT_CONFIG_H
 #define PRODUCT_STORAGE_FRAMEWORK_CONFIG_CURRENT_CONFIG_H
 
+#include "framework/config/config_cache.h"
 #include "framework/config/config_values.h"
 
 #include <cstdint>
@@ -22,8 +23,11 @@ std::int64_t ReadInteger(SettingId setting);
 bool ReadFlag(SettingId setting);
 std::string ReadPath(SettingId setting);
 
-/// Changes whenever a read saw new values. Costs an atomic load.
-std::uint64_t Generation() noexcept;
+/// Changes whenever a read saw new values. Costs a load.
+inline std::uint64_t Generation() noexcept
+{
+    return ConfigCache::Generation();
+}
 
 } // namespace Framework::Config
 

@@ -3,11 +3,22 @@
 
 #include "framework/log/log_record.h"
 
+#include <atomic>
+
 /// The listeners of the process's threads. Any thread may call.
 namespace Framework::Listeners {
 
+/// How many there are. Where there are none, which is usual, no thread has to look for its own.
+inline std::atomic<int> count = 0;
+
+/// Whether the calling thread's own hears lines of `level`.
+bool OwnWants(int level) noexcept;
+
 /// Whether the calling thread has one that hears lines of `level`.
-bool Want(int level) noexcept;
+inline bool Want(int level) noexcept
+{
+    return count.load(std::memory_order_relaxed) != 0 && OwnWants(level);
+}
 
 /// Lets the calling thread's listener hear it. Throws std::bad_alloc.
 void Tell(const LogRecord& record);

@@ -33,7 +33,7 @@ std::int64_t MicrosecondsNow()
 
 namespace Framework::Listeners {
 
-bool Want(int level) noexcept
+bool OwnWants(int level) noexcept
 {
     return ownEar != nullptr && level >= ownEar->level;
 }
@@ -62,10 +62,12 @@ LogListener::LogListener(int level, std::size_t most)
     m_ear->level = level;
     m_ear->most = most;
     ownEar = m_ear.get();
+    Framework::Listeners::count.fetch_add(1, std::memory_order_relaxed);
 }
 
 LogListener::~LogListener()
 {
+    Framework::Listeners::count.fetch_sub(1, std::memory_order_relaxed);
     ownEar = nullptr;
 }
 

@@ -3,9 +3,6 @@
 #include "base/descriptor.h"
 #include "base/files.h"
 #include "base/printable_text.h"
-#include "framework/config/current_config.h"
-#include "framework/log/listeners.h"
-#include "framework/support/immortal.h"
 
 #include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
@@ -26,7 +23,6 @@ namespace Framework {
 
 namespace {
 
-constexpr std::int64_t LOOK_SECONDS = 1;
 constexpr std::int64_t REOPEN_SECONDS = 10;
 
 // Moves in steps of a few milliseconds, and costs no system call.
@@ -57,30 +53,9 @@ void WriteToStandardError(std::string line)
 
 } // namespace
 
-LogOutput& LogOutput::Instance() noexcept
-{
-    return Immortal<LogOutput>();
-}
-
 LogOutput::LogOutput()
     : m_personLevel(PersonLevel(NO_LEVEL))
 {
-}
-
-bool LogOutput::Wants(int level) noexcept
-{
-    if (Config::Generation() != m_generation.load(std::memory_order_relaxed) || IsLookDue()) {
-        Look();
-    }
-    return level >= m_threshold.load(std::memory_order_relaxed) || Listeners::Want(level);
-}
-
-// True for one of the threads that ask in the same second.
-bool LogOutput::IsLookDue() noexcept
-{
-    const std::int64_t now = MonotonicSeconds();
-    std::int64_t due = m_nextLookSeconds.load(std::memory_order_relaxed);
-    return now >= due && m_nextLookSeconds.compare_exchange_strong(due, now + LOOK_SECONDS, std::memory_order_relaxed);
 }
 
 void LogOutput::Look() noexcept
@@ -89,7 +64,7 @@ void LogOutput::Look() noexcept
         // Without the lock: a problem of the file is logged in here, by way of this very object.
         const auto values = Config::Current();
         const std::lock_guard<std::mutex> guard(m_mutex);
-        if (values->generation > m_generation.load(std::memory_order_relaxed)) {
+        if (values->generation > generation.load(std::memory_order_relaxed)) {
             Apply(*values);
         }
     } catch (const std::exception&) {
@@ -114,15 +89,15 @@ void LogOutput::Apply(const ConfigValues& values)
     const auto level = static_cast<int>(values.Of(SettingId::LogLevel).number);
     const bool isForm = m_personLevel == NO_LEVEL && m_isConsoleOn;
     m_fileLevel = m_path.empty() && !isForm ? NO_LEVEL : level;
-    m_threshold.store(std::min(m_fileLevel, m_personLevel), std::memory_order_relaxed);
-    m_generation.store(values.generation, std::memory_order_relaxed);
+    threshold.store(std::min(m_fileLevel, m_personLevel), std::memory_order_relaxed);
+    generation.store(values.generation, std::memory_order_relaxed);
 }
 
 void LogOutput::Write(const LogRecord& record) noexcept
 {
     try {
         Listeners::Tell(record);
-        if (record.level < m_threshold.load(std::memory_order_relaxed)) {
+        if (record.level < threshold.load(std::memory_order_relaxed)) {
             return; // nobody else wants it
         }
         const std::string line = FormatForFile(record);

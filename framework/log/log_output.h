@@ -2,12 +2,16 @@
 #define PRODUCT_STORAGE_FRAMEWORK_LOG_LOG_OUTPUT_H
 
 #include "framework/config/config_values.h"
+#include "framework/config/current_config.h"
+#include "framework/log/listeners.h"
 #include "framework/log/log_record.h"
+#include "framework/support/immortal.h"
 
 #include <spdlog/sinks/sink.h>
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,18 +23,31 @@ namespace Framework {
 /// Any thread may call; there is one object, which lives as long as the process. Nothing is thrown.
 class LogOutput {
 public:
-    static LogOutput& Instance() noexcept;
+    static LogOutput& Instance() noexcept { return Immortal<LogOutput>(); }
 
     LogOutput();
 
     /// Whether a line of `level` goes anywhere. Looks at the configuration when another of its readers saw it change,
-    /// and once a second; otherwise it costs a few atomic loads and a look at the clock.
-    bool Wants(int level) noexcept;
+    /// and once in each second; otherwise it costs a few loads.
+    static bool Wants(int level) noexcept
+    {
+        if (Config::Generation() != generation.load(std::memory_order_relaxed) || IsLookDue()) {
+            Instance().Look();
+        }
+        return level >= threshold.load(std::memory_order_relaxed) || Listeners::Want(level);
+    }
 
     void Write(const LogRecord& record) noexcept;
 
 private:
-    bool IsLookDue() noexcept;
+    // True for one of the threads that ask in the same second. Any other second will do: the clock may be set back.
+    static bool IsLookDue() noexcept
+    {
+        const std::time_t now = std::time(nullptr); // of all clocks the cheapest
+        return now != lookSecond.load(std::memory_order_relaxed) &&
+               now != lookSecond.exchange(now, std::memory_order_relaxed);
+    }
+
     void Look() noexcept;
     void Apply(const ConfigValues& values);                                    // requires m_mutex
     void OpenFile();                                                           // requires m_mutex
@@ -40,9 +57,11 @@ private:
 
     static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
 
-    std::atomic<int> m_threshold = 0;                // the least level that goes anywhere
-    std::atomic<std::uint64_t> m_generation = 0;     // of the configuration that is in force; 0 is none yet
-    std::atomic<std::int64_t> m_nextLookSeconds = 0; // monotonic clock
+    // What each line asks for, most of all one that goes nowhere. They are the one object's, and outside of it because
+    // that takes one load less.
+    inline static std::atomic<int> threshold = 0;            // the least level that goes anywhere
+    inline static std::atomic<std::uint64_t> generation = 0; // of the configuration that is in force; 0 is none yet
+    inline static std::atomic<std::time_t> lookSecond = -1;  // in which the configuration was last looked at
 
     const int m_personLevel; // least level for the console in a person's form; NO_LEVEL is none
     std::mutex m_mutex;

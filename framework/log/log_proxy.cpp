@@ -55,6 +55,65 @@ struct LogProxy::Line {
         stream.imbue(std::locale::classic()); // numbers look the same whatever locale the program has
     }
 
+    /// A line that begins; null when there is no memory for it, and it is lost.
+    [[gnu::noinline]] static std::unique_ptr<Line> Begin(int level, std::string_view moduleName,
+                                                         unsigned long requestId, std::string_view functionName,
+                                                         int number) noexcept
+    {
+        try {
+            std::unique_ptr<Line> line = TakeSpare();
+            if (line == nullptr) {
+                line = std::make_unique<Line>();
+            }
+            line->Reset(level, moduleName, requestId, functionName, number);
+            return line;
+        } catch (const std::exception&) {
+            return nullptr;
+        }
+    }
+
+    [[gnu::noinline]] static void End(std::unique_ptr<Line> line) noexcept
+    {
+        line->record.text = line->buffer.Text();
+        LogOutput::Instance().Write(line->record);
+        KeepAsSpare(std::move(line));
+    }
+
+    [[gnu::noinline]] void Take(int value)
+    {
+        if (isCodeOpen) {
+            isCodeOpen = false;
+            record.code = value;
+        } else {
+            Text() << value;
+        }
+    }
+
+    std::ostream& Text()
+    {
+        isCodeOpen = false;
+        stream.clear(); // a null text that was streamed must not silence all that follows
+        return stream;
+    }
+
+private:
+    static constexpr std::streamsize USUAL_PRECISION = 6;
+
+    struct Spare {
+        Spare() = default;
+        Spare(const Spare&) = delete;
+        Spare& operator=(const Spare&) = delete;
+        ~Spare() { isOver = true; }
+        std::unique_ptr<Line> line;
+        inline static thread_local bool isOver = false; // is there still when the rest is gone
+    };
+
+    static Spare& OwnSpare() noexcept
+    {
+        thread_local Spare spare;
+        return spare;
+    }
+
     /// The line that this thread wrote last, kept for the next: a stream costs more to make than to write to. Empty
     /// within a line, and at the thread's end.
     static std::unique_ptr<Line> TakeSpare() noexcept { return Spare::isOver ? nullptr : std::move(OwnSpare().line); }
@@ -66,7 +125,7 @@ struct LogProxy::Line {
         }
     }
 
-    void Begin(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
+    void Reset(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
                int number)
     {
         isCodeOpen = true;
@@ -88,69 +147,33 @@ struct LogProxy::Line {
     bool isCodeOpen = true; ///< nothing was streamed yet
     TextBuffer buffer;
     std::ostream stream;
-
-private:
-    static constexpr std::streamsize USUAL_PRECISION = 6;
-
-    struct Spare {
-        Spare() = default;
-        Spare(const Spare&) = delete;
-        Spare& operator=(const Spare&) = delete;
-        ~Spare() { isOver = true; }
-        std::unique_ptr<Line> line;
-        inline static thread_local bool isOver = false; // is there still when the rest is gone
-    };
-
-    static Spare& OwnSpare() noexcept
-    {
-        thread_local Spare spare;
-        return spare;
-    }
 };
+
+// A line that is left out passes here, and nowhere else: what one that is written needs is in functions of its own, for
+// which nothing is prepared.
 
 LogProxy::LogProxy(int level, std::string_view moduleName, unsigned long requestId, std::string_view functionName,
                    int line)
+    : m_line(LogOutput::Wants(level) ? Line::Begin(level, moduleName, requestId, functionName, line) : nullptr)
 {
-    if (!LogOutput::Instance().Wants(level)) {
-        return;
-    }
-    try {
-        m_line = Line::TakeSpare();
-        if (m_line == nullptr) {
-            m_line = std::make_unique<Line>();
-        }
-        m_line->Begin(level, moduleName, requestId, functionName, line);
-    } catch (const std::exception&) {
-        m_line.reset(); // out of memory: the line is lost
-    }
 }
 
 LogProxy::~LogProxy()
 {
     if (m_line != nullptr) {
-        m_line->record.text = m_line->buffer.Text();
-        LogOutput::Instance().Write(m_line->record);
-        Line::KeepAsSpare(std::move(m_line));
+        Line::End(std::move(m_line));
     }
 }
 
 LogProxy& LogProxy::operator<<(int value)
 {
-    if (m_line == nullptr) {
-        return *this;
-    }
-    if (m_line->isCodeOpen) {
-        m_line->isCodeOpen = false;
-        m_line->record.code = value;
-    } else {
-        Text() << value;
+    if (m_line != nullptr) {
+        m_line->Take(value);
     }
     return *this;
 }
 
 std::ostream& LogProxy::Text()
 {
-    m_line->isCodeOpen = false;
-    m_line->stream.clear(); // a null text that was streamed must not silence all that follows
-    return m_line->stream;
+    return m_line->Text();
 }
