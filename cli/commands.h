@@ -25,4 +25,7 @@ void AddEnvCommand(CLI::App& app, Run& run);
 void AddPasswordCommand(CLI::App& app, Run& run);
 void AddConfigCommand(CLI::App& app, Run& run);
 
+/// Of `app` as it is once all commands are added; it must outlive `run`.
+void AddCompletionCommand(CLI::App& app, Run& run);
+
 #endif

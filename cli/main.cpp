@@ -1,5 +1,6 @@
 #include "base/files.h"
 #include "cli/commands.h"
+#include "cli/completion_command.h"
 #include "cli/config_command.h"
 #include "cli/explanation.h"
 #include "cli/failure.h"
@@ -36,7 +37,7 @@ constexpr const char* CONSOLE_LEVEL = "PRODUCT_STORAGE_LOG_CONSOLE";
 struct Telling {
     int verbosity = 0;   ///< 1: the library's steps; 2: all of its lines
     bool isJson = false; ///< failures go to standard output, too
-    bool tellsConfiguration = false;
+    bool needsConfiguration = true;
     std::optional<unsigned int> limitSeconds;
     bool isQuiet = false; ///< tells nothing but what nobody may miss
 };
@@ -76,7 +77,7 @@ ExitCode RunCommand(const Run& run, const Telling& telling)
     }
     std::optional<LogTail> log; // behind the stop signals: it may start no thread of its own before them
     try {
-        if (!telling.tellsConfiguration) {
+        if (telling.needsConfiguration) {
             RequireSoundConfiguration();
         }
         StopSignals stopSignals(telling.limitSeconds ? std::optional(std::chrono::seconds(*telling.limitSeconds))
@@ -158,6 +159,7 @@ ExitCode Main(int argc, char** argv)
     AddEnvCommand(app, run);
     AddPasswordCommand(app, run);
     AddConfigCommand(app, run);
+    AddCompletionCommand(app, run);
     for (CLI::App* const command : app.get_subcommands({})) {
         command->fallthrough(); // what stands before the command may stand behind it
         for (CLI::App* const part : command->get_subcommands({})) {
@@ -181,7 +183,7 @@ ExitCode Main(int argc, char** argv)
         return ExitCode::Done;
     }
     telling.isJson = WantsJson(app);
-    telling.tellsConfiguration = app.got_subcommand(CONFIG_COMMAND);
+    telling.needsConfiguration = !app.got_subcommand(CONFIG_COMMAND) && !app.got_subcommand(COMPLETION_COMMAND);
     return RunCommand(run, telling);
 }
 

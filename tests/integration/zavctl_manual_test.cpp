@@ -16,10 +16,23 @@
 
 namespace {
 
-const std::vector<Process::Arguments> COMMANDS = {
-    {},         {"init"},           {"status"}, {"check"},      {"inventory"},    {"cleanup"},  {"orphans"},
-    {"tidy"},   {"cluster"},        {"env"},    {"env", "new"}, {"env", "check"}, {"password"}, {"password", "encrypt"},
-    {"config"}, {"config", "check"}};
+const std::vector<Process::Arguments> COMMANDS = {{},
+                                                  {"init"},
+                                                  {"status"},
+                                                  {"check"},
+                                                  {"inventory"},
+                                                  {"cleanup"},
+                                                  {"orphans"},
+                                                  {"tidy"},
+                                                  {"cluster"},
+                                                  {"env"},
+                                                  {"env", "new"},
+                                                  {"env", "check"},
+                                                  {"password"},
+                                                  {"password", "encrypt"},
+                                                  {"config"},
+                                                  {"config", "check"},
+                                                  {"completion"}};
 
 class ZavctlManualTest : public Stage {
 protected:
@@ -67,8 +80,9 @@ protected:
         ASSERT_GT(session.commands, 10U);
         WriteText(Directory() + "/script", "exec 2>&1\ntrap 'kill $(jobs -p) 2>/dev/null' EXIT\ncd " + Directory() +
                                                "\n" + Move(session.script));
-        const Base::ProgramResult outcome = RunToEnd({"timeout", "90", "/bin/bash", Directory() + "/script"},
-                                                     {"PATH=" + path + ":" + std::getenv("PATH")});
+        const Base::ProgramResult outcome =
+            RunToEnd({"timeout", "90", "/bin/bash", Directory() + "/script"},
+                     {"PATH=" + path + ":" + std::getenv("PATH"), "HOME=" + Directory()});
         EXPECT_EQ(Settle(Move(session.output)), Settle(outcome.output));
     }
 
