@@ -1,4 +1,4 @@
-# What `cmake --install` lays down, the CMake package, the pkg-config file, and the Debian package that CPack makes of it.
+# What `cmake --install` lays down, the CMake package and the pkg-config file. debian/ makes Debian's packages of it.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -16,6 +16,9 @@ if(TARGET ProductFramework)
 endif()
 if(PRODUCT_STORAGE_PROGRAMS)
     install(TARGETS zavctl zavsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(PROGRAMS ${PROJECT_SOURCE_DIR}/standin/zavsim-target DESTINATION ${CMAKE_INSTALL_BINDIR})
+    # Apart from all other programs, so that a configuration can name its folder.
+    install(TARGETS zavsim_iscsiadm RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/product-storage/standin)
     file(RELATIVE_PATH fromBinToLib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(zavctl PROPERTIES INSTALL_RPATH "$ORIGIN/${fromBinToLib}")
 endif()
@@ -74,20 +77,3 @@ install(FILES
     ${PROJECT_BINARY_DIR}/packaging/ProductStorageConfigVersion.cmake
     DESTINATION ${cmakeDir})
 install(FILES ${PROJECT_BINARY_DIR}/packaging/ProductStorage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME libproductstorage)
-set(CPACK_PACKAGE_VENDOR "The libProductStorage developers")
-set(CPACK_PACKAGE_CONTACT "The libProductStorage developers <developers@productstorage.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Storage access of a backup product: library, headers, zavctl and zavsim")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
-# The programs run iscsiadm; the headers and the CMake package need what they include and look for.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "open-iscsi, libboost-thread-dev, libboost-chrono-dev, libboost-filesystem-dev, libjsoncpp-dev, libprotobuf-dev")
-set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-set(CPACK_STRIP_FILES ON)
-include(CPack)
