@@ -140,22 +140,34 @@ std::vector<std::string> ArrayObjects::Initiators(const ObjectKind& kind, const 
 std::optional<std::vector<ArrayObject>> ArrayObjects::All(const ObjectKind& kind)
 {
     std::vector<ArrayObject> objects;
+    const bool areListed = EachPage(kind, [&objects](const std::vector<ArrayObject>& page) {
+        objects.insert(objects.end(), page.begin(), page.end());
+        return true;
+    });
+    return areListed ? std::optional(std::move(objects)) : std::nullopt;
+}
+
+bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take)
+{
+    std::string lastFirst; // of the page before
     for (std::size_t begin = 0;; begin += PAGE) {
         const std::string resource =
             std::string(kind.resource) + "?range=[" + std::to_string(begin) + "-" + std::to_string(begin + PAGE) + "]";
         const Answer answer = Get(resource);
         if (answer.code != ResultCode::OK) {
-            return std::nullopt;
+            return false;
         }
-        const std::size_t before = objects.size();
+        std::vector<ArrayObject> page;
         for (const Json::Value& each : answer.data) {
-            objects.push_back(ToObject(resource, each));
+            page.push_back(ToObject(resource, each));
         }
-        if (answer.data.size() < PAGE) {
-            return objects;
-        }
-        if (before >= PAGE && objects[before].id == objects[before - PAGE].id) {
+        const bool isLast = page.size() < PAGE;
+        if (!isLast && page.front().id == lastFirst) {
             Fail(resource, "the array gives the same page of its list again and again");
         }
+        if (!take(page) || isLast) {
+            return true;
+        }
+        lastFirst = page.front().id;
     }
 }

@@ -7,6 +7,7 @@
 #include <json/value.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -73,6 +74,9 @@ public:
 
     /// All objects of a kind; nothing when the array does not list them.
     std::optional<std::vector<ArrayObject>> All(const ObjectKind& kind);
+
+    /// Hands them on page by page, until `take` has enough and gives false. False when the array does not list them.
+    bool EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take);
 
 private:
     struct Answer {

@@ -17,6 +17,9 @@ void AddInitCommand(CLI::App& app, Run& run);
 void AddStatusCommand(CLI::App& app, Run& run);
 void AddCheckCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);
+void AddListCommands(CLI::App& app, Run& run); // system, pools, luns, ports, hosts
+void AddNodeCommand(CLI::App& app, Run& run);
+void AddVersionCommand(CLI::App& app, Run& run);
 void AddCleanupCommand(CLI::App& app, Run& run);
 void AddOrphansCommand(CLI::App& app, Run& run);
 void AddTidyCommand(CLI::App& app, Run& run);

@@ -152,6 +152,9 @@ ExitCode Main(int argc, char** argv)
     AddStatusCommand(app, run);
     AddCheckCommand(app, run);
     AddInventoryCommand(app, run);
+    AddListCommands(app, run);
+    AddNodeCommand(app, run);
+    AddVersionCommand(app, run);
     AddCleanupCommand(app, run);
     AddOrphansCommand(app, run);
     AddTidyCommand(app, run);

@@ -94,6 +94,15 @@ void AddFormat(CLI::App& command, Report::Format& format)
         ->option_text("table|json");
 }
 
+void AddWideFormat(CLI::App& command, Report::Format& format)
+{
+    static const std::map<std::string, Report::Format> names = {
+        {"table", Report::Format::Table}, {"wide", Report::Format::Wide}, {"json", Report::Format::Json}};
+    command.add_option("-o,--output", format, "table, the same with more columns, or json")
+        ->transform(CLI::CheckedTransformer(names))
+        ->option_text("table|wide|json");
+}
+
 void AddNewKey(CLI::App& command, bool& isWanted)
 {
     command.add_flag("--new-key", isWanted, "Make this node's key, where it has none yet");

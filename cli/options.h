@@ -26,6 +26,9 @@ void CompleteEnvironment(std::string& path);
 void CompleteEnvironments(std::vector<std::string>& paths);
 
 void AddFormat(CLI::App& command, Report::Format& format);
+
+/// The same, with a table that has more columns.
+void AddWideFormat(CLI::App& command, Report::Format& format);
 void AddNewKey(CLI::App& command, bool& isWanted);
 
 /// Command lines that the help ends with. A test runs each.

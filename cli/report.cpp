@@ -207,6 +207,11 @@ void Print(const std::string& prefix, const std::string& text, Look look)
 void Table(const std::vector<Row>& rows)
 {
     std::vector<std::size_t> widths;
+    Table(rows, widths);
+}
+
+void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths)
+{
     for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t column = 0; column < row.size(); ++column) {

@@ -13,7 +13,7 @@
 /// Data goes to standard output, all else to standard error.
 namespace Report {
 
-enum class Format { Table, Json };
+enum class Format { Table, Json, Wide };
 
 using Row = std::vector<std::string>;
 
@@ -48,6 +48,10 @@ void Print(const std::string& prefix, const std::string& text, Look look = Look:
 
 /// Prints rows with aligned columns, the first row as heading.
 void Table(const std::vector<Row>& rows);
+
+/// The same for a table that is printed piece by piece: columns are at least as wide as `widths` says, which learns how
+/// wide they are.
+void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths);
 void Json(const ::Json::Value& value);
 
 /// 1073741824 gives "1.00 GiB".

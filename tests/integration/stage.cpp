@@ -183,6 +183,7 @@ void Stage::SetFcPorts(const std::vector<std::string>& portNames) const
         const fs::path host = folder / ("host" + std::to_string(i));
         fs::create_directories(host);
         WriteText((host / "port_name").string(), portNames[i] + "\n");
+        WriteText((host / "port_state").string(), "Online\n");
     }
 }
 
@@ -255,7 +256,7 @@ void Stage::MakeNode() const
                                                   "/node/initiatorname.iscsi' ;;\n"
                                                   "    /sys/class/fc_host/*) exec /bin/cat '" +
                                                   Directory() +
-                                                  "'/node/fc_host/host*/port_name ;;\n"
+                                                  "'/node/fc_host/host*/\"${1##*/}\" ;;\n"
                                                   "esac\n"
                                                   "exec /bin/cat \"$@\"\n");
 }

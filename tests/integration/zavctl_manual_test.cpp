@@ -32,7 +32,14 @@ const std::vector<Process::Arguments> COMMANDS = {{},
                                                   {"password", "encrypt"},
                                                   {"config"},
                                                   {"config", "check"},
-                                                  {"completion"}};
+                                                  {"completion"},
+                                                  {"system"},
+                                                  {"pools"},
+                                                  {"luns"},
+                                                  {"ports"},
+                                                  {"hosts"},
+                                                  {"node"},
+                                                  {"version"}};
 
 class ZavctlManualTest : public Stage {
 protected:

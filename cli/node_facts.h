@@ -1,0 +1,31 @@
+#ifndef PRODUCT_STORAGE_CLI_NODE_FACTS_H
+#define PRODUCT_STORAGE_CLI_NODE_FACTS_H
+
+#include <string>
+#include <vector>
+
+/// What this node is without any array. What it does not have, or does not tell, is empty. No secret is in it.
+struct NodeFacts {
+    struct FcPort {
+        std::string name;  ///< WWPN
+        std::string state; ///< the kernel's word: "Online", "Linkdown"
+    };
+
+    std::string hostName;
+    std::string iqn;
+    std::vector<FcPort> fcPorts;
+    std::string iscsiadmVersion;
+    std::string iscsidVersion;
+    std::string productRoot;
+    std::string configuration;
+    std::string recordFolder;
+    std::vector<std::string> records; ///< the files in it
+    std::string log;
+    std::string keyFile;
+    std::string keyState; ///< "usable", or why it is not
+
+    /// As they are now. Changes nothing.
+    static NodeFacts Read();
+};
+
+#endif
