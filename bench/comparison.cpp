@@ -70,7 +70,10 @@ void Register(const Topic& topic, const std::string& name, const Side& side)
 {
     for (const int point : PointsOf(topic)) {
         auto* const run = benchmark::RegisterBenchmark(name.c_str(), side);
-        run->Arg(point)->Repetitions(topic.repetitions)->MeasureProcessCPUTime()->UseRealTime();
+        run->Arg(point)
+            ->Repetitions(point < topic.growth.rareFrom ? topic.repetitions : 1)
+            ->MeasureProcessCPUTime()
+            ->UseRealTime();
         if (topic.growth.of == Growth::Of::Threads) {
             run->Threads(point);
         }

@@ -156,7 +156,7 @@ Topics KeeperTopics()
                     TakeCachedSession,
                     FindSession,
                     {{Quantity::WALL, 1.3, 1}}};
-    cached.growth = {Growth::Of::Size, "sessions", {1, 100, MOST_SESSIONS}};
+    cached.growth = {Growth::Of::Size, "sessions", {1, 10, 100, 1000, MOST_SESSIONS}};
     cached.logLevel = QUIET;
     Topic logged = {"cached-session/level-1",
                     "cached `GetLoginedZavRestApi`, log level 1",
@@ -171,7 +171,7 @@ Topics KeeperTopics()
                    CheckSessions,
                    WalkSessions,
                    {{Quantity::WALL, 1.2, MOST_SESSIONS}}};
-    check.growth = {Growth::Of::Size, "sessions", {1, 100, MOST_SESSIONS}};
+    check.growth = {Growth::Of::Size, "sessions", {1, 10, 100, 1000, MOST_SESSIONS}};
     check.logLevel = QUIET;
     return {cached, logged, check};
 }

@@ -53,6 +53,7 @@ int main(int argc, char** argv)
                 report.Add(topic, report.Passes(topic, first) ? first : Compare(topic));
             }
         }
+        report.PrintGrowth();
         report.Write(argv[2]);
         benchmark::Shutdown();
         return report.HasMissed() ? 1 : 0;

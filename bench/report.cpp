@@ -54,9 +54,12 @@ std::string FileNameOf(const Topic& topic)
     return name;
 }
 
-const std::vector<std::string> HEADING = {"topic", "what", "beside", "took", "bare", "ratio", "bound", "verdict"};
+using Cells = std::vector<std::string>;
 
-std::string MarkdownRow(const std::vector<std::string>& cells)
+const Cells HEADING = {"topic", "what", "beside", "took", "bare", "ratio", "bound", "verdict"};
+const Cells GROWTH_HEADING = {"growth", "along", "from", "to", "took", "slope", "slope of the bare thing"};
+
+std::string MarkdownRow(const Cells& cells)
 {
     std::string row = "|";
     for (const std::string& cell : cells) {
@@ -65,12 +68,17 @@ std::string MarkdownRow(const std::vector<std::string>& cells)
     return row + "\n";
 }
 
+std::string MarkdownHead(const Cells& heading)
+{
+    return MarkdownRow(heading) + MarkdownRow(Cells(heading.size(), "---"));
+}
+
 } // namespace
 
 Report::Report(const Accepted& accepted)
     : m_accepted(accepted)
 {
-    std::cout << MarkdownRow(HEADING) << MarkdownRow(std::vector<std::string>(HEADING.size(), "---"));
+    std::cout << MarkdownHead(HEADING);
 }
 
 bool Report::Passes(const Topic& topic, const Medians& medians) const
@@ -90,6 +98,9 @@ void Report::Add(const Topic& topic, const Medians& medians)
     }
     if (topic.growth.points.size() > 2) {
         AddPlot(topic, medians);
+    }
+    if (!topic.conclusion.empty()) {
+        AddConclusion(topic, medians);
     }
 }
 
@@ -113,6 +124,17 @@ void Report::AddRemarks(const Topic& topic, const Bound& bound, const Medians& m
                           Fixed(medians.Ratio(remark.name, bound.at, bound.quantity), 2), "", "told"});
         std::cout << MarkdownRow(m_rows.back()) << std::flush;
     }
+}
+
+void Report::AddConclusion(const Topic& topic, const Medians& medians)
+{
+    const Bound& bound = topic.bounds.front();
+    std::string figures;
+    for (const Remark& remark : topic.remarks) {
+        figures += (figures.empty() ? "" : ", ") + remark.name + " " +
+                   Fixed(medians.Ratio(remark.name, bound.at, bound.quantity), 2);
+    }
+    m_conclusions.push_back("`" + topic.name + "`: " + topic.conclusion + " Measured: " + figures + ".");
 }
 
 std::string Report::Verdict(const std::string& name, double ratio, double bound)
@@ -140,19 +162,34 @@ void Report::AddPlot(const Topic& topic, const Medians& medians)
         sides.push_back(remark.name);
     }
     const std::string& quantity = topic.bounds.front().quantity;
+    const auto& [first, last] = std::minmax_element(topic.growth.points.begin(), topic.growth.points.end());
+    Cells slopes = {topic.name + "." + quantity, topic.growth.unit, std::to_string(*first), std::to_string(*last),
+                    ValueText(quantity, medians.Of(OURS, *first, quantity)) + " to " +
+                        ValueText(quantity, medians.Of(OURS, *last, quantity))};
     std::vector<Curve> curves;
-    std::string text;
     for (const std::string& side : sides) {
         Curve curve = {side, {}};
         for (const int point : topic.growth.points) {
             curve.points.emplace_back(point, medians.Of(side, point, quantity));
         }
-        text += (text.empty() ? "Slope: " : ", ") + side + " " + Fixed(curve.Slope(), 2);
+        slopes.push_back(Fixed(curve.Slope(), 2));
+        curve.name += ", slope " + slopes.back();
         curves.push_back(curve);
     }
+    slopes.resize(GROWTH_HEADING.size()); // of both sides; remarks' are in the plot
     const std::string title = topic.what + ", beside " + topic.beside;
-    m_plots.push_back({FileNameOf(topic), text + " (1: grows as the number of " + topic.growth.unit + ", 0: stays).",
-                       DrawPlot(title, topic.growth.unit, quantity, curves)});
+    m_plots.push_back({FileNameOf(topic), slopes, DrawPlot(title, topic.growth.unit, quantity, curves)});
+}
+
+void Report::PrintGrowth() const
+{
+    if (m_plots.empty()) {
+        return;
+    }
+    std::cout << "\n" << MarkdownHead(GROWTH_HEADING);
+    for (const Plot& plot : m_plots) {
+        std::cout << MarkdownRow(plot.slopes);
+    }
 }
 
 void Report::Write(const std::string& folder) const
@@ -163,7 +200,7 @@ void Report::Write(const std::string& folder) const
          << "Medians of repetitions that alternate with those of the other side, in one process, against zavsim over "
             "https on\nloopback with the rate guard open. cpu: processor time of the whole process; wall: time that "
             "passed.\n\n"
-         << MarkdownRow(HEADING) << MarkdownRow(std::vector<std::string>(HEADING.size(), "---"));
+         << MarkdownHead(HEADING);
     for (const auto& row : m_rows) {
         page << MarkdownRow(row);
     }
@@ -174,9 +211,21 @@ void Report::Write(const std::string& folder) const
             page << "- " << note << "\n";
         }
     }
-    page << "\n## Growth\n";
+    if (!m_conclusions.empty()) {
+        page << "\n## What stays out\n";
+        for (const std::string& conclusion : m_conclusions) {
+            page << "\n" << conclusion << "\n";
+        }
+    }
+    page << "\n## Growth\n\nThe slope is that of the straight line through the points, both axes logarithmic: 1 grows "
+            "as "
+            "the number does, 0 stays.\n\n"
+         << MarkdownHead(GROWTH_HEADING);
+    for (const Plot& plot : m_plots) {
+        page << MarkdownRow(plot.slopes);
+    }
     for (const Plot& plot : m_plots) {
         std::ofstream(folder + "/" + plot.file) << plot.drawing;
-        page << "\n![" << plot.file << "](" << plot.file << ")\n\n" << plot.text << "\n";
+        page << "\n![" << plot.file << "](" << plot.file << ")\n";
     }
 }

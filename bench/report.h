@@ -19,6 +19,9 @@ public:
     /// Prints a topic's rows at once.
     void Add(const Topic& topic, const Medians& medians);
 
+    /// Prints how what was measured at several points grows.
+    void PrintGrowth() const;
+
     /// Writes report.md and the plots into `folder`, which is made.
     void Write(const std::string& folder) const;
 
@@ -26,23 +29,20 @@ public:
     bool HasMissed() const { return m_hasMissed; }
 
 private:
-    struct Row {
-        std::string name;
-        std::vector<std::string> cells;
-    };
-
     void AddRow(const Topic& topic, const Bound& bound, const Medians& medians);
     void AddRemarks(const Topic& topic, const Bound& bound, const Medians& medians);
+    void AddConclusion(const Topic& topic, const Medians& medians);
     std::string Verdict(const std::string& name, double ratio, double bound);
     void AddPlot(const Topic& topic, const Medians& medians);
 
     const Accepted& m_accepted;
     bool m_hasMissed = false;
     std::vector<std::vector<std::string>> m_rows;
-    std::vector<std::string> m_notes; ///< why bounds are missed
+    std::vector<std::string> m_notes;       ///< why bounds are missed
+    std::vector<std::string> m_conclusions; ///< from what was measured for comparison
     struct Plot {
         std::string file;
-        std::string text; ///< below it: the slopes
+        std::vector<std::string> slopes; ///< a row of their table
         std::string drawing;
     };
     std::vector<Plot> m_plots;

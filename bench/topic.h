@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,7 @@ struct Growth {
     enum class Of { Nothing, Size, Threads } of = Of::Nothing;
     std::string unit = {}; ///< "LUNs"
     std::vector<int> points = {};
+    int rareFrom = std::numeric_limits<int>::max(); ///< points from here on take long: each side is run once
 };
 
 /// One thing that the library does, beside the bare thing that it is made of.
@@ -50,6 +52,7 @@ struct Topic {
     double seconds = 0.1; ///< that a repetition takes at the least; 0: one iteration
     Growth growth = {};
     std::vector<Remark> remarks = {};
+    std::string conclusion = {}; ///< what follows from the remarks, for the report
 };
 
 using Topics = std::vector<Topic>;
