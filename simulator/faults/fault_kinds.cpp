@@ -1,5 +1,6 @@
 #include "simulator/faults/fault_kinds.h"
 
+#include "simulator/http/http_date.h"
 #include "simulator/json/json_io.h"
 
 #include <algorithm>
@@ -52,6 +53,11 @@ void Drip(const Fault& fault, HttpAnswer& answer)
     answer.delivery.pieceInterval = fault.duration;
 }
 
+void SetDate(const Fault& fault, HttpAnswer& answer)
+{
+    answer.headers.emplace_back("Date", HttpDate(fault.duration));
+}
+
 constexpr auto BREAK = &Deliver<Delivery::Part::None, Delivery::End::Break>;
 
 } // namespace
@@ -95,6 +101,8 @@ const std::vector<FaultKind>& AllFaultKinds()
          "no answer until the client gives up, or for `milliseconds`, then the connection ends"},
         {"no-cookie", {}, {}, Treatment::CarriedOut, Pause::None, &DropCookies,
          "the answer sets no cookie"},
+        {"clock", {"milliseconds"}, {}, Treatment::CarriedOut, Pause::None, &SetDate,
+         "the answer's Date is `milliseconds` ahead"},
     };
     // clang-format on
     return KINDS;

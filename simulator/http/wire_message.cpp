@@ -1,5 +1,7 @@
 #include "simulator/http/wire_message.h"
 
+#include "simulator/http/http_date.h"
+
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/http/serializer.hpp>
 
@@ -31,6 +33,9 @@ WireResponse ToWire(HttpAnswer& answer, const WireRequest& request)
     response.result(static_cast<unsigned int>(answer.status));
     for (const auto& [name, value] : answer.headers) {
         response.insert(name, value);
+    }
+    if (response.find(http::field::date) == response.end()) {
+        response.set(http::field::date, HttpDate());
     }
     response.set(http::field::content_type, answer.contentType);
     response.keep_alive(request.keep_alive());

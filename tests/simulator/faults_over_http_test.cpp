@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <future>
 
 namespace ZavSimTest {
@@ -171,6 +172,18 @@ TEST_F(FaultsOverHttpTest, NoCookieLeavesTheRestOfTheAnswerAlone)
     EXPECT_CODE(Code::Success, reply);
     EXPECT_EQ("", reply.Cookie());
     EXPECT_NE("", client->Put("iscsi_initiator/remove_iscsi_from_host", R"({"TYPE":"222","ID":"iqn.x"})").Cookie());
+}
+
+TEST_F(FaultsOverHttpTest, ClockTellsATimeThatIsAhead)
+{
+    const auto secondsAhead = [](const HttpReply& reply) {
+        std::tm parts = {};
+        EXPECT_NE(nullptr, ::strptime(reply.Header("Date").c_str(), "%a, %d %b %Y %H:%M:%S GMT", &parts));
+        return ::timegm(&parts) - std::time(nullptr);
+    };
+    EXPECT_NEAR(0, static_cast<double>(secondsAhead(Count())), 30);
+    Inject(R"({"kind":"clock","milliseconds":600000})");
+    EXPECT_NEAR(600, static_cast<double>(secondsAhead(Count())), 30);
 }
 
 TEST_F(FaultsOverHttpTest, DelayAnswersLaterAndInFull)
