@@ -19,6 +19,7 @@ const std::vector<Pattern>& Patterns()
         {Action::Logout, {"-m", "node", "-u"}},
         {Action::LogoutOne, {"-m", "node", "-T", "<target>", "-p", "<portal>", "-u"}},
         {Action::Delete, {"-m", "node", "-T", "<target>", "-p", "<portal>", "-o", "delete"}},
+        {Action::TellVersion, {"--version"}},
     };
     return PATTERNS;
 }

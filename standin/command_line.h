@@ -6,7 +6,7 @@
 
 namespace ZavSimNode {
 
-enum class Action { Discover, Login, List, ListBriefly, Logout, LogoutOne, Delete, Unknown };
+enum class Action { Discover, Login, List, ListBriefly, Logout, LogoutOne, Delete, TellVersion, Unknown };
 
 struct Command {
     Action action = Action::Unknown;

@@ -14,8 +14,14 @@ int RejectUsage(const std::string& what)
     return EXIT_INVALID;
 }
 
+constexpr const char* VERSION = "2.1.8"; // Debian 12's, whose words and codes the stand-in has
+
 int Run(const Command& command)
 {
+    if (command.action == Action::TellVersion) {
+        std::cout << "iscsiadm version " << VERSION << "\n";
+        return 0;
+    }
     const NodeStore store(StateFolder());
     if (command.action == Action::List) {
         return ListSessions(store);
@@ -50,7 +56,7 @@ int main(int argc, char** argv)
     if (command.action == Action::Unknown) {
         return RejectUsage("This stand-in knows only: -m discovery --op=new -t st -p ADDRESS; -m node -p ADDRESS -l; "
                            "-m session -P 1; -m session; -m node -u; -m node -T TARGET -p ADDRESS -u; "
-                           "-m node -T TARGET -p ADDRESS -o delete");
+                           "-m node -T TARGET -p ADDRESS -o delete; --version");
     }
     try {
         return Run(command);

@@ -245,20 +245,30 @@ std::string Stage::LogText() const
     return ReadText(m_folder.File("library.log"));
 }
 
-// The files that a Linux node has under /etc and /sys, and a `cat` that finds them here.
+// The files that a Linux node has under /etc, /sys and /run, and programs that find them here; beside the stand-in the
+// daemon that it would talk to.
 void Stage::MakeNode() const
 {
     SetInitiatorFile("## DO NOT EDIT OR REMOVE THIS FILE!\nInitiatorName=" + std::string(NODE_IQN) + "\n");
-    MakeScript(m_folder.File("node/bin/cat"), "#!/bin/sh\n"
-                                              "case $1 in\n"
-                                              "    /etc/iscsi/initiatorname.iscsi) exec /bin/cat '" +
-                                                  Directory() +
-                                                  "/node/initiatorname.iscsi' ;;\n"
-                                                  "    /sys/class/fc_host/*) exec /bin/cat '" +
-                                                  Directory() +
-                                                  "'/node/fc_host/host*/\"${1##*/}\" ;;\n"
-                                                  "esac\n"
-                                                  "exec /bin/cat \"$@\"\n");
+    WriteText(m_folder.File("node/unix_sockets"),
+              "0000000000000000: 00000002 00000000 00010000 0001 01 20480 @ISCSIADM_ABSTRACT_NAMESPACE\n");
+    MakeScript(m_folder.File("node/bin/iscsid"), "#!/bin/sh\necho 'iscsid version 2.1.8'\n");
+    for (const std::string name : {"cat", "ls", "stat"}) {
+        MakeScript(m_folder.File("node/bin/" + name), "#!/bin/sh\nnode='" + Directory() + "/node'\n" + R"(
+for word do
+    shift
+    case $word in
+        /etc/iscsi/*) word=$node/${word#/etc/iscsi/} ;;
+        /proc/net/unix) word=$node/unix_sockets ;;
+        /run/lock/iscsi/*) word=$node/${word#/run/lock/iscsi/} ;;
+        /sys/class/fc_host*)
+            word=$node/fc_host${word#/sys/class/fc_host}
+            case $word in *'*'*) set -- "$@" $word && continue ;; esac ;;
+    esac
+    set -- "$@" "$word"
+done
+)" + "exec /bin/" + name + " \"$@\"\n");
+    }
 }
 
 void Stage::WriteConfiguration() const

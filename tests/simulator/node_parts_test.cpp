@@ -33,6 +33,7 @@ TEST(NodeCommandLineTest, ParseKnowsItsCommandsAndNothingElse)
     EXPECT_EQ("iqn.a", logout.target);
     EXPECT_EQ("10.0.0.1:3260", logout.portal);
     EXPECT_EQ(Action::Delete, ParseCommand({"-m", "node", "-T", "a", "-p", "b", "-o", "delete"}).action);
+    EXPECT_EQ(Action::TellVersion, ParseCommand({"--version"}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({"-m", "node"}).action);
     EXPECT_EQ(Action::Unknown, ParseCommand({"-m", "session", "-P", "2"}).action);
