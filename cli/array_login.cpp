@@ -27,24 +27,6 @@ constexpr boost::chrono::milliseconds LOGOUT_PAUSE(250);
 
 constexpr int SESSION_LIMIT_REACHED = 1090519042;
 
-// An answer that can be read and is no session is a refusal of user and password, unless it is known to be about
-// something else. What passes by itself must not be that: a watch waits for another environment then.
-ExitCode LoginExitCode(int code)
-{
-    switch (code) {
-    case ResultCode::FAILED:
-    case ArrayCode::SESSION_LAPSED:
-    case ArrayCode::INTERNAL_ERROR:
-    case ArrayCode::SYSTEM_BUSY:
-    case ArrayCode::SYSTEM_NOT_READY:
-    case SESSION_LIMIT_REACHED:
-        return ExitCode::Refused;
-    default:
-        const ExitCode exit = ExitCodeOf(code);
-        return exit == ExitCode::Refused ? ExitCode::LoginRefused : exit;
-    }
-}
-
 // Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
 // array's limit for long.
 void EndSession(ZavRestApi& api)
@@ -65,6 +47,22 @@ void EndSession(ZavRestApi& api)
 }
 
 } // namespace
+
+ExitCode ExitCodeOfLogin(int code)
+{
+    switch (code) {
+    case ResultCode::FAILED:
+    case ArrayCode::SESSION_LAPSED:
+    case ArrayCode::INTERNAL_ERROR:
+    case ArrayCode::SYSTEM_BUSY:
+    case ArrayCode::SYSTEM_NOT_READY:
+    case SESSION_LIMIT_REACHED:
+        return ExitCode::Refused;
+    default:
+        const ExitCode exit = ExitCodeOf(code);
+        return exit == ExitCode::Refused ? ExitCode::LoginRefused : exit;
+    }
+}
 
 ArrayLogin::ArrayLogin(const std::string& name, const EnvironmentPath& env)
 {
@@ -120,7 +118,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         const auto pause = code == SESSION_LIMIT_REACHED ? wait.Next(chance) : std::nullopt;
         if (!pause) {
             throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
-                                   LoginExitCode(code));
+                                   ExitCodeOfLogin(code));
         }
         if (!isTold) {
             Report::Step(name + ": as many sessions as the array takes stand on it: waiting for one to end");
@@ -192,7 +190,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
     std::string errorText;
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
-        throw Failure(LoginExitCode(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
+        throw Failure(ExitCodeOfLogin(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
     }
     return api;
 }

@@ -2,6 +2,7 @@
 #define PRODUCT_STORAGE_CLI_ARRAY_LOGIN_H
 
 #include "base/secret.h"
+#include "cli/exit_code.h"
 #include "cli/farewell.h"
 #include "common/framework/product_messages.pb.h"
 #include "common/records.h"
@@ -12,6 +13,11 @@
 #include <string>
 
 class ZavRestApi;
+
+/// What a login ends with that the array answered with `code`, or that got no answer. An answer that can be read and is
+/// no session is a refusal of user and password, unless it is known to be about something else. What passes by itself
+/// must not be that: a watch waits for another environment then.
+ExitCode ExitCodeOfLogin(int code);
 
 /// A login into an environment's array for the length of a command: logged out, and its password wiped, at the end.
 class ArrayLogin {

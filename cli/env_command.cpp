@@ -39,17 +39,6 @@ struct NewOptions {
     bool isNewKeyWanted = false;
 };
 
-std::string ProblemOfDecryption(const std::string& cipher)
-{
-    std::string password;
-    const Secret::ScopedWipe wipePassword(password);
-    if (SecuritySS::ZelkDecryptInfo(cipher, password)) {
-        return {};
-    }
-    const std::string problem = NodeKey::LookAt().problem;
-    return problem.empty() ? "it was made with another key than this node's, or changed since" : problem;
-}
-
 // Why an answer, or an option's value, cannot be taken; empty when it can. An IPv6 address gets its brackets later.
 std::string ProblemOfGivenAddress(const std::string& address)
 {
@@ -174,7 +163,7 @@ ExitCode MakeEnvironment(NewOptions options)
     const Secret::ScopedWipe wipePassword(password);
     ReadPassword("Password of " + options.user, password);
     const std::string text = WriteEnvironment(Compose(options, key.Encrypt(password)));
-    RequireSound("standard output", CheckEnvironment(text, ProblemOfDecryption));
+    RequireSound("standard output", CheckEnvironment(text, NodeKey::ProblemOfCipher));
     std::cout << text << std::flush;
     return ExitCode::Done;
 }
@@ -182,7 +171,7 @@ ExitCode MakeEnvironment(NewOptions options)
 ExitCode CheckFile(const std::string& path)
 {
     const std::string name = NameOfEnvironment(path);
-    RequireSound(name, CheckEnvironment(ReadEnvironmentText(path), ProblemOfDecryption));
+    RequireSound(name, CheckEnvironment(ReadEnvironmentText(path), NodeKey::ProblemOfCipher));
     Report::Step("environment " + name + " is sound");
     return ExitCode::Done;
 }

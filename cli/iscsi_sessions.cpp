@@ -1,5 +1,6 @@
 #include "cli/iscsi_sessions.h"
 
+#include "base/host_port.h"
 #include "base/printable_text.h"
 #include "cli/block_device_uses.h"
 #include "cli/failure.h"
@@ -54,6 +55,12 @@ std::vector<std::string> DisksOf(int session)
 std::string IscsiSession::Naming() const
 {
     return "iSCSI session with " + target + " at " + portal;
+}
+
+bool IscsiSession::IsAt(const std::string& address) const
+{
+    const std::string host = portal.substr(0, portal.rfind(':'));
+    return Base::BareHost(host) == Base::BareHost(address);
 }
 
 namespace IscsiSessions {

@@ -12,6 +12,9 @@ struct IscsiSession {
 
     /// "iSCSI session with TARGET at PORTAL".
     std::string Naming() const;
+
+    /// Whether its portal is at a service address, which bears no port.
+    bool IsAt(const std::string& address) const;
 };
 
 namespace IscsiSessions {

@@ -1,5 +1,6 @@
 #include "cli/node_key.h"
 
+#include "base/secret.h"
 #include "cli/consent.h"
 #include "cli/failure.h"
 #include "cli/report.h"
@@ -70,4 +71,15 @@ std::string NodeKey::Encrypt(const std::string& password) const
         Report::Step("made a new key, " + m_newPath + ": keep a copy of it in a safe place");
     }
     return cipher;
+}
+
+std::string NodeKey::ProblemOfCipher(const std::string& cipher)
+{
+    std::string password;
+    const Secret::ScopedWipe wipePassword(password);
+    if (SecuritySS::ZelkDecryptInfo(cipher, password)) {
+        return {};
+    }
+    const std::string problem = LookAt().problem;
+    return problem.empty() ? "it was made with another key than this node's, or changed since" : problem;
 }

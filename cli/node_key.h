@@ -22,6 +22,9 @@ public:
     };
     static Finding LookAt();
 
+    /// Why an encrypted password cannot be decrypted with it; empty when it can.
+    static std::string ProblemOfCipher(const std::string& cipher);
+
 private:
     std::string m_newPath; ///< of the key that is to be made; empty without
 };

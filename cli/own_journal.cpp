@@ -24,6 +24,11 @@ bool OwnJournal::IsKept()
     return true;
 }
 
+std::string OwnJournal::Path()
+{
+    return Journal().Path();
+}
+
 void OwnJournal::RequireWritable()
 {
     try {
@@ -70,6 +75,11 @@ void OwnJournal::Drop(const Entry& entry)
 bool OwnJournal::IsKept()
 {
     return false;
+}
+
+std::string OwnJournal::Path()
+{
+    return {};
 }
 
 void OwnJournal::RequireWritable() {}

@@ -22,6 +22,9 @@ struct Entry {
 /// Whether there is one at all.
 bool IsKept();
 
+/// The file's path; empty where none is kept.
+std::string Path();
+
 /// Throws Failure when nothing could be entered into it.
 void RequireWritable();
 

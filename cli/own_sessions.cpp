@@ -26,9 +26,8 @@ bool Has(const std::vector<IscsiSession>& sessions, const IscsiSession& session)
 
 bool IsWith(const std::vector<std::string>& addresses, const IscsiSession& session)
 {
-    const std::string host = session.portal.substr(0, session.portal.rfind(':'));
     return std::any_of(addresses.begin(), addresses.end(),
-                       [&host](const std::string& address) { return host == address || host == "[" + address + "]"; });
+                       [&session](const std::string& address) { return session.IsAt(address); });
 }
 
 OwnJournal::Entry EntryOf(const ArrayLogin& login, const IscsiSession& session)

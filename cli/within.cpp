@@ -1,16 +1,44 @@
 #include "cli/within.h"
 
+#include <atomic>
 #include <future>
 #include <thread>
 #include <utility>
 
+namespace {
+
+std::atomic<unsigned int> underWay{0};
+
+} // namespace
+
 bool EndsWithin(std::chrono::milliseconds limit, std::function<void()> work)
 {
-    std::promise<void> ended;
-    const std::future<void> end = ended.get_future();
-    std::thread([done = std::move(ended), act = std::move(work)]() mutable {
-        act();
-        done.set_value();
-    }).detach();
-    return end.wait_for(limit) == std::future_status::ready;
+    return WhichEndWithin(limit, {std::move(work)}).front();
+}
+
+std::vector<bool> WhichEndWithin(std::chrono::milliseconds limit, std::vector<std::function<void()>> works)
+{
+    const auto end = std::chrono::steady_clock::now() + limit;
+    std::vector<std::future<void>> ends;
+    for (std::function<void()>& work : works) {
+        std::promise<void> ended;
+        ends.push_back(ended.get_future());
+        ++underWay;
+        std::thread([done = std::move(ended), act = std::move(work)]() mutable {
+            act();
+            act = nullptr; // what it held is given back before anybody is told
+            --underWay;
+            done.set_value();
+        }).detach();
+    }
+    std::vector<bool> haveEnded;
+    for (const std::future<void>& each : ends) {
+        haveEnded.push_back(each.wait_until(end) == std::future_status::ready);
+    }
+    return haveEnded;
+}
+
+bool DoesAnyGoOn()
+{
+    return underWay != 0;
 }
