@@ -16,6 +16,7 @@ using Run = std::function<ExitCode(LogTail& log, StopSignals& stopSignals)>;
 void AddInitCommand(CLI::App& app, Run& run);
 void AddStatusCommand(CLI::App& app, Run& run);
 void AddCheckCommand(CLI::App& app, Run& run);
+void AddDoctorCommand(CLI::App& app, Run& run);
 void AddInventoryCommand(CLI::App& app, Run& run);
 void AddListCommands(CLI::App& app, Run& run); // system, pools, luns, ports, hosts
 void AddNodeCommand(CLI::App& app, Run& run);

@@ -151,6 +151,7 @@ ExitCode Main(int argc, char** argv)
     AddInitCommand(app, run);
     AddStatusCommand(app, run);
     AddCheckCommand(app, run);
+    AddDoctorCommand(app, run);
     AddInventoryCommand(app, run);
     AddListCommands(app, run);
     AddNodeCommand(app, run);
@@ -214,7 +215,7 @@ int main(int argc, char** argv)
         Base::WriteWhole(STDERR_FILENO, error.what());
         Base::WriteWhole(STDERR_FILENO, "\nzavctl: remedy: report it, with the output of the same command under -vv\n");
     }
-    if (!EndCheckThread()) {
+    if (!EndCheckThread() || DoesAnyGoOn()) {
         std::cout << std::flush;
         ::_exit(static_cast<int>(code)); // what is static must not be destroyed under a thread that runs
     }

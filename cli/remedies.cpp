@@ -90,7 +90,7 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 72> BY_TEXT = {{
+constexpr std::array<TextRow, 73> BY_TEXT = {{
     {"cannot start dot", "install graphviz, or take -o html, which needs nothing"},
     {"waiting for one to end", TOO_MANY_SESSIONS},
     {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
@@ -191,6 +191,7 @@ constexpr std::array<TextRow, 72> BY_TEXT = {{
      "of its own in /etc/iscsi/initiatorname.iscsi and leave that host alone; if none does, have the array's "
      "administrator take the name off it; then run zavctl init again"},
     {"which is not in host group", "take this node's initiator off that host on the array; then run zavctl init again"},
+    {"bundle ", "name a file that is not there yet, in a folder that you may write, or add --overwrite"},
     {"No space left on device", "make room on that file system, then run the command again"},
     {"File too large", "give this user and that file system a higher limit of file sizes (ulimit -f)"},
     {"which the record lies in", "make the folder, owned by the user who runs zavctl; then run the command again"},

@@ -1,0 +1,149 @@
+#include "cli/commands.h"
+
+#include "cli/doctor/bundle.h"
+#include "cli/doctor/probes.h"
+#include "cli/doctor/report_json.h"
+#include "cli/environment_file.h"
+#include "cli/failure.h"
+#include "cli/farewell.h"
+#include "cli/options.h"
+#include "cli/report.h"
+#include "cli/within.h"
+#ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
+#include "framework/public/running_commands.h"
+#endif
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Doctor::Finding;
+using Doctor::Severity;
+using Doctor::Told;
+
+constexpr std::chrono::milliseconds TIME_TO_WAIT{4700}; // of a probe for another; less than a probe may take
+constexpr std::chrono::milliseconds TIME_TO_LEAVE{700}; // for a logout that nobody answers
+constexpr std::chrono::milliseconds GRACE_OF_COMMANDS{100};
+
+struct DoctorOptions {
+    std::string environmentPath;
+    Report::Format format = Report::Format::Table;
+    std::string bundlePath; ///< empty: none is made
+    bool mayOverwrite = false;
+};
+
+void Print(const Told& told)
+{
+    const Finding& finding = told.finding;
+    const bool isError = finding.severity == Severity::Error;
+    Report::Print("", std::string(Doctor::WordOf(finding.severity)) + ": " + finding.seen,
+                  isError ? Report::Look::Cause : Report::Look::Warning);
+    if (!finding.remedy.empty()) {
+        Report::Print("  ", finding.remedy);
+    }
+    if (!finding.command.empty()) {
+        Report::Print("  $ ", finding.command, Report::Look::Remedy);
+    }
+}
+
+void PrintAll(const std::vector<Told>& all, const DoctorOptions& options)
+{
+    if (options.format == Report::Format::Json) {
+        Report::Json(Doctor::ToJson(all));
+        return;
+    }
+    if (all.empty()) {
+        Report::Print("", options.environmentPath.empty() ? "all well on this node; --env names an array to look at"
+                                                          : "all well");
+    }
+    for (const Told& told : all) {
+        Print(told);
+    }
+}
+
+/// At its end: probes that did not come to theirs leave sessions and commands behind, which nobody else would end.
+class LeavingNothingBehind {
+public:
+    explicit LeavingNothingBehind(std::shared_ptr<const Doctor::Patient> patient)
+        : m_patient(std::move(patient))
+    {
+    }
+    LeavingNothingBehind(const LeavingNothingBehind&) = delete;
+    LeavingNothingBehind& operator=(const LeavingNothingBehind&) = delete;
+    ~LeavingNothingBehind()
+    {
+        if (DoesAnyGoOn()) {
+#ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
+            OpenFramework::EndRunningCommands(GRACE_OF_COMMANDS);
+#endif
+            Farewell::SayAll(TIME_TO_LEAVE);
+            // Behind the farewell nobody may destroy a login any more.
+            std::make_unique<std::shared_ptr<const Doctor::Patient>>(m_patient).release();
+        }
+    }
+
+private:
+    const std::shared_ptr<const Doctor::Patient> m_patient;
+};
+
+std::shared_ptr<const Doctor::Patient> MakePatient(const DoctorOptions& options)
+{
+    const auto deadline = Doctor::Logins::Clock::now() + TIME_TO_WAIT;
+    std::string text;
+    EnvironmentPath env;
+    if (!options.environmentPath.empty()) {
+        text = ReadEnvironmentText(options.environmentPath);
+        if (!ParseEnvironment(text, env).empty()) { // which a probe tells
+            env.Clear();
+        }
+    }
+    return std::make_shared<const Doctor::Patient>(options.environmentPath, text, env, deadline);
+}
+
+ExitCode RunDoctor(const DoctorOptions& options)
+{
+    Report::BeQuiet(); // what is done on the way is nobody's business
+    const bool isBundled = !options.bundlePath.empty();
+    if (isBundled) {
+        Doctor::Bundle::RequirePlace(options.bundlePath, options.mayOverwrite);
+    }
+    const std::shared_ptr<const Doctor::Patient> patient = MakePatient(options);
+    const std::vector<Told> all = Doctor::Examine(patient);
+    PrintAll(all, options);
+    const LeavingNothingBehind leaving(patient); // also when there can be no bundle
+    if (isBundled) {
+        Doctor::Bundle::Write(options.bundlePath, options.mayOverwrite, *patient, all);
+        Report::Tell("packed into " + options.bundlePath + ", without passwords, keys, tokens and cookies");
+    }
+    return Doctor::ExitCodeOf(all);
+}
+
+} // namespace
+
+void AddDoctorCommand(CLI::App& app, Run& run)
+{
+    const auto options = std::make_shared<DoctorOptions>();
+    CLI::App* const command = app.add_subcommand(
+        "doctor", "Look at both ends for what is wrong, and name the command that mends it; changes nothing");
+    Options::AddEnvironment(*command, options->environmentPath);
+    Options::AddFormat(*command, options->format);
+    CLI::Option* const bundle =
+        command->add_option("--bundle", options->bundlePath, "Pack what support needs into a compressed archive");
+    bundle->option_text("FILE");
+    command->add_flag("--overwrite", options->mayOverwrite, "Replace that file where it is there already")
+        ->needs(bundle);
+    Options::AddExamples(
+        *command, {"zavctl doctor --env env.json", "zavctl doctor --env env.json --bundle case.tar.gz --overwrite"});
+    command->callback([options, &run] {
+        if (!options->environmentPath.empty() || std::getenv(Options::ENVIRONMENT_VARIABLE) != nullptr) {
+            Options::CompleteEnvironment(options->environmentPath);
+        }
+        run = [options](LogTail& /*log*/, StopSignals& /*stopSignals*/) { return RunDoctor(*options); };
+    });
+}

@@ -1,0 +1,124 @@
+#include "cli/doctor/node_commands.h"
+#include "cli/doctor/probes.h"
+#include "cli/node_initiators.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ctime>
+#include <optional>
+#include <regex>
+#include <sstream>
+
+// The node's own iSCSI: what the library logs in with.
+
+namespace Doctor {
+
+namespace {
+
+constexpr const char* LOCK = "/run/lock/iscsi/lock.write";
+constexpr const char* INITIATOR_FILE = "/etc/iscsi/initiatorname.iscsi";
+
+/// What "PROGRAM --version" says.
+struct Version {
+    bool isThere = true;
+    std::string number; ///< empty: it does not tell
+};
+
+Version VersionOf(const std::string& program)
+{
+    static const std::regex version("version ([^ ]+)");
+    const NodeAnswer answer = AskNode(program + " --version");
+    std::smatch found;
+    const bool isTold = !answer.output.empty() && std::regex_search(answer.output.front(), found, version);
+    return {!answer.IsNotFound(), isTold ? found[1].str() : ""};
+}
+
+// Whoever serves iscsiadm listens at this name: iscsid, or systemd in its place until it is first needed.
+bool IsIscsidServed()
+{
+    const NodeAnswer sockets = AskNode("cat /proc/net/unix");
+    return std::any_of(sockets.output.begin(), sockets.output.end(), [](const std::string& line) {
+        return line.find("@ISCSIADM_ABSTRACT_NAMESPACE") != std::string::npos;
+    });
+}
+
+std::optional<long> NumberOf(const std::string& text)
+{
+    long number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    return result.ec == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+// A lock made so many seconds ago is that of a program which ran already then; iscsid holds it for moments only.
+bool IsHeldByALivingOne(long age)
+{
+    constexpr long LONGEST_OF_ISCSID = 30; // as long as iscsiadm waits for it
+    for (const std::string& line : AskNode("ps -C iscsiadm,iscsid -o etimes=,comm=").output) {
+        std::istringstream words(line);
+        long runs = 0;
+        std::string name;
+        if (words >> runs >> name && runs + 1 >= age && (name == "iscsiadm" || age < LONGEST_OF_ISCSID)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+Severity SeverityOfIscsi()
+{
+    return NodeInitiators::Read().ports.empty() ? Severity::Error : Severity::Warning;
+}
+
+Findings LookAtIscsiTools(const Patient& /*patient*/, const std::string& /*part*/)
+{
+    const Severity severity = SeverityOfIscsi();
+    const Version iscsiadm = VersionOf("iscsiadm");
+    const Version iscsid = VersionOf("iscsid");
+    Findings findings;
+    for (const auto& [name, version] : {std::pair("iscsiadm", &iscsiadm), std::pair("iscsid", &iscsid)}) {
+        if (!version->isThere) {
+            findings.push_back({severity, std::string(name) + " is not installed: no iSCSI session comes about",
+                                "install open-iscsi", "apt-get install open-iscsi", ExitCode::Unusable});
+        }
+    }
+    if (!iscsiadm.number.empty() && !iscsid.number.empty() && iscsiadm.number != iscsid.number) {
+        findings.push_back({Severity::Warning,
+                            "iscsiadm is of version " + iscsiadm.number + " and iscsid of version " + iscsid.number +
+                                ": they may not understand each other",
+                            "have both from one package", "apt-get install --reinstall open-iscsi",
+                            ExitCode::Unusable});
+    }
+    if (iscsid.isThere && !IsIscsidServed()) {
+        findings.push_back({severity, "iscsid is not running: iscsiadm can log in nowhere", "start it",
+                            "systemctl start iscsid", ExitCode::Unusable});
+    }
+    return findings;
+}
+
+Findings LookAtIscsiLock(const Patient& /*patient*/, const std::string& /*part*/)
+{
+    const NodeAnswer answer = AskNode("stat -c %Z '?'", {LOCK}); // of the link that is the lock: when it was made
+    const auto made = answer.status == 0 && !answer.output.empty() ? NumberOf(answer.output.front()) : std::nullopt;
+    const long age = made ? std::time(nullptr) - *made : 0;
+    if (!made || IsHeldByALivingOne(age)) {
+        return {};
+    }
+    return {{SeverityOfIscsi(),
+             std::string(LOCK) + ": an iscsiadm that was killed " + std::to_string(age) +
+                 " s ago left the lock of the node database behind: each later one waits 30 s and fails",
+             "take the lock away", std::string("rm ") + LOCK, ExitCode::Unusable}};
+}
+
+Findings LookAtInitiators(const Patient& /*patient*/, const std::string& /*part*/)
+{
+    if (!NodeInitiators::Read().AreNone()) {
+        return {};
+    }
+    return {{Severity::Error, std::string("this node has no initiator: no FC port, and no name in ") + INITIATOR_FILE,
+             "give it a name of its own, or put an FC port in",
+             std::string("echo \"InitiatorName=$(iscsi-iname)\" >") + INITIATOR_FILE, ExitCode::Unusable}};
+}
+
+} // namespace Doctor

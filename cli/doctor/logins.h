@@ -1,0 +1,69 @@
+#ifndef PRODUCT_STORAGE_CLI_DOCTOR_LOGINS_H
+#define PRODUCT_STORAGE_CLI_DOCTOR_LOGINS_H
+
+#include "cli/array_login.h"
+#include "cli/exit_code.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace Doctor {
+
+/// Logs in at each management address, and keeps a login at the first that takes it for all who ask the array. An array
+/// that refuses user and password is not tried again at another address: it might lock the user. Any thread may call.
+class Logins {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Nobody waits for anything beyond `deadline`. `name` names the environment.
+    Logins(std::string name, EnvironmentPath env, Clock::time_point deadline);
+
+    /// Why nothing came of a login.
+    struct Failed {
+        std::string cause;
+        ExitCode exit;
+    };
+
+    /// Logs in at `address`, one of the environment's, and out again. Each address is tried, or given up, once. Nothing
+    /// where it went well, and where no login was tried.
+    std::optional<Failed> Try(const std::string& address);
+
+    /// There is nothing at `address` that a login could be tried at.
+    void GiveUp(const std::string& address);
+
+    /// Waits for the login that is kept; null where none comes about.
+    std::shared_ptr<const ArrayLogin> Await() const;
+
+    /// The device id that the array told at each address, as soon as all were tried or given up.
+    std::map<std::string, std::string> DeviceIds() const;
+
+private:
+    bool MayTry(const std::string& address);
+    std::optional<Failed> LogInAt(const std::string& address, const std::string& password);
+    void Keep(const std::string& address);
+    void CountOff(const std::string& address);
+
+    const std::string m_name;
+    const EnvironmentPath m_env;
+    const Clock::time_point m_deadline;
+    mutable std::mutex m_lock;
+    mutable std::condition_variable m_changed;
+    std::size_t m_left;                             // guarded by m_lock; addresses that are neither tried nor given up
+    bool m_isFirstOver = false;                     // guarded by m_lock
+    bool m_isRefused = false;                       // guarded by m_lock
+    bool m_isKept = false;                          // guarded by m_lock; by somebody, who may be at it yet
+    std::shared_ptr<const ArrayLogin> m_login;      // guarded by m_lock
+    std::map<std::string, std::string> m_deviceIds; // guarded by m_lock
+};
+
+/// The environment's management addresses, that to log in at first, each once.
+std::vector<std::string> ManagementAddresses(const EnvironmentPath& env);
+
+} // namespace Doctor
+
+#endif

@@ -1,0 +1,115 @@
+#include "cli/doctor/probes.h"
+
+#include "cli/explanation.h"
+#include "cli/failure.h"
+#include "cli/log_tail.h"
+#include "cli/within.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <functional>
+
+namespace Doctor {
+
+namespace {
+
+constexpr std::chrono::seconds LIMIT_OF_A_PROBE{5};
+
+std::vector<std::string> OnceForTheNode(const Patient& /*patient*/)
+{
+    return {""};
+}
+
+std::vector<std::string> OnceForTheArray(const Patient& patient)
+{
+    return patient.HasEnvironment() ? std::vector<std::string>{""} : std::vector<std::string>();
+}
+
+std::vector<std::string> EachManagementAddress(const Patient& patient)
+{
+    return ManagementAddresses(patient.env);
+}
+
+// What the library logged of a failure is heard by the thread alone.
+Findings LookOrTellWhyNot(const Probe& probe, const Patient& patient, const std::string& part)
+{
+    LogTail log(true);
+    try {
+        return probe.look(patient, part);
+    } catch (const Failure& failure) {
+        const Explanation explanation = Explain(failure, log.Take());
+        return {{Severity::Error, explanation.cause, explanation.remedy, "", explanation.exit}};
+    } catch (const std::exception& error) {
+        return {{Severity::Error, std::string(probe.name) + ": " + error.what(), "", "", ExitCode::OurFault}};
+    }
+}
+
+Finding TooLate(const Probe& probe, const std::string& part)
+{
+    const std::string what = std::string(probe.name) + (part.empty() ? "" : " " + part);
+    return {Severity::Error, what + ": no end of the look within " + std::to_string(LIMIT_OF_A_PROBE.count()) + " s",
+            probe.byHand == nullptr ? "look at the other findings first; -vv shows what was waited for"
+                                    : std::string("see by hand what it waits for: ") + probe.byHand,
+            "", ExitCode::Unreachable};
+}
+
+} // namespace
+
+const std::vector<Probe>& AllProbes()
+{
+    // A row to a probe.
+    // clang-format off
+    static const std::vector<Probe> PROBES = {
+        {"iSCSI tools", &OnceForTheNode, &LookAtIscsiTools, "iscsiadm --version; iscsid --version"},
+        {"iSCSI lock", &OnceForTheNode, &LookAtIscsiLock, "stat /run/lock/iscsi/lock.write"},
+        {"initiators", &OnceForTheNode, &LookAtInitiators, "cat /etc/iscsi/initiatorname.iscsi"},
+        {"key", &OnceForTheNode, &LookAtKey, nullptr},
+        {"own files", &OnceForTheNode, &LookAtOwnFiles, nullptr},
+        {"space", &OnceForTheNode, &LookAtSpace, "df"},
+        {"product roots", &OnceForTheNode, &LookAtOtherRoots, nullptr},
+        {"environment", &OnceForTheArray, &LookAtEnvironment, nullptr},
+        {"management address", &EachManagementAddress, &LookAtManagementAddress, nullptr},
+        {"serial numbers", &OnceForTheArray, &LookAtSerials, nullptr},
+        {"FC ports", &OnceForTheNode, &LookAtFcPorts, "cat /sys/class/fc_host/host*/port_state"},
+        {"service addresses", &OnceForTheArray, &LookAtServiceAddresses, "iscsiadm -m session"},
+        {"hosts", &OnceForTheArray, &LookAtHostsOfInitiators, nullptr},
+        {"record", &OnceForTheArray, &LookAtRecord, nullptr},
+        {"rate guard", &OnceForTheArray, &LookAtRateGuard, nullptr},
+    };
+    // clang-format on
+    return PROBES;
+}
+
+std::vector<Told> Examine(const std::shared_ptr<const Patient>& patient)
+{
+    struct Look {
+        const Probe* probe;
+        std::string part;
+        std::shared_ptr<Findings> findings;
+    };
+    std::vector<Look> looks;
+    std::vector<std::function<void()>> works;
+    for (const Probe& probe : AllProbes()) {
+        for (const std::string& part : probe.parts(*patient)) {
+            const Look look = {&probe, part, std::make_shared<Findings>()};
+            looks.push_back(look);
+            works.emplace_back(
+                [patient, look] { *look.findings = LookOrTellWhyNot(*look.probe, *patient, look.part); });
+        }
+    }
+    const std::vector<bool> haveEnded = WhichEndWithin(LIMIT_OF_A_PROBE, std::move(works));
+    std::vector<Told> all;
+    for (std::size_t i = 0; i < looks.size(); ++i) {
+        const Look& look = looks[i];
+        for (const Finding& finding : haveEnded[i] ? *look.findings : Findings{TooLate(*look.probe, look.part)}) {
+            all.push_back({look.probe->name, finding});
+        }
+    }
+    std::stable_sort(all.begin(), all.end(), [](const Told& left, const Told& right) {
+        return left.finding.severity > right.finding.severity;
+    });
+    return all;
+}
+
+} // namespace Doctor

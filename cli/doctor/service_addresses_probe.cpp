@@ -1,0 +1,77 @@
+#include "base/host_port.h"
+#include "cli/doctor/probes.h"
+#include "cli/iscsi_sessions.h"
+#include "common/framework/http_client.h"
+
+#include <algorithm>
+#include <future>
+#include <vector>
+
+namespace Doctor {
+
+namespace {
+
+constexpr int SECONDS_TO_CONNECT = 3;
+constexpr unsigned int ISCSI_PORT = 3260;
+
+/// A service address from this node.
+struct Portal {
+    std::string address;
+    bool takesConnections;
+    bool hasSession;
+};
+
+bool HasSession(const std::string& address, const std::vector<IscsiSession>& sessions)
+{
+    return std::any_of(sessions.begin(), sessions.end(),
+                       [&address](const IscsiSession& session) { return session.IsAt(address); });
+}
+
+// Side by side, so that several that say nothing cost no more than one.
+std::vector<Portal> LookAtAll(const std::vector<std::string>& addresses)
+{
+    const boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
+    std::vector<std::future<bool>> connections;
+    for (const std::string& address : addresses) {
+        const std::string url = "http://" + Base::HostAndPort(address, ISCSI_PORT); // nothing is sent
+        connections.push_back(std::async(std::launch::async, [client, url] {
+            return client != nullptr && client->TestConnection(url, SECONDS_TO_CONNECT);
+        }));
+    }
+    const std::vector<IscsiSession> sessions = IscsiSessions::Standing();
+    std::vector<Portal> portals;
+    for (std::size_t i = 0; i < addresses.size(); ++i) {
+        portals.push_back({addresses[i], connections[i].get(), HasSession(addresses[i], sessions)});
+    }
+    return portals;
+}
+
+} // namespace
+
+Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*part*/)
+{
+    const auto login = patient.logins.Await();
+    if (login == nullptr) {
+        return {};
+    }
+    const std::vector<Portal> portals = LookAtAll(login->Device().storageIps);
+    const bool isAnyReached =
+        std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.takesConnections; });
+    Findings findings;
+    for (const Portal& portal : portals) {
+        if (!portal.takesConnections) {
+            findings.push_back({isAnyReached ? Severity::Warning : SeverityOfIscsi(),
+                                "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
+                                    " takes no connection; " +
+                                    (portal.hasSession ? "a session that stands there is lost with the next failure"
+                                                       : "no session stands with it"),
+                                "check the way there from this node, and that the array's iSCSI service runs; ip route "
+                                "get " +
+                                    Base::BareHost(portal.address) + " tells by which port it goes",
+                                "", ExitCode::Unreachable});
+        }
+    }
+    return findings;
+}
+
+} // namespace Doctor

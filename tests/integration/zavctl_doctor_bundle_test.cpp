@@ -1,0 +1,134 @@
+#include "common/framework/security.h"
+#include "tests/integration/stage.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/filesystem.hpp>
+
+#include <sys/stat.h>
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr const char* CANARY = "canary\"of/all&secrets"; // quoted by JSON, encoded by addresses
+
+/// What support is sent.
+class ZavctlDoctorBundleTest : public Stage {
+protected:
+    ZavctlDoctorBundleTest()
+    {
+        WriteText(Directory() + "/password", std::string(CANARY) + "\n");
+        ArrayOptions options;
+        options.further = {"--user", "admin", "--password-file", Directory() + "/password"};
+        m_array = &StartArray(options);
+        StartTargets(m_array->Options().serviceIps);
+        m_env = EnvironmentFileOf(*m_array);
+        std::string errorText;
+        EXPECT_TRUE(SecuritySS::ZelkEncryptInfo(CANARY, m_cipher, errorText)) << errorText;
+        const std::string text = ReadText(m_env);
+        const std::size_t start = text.find("AES256GCM");
+        WriteText(m_env, boost::replace_all_copy(text, text.substr(start, text.find('"', start) - start), m_cipher));
+        const Base::ProgramResult init = RunZavctl({"init", "--env", m_env});
+        EXPECT_EQ(0, init.status) << init.errors;
+    }
+
+    std::string Bundle() const { return Directory() + "/case.tar.gz"; }
+
+    Base::ProgramResult Pack(Process::Arguments further = {}) const
+    {
+        Process::Arguments words = {"doctor", "--env", m_env, "--bundle", Bundle()};
+        words.insert(words.end(), further.begin(), further.end());
+        return RunZavctl(words);
+    }
+
+    /// A file of the archive.
+    std::string Packed(const std::string& name) const
+    {
+        return RunToEnd({"tar", "-xzOf", Bundle(), "zavctl-doctor/" + name}).output;
+    }
+
+    /// Everything in the archive, names included.
+    std::string All() const { return RunToEnd({"/bin/sh", "-c", "gzip -dc <" + Bundle()}).output; }
+
+    Array* m_array = nullptr;
+    std::string m_env;
+    std::string m_cipher;
+};
+
+TEST_F(ZavctlDoctorBundleTest, HoldsWhatSupportNeeds)
+{
+    ASSERT_EQ(0, ::chmod(ProductPath("conf/san-journal").c_str(), 0644));
+    const Base::ProgramResult packed = Pack();
+    EXPECT_EQ(3, packed.status);
+    EXPECT_EQ("zavctl: packed into " + Bundle() + ", without passwords, keys, tokens and cookies\n", packed.errors);
+    EXPECT_THAT(Packed("versions.txt"), AllOf(HasSubstr("zavctl 1."), HasSubstr("iscsiadm version 2.1.8")));
+    EXPECT_EQ("journal", ParseJsonText(Packed("findings.json"))["findings"][0]["seen"].asString().substr(4, 7));
+    EXPECT_THAT(Packed("configuration.ini"), HasSubstr("KeyFile = "));
+    EXPECT_THAT(Packed("settings.txt"), HasSubstr("[BackupNode] DosRequestCount = 100 (default)\n"));
+    EXPECT_EQ(m_array->Options().managementIps[0],
+              ParseJsonText(Packed("environment.json"))["managementIps"][0].asString());
+    EXPECT_EQ(ReadText(ZavctlRecordPath(*m_array)), Packed(m_array->Options().serial + "-info.conf"));
+    EXPECT_EQ(ReadText(ProductPath("conf/san-journal")), Packed("san-journal"));
+    EXPECT_THAT(Packed("log-tail.txt"), HasSubstr("InitDeviceSet"));
+    const std::string answers = Packed("answers.jsonl");
+    EXPECT_THAT(answers, HasSubstr(R"("resource":"mappingview/1")"));
+    EXPECT_THAT(answers, HasSubstr(m_array->Object("mappingview", "1")["name"].asString()));
+    EXPECT_EQ(0U, m_array->SessionCount());
+}
+
+TEST_F(ZavctlDoctorBundleTest, HoldsNoSecret)
+{
+    // Secrets where they should not be, and somebody put them all the same.
+    WriteText(Directory() + "/backupnode.ini",
+              "; the password is " + std::string(CANARY) + "\n" + ReadText(Directory() + "/backupnode.ini"));
+    WriteText(Directory() + "/library.log",
+              ReadText(Directory() + "/library.log") + "login of admin with " + CANARY +
+                  "\n{\"iBaseToken\":\"0123456789abcdef\",\"password\": \"canary\\\"of/all&secrets\"}\n"
+                  "Cookie: session=fedcba9876543210; token=canary%22of%2Fall%26secrets\n");
+    EXPECT_EQ(0, Pack().status);
+    const std::string all = All();
+    EXPECT_THAT(Packed("log-tail.txt"), HasSubstr("login of admin with ***\n"));
+    for (const std::string& secret :
+         {std::string("canary"), m_cipher, std::string("0123456789abcdef"), std::string("fedcba9876543210"),
+          ReadText(Directory() + "/product.key").substr(0, 64)}) {
+        EXPECT_THAT(all, Not(HasSubstr(secret)));
+    }
+    EXPECT_EQ("***", ParseJsonText(Packed("environment.json"))["encryptedPasswords"][0].asString());
+}
+
+TEST_F(ZavctlDoctorBundleTest, IsItsOwnersAloneAndReplacesNothingUnasked)
+{
+    EXPECT_EQ(0, Pack().status);
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(Bundle().c_str(), &status));
+    EXPECT_EQ(0600U, status.st_mode & 07777U);
+    WriteText(Bundle(), "somebody's\n");
+    const Base::ProgramResult refused = Pack();
+    EXPECT_EQ(7, refused.status);
+    EXPECT_EQ("", refused.output);
+    EXPECT_EQ(
+        "zavctl: bundle " + Bundle() +
+            ": File exists\nzavctl: remedy: name a file that is not there yet, in a folder that you may write, or "
+            "add --overwrite\n",
+        refused.errors);
+    EXPECT_EQ("somebody's\n", ReadText(Bundle()));
+    EXPECT_EQ(0, Pack({"--overwrite"}).status);
+    EXPECT_THAT(Packed("versions.txt"), HasSubstr("zavctl 1."));
+    EXPECT_EQ(2, RunZavctl({"doctor", "--overwrite"}).status);
+}
+
+TEST_F(ZavctlDoctorBundleTest, ArrayThatSaysNothingKeepsNoBundleFromBeingMade)
+{
+    m_array->Program().Signal(SIGTERM);
+    m_array->Program().Wait();
+    EXPECT_EQ(8, Pack().status);
+    EXPECT_THAT(Packed("findings.json"), HasSubstr("it takes no connection"));
+}
+
+} // namespace
