@@ -48,7 +48,7 @@ std::string BrokenJson(const std::string& text)
     ::Json::CharReaderBuilder::strictMode(&settings.settings_);
     ::Json::Value root;
     std::string problem;
-    if (Base::ReadJson(settings, text, root, &problem)) {
+    if (Base::JsonReader(settings).Read(text, root, &problem)) {
         return {};
     }
     std::smatch match;

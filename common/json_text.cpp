@@ -69,8 +69,8 @@ bool Parse(const std::string& text, Json::Value& root)
         return false;
     }
     try {
-        thread_local const Json::CharReaderBuilder settings;
-        return Base::ReadJson(settings, text, root);
+        thread_local Base::JsonReader reader;
+        return reader.Read(text, root);
     } catch (const std::exception&) {
         return false; // out of memory
     }

@@ -104,7 +104,7 @@ bool IsAlert(const Json::Value& alert)
 bool Parse(const std::string& text, Json::Value& alerts)
 {
     Json::Value root;
-    if (!Base::ReadJson(Json::CharReaderBuilder(), text, root) || !root.isObject() || !root["alerts"].isArray()) {
+    if (!Base::JsonReader().Read(text, root) || !root.isObject() || !root["alerts"].isArray()) {
         return false;
     }
     for (const Json::Value& alert : root["alerts"]) {

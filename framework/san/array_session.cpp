@@ -61,9 +61,9 @@ std::string ToJson(const ArraySession::Members& members)
 Json::Value Unwrap(const std::string& what, const std::string& body)
 {
     Json::Value root;
-    thread_local const Json::CharReaderBuilder settings;
-    if (!Base::HasBoundedStructure(body) || !Base::ReadJson(settings, body, root) || !root.isObject() ||
-        !root["error"].isObject() || !root["error"]["code"].isInt64()) {
+    thread_local Base::JsonReader reader;
+    if (!Base::HasBoundedStructure(body) || !reader.Read(body, root) || !root.isObject() || !root["error"].isObject() ||
+        !root["error"]["code"].isInt64()) {
         ThrowMalformed(what);
     }
     const Json::Int64 code = root["error"]["code"].asInt64();

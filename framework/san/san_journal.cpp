@@ -75,8 +75,8 @@ Json::CharReaderBuilder FlatSettings()
 bool FromLine(const std::string& line, std::string& state, JournalEntry& entry)
 {
     Json::Value object;
-    thread_local const Json::CharReaderBuilder settings = FlatSettings();
-    if (!Base::ReadJson(settings, line, object) || !object.isObject()) {
+    thread_local Base::JsonReader reader(FlatSettings());
+    if (!reader.Read(line, object) || !object.isObject()) {
         return false;
     }
     const auto take = [&object](const char* name, std::string& text) {

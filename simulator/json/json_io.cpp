@@ -29,9 +29,9 @@ Json::StreamWriterBuilder IndentedBy(const char* indentation)
 
 std::optional<Json::Value> ParseJson(const std::string& text, std::string& problem)
 {
-    thread_local const Json::CharReaderBuilder settings = StrictSettings();
+    thread_local Base::JsonReader reader(StrictSettings());
     Json::Value value;
-    return Base::ReadJson(settings, text, value, &problem) ? std::optional(std::move(value)) : std::nullopt;
+    return reader.Read(text, value, &problem) ? std::optional(std::move(value)) : std::nullopt;
 }
 
 std::string WriteJson(const Json::Value& value)

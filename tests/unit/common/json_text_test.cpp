@@ -55,6 +55,22 @@ TEST_F(JsonTextTest, ParseOfTooDeepATextFailsWithoutAnException)
     EXPECT_TRUE(JsonText::Parse(std::string(900, '[') + std::string(900, ']'), root));
 }
 
+TEST_F(JsonTextTest, ParseTakesNothingFromOneTextIntoTheNext)
+{
+    const std::string tooDeep(2000, '[');
+    for (const char* const before :
+         {"{\"a\": 1}", "/* of the first */ 1", "1 // of the first", "{\"a\" 1}", tooDeep.c_str()}) {
+        Json::Value first;
+        JsonText::Parse(before, first);
+        Json::Value root;
+        ASSERT_TRUE(JsonText::Parse("{\"b\": [2]}", root)) << before;
+        EXPECT_EQ(1U, root.size()) << before;
+        EXPECT_EQ(2, root["b"][0].asInt()) << before;
+        EXPECT_FALSE(root.hasComment(Json::commentBefore)) << before;
+        EXPECT_FALSE(JsonText::Parse("{\"b\": [2}", root)) << before;
+    }
+}
+
 TEST_F(JsonTextTest, ParseReadsUpToTheTextsEndNotToANul)
 {
     Json::Value root;
