@@ -120,6 +120,31 @@ TEST_F(InventoryJsonRecordTest, NumbersHaveTheWidthOfTheirMember)
     EXPECT_EQ(4294967295U, InventoryJson::DecodeLun(lun).allocationType);
 }
 
+TEST_F(InventoryJsonRecordTest, MembersAreFoundAmongOthers)
+{
+    Json::Value lun = FromText(LUN);
+    for (const char* const other :
+         {"", "A", "CAPACIT", "CAPACITY2", "I", "ID ", "PARENTNAME", "SUBTYPE", "WW", "WWN2", "a", "~"}) {
+        lun[other] = "9";
+        EXPECT_EQ(1U, InventoryJson::DecodeLun(lun).id) << other;
+        EXPECT_EQ("n", InventoryJson::DecodeLun(lun).name) << other;
+        EXPECT_EQ("w", InventoryJson::DecodeLun(lun).wwn) << other;
+        EXPECT_EQ(2048U, InventoryJson::DecodeLun(lun).capacity) << other;
+        EXPECT_EQ(2U, InventoryJson::DecodeLun(lun).healthStatus) << other;
+        EXPECT_EQ(3U, InventoryJson::DecodeLun(lun).parentId) << other;
+        EXPECT_EQ(5U, InventoryJson::DecodeLun(lun).allocationType) << other;
+    }
+}
+
+TEST_F(InventoryJsonRecordTest, TheFirstMemberThatIsWrongIsNamed)
+{
+    Json::Value lun = FromText(LUN);
+    for (const char* const member : {"ALLOCTYPE", "PARENTID", "HEALTHSTATUS", "CAPACITY", "ID", "SECTORSIZE"}) {
+        lun[member] = "x";
+        EXPECT_EQ(std::string(member) + " is not a number: \"x\"", ErrorOf([&lun] { InventoryJson::DecodeLun(lun); }));
+    }
+}
+
 TEST_F(InventoryJsonRecordTest, AnElementThatIsNoObjectIsAnErrorThatSaysSo)
 {
     const std::string text = "element is not an object, looking for ID";
