@@ -72,7 +72,7 @@ struct LogProxy::Line {
         }
     }
 
-    [[gnu::noinline]] static void End(std::unique_ptr<Line> line) noexcept
+    [[gnu::noinline]] static void End(std::unique_ptr<Line>&& line) noexcept
     {
         line->record.text = line->buffer.Text();
         LogOutput::Instance().Write(line->record);
