@@ -3,7 +3,6 @@
 #include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/failure.h"
-#include "cli/node_initiators.h"
 #include "cli/own_journal.h"
 #include "device/device_operate.h"
 #include "rest/zav_rest_api.h"
@@ -17,9 +16,10 @@
 namespace {
 
 // A port that the array sees is a path only when it is on a host of the recorded group.
-bool HasOnlineFcPort(ZavRestApi& api, const std::string& url, const std::string& hostGroupId)
+bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, const std::string& url, const std::string& hostGroupId)
 {
-    const std::vector<std::string> wwpns = NodeInitiators::Read().ports;
+    std::vector<std::string> wwpns;
+    device.GetFCInitor(wwpns);
     std::string errorText;
     ArrayObjects objects(api, url);
     return std::any_of(wwpns.begin(), wwpns.end(), [&](const std::string& wwpn) {
@@ -59,7 +59,7 @@ void RequireConnectedNode(const ArrayLogin& login)
                                            login.Device().url);
     }
     const std::vector<std::string>& serviceIps = login.Device().storageIps;
-    if (!HasOnlineFcPort(*login.Api(), login.Device().url, record.Message().hostGroupId) &&
+    if (!HasOnlineFcPort(device, *login.Api(), login.Device().url, record.Message().hostGroupId) &&
         !IsLoggedIntoOneOf(device, serviceIps)) {
         throw Failure::OfLibrary(login.Device().url +
                                      ": this node has no online FC port and no iSCSI session with any of " +
