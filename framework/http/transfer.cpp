@@ -21,6 +21,9 @@ constexpr std::size_t MAX_HEAD_BYTES = 256 * 1024; // all header lines of one an
 // KiB. Longer bodies go in several pieces, each of which fills a TLS record.
 constexpr long SEND_BUFFER_BYTES = 16 * 1024;
 
+// The same for what is received, of which most answers are shorter than this. Longer ones come in several pieces.
+constexpr long RECEIVE_BUFFER_BYTES = 4 * 1024;
+
 // Whoever learns the server's key later cannot read what was recorded before. TLS 1.3 has nothing else.
 constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
 
@@ -99,6 +102,7 @@ CurlHandle Transfer::MakeHandle(const TlsTrust& trust)
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_TCP_KEEPALIVE, 1L);
     curl_easy_setopt(curl, CURLOPT_UPLOAD_BUFFERSIZE, SEND_BUFFER_BYTES);
+    curl_easy_setopt(curl, CURLOPT_BUFFERSIZE, RECEIVE_BUFFER_BYTES);
     SetTls(curl, trust);
     curl_easy_setopt(curl, CURLOPT_SSL_CTX_FUNCTION, &Transfer::OnTlsContext);
     curl_easy_setopt(curl, CURLOPT_PREREQFUNCTION, &Transfer::OnSend);
