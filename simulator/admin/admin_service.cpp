@@ -1,10 +1,13 @@
 #include "simulator/admin/admin_service.h"
 
-#include "base/host_port.h"
+#include "simulator/admin/callers.h"
 #include "simulator/array/operations.h"
 #include "simulator/array/records.h"
+#include "simulator/cluster/cluster_codes.h"
+#include "simulator/faults/fault_kinds.h"
 #include "simulator/json/json_io.h"
 
+#include <limits>
 #include <stdexcept>
 
 namespace ZavSim {
@@ -15,6 +18,7 @@ constexpr int BAD_REQUEST = 400;
 constexpr int FORBIDDEN = 403;
 constexpr int NOT_FOUND = 404;
 constexpr int CONFLICT = 409;
+constexpr int UNAVAILABLE = 503;
 
 class AdminError : public std::runtime_error {
 public:
@@ -56,6 +60,15 @@ void AppendSessions(Json::Value& list, const char* system, SessionTable& session
     }
 }
 
+Json::Value TextList(const std::vector<std::string>& texts)
+{
+    Json::Value list(Json::arrayValue);
+    for (const std::string& text : texts) {
+        list.append(text);
+    }
+    return list;
+}
+
 Json::Value Done()
 {
     return Json::Value(Json::objectValue);
@@ -79,27 +92,26 @@ const Json::Value& RequireMember(const Json::Value& body, const char* name, Json
     return body[name];
 }
 
-// Not by a name that somebody's DNS leads here: a page from there would be of the same origin.
-bool IsAskedByItsAddress(const HttpRequest& request)
+Kind RequireKind(const std::string& resource)
 {
-    for (const std::string& host : request.HeaderValues("Host")) {
-        const auto parts = Base::SplitHostPort(host);
-        if (!parts || (parts->host != "localhost" && !Base::IsNumericAddress(parts->host))) {
-            return false;
-        }
+    const auto kind = KindOfResource(resource);
+    if (!kind) {
+        throw AdminError(NOT_FOUND, "there is no kind \"" + resource + "\"");
     }
-    return true;
+    return *kind;
 }
 
-// A browser tells from where a request comes that a page makes; other clients tell nothing.
-bool IsFromItself(const HttpRequest& request)
+void RequireThere(const State& state, Kind kind, const std::string& id)
 {
-    for (const std::string& origin : request.HeaderValues("Origin")) {
-        if (origin != request.listener) {
-            return false;
-        }
+    if (!state.Has(kind, id)) {
+        throw AdminError(NOT_FOUND, "there is no " + Naming(kind, id));
     }
-    return true;
+}
+
+std::uint64_t NumberOf(const Target& target, const char* name, std::uint64_t otherwise)
+{
+    const auto found = target.query.find(name);
+    return found == target.query.end() ? otherwise : RequireNumber(found->second, name);
 }
 
 } // namespace
@@ -115,11 +127,15 @@ const AdminService::Resource AdminService::RESOURCES[] = {
     {"GET", "journal", 0, &AdminService::ReadJournal},
     {"DELETE", "journal", 0, &AdminService::ClearJournal},
     {"GET", "objects", 0, &AdminService::ReadObjects},
+    {"GET", "objects", 2, &AdminService::ReadObject},
     {"DELETE", "objects", 2, &AdminService::DeleteObjectBehindBack},
+    {"GET", "inventory", 0, &AdminService::ReadInventory},
     {"GET", "faults", 0, &AdminService::ReadFaults},
+    {"GET", "fault-kinds", 0, &AdminService::ReadFaultKinds},
     {"POST", "faults", 0, &AdminService::AddFault},
     {"DELETE", "faults", 0, &AdminService::ClearFaults},
     {"DELETE", "faults", 1, &AdminService::RemoveFault},
+    {"GET", "codes", 0, &AdminService::ReadCodes},
     {"GET", "listeners", 0, &AdminService::ReadListeners},
     {"POST", "listeners", 0, &AdminService::SwitchListener},
     {"POST", "ports", 0, &AdminService::SwitchPort},
@@ -129,11 +145,9 @@ const AdminService::Resource AdminService::RESOURCES[] = {
 
 HttpAnswer AdminService::Handle(const HttpRequest& request)
 {
-    if (!Base::IsLoopbackAddress(request.peer)) {
-        return ErrorAnswer(FORBIDDEN, "only clients on this machine may steer the simulator");
-    }
-    if (!IsAskedByItsAddress(request) || !IsFromItself(request)) {
-        return ErrorAnswer(FORBIDDEN, "a page of another origin may not steer the simulator");
+    const char* const objection = ObjectionTo(request);
+    if (objection != nullptr) {
+        return ErrorAnswer(FORBIDDEN, objection);
     }
     try {
         const auto target = ParseTarget(request.target);
@@ -145,7 +159,14 @@ HttpAnswer AdminService::Handle(const HttpRequest& request)
             throw AdminError(BAD_REQUEST, "the body is not JSON: " + request.jsonProblem);
         }
         call.body = request.json.value_or(Json::Value());
-        return JsonAnswer(200, Dispatch(call));
+        if (call.method == "GET" && target->pieces == std::vector<std::string>{"zavsim", "events"}) {
+            return Watch();
+        }
+        HttpAnswer answer = JsonAnswer(200, Dispatch(call));
+        if (call.method != "GET") {
+            m_journal.Events().Publish("steered", Json::objectValue);
+        }
+        return answer;
     } catch (const AdminError& error) {
         return ErrorAnswer(error.Status(), error.what());
     } catch (const Refusal& refusal) {
@@ -171,10 +192,23 @@ Json::Value AdminService::Dispatch(const Call& call)
     throw AdminError(NOT_FOUND, "the simulator has no such resource or method");
 }
 
+HttpAnswer AdminService::Watch()
+{
+    HttpAnswer answer;
+    answer.events = m_journal.Events().Subscribe();
+    if (!answer.events) {
+        throw AdminError(UNAVAILABLE, std::to_string(EventFeed::MOST_READERS) + " clients read the events already");
+    }
+    answer.contentType = "text/event-stream";
+    answer.headers = {{"Cache-Control", "no-store"}};
+    answer.events->Push(EventText("hello", Json::objectValue)); // so that a client sees at once that it is heard
+    return answer;
+}
+
 Json::Value AdminService::ReadJournal(const Call& call)
 {
-    const auto since = call.target.query.find("since");
-    return m_journal.Since(since == call.target.query.end() ? 0 : RequireNumber(since->second, "since"));
+    constexpr std::uint64_t ALL = std::numeric_limits<std::size_t>::max();
+    return m_journal.Since(NumberOf(call.target, "since", 0), NumberOf(call.target, "last", ALL));
 }
 
 Json::Value AdminService::ClearJournal(const Call&)
@@ -188,18 +222,33 @@ Json::Value AdminService::ReadObjects(const Call&)
     return m_array.Look(&DumpObjects);
 }
 
+Json::Value AdminService::ReadObject(const Call& call)
+{
+    const Kind kind = RequireKind(call.target.pieces[2]);
+    const std::string id = CanonicalId(kind, call.target.pieces[3]);
+    return m_array.Look([&](const State& state) {
+        RequireThere(state, kind, id);
+        return RecordOf(state, m_array.GetInventory(), kind, id);
+    });
+}
+
+Json::Value AdminService::ReadInventory(const Call&)
+{
+    const Inventory& inventory = m_array.GetInventory();
+    Json::Value answer(Json::objectValue);
+    answer["system"] = inventory.SystemRecord();
+    answer["pools"] = inventory.PoolRecords();
+    answer["ports"] = inventory.PortRecords(PortSelection::All);
+    return answer;
+}
+
 Json::Value AdminService::DeleteObjectBehindBack(const Call& call)
 {
-    const auto kind = KindOfResource(call.target.pieces[2]);
-    if (!kind) {
-        throw AdminError(NOT_FOUND, "there is no kind \"" + call.target.pieces[2] + "\"");
-    }
-    const std::string id = CanonicalId(*kind, call.target.pieces[3]);
+    const Kind kind = RequireKind(call.target.pieces[2]);
+    const std::string id = CanonicalId(kind, call.target.pieces[3]);
     m_array.Change([&](State& state) {
-        if (!state.Has(*kind, id)) {
-            throw AdminError(NOT_FOUND, "there is no " + Naming(*kind, id));
-        }
-        state.Remove(*kind, id);
+        RequireThere(state, kind, id);
+        state.Remove(kind, id);
     });
     return Done();
 }
@@ -207,6 +256,32 @@ Json::Value AdminService::DeleteObjectBehindBack(const Call& call)
 Json::Value AdminService::ReadFaults(const Call&)
 {
     return m_faults.List();
+}
+
+Json::Value AdminService::ReadFaultKinds(const Call&)
+{
+    Json::Value list(Json::arrayValue);
+    for (const FaultKind& kind : AllFaultKinds()) {
+        Json::Value entry(Json::objectValue);
+        entry["kind"] = kind.word;
+        entry["meaning"] = kind.meaning;
+        entry["needs"] = TextList(kind.needs);
+        entry["takes"] = TextList(kind.takes);
+        list.append(entry);
+    }
+    return list;
+}
+
+Json::Value AdminService::ReadCodes(const Call&)
+{
+    Json::Value names(Json::objectValue);
+    for (const CodeInfo& info : AllCodes()) {
+        names["array"][std::to_string(static_cast<std::int64_t>(info.code))] = info.name;
+    }
+    for (const ClusterCodeInfo& info : AllClusterCodes()) {
+        names["cluster"][std::to_string(static_cast<std::int64_t>(info.code))] = info.name;
+    }
+    return names;
 }
 
 Json::Value AdminService::AddFault(const Call& call)

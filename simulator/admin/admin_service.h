@@ -42,11 +42,16 @@ private:
     static const Resource RESOURCES[];
 
     Json::Value Dispatch(const Call& call);
+    HttpAnswer Watch();
     Json::Value ReadJournal(const Call& call);
     Json::Value ClearJournal(const Call& call);
     Json::Value ReadObjects(const Call& call);
+    Json::Value ReadObject(const Call& call);
+    Json::Value ReadInventory(const Call& call);
     Json::Value DeleteObjectBehindBack(const Call& call);
     Json::Value ReadFaults(const Call& call);
+    Json::Value ReadFaultKinds(const Call& call);
+    Json::Value ReadCodes(const Call& call);
     Json::Value AddFault(const Call& call);
     Json::Value RemoveFault(const Call& call);
     Json::Value ClearFaults(const Call& call);

@@ -1,6 +1,7 @@
 #include "simulator/http/connection.h"
 
 #include "simulator/http/acceptor.h"
+#include "simulator/http/event_feed.h"
 #include "simulator/http/wire_message.h"
 
 #include <boost/asio/dispatch.hpp>
@@ -30,6 +31,7 @@ using tcp = asio::ip::tcp;
 constexpr std::size_t READ_BYTES = 16384;
 constexpr std::size_t MOST_READ_AHEAD = 65536; // while a request waits that came before
 constexpr std::chrono::seconds GOODBYE{1};     // how long a peer may take to see that we close
+constexpr std::chrono::seconds HEARTBEAT{15};  // of events: shows a peer that the connection stands
 
 std::atomic<std::uint64_t> lastConnection{0};
 
@@ -48,7 +50,7 @@ HttpAnswer RefusalOf(const Error& error)
 }
 
 /// A connection over one kind of stream. What it is doing shows in which operation is under way: there is one at a
-/// time, but for the wait of a faulty request, beside which it watches the peer.
+/// time, but for the wait of a faulty request and for events, beside which it watches the peer.
 template <typename Stream>
 class StreamConnection final : public Connection, public std::enable_shared_from_this<StreamConnection<Stream>> {
 public:
@@ -273,6 +275,12 @@ private:
         m_delivery = answer.delivery;
         m_response = ToWire(answer, m_request);
         Transport().expires_after(Limits().transfer);
+        if (answer.events) {
+            m_events = std::move(answer.events);
+            m_bytes = HeadOfStream(m_response);
+            asio::async_write(m_stream, asio::buffer(m_bytes), Next(&StreamConnection::BeginEvents));
+            return;
+        }
         if (IsPlain(m_delivery)) {
             http::async_write(m_stream, m_response, Next(&StreamConnection::OnSent));
             return;
@@ -318,6 +326,80 @@ private:
             Close();
         } else {
             AwaitRequest();
+        }
+    }
+
+    // ---- events, which end the connection when they end
+
+    void BeginEvents(const Error& error)
+    {
+        if (error || m_acceptor->IsClosed()) {
+            Break();
+            return;
+        }
+        m_isAnswering = false;
+        m_events->SetWake([self = this->weak_from_this(), executor = m_stream.get_executor()] {
+            asio::post(executor, [self] {
+                if (const auto connection = self.lock()) {
+                    connection->m_timer.cancel();
+                    connection->SendEvents();
+                }
+            });
+        });
+        WatchReader();
+        SendEvents();
+    }
+
+    /// Sees the reader leave. What it may send is no request.
+    void WatchReader()
+    {
+        m_buffer.clear();
+        Transport().expires_never();
+        m_stream.async_read_some(m_buffer.prepare(READ_BYTES), Next(&StreamConnection::OnReader));
+    }
+
+    void OnReader(const Error& error)
+    {
+        if (error) {
+            Break();
+        } else {
+            WatchReader();
+        }
+    }
+
+    void SendEvents()
+    {
+        if (m_isSendingEvents || !Transport().socket().is_open()) {
+            return; // OnEventsSent comes here again; or the end came first
+        }
+        const bool isOver = m_events->IsOver(); // asked before what waits is taken
+        m_bytes = m_events->Take();
+        if (!m_bytes.empty()) {
+            m_isSendingEvents = true;
+            Transport().expires_after(Limits().transfer);
+            asio::async_write(m_stream, asio::buffer(m_bytes), Next(&StreamConnection::OnEventsSent));
+        } else if (isOver) {
+            Break();
+        } else {
+            m_timer.expires_after(HEARTBEAT);
+            m_timer.async_wait(Next(&StreamConnection::OnSilence));
+        }
+    }
+
+    void OnEventsSent(const Error& error)
+    {
+        m_isSendingEvents = false;
+        if (error) {
+            Break();
+        } else {
+            SendEvents();
+        }
+    }
+
+    void OnSilence(const Error& error)
+    {
+        if (!error) {
+            m_events->Push(EventText("heartbeat", Json::objectValue)); // wakes
         }
     }
 
@@ -373,6 +455,8 @@ private:
     bool m_isWaiting = false;
     bool m_isWatching = false;
     bool m_isAnswering = false;
+    std::shared_ptr<EventQueue> m_events; ///< null but for a connection that sends events
+    bool m_isSendingEvents = false;
     WireResponse m_response;
     Delivery m_delivery;
     std::string m_bytes; ///< of an answer that does not leave as it is

@@ -2,6 +2,7 @@
 
 #include "simulator/faults/fault_kinds.h"
 #include "simulator/http/compression.h"
+#include "simulator/http/masking.h"
 
 #include <algorithm>
 
@@ -64,18 +65,24 @@ Exchange::Wait Exchange::TimeToWait() const
 
 void Dispatcher::Mount(const std::string& prefix, HttpHandler& system)
 {
-    m_mounts.push_back({prefix, &system, true});
+    m_mounts.push_back({prefix, nullptr, &system, true});
 }
 
 void Dispatcher::MountUnobserved(const std::string& prefix, HttpHandler& system)
 {
-    m_mounts.push_back({prefix, &system, false});
+    m_mounts.push_back({prefix, nullptr, &system, false});
 }
 
-const Dispatcher::MountPoint* Dispatcher::Find(const std::string& target) const
+void Dispatcher::MountUnobserved(Predicate fits, HttpHandler& system)
 {
-    const auto found = std::find_if(m_mounts.begin(), m_mounts.end(), [&target](const MountPoint& mount) {
-        return target.compare(0, mount.prefix.size(), mount.prefix) == 0;
+    m_mounts.push_back({"", fits, &system, false});
+}
+
+const Dispatcher::MountPoint* Dispatcher::Find(const HttpRequest& request) const
+{
+    const auto found = std::find_if(m_mounts.begin(), m_mounts.end(), [&request](const MountPoint& mount) {
+        return mount.fits != nullptr ? mount.fits(request)
+                                     : request.target.compare(0, mount.prefix.size(), mount.prefix) == 0;
     });
     return found == m_mounts.end() ? nullptr : &*found;
 }
@@ -85,7 +92,7 @@ Exchange Dispatcher::Begin(HttpRequest request)
     Exchange exchange;
     exchange.request = std::move(request);
     exchange.request.ParseBody();
-    const MountPoint* const mount = Find(exchange.request.target);
+    const MountPoint* const mount = Find(exchange.request);
     exchange.system = mount == nullptr ? nullptr : mount->system;
     if (mount == nullptr || mount->isObserved) {
         exchange.number = m_journal.Begin(exchange.request);
@@ -98,8 +105,10 @@ HttpAnswer Dispatcher::Finish(const Exchange& exchange)
 {
     HttpAnswer answer = exchange.fault ? AnswerWithFault(exchange, *exchange.fault) : CarryOut(exchange);
     if (exchange.number != 0) {
+        const bool isShown = m_journal.Events().IsWatched() && answer.delivery.part != Delivery::Part::None;
+        const std::string shown = isShown ? MaskAnswer(answer.body) : "";
         CompressIfAsked(exchange.request, answer); // after the fault, which may have put another body into it
-        m_journal.End(exchange.number, answer, exchange.fault ? exchange.fault->kind->word : "");
+        m_journal.End(exchange.number, answer, exchange.fault ? exchange.fault->kind->word : "", shown);
     }
     return answer;
 }

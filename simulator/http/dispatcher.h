@@ -42,6 +42,10 @@ public:
     /// The same without faults and journal, for what steers the simulator itself.
     void MountUnobserved(const std::string& prefix, HttpHandler& system);
 
+    /// The same for requests that only a look at more than their targets tells.
+    using Predicate = bool (*)(const HttpRequest& request);
+    void MountUnobserved(Predicate fits, HttpHandler& system);
+
     /// Notes the request and draws its fault.
     Exchange Begin(HttpRequest request);
 
@@ -51,11 +55,12 @@ public:
 private:
     struct MountPoint {
         std::string prefix;
+        Predicate fits; ///< null: the prefix tells
         HttpHandler* system;
         bool isObserved;
     };
 
-    const MountPoint* Find(const std::string& target) const;
+    const MountPoint* Find(const HttpRequest& request) const;
 
     Journal& m_journal;
     FaultPlan& m_faults;

@@ -27,6 +27,25 @@ std::string UtcText(std::chrono::system_clock::time_point time)
     return text;
 }
 
+void AddAnswer(Json::Value& record, std::chrono::nanoseconds duration, const HttpAnswer& answer,
+               const std::string& fault)
+{
+    record["durationMs"] = Json::Int64(Milliseconds(duration));
+    record["status"] = answer.delivery.part == Delivery::Part::None ? 0 : answer.status;
+    if (answer.code) {
+        record["code"] = Json::Int64(*answer.code);
+    }
+    if (!answer.encoding.empty()) {
+        record["encoding"] = answer.encoding;
+    }
+    if (answer.session != 0) {
+        record["session"] = Json::UInt64(answer.session);
+    }
+    if (!fault.empty()) {
+        record["fault"] = fault;
+    }
+}
+
 } // namespace
 
 std::uint64_t Journal::Begin(const HttpRequest& request)
@@ -44,41 +63,75 @@ std::uint64_t Journal::Begin(const HttpRequest& request)
     if (!body.isNull()) {
         record["body"] = body;
     }
-    const std::lock_guard<std::mutex> guard(m_lock);
-    record["number"] = Json::UInt64(++m_last);
-    m_entries.push_back({m_last, begin, std::move(record)});
-    if (m_entries.size() > m_capacity) {
-        m_entries.pop_front();
+    Json::Value told;
+    std::uint64_t number = 0;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        number = ++m_last;
+        record["number"] = Json::UInt64(number);
+        if (m_events.IsWatched()) {
+            told = record;
+        }
+        m_entries.push_back({number, begin, std::move(record), 0});
+        if (m_entries.size() > m_capacity) {
+            m_bodyBytes -= m_entries.front().bodyBytes;
+            m_entries.pop_front();
+        }
+        CountBody(m_entries.back(), std::min(request.body.size(), SHOWN_BODY_BYTES));
     }
-    return m_last;
+    if (!told.isNull()) {
+        m_events.Publish("request", told);
+    }
+    return number;
 }
 
-void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::string& fault)
+void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::string& fault, const std::string& shown)
 {
     const auto end = std::chrono::steady_clock::now();
-    const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_entries.empty() || number < m_entries.front().number || number > m_entries.back().number) {
-        return; // cleared or pushed out meanwhile
+    Json::Value told;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        Entry* const entry = Find(number);
+        if (entry == nullptr) {
+            return; // cleared or pushed out meanwhile
+        }
+        AddAnswer(entry->record, end - entry->begin, answer, fault);
+        if (!shown.empty()) {
+            entry->record["answer"] = shown;
+            CountBody(*entry, shown.size());
+        }
+        if (m_events.IsWatched()) {
+            told = entry->record;
+        }
     }
-    Entry& entry = m_entries[static_cast<std::size_t>(number - m_entries.front().number)];
-    Json::Value& record = entry.record;
-    record["durationMs"] = Json::Int64(Milliseconds(end - entry.begin));
-    record["status"] = answer.delivery.part == Delivery::Part::None ? 0 : answer.status;
-    if (answer.code) {
-        record["code"] = Json::Int64(*answer.code);
-    }
-    if (!answer.encoding.empty()) {
-        record["encoding"] = answer.encoding;
-    }
-    if (answer.session != 0) {
-        record["session"] = Json::UInt64(answer.session);
-    }
-    if (!fault.empty()) {
-        record["fault"] = fault;
+    if (!told.isNull()) {
+        m_events.Publish("answer", told);
     }
 }
 
-Json::Value Journal::Since(std::uint64_t since) const
+Journal::Entry* Journal::Find(std::uint64_t number)
+{
+    if (m_entries.empty() || number < m_entries.front().number || number > m_entries.back().number) {
+        return nullptr;
+    }
+    return &m_entries[static_cast<std::size_t>(number - m_entries.front().number)];
+}
+
+void Journal::CountBody(Entry& entry, std::size_t bytes)
+{
+    entry.bodyBytes += bytes;
+    m_bodyBytes += bytes;
+    m_firstWithBody = std::max(std::min(m_firstWithBody, entry.number), m_entries.front().number);
+    while (m_bodyBytes > MOST_BODY_BYTES) {
+        Entry& oldest = *Find(m_firstWithBody++);
+        m_bodyBytes -= oldest.bodyBytes;
+        oldest.bodyBytes = 0;
+        oldest.record.removeMember("body");
+        oldest.record.removeMember("answer");
+    }
+}
+
+Json::Value Journal::Since(std::uint64_t since, std::size_t most) const
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     Json::Value answer(Json::objectValue);
@@ -87,8 +140,9 @@ Json::Value Journal::Since(std::uint64_t since) const
     const std::uint64_t seen = std::max(since, m_cleared);
     answer["lost"] = Json::UInt64(oldest > seen + 1 ? oldest - seen - 1 : 0);
     answer["entries"] = Json::arrayValue;
+    const std::uint64_t newest = m_last > most ? m_last - most : 0;
     for (const Entry& entry : m_entries) {
-        if (entry.number > since) {
+        if (entry.number > std::max(since, newest)) {
             answer["entries"].append(entry.record);
         }
     }
@@ -99,6 +153,7 @@ void Journal::Clear()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     m_entries.clear();
+    m_bodyBytes = 0;
     m_cleared = m_last;
 }
 

@@ -9,9 +9,16 @@
 
 namespace ZavSim {
 
+/// How much of one body is shown.
+constexpr std::size_t SHOWN_BODY_BYTES = 16384;
+
 /// What may be shown of a request's body: its JSON with the values of passwords, tokens and cookies replaced, at any
-/// depth; of a body that is not JSON only its length. Null for an empty body.
+/// depth; of a body that is not JSON, or too long, only its length. Null for an empty body.
 Json::Value MaskBody(const HttpRequest& request);
+
+/// The same of an answer's body, as text: its beginning when it is too long. Text that is no sound JSON shows nothing
+/// of a value that follows the name of a secret, either.
+std::string MaskAnswer(const std::string& body);
 
 /// The target with such values replaced in its query.
 std::string MaskTarget(const std::string& target);

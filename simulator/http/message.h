@@ -5,12 +5,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace ZavSim {
+
+class EventQueue;
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
@@ -56,6 +59,7 @@ struct HttpAnswer {
     std::string contentType = "application/json";
     std::string body;
     Delivery delivery;
+    std::shared_ptr<EventQueue> events; ///< sent behind the body as they come, until the client leaves; null: none
 
     // For the journal only.
     std::optional<std::int64_t> code; ///< the envelope's code

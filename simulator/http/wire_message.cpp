@@ -67,6 +67,14 @@ std::string BytesOf(const WireResponse& response, const Delivery& delivery)
     return bytes;
 }
 
+std::string HeadOfStream(WireResponse& response)
+{
+    response.erase(http::field::content_length);
+    response.keep_alive(false);
+    response.body().clear();
+    return BytesOf(response, {});
+}
+
 bool IsPlain(const Delivery& delivery)
 {
     return delivery.part == Delivery::Part::All && delivery.end == Delivery::End::AsAgreed && delivery.pieceBytes == 0;

@@ -21,6 +21,9 @@ WireResponse ToWire(HttpAnswer& answer, const WireRequest& request);
 /// The bytes of the response that the delivery lets out.
 std::string BytesOf(const WireResponse& response, const Delivery& delivery);
 
+/// The head of an answer whose length nobody knows: it ends with the connection.
+std::string HeadOfStream(WireResponse& response);
+
 /// True when the answer leaves as it is.
 bool IsPlain(const Delivery& delivery);
 

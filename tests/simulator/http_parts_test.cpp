@@ -46,6 +46,39 @@ TEST(MaskingTest, BodyShowsEverythingButSecretsAtAnyDepth)
     EXPECT_EQ("\"(13 bytes that are not JSON)\"", MaskedBody("password=mine"));
 }
 
+TEST(MaskingTest, LongBodyShowsItsLengthAlone)
+{
+    const std::string body = "{\"NAME\":\"" + std::string(SHOWN_BODY_BYTES, 'n') + "\"}";
+    EXPECT_EQ("\"(" + std::to_string(body.size()) + " bytes, more than the journal keeps)\"", MaskedBody(body));
+}
+
+TEST(MaskingTest, AnswerShowsEverythingButSecretsAtAnyDepth)
+{
+    EXPECT_EQ("", MaskAnswer(""));
+    EXPECT_EQ("(6 bytes that are not JSON)", MaskAnswer("<html>"));
+    EXPECT_EQ(R"({"data":{"deviceid":"d","iBaseToken":"***"},"error":{"code":0}})",
+              MaskAnswer(R"({"data":{"deviceid":"d","iBaseToken":"abc"},"error":{"code":0}})"));
+    EXPECT_EQ(R"([{"x_auth_token" :"***","n":1},{"password":"***"},{"secret":"***"}])",
+              MaskAnswer(R"([{"x_auth_token" : "a\"b,}","n":1},{"password":[1,{"a":"]"}]},{"secret":null}])"));
+    EXPECT_EQ(R"({"iBaseTok\u0065n":"***","a":"token: no name"})",
+              MaskAnswer(R"({"iBaseTok\u0065n":"abc","a":"token: no name"})"));
+}
+
+TEST(MaskingTest, AnswerThatIsCutShowsNoSecretEither)
+{
+    const std::string whole = R"({"a":"b","iBaseToken":"secret-value","c":[1,2]})";
+    for (std::size_t length = 1; length <= whole.size(); ++length) {
+        EXPECT_THAT(MaskAnswer(whole.substr(0, length)), Not(HasSubstr("secret"))) << length;
+    }
+}
+
+TEST(MaskingTest, LongAnswerShowsItsBeginning)
+{
+    const std::string answer = "{\"data\":\"" + std::string(SHOWN_BODY_BYTES, 'x') + "\",\"iBaseToken\":\"abc\"}";
+    const std::string shown = MaskAnswer(answer);
+    EXPECT_EQ(answer.substr(0, SHOWN_BODY_BYTES) + " … (" + std::to_string(answer.size()) + " bytes in all)", shown);
+}
+
 TEST(MaskingTest, TargetShowsEverythingButSecrets)
 {
     EXPECT_EQ("/a?x=1&iBaseToken=***&y=2", MaskTarget("/a?x=1&iBaseToken=abc&y=2"));
@@ -129,6 +162,37 @@ TEST_F(JournalTest, ClearForgetsEntriesButNotNumbers)
     EXPECT_EQ(0U, journal.Since(0)["entries"].size());
     EXPECT_EQ(0, journal.Since(0)["lost"].asInt());
     EXPECT_EQ(2U, Note("/2"));
+}
+
+TEST_F(JournalTest, BodiesOfTheOldestEntriesGoFirstWhenTheyAreTooMuchTogether)
+{
+    Journal large(100000);
+    const std::string answer(SHOWN_BODY_BYTES, 'a');
+    const std::size_t count = Journal::MOST_BODY_BYTES / SHOWN_BODY_BYTES;
+    const std::uint64_t early = large.Begin(HttpRequest());
+    for (std::size_t i = 0; i < count; ++i) {
+        large.End(large.Begin(HttpRequest()), HttpAnswer(), "", answer);
+    }
+    EXPECT_TRUE(large.Since(0)["entries"][1].isMember("answer")) << "as much as is kept";
+    large.End(large.Begin(HttpRequest()), HttpAnswer(), "", answer);
+    const Json::Value entries = large.Since(0)["entries"];
+    EXPECT_FALSE(entries[1].isMember("answer"));
+    EXPECT_EQ(200, entries[1]["status"].asInt()) << "the entry itself stays";
+    EXPECT_TRUE(entries[2].isMember("answer"));
+    large.End(early, HttpAnswer(), "", answer); // late, and the oldest: its own goes
+    EXPECT_FALSE(large.Since(0)["entries"][0].isMember("answer"));
+    EXPECT_TRUE(large.Since(0)["entries"][2].isMember("answer"));
+}
+
+TEST_F(JournalTest, SinceGivesOfManyTheNewest)
+{
+    for (const char* const target : {"/1", "/2", "/3"}) {
+        Note(target);
+    }
+    const Json::Value newest = journal.Since(0, 2);
+    EXPECT_EQ(3, newest["last"].asInt());
+    ASSERT_EQ(2U, newest["entries"].size());
+    EXPECT_EQ("/2", newest["entries"][0]["target"].asString());
 }
 
 TEST_F(JournalTest, EntryTellsTheTimeInBothClocks)

@@ -1,0 +1,58 @@
+#ifndef TESTS_SIMULATOR_SUPPORT_RAW_CONNECTION_H
+#define TESTS_SIMULATOR_SUPPORT_RAW_CONNECTION_H
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+
+namespace ZavSimTest {
+
+/// A client that writes its bytes itself.
+class RawConnection {
+public:
+    explicit RawConnection(const std::string& url)
+        : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1))));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(0, ::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    }
+    ~RawConnection() { ::close(m_socket); }
+    RawConnection(const RawConnection&) = delete;
+    RawConnection& operator=(const RawConnection&) = delete;
+
+    void Send(const std::string& text) const
+    {
+        EXPECT_EQ(static_cast<ssize_t>(text.size()), ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL));
+    }
+
+    /// All that comes until `end` was among it or the server closed.
+    std::string ReceiveUntil(const std::string& end) const
+    {
+        std::string text;
+        char buffer[4096];
+        std::size_t searched = 0;
+        while (text.find(end, searched) == std::string::npos) {
+            searched = text.size() > end.size() ? text.size() - end.size() : 0;
+            const ssize_t count = ::recv(m_socket, buffer, sizeof buffer, 0);
+            if (count <= 0) {
+                break;
+            }
+            text.append(buffer, static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+
+private:
+    int m_socket;
+};
+
+} // namespace ZavSimTest
+
+#endif
