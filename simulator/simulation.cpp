@@ -51,7 +51,9 @@ Simulation::Simulation(const Options& options, const Clock& clock)
     m_clusterDispatcher.Mount(ClusterService::SESSIONS_PREFIX, m_clusterService);
     m_clusterDispatcher.Mount(ClusterService::QUERIES_PREFIX, m_clusterService);
     for (Dispatcher* const dispatcher : {&m_arrayDispatcher, &m_clusterDispatcher}) {
+        dispatcher->MountUnobserved(PageService::PREFIX, m_pageService);
         dispatcher->MountUnobserved(AdminService::PREFIX, m_adminService);
+        dispatcher->MountUnobserved(&PageService::IsAskedFor, m_pageService);
     }
     AddListeners(options.listen, m_arrayDispatcher, options.server);
     AddListeners(options.cluster.listen, m_clusterDispatcher, options.server);

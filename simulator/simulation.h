@@ -9,6 +9,7 @@
 #include "simulator/http/io_threads.h"
 #include "simulator/http/listener_set.h"
 #include "simulator/options/options.h"
+#include "simulator/page/page_service.h"
 
 #include <memory>
 
@@ -43,6 +44,7 @@ private:
     ArrayService m_arrayService;
     ClusterService m_clusterService;
     AdminService m_adminService;
+    PageService m_pageService;
     Dispatcher m_arrayDispatcher;
     Dispatcher m_clusterDispatcher;
     IoThreads m_threads; // behind all that they call

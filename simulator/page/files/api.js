@@ -1,0 +1,40 @@
+// What the page asks of the simulator, and hears from it.
+
+import { byId } from "/zavsim/page/dom.js";
+
+// The answer's JSON. What is refused is told on the page, and is undefined.
+export async function ask(method, resource, body) {
+  const trouble = byId("trouble");
+  try {
+    const answer = await fetch("/zavsim/" + resource, {
+      method, cache: "no-store", body: body === undefined ? undefined : JSON.stringify(body),
+    });
+    const json = await answer.json();
+    if (answer.ok) {
+      trouble.hidden = true;
+      return json;
+    }
+    trouble.textContent = `Refused: ${json.error}`;
+  } catch {
+    trouble.textContent = "The simulator does not answer at this address.";
+  }
+  trouble.hidden = false;
+  return undefined;
+}
+
+// Calls handlers.NAME(data) for each event, and handlers.connection(state, words) when it comes or goes. After a loss
+// the browser connects again by itself; when it gives up, this does.
+export function listen(handlers) {
+  const AGAIN_AFTER = 3000;
+  const source = new EventSource("/zavsim/events");
+  for (const name of ["hello", "request", "answer", "steered", "heartbeat", "resync"]) {
+    source.addEventListener(name, (event) => handlers[name]?.(JSON.parse(event.data)));
+  }
+  source.onopen = () => handlers.connection("live", "live");
+  source.onerror = () => {
+    handlers.connection("lost", "not connected, trying again");
+    if (source.readyState === EventSource.CLOSED) {
+      setTimeout(() => listen(handlers), AGAIN_AFTER);
+    }
+  };
+}
