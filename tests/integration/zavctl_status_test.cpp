@@ -164,6 +164,50 @@ TEST_F(ZavctlStatusTest, ScriptsGetTheSameAsJson)
     EXPECT_THAT(broken["faults"][0].asString(), EndsWith(": the array has none of this id"));
 }
 
+TEST_F(ZavctlStatusTest, DiffHoldsTheRecordAgainstTheArray)
+{
+    Prepare();
+    const auto diff = [this] {
+        const Base::ProgramResult check = RunZavctl({"check", "--diff", "--env", m_env});
+        return std::pair(check.status, check.output);
+    };
+    const std::string name = Named("host");
+    const std::string head = "--- " + ZavctlRecordPath(m_array) + "\n+++ " + m_array.Url() + "\n";
+    EXPECT_EQ(std::pair(0, head + " iSCSI initiator " + NODE_IQN + " on host 1\n host 1 (" + name +
+                               ")\n host 1 in host group 1\n host group 1 (" + name +
+                               ")\n host group 1 in mapping view 1\n mapping view 1 (" + name +
+                               ")\n LUN group 1 in mapping view 1\n LUN group 1 (" + name + ")\n"),
+              diff());
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"1","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"2"})");
+    m_array.Operate("DELETE", "host/associate?TYPE=14&ID=1&ASSOCIATEOBJTYPE=21&ASSOCIATEOBJID=1", "");
+    m_array.Operate("PUT", "iscsi_initiator/remove_iscsi_from_host",
+                    std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
+    m_array.DeleteBehindBack("mappingview", "1");
+    std::string record = ReadText(ZavctlRecordPath(m_array));
+    const std::size_t position = record.find(name, record.find("\"HOSTNAME\""));
+    WriteText(ZavctlRecordPath(m_array), record.replace(position, name.size(), "another"));
+    const std::string changed = ReadText(ZavctlRecordPath(m_array));
+    EXPECT_EQ(std::pair(10, head + "-iSCSI initiator " + NODE_IQN + " on host 1\n+iSCSI initiator " + NODE_IQN +
+                                " on no host\n-host 1 (another)\n+host 1 (" + name +
+                                ")\n-host 1 in host group 1\n+host 2 in host group 1\n host group 1 (" + name +
+                                ")\n-host group 1 in mapping view 1\n-mapping view 1 (" + name +
+                                ")\n-LUN group 1 in mapping view 1\n LUN group 1 (" + name + ")\n"),
+              diff());
+    EXPECT_EQ(changed, ReadText(ZavctlRecordPath(m_array))) << "looking changes nothing";
+    const Json::Value answer = ParseJsonText(RunZavctl({"check", "--diff", "--env", m_env, "-o", "json"}).output);
+    EXPECT_EQ(10, answer["error"]["exit"].asInt());
+    EXPECT_EQ("record", answer["diff"][0]["side"].asString());
+    EXPECT_EQ(std::string("iSCSI initiator ") + NODE_IQN + " on no host", answer["diff"][1]["text"].asString());
+}
+
+TEST_F(ZavctlStatusTest, DiffOfANodeThatIsNotPreparedShowsNothingRecorded)
+{
+    const Base::ProgramResult check = RunZavctl({"check", "--diff", "--env", m_env});
+    EXPECT_EQ(10, check.status);
+    EXPECT_EQ("--- " + ZavctlRecordPath(m_array) + "\n+++ " + m_array.Url() + "\n", check.output);
+}
+
 TEST_F(ZavctlStatusTest, DrawingIsMadeByGraphviz)
 {
     Prepare();
