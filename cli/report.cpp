@@ -254,21 +254,21 @@ std::string Size(std::uint64_t bytes)
 ProgressBar::ProgressBar(std::string title, std::uint64_t total)
     : m_title(std::move(title))
     , m_total(total)
-    , m_isTerminal(isatty(STDERR_FILENO) == 1)
+    , m_isShown(::isatty(STDERR_FILENO) == 1 && ::isatty(STDOUT_FILENO) != 1)
 {
     Show(0);
 }
 
 ProgressBar::~ProgressBar()
 {
-    if (m_isTerminal) {
+    if (m_isShown) {
         std::cerr << CLEAR_LINE << std::flush;
     }
 }
 
 void ProgressBar::Show(std::uint64_t done) const
 {
-    if (!m_isTerminal || m_total == 0) {
+    if (!m_isShown || m_total == 0) {
         return;
     }
     constexpr std::uint64_t WIDTH = 40;

@@ -84,7 +84,8 @@ public:
     ~OwnLine();
 };
 
-/// A bar on standard error that moves in place, on a terminal only; it is gone when the object is.
+/// A bar on standard error that moves in place, on a terminal only; it is gone when the object is. Where what is
+/// printed goes to the terminal as well, that shows how far it is, and there is no bar.
 class ProgressBar {
 public:
     ProgressBar(std::string title, std::uint64_t total);
@@ -97,7 +98,7 @@ public:
 private:
     const std::string m_title;
     const std::uint64_t m_total;
-    const bool m_isTerminal;
+    const bool m_isShown;
     const OwnLine m_line;
 };
 

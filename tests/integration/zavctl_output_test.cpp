@@ -67,6 +67,18 @@ TEST_F(ZavctlOutputTest, ColoursAreForTerminalsThatHaveThemAndWhoWantsThem)
     EXPECT_THAT(RunInShell("", failing, {"TERM=xterm"}).errors, Not(HasSubstr("\033[")));
 }
 
+TEST_F(ZavctlOutputTest, BarIsForWhoeverDoesNotSeeTheRows)
+{
+    const Process::Arguments luns = {"luns", "--env", EnvironmentFileOf(StartArray()), "--all"};
+    Terminal bar;
+    EXPECT_EQ(0, RunInShell("2>\"$TERMINAL\"", luns, {"TERMINAL=" + bar.Path(), "TERM=xterm"}).status);
+    bar.WaitFor("16/16");
+    Terminal rows;
+    EXPECT_EQ(0, RunInShell(">\"$TERMINAL\" 2>\"$TERMINAL\"", luns, {"TERMINAL=" + rows.Path(), "TERM=xterm"}).status);
+    rows.WaitFor("LUN_000015");
+    EXPECT_THAT(rows.Shown(), Not(HasSubstr("0/16")));
+}
+
 TEST_F(ZavctlOutputTest, StepThatTakesLongShowsOnTheTerminalHowLong)
 {
     const Array& array = StartArray();
