@@ -50,7 +50,7 @@ struct MappedLun {
 };
 
 /// What stands on an array, read by the library's client. Each operation throws Failure naming what could not be read
-/// when no answer came that says either way. One thread at a time.
+/// when no answer came that says either way. A derived class may see more than stands there. One thread at a time.
 class ArrayObjects {
 public:
     /// `api` must outlive it; `url` names the array in failures.
@@ -60,17 +60,21 @@ public:
     {
     }
 
+    ArrayObjects(const ArrayObjects&) = delete;
+    ArrayObjects& operator=(const ArrayObjects&) = delete;
+    virtual ~ArrayObjects() = default;
+
     /// Nothing when the array says that there is none of the id.
-    std::optional<ArrayObject> Find(const ObjectKind& kind, const std::string& id);
+    virtual std::optional<ArrayObject> Find(const ObjectKind& kind, const std::string& id);
 
     /// The ids of the objects of kind `other` that an object holds, or that hold it.
-    std::vector<std::string> Associated(const ObjectKind& kind, const std::string& id, const ObjectKind& other);
+    virtual std::vector<std::string> Associated(const ObjectKind& kind, const std::string& id, const ObjectKind& other);
 
     /// The LUNs of a LUN group.
     std::vector<MappedLun> Luns(const std::string& lunGroupId);
 
     /// The ids of the initiators of one kind that are on a host.
-    std::vector<std::string> Initiators(const ObjectKind& kind, const std::string& hostId);
+    virtual std::vector<std::string> Initiators(const ObjectKind& kind, const std::string& hostId);
 
     /// All objects of a kind; nothing when the array does not list them.
     std::optional<std::vector<ArrayObject>> All(const ObjectKind& kind);

@@ -14,6 +14,7 @@
 using Run = std::function<ExitCode(LogTail& log, StopSignals& stopSignals)>;
 
 void AddInitCommand(CLI::App& app, Run& run);
+void AddPlanCommand(CLI::App& app, Run& run);
 void AddStatusCommand(CLI::App& app, Run& run);
 void AddCheckCommand(CLI::App& app, Run& run);
 void AddDoctorCommand(CLI::App& app, Run& run);

@@ -83,15 +83,20 @@ bool DeviceRecord::KeepsHost() const
     return m_members.count(DeviceKey::DO_NOT_DELETE_HOST) != 0;
 }
 
-DeviceMessage DeviceRecord::Message() const
+DeviceMessage DeviceRecord::MessageOf(const std::map<std::string, std::string>& members)
 {
+    const auto textOf = [&members](const std::string& key) {
+        const auto member = members.find(key);
+        return member == members.end() ? "" : member->second;
+    };
     DeviceMessage message;
     for (const DeviceInfoRecord::Object& object : DeviceInfoRecord::Objects()) {
-        DeviceInfoRecord::Take(object, m_members, message);
+        DeviceInfoRecord::Take(object, members, message);
     }
-    message.iscsiInitiatorName = Member(DeviceKey::ISCSI_INITIATOR_NAME);
-    message.fcInitiatorName = Member(DeviceKey::FC_INITIATOR_NAME);
-    message.doNotDeleteHost = KeepsHost() ? DeviceWord::NOT : DeviceWord::DELETE_HOST;
+    message.iscsiInitiatorName = textOf(DeviceKey::ISCSI_INITIATOR_NAME);
+    message.fcInitiatorName = textOf(DeviceKey::FC_INITIATOR_NAME);
+    message.doNotDeleteHost =
+        members.count(DeviceKey::DO_NOT_DELETE_HOST) != 0 ? DeviceWord::NOT : DeviceWord::DELETE_HOST;
     return message;
 }
 
@@ -110,10 +115,4 @@ void DeviceRecord::Remove() const
     if (!DeviceInfoRecord::Remove(source, m_deviceId, problem)) {
         throw Failure(ExitCode::Unusable, problem);
     }
-}
-
-std::string DeviceRecord::Member(const std::string& key) const
-{
-    const auto member = m_members.find(key);
-    return member == m_members.end() ? "" : member->second;
 }

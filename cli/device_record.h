@@ -20,7 +20,13 @@ public:
 
     /// The node found its host on the array and must leave it there.
     bool KeepsHost() const;
-    DeviceMessage Message() const;
+    DeviceMessage Message() const { return MessageOf(m_members); }
+
+    /// All that it holds, by the names that it has in the file.
+    const std::map<std::string, std::string>& Members() const noexcept { return m_members; }
+
+    /// A record of these members.
+    static DeviceMessage MessageOf(const std::map<std::string, std::string>& members);
 
     /// Puts members into the record. Throws Failure, with the file as it was, when it cannot.
     void Enter(const std::map<std::string, std::string>& members) const;
@@ -30,8 +36,6 @@ public:
     void Remove() const;
 
 private:
-    std::string Member(const std::string& key) const;
-
     const std::string m_deviceId;
     const std::string m_path;
     std::map<std::string, std::string> m_members;

@@ -13,6 +13,7 @@ enum class ExitCode : int {
     Unreachable = 8,   ///< no answer, or too late
     Refused = 9,       ///< the array, the cluster or this node's own tools refused
     Drift = 10,        ///< the node is not rightly prepared; what is broken was printed
+    WouldChange = 11,  ///< there is something to do; what was printed
     NoPermission = 13, ///< this user may not
     OurFault = 70,     ///< what should not happen
 };

@@ -149,6 +149,7 @@ ExitCode Main(int argc, char** argv)
         ->check(CLI::Range(1U, 86400U));
     Run run;
     AddInitCommand(app, run);
+    AddPlanCommand(app, run);
     AddStatusCommand(app, run);
     AddCheckCommand(app, run);
     AddDoctorCommand(app, run);

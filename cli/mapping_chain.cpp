@@ -55,6 +55,31 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
     return one.resource == other.resource;
 }
 
+/// By the SAN library, on the session that stands.
+class ArrayMender : public ChainMender {
+public:
+    explicit ArrayMender(boost::shared_ptr<ZavRestApi> api)
+        : m_api(std::move(api))
+    {
+    }
+
+    void Mend(const std::string& link, const Join& join) override
+    {
+        DeviceSetOperator& devices = *DeviceSetOperator::GetDeviceSetOperator();
+        const std::unique_ptr<CDeviceManager, ManagerReleaser> manager(devices.GetDeviceManager());
+        CDeviceManager* connected = manager.get();
+        SecretSession session;
+        if (!m_api->GetSession(session) || !devices.InitDeviceManager(session, &connected)) {
+            throw std::runtime_error("the SAN library takes no connection");
+        }
+        join(*connected);
+        Report::Step("mended: " + link);
+    }
+
+private:
+    const boost::shared_ptr<ZavRestApi> m_api;
+};
+
 // A node without a name of its own has no initiator, and nothing that a host could be made for.
 std::string WhyThereIsNone()
 {
@@ -68,8 +93,19 @@ std::string WhyThereIsNone()
 MappingChain::MappingChain(const ArrayLogin& login, DeviceMessage record)
     : m_login(login)
     , m_api(login.Api())
+    , m_ownObjects(std::make_unique<ArrayObjects>(*m_api, login.Device().url))
+    , m_ownMender(std::make_unique<ArrayMender>(m_api))
+    , m_objects(*m_ownObjects)
+    , m_mender(*m_ownMender)
     , m_record(std::move(record))
-    , m_objects(*m_api, login.Device().url)
+{
+}
+
+MappingChain::MappingChain(const ArrayLogin& login, DeviceMessage record, ArrayObjects& objects, ChainMender& mender)
+    : m_login(login)
+    , m_objects(objects)
+    , m_mender(mender)
+    , m_record(std::move(record))
 {
 }
 
@@ -116,7 +152,7 @@ void MappingChain::CheckObject(const ObjectKind& kind, const std::string& id, co
 }
 
 void MappingChain::CheckMember(const ObjectKind& container, const std::string& containerId, const ObjectKind& member,
-                               const std::string& memberId, const std::function<void(CDeviceManager&)>& join)
+                               const std::string& memberId, const ChainMender::Join& join)
 {
     const std::string link = Naming(member, memberId) + " in " + Naming(container, containerId);
     const std::vector<std::string> members = m_objects.Associated(container, containerId, member);
@@ -203,18 +239,10 @@ bool MappingChain::IsInGroup(const std::string& hostId)
     return std::find(members.begin(), members.end(), hostId) != members.end();
 }
 
-void MappingChain::Mend(const std::string& link, const std::function<void(CDeviceManager&)>& join)
+void MappingChain::Mend(const std::string& link, const ChainMender::Join& join)
 {
-    DeviceSetOperator& devices = *DeviceSetOperator::GetDeviceSetOperator();
-    const std::unique_ptr<CDeviceManager, ManagerReleaser> manager(devices.GetDeviceManager());
-    CDeviceManager* connected = manager.get();
-    SecretSession session;
     try {
-        if (!m_api->GetSession(session) || !devices.InitDeviceManager(session, &connected)) {
-            throw std::runtime_error("the SAN library takes no connection");
-        }
-        join(*connected);
-        Report::Step("mended: " + link);
+        m_mender.Mend(link, join);
     } catch (const std::exception& error) {
         Break(link + " is missing and cannot be made: " + error.what());
     }

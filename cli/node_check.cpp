@@ -1,6 +1,5 @@
 #include "cli/node_check.h"
 
-#include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/failure.h"
 #include "cli/own_journal.h"
@@ -16,12 +15,11 @@
 namespace {
 
 // A port that the array sees is a path only when it is on a host of the recorded group.
-bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, const std::string& url, const std::string& hostGroupId)
+bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, ArrayObjects& objects, const std::string& hostGroupId)
 {
     std::vector<std::string> wwpns;
     device.GetFCInitor(wwpns);
     std::string errorText;
-    ArrayObjects objects(api, url);
     return std::any_of(wwpns.begin(), wwpns.end(), [&](const std::string& wwpn) {
         const auto port = objects.Find(FC_INITIATOR, wwpn);
         if (!port || port->parentId.empty() || api.IsOnlineFCInitiator(wwpn, errorText) != 0) {
@@ -58,9 +56,16 @@ void RequireConnectedNode(const ArrayLogin& login)
         throw Failure(ExitCode::Drift, record.Path() + ": the record is not complete; this node is not prepared on " +
                                            login.Device().url);
     }
+    const boost::shared_ptr<ZavRestApi> api = login.Api();
+    ArrayObjects objects(*api, login.Device().url);
+    RequirePath(login, device, *api, objects, record.Message().hostGroupId);
+}
+
+void RequirePath(const ArrayLogin& login, DeviceOperate& device, ZavRestApi& api, ArrayObjects& objects,
+                 const std::string& hostGroupId)
+{
     const std::vector<std::string>& serviceIps = login.Device().storageIps;
-    if (!HasOnlineFcPort(device, *login.Api(), login.Device().url, record.Message().hostGroupId) &&
-        !IsLoggedIntoOneOf(device, serviceIps)) {
+    if (!HasOnlineFcPort(device, api, objects, hostGroupId) && !IsLoggedIntoOneOf(device, serviceIps)) {
         throw Failure::OfLibrary(login.Device().url +
                                      ": this node has no online FC port and no iSCSI session with any of " +
                                      (serviceIps.empty() ? "no addresses" : boost::join(serviceIps, ", ")),

@@ -18,7 +18,7 @@ void PrintTable(const NodeFacts& facts)
     if (facts.fcPorts.empty()) {
         rows.push_back({"FC PORTS", "none"});
     }
-    for (const NodeFacts::FcPort& port : facts.fcPorts) {
+    for (const FcPort& port : facts.fcPorts) {
         rows.push_back({"FC PORT", port.name + (port.state.empty() ? "" : "  " + port.state)});
     }
     rows.push_back({"ISCSIADM", orNone(facts.iscsiadmVersion)});
@@ -43,7 +43,7 @@ void PrintJson(const NodeFacts& facts)
     value["host_name"] = facts.hostName;
     value["iscsi_initiator"] = facts.iqn;
     value["fc_ports"] = Json::Value(Json::arrayValue);
-    for (const NodeFacts::FcPort& port : facts.fcPorts) {
+    for (const FcPort& port : facts.fcPorts) {
         Json::Value& each = value["fc_ports"].append(Json::Value());
         each["name"] = port.name;
         each["state"] = port.state;

@@ -43,17 +43,6 @@ std::string VersionOf(const std::string& program)
     return {};
 }
 
-// The states come in the order of the names, or not at all.
-std::vector<NodeFacts::FcPort> FcPorts(const Lines& names)
-{
-    const Lines states = names.empty() ? Lines() : OutputOf("cat /sys/class/fc_host/host*/port_state");
-    std::vector<NodeFacts::FcPort> ports;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        ports.push_back({names[i], states.size() == names.size() ? states[i] : ""});
-    }
-    return ports;
-}
-
 std::vector<std::string> RecordsIn(const std::string& folder)
 {
     std::vector<std::string> records;
@@ -85,7 +74,7 @@ NodeFacts NodeFacts::Read()
     facts.hostName = ::gethostname(name.data(), name.size()) == 0 ? name.data() : "";
     const NodeInitiators initiators = NodeInitiators::Read();
     facts.iqn = initiators.iqn;
-    facts.fcPorts = FcPorts(initiators.ports);
+    facts.fcPorts = FcPorts::Look(initiators.ports);
     facts.iscsiadmVersion = VersionOf("iscsiadm");
     facts.iscsidVersion = VersionOf("iscsid");
     facts.productRoot = GetVendrixRootPath("zavctl", 0);

@@ -1,16 +1,13 @@
 #ifndef PRODUCT_STORAGE_CLI_NODE_FACTS_H
 #define PRODUCT_STORAGE_CLI_NODE_FACTS_H
 
+#include "cli/fc_ports.h"
+
 #include <string>
 #include <vector>
 
 /// What this node is without any array. What it does not have, or does not tell, is empty. No secret is in it.
 struct NodeFacts {
-    struct FcPort {
-        std::string name;  ///< WWPN
-        std::string state; ///< the kernel's word: "Online", "Linkdown"
-    };
-
     std::string hostName;
     std::string iqn;
     std::vector<FcPort> fcPorts;

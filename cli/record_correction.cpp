@@ -18,10 +18,9 @@ using DeviceInfoRecord::Kind;
 /// The objects behind one mapping view, as the array and the journal tell.
 class View {
 public:
-    explicit View(const ArrayLogin& login)
-        : m_api(login.Api())
-        , m_array(*m_api, login.Device().url)
-        , m_made(OwnJournal::Standing(login.DeviceId()))
+    View(ArrayObjects& array, const std::vector<OwnJournal::Entry>& made)
+        : m_array(array)
+        , m_made(made)
     {
     }
 
@@ -44,20 +43,19 @@ public:
     }
 
 private:
-    const boost::shared_ptr<ZavRestApi> m_api;
-    ArrayObjects m_array;
-    const std::vector<OwnJournal::Entry> m_made;
+    ArrayObjects& m_array;
+    const std::vector<OwnJournal::Entry>& m_made;
 };
 
 } // namespace
 
-void CorrectRecord(const ArrayLogin& login)
+std::vector<RecordCorrection> CorrectionsOf(DeviceMessage record, ArrayObjects& array,
+                                            const std::vector<OwnJournal::Entry>& made)
 {
-    const DeviceRecord record(login.DeviceId());
-    DeviceMessage message = record.Message();
-    View view(login);
-    if (message.mapViewId.empty() || !view.Stands(message.mapViewId, message.mapViewName)) {
-        return;
+    std::vector<RecordCorrection> corrections;
+    View view(array, made);
+    if (record.mapViewId.empty() || !view.Stands(record.mapViewId, record.mapViewName)) {
+        return corrections;
     }
     struct Row {
         Kind kind;
@@ -65,19 +63,32 @@ void CorrectRecord(const ArrayLogin& login)
         const ObjectKind* holder;
         const std::string& holderId; // of the row before, too
     };
-    for (const Row& row : {Row{Kind::HostGroup, &HOST_GROUP, &MAPPING_VIEW, message.mapViewId},
-                           Row{Kind::LunGroup, &LUN_GROUP, &MAPPING_VIEW, message.mapViewId},
-                           Row{Kind::Host, &HOST, &HOST_GROUP, message.hostGroupId}}) {
+    for (const Row& row : {Row{Kind::HostGroup, &HOST_GROUP, &MAPPING_VIEW, record.mapViewId},
+                           Row{Kind::LunGroup, &LUN_GROUP, &MAPPING_VIEW, record.mapViewId},
+                           Row{Kind::Host, &HOST, &HOST_GROUP, record.hostGroupId}}) {
         const DeviceInfoRecord::Object& object = DeviceInfoRecord::ObjectOf(row.kind);
         const auto found = row.holderId.empty() ? std::nullopt : view.OwnOne(*row.holder, row.holderId, *row.held);
         // A host that the library found is not the group's only one.
-        const bool isRight = row.kind == Kind::Host && !(message.*object.id).empty();
-        if (found && !isRight && found->id != message.*object.id) {
-            message.*object.id = found->id;
-            message.*object.name = found->name;
-            record.Enter({{object.idKey, found->id}, {object.nameKey, found->name}});
-            Report::Step("the record did not name " + std::string(row.held->words) + " " + found->id + " (" +
-                         found->name + "), which mapping view " + message.mapViewId + " has: it was entered");
+        const bool isRight = row.kind == Kind::Host && !(record.*object.id).empty();
+        if (found && !isRight && found->id != record.*object.id) {
+            record.*object.id = found->id;
+            record.*object.name = found->name;
+            corrections.push_back({{{object.idKey, found->id}, {object.nameKey, found->name}},
+                                   "the record did not name " + std::string(row.held->words) + " " + found->id + " (" +
+                                       found->name + "), which mapping view " + record.mapViewId + " has"});
         }
+    }
+    return corrections;
+}
+
+void CorrectRecord(const ArrayLogin& login)
+{
+    const DeviceRecord record(login.DeviceId());
+    const boost::shared_ptr<ZavRestApi> api = login.Api();
+    ArrayObjects array(*api, login.Device().url);
+    for (const RecordCorrection& correction :
+         CorrectionsOf(record.Message(), array, OwnJournal::Standing(login.DeviceId()))) {
+        record.Enter(correction.members);
+        Report::Step(correction.why + ": it was entered");
     }
 }

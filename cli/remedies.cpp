@@ -218,7 +218,7 @@ struct ExitRow {
     const char* remedy;
 };
 
-constexpr std::array<ExitRow, 12> BY_EXIT = {{
+constexpr std::array<ExitRow, 13> BY_EXIT = {{
     {ExitCode::Done, ""},
     {ExitCode::Usage, "zavctl --help, or --help behind the command, tells what it takes"},
     {ExitCode::Partly, "see the lines above for what was not done, mend that, and run the command again"},
@@ -233,6 +233,7 @@ constexpr std::array<ExitRow, 12> BY_EXIT = {{
     {ExitCode::Unreachable, "check the way to the address, then the array, and run the command again"},
     {ExitCode::Refused, "ask the array's administrator what it refused and why; its event log has the request"},
     {ExitCode::Drift, "run zavctl init again; what it does not mend has to be mended on the array"},
+    {ExitCode::WouldChange, "run zavctl init, which does what was printed"},
     {ExitCode::NoPermission, "run the command as a user who may, root as a rule"},
     {ExitCode::OurFault, "report it, with the output of the same command under -vv"},
 }};

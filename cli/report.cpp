@@ -86,6 +86,30 @@ void Write(Telling& telling, const std::string& text, Look look)
     std::cerr << (isColoured ? ColourOf(look) + line + "\033[0m" : line) << std::endl;
 }
 
+// Rows without a look are plain.
+void PrintTable(const std::vector<Row>& rows, const std::vector<Look>& looks, std::vector<std::size_t>& widths)
+{
+    for (const Row& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            widths[column] = std::max(widths[column], Base::Columns(Base::Printable(row[column])));
+        }
+    }
+    for (std::size_t number = 0; number < rows.size(); ++number) {
+        const Row& row = rows[number];
+        std::string line;
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            const bool isLast = column + 1 == row.size();
+            line += Base::PrintableCell(row[column], isLast ? 0 : widths[column] + 2);
+        }
+        line.erase(line.find_last_not_of(' ') + 1); // cells at its end may be empty
+        const Look look = number < looks.size() ? looks[number] : Look::Plain;
+        const bool isColoured = look != Look::Plain && HasColours(STDOUT_FILENO);
+        std::cout << (isColoured ? ColourOf(look) + line + "\033[0m" : line) << "\n";
+    }
+    std::cout << std::flush;
+}
+
 } // namespace
 
 std::string LastStep()
@@ -206,27 +230,18 @@ void Print(const std::string& prefix, const std::string& text, Look look)
 
 void Table(const std::vector<Row>& rows)
 {
+    Table(rows, std::vector<Look>());
+}
+
+void Table(const std::vector<Row>& rows, const std::vector<Look>& looks)
+{
     std::vector<std::size_t> widths;
-    Table(rows, widths);
+    PrintTable(rows, looks, widths);
 }
 
 void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths)
 {
-    for (const Row& row : rows) {
-        widths.resize(std::max(widths.size(), row.size()));
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], Base::Columns(Base::Printable(row[column])));
-        }
-    }
-    for (const Row& row : rows) {
-        std::string line;
-        for (std::size_t column = 0; column < row.size(); ++column) {
-            const bool isLast = column + 1 == row.size();
-            line += Base::PrintableCell(row[column], isLast ? 0 : widths[column] + 2);
-        }
-        std::cout << line << "\n";
-    }
-    std::cout << std::flush;
+    PrintTable(rows, {}, widths);
 }
 
 void Json(const ::Json::Value& value)

@@ -52,6 +52,9 @@ void Table(const std::vector<Row>& rows);
 /// The same for a table that is printed piece by piece: columns are at least as wide as `widths` says, which learns how
 /// wide they are.
 void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths);
+
+/// With a look for each row.
+void Table(const std::vector<Row>& rows, const std::vector<Look>& looks);
 void Json(const ::Json::Value& value);
 
 /// 1073741824 gives "1.00 GiB".

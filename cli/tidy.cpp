@@ -47,9 +47,25 @@ bool IsKind(const ObjectKind& one, const ObjectKind& other)
 Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record, Gone gone)
     : m_login(login)
     , m_api(login.Api())
+    , m_ownArray(std::make_unique<ArrayObjects>(*m_api, login.Device().url))
+    , m_array(*m_ownArray)
     , m_record(std::move(record))
-    , m_array(*m_api, login.Device().url)
     , m_entries(OwnJournal::Standing(login.DeviceId()))
+{
+    LookFor(gone);
+}
+
+Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record, ArrayObjects& array)
+    : m_login(login)
+    , m_api(login.Api())
+    , m_array(array)
+    , m_record(std::move(record))
+    , m_entries(OwnJournal::Standing(login.DeviceId()))
+{
+    LookFor(Gone::Kept);
+}
+
+void Leftovers::LookFor(Gone gone)
 {
     for (const MadeKind& made : MADE_KINDS) {
         for (const OwnJournal::Entry& entry : m_entries) {

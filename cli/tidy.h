@@ -6,6 +6,7 @@
 #include "cli/own_journal.h"
 #include "common/records.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,9 @@ public:
     /// cannot be read. Where another provider than the open one is linked, there is no journal, and nothing is left
     /// over.
     Leftovers(const ArrayLogin& login, DeviceMessage record, Gone gone = Gone::Forgotten);
+
+    /// The same on other objects than the array's own, which must outlive it, and with nothing changed.
+    Leftovers(const ArrayLogin& login, DeviceMessage record, ArrayObjects& array);
 
     /// In the order in which they can be taken apart: mapping views, host groups, LUN groups, hosts.
     const std::vector<Object>& Objects() const noexcept { return m_objects; }
@@ -59,6 +63,7 @@ public:
     void RemoveIdleOneOfOthers(const Object& object);
 
 private:
+    void LookFor(Gone gone);
     bool IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const;
     std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
     std::vector<std::string> UsesOrDoubt(const ObjectKind& kind, const std::string& id);
@@ -74,8 +79,9 @@ private:
 
     const ArrayLogin& m_login;
     const boost::shared_ptr<ZavRestApi> m_api;
+    const std::unique_ptr<ArrayObjects> m_ownArray; // empty where it got another
+    ArrayObjects& m_array;
     const DeviceMessage m_record;
-    ArrayObjects m_array;
     const std::vector<OwnJournal::Entry> m_entries;
     std::vector<Object> m_objects;
 };

@@ -17,6 +17,7 @@
 namespace {
 
 const std::vector<Process::Arguments> COMMANDS = {{},
+                                                  {"plan"},
                                                   {"init"},
                                                   {"status"},
                                                   {"check"},
