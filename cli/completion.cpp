@@ -42,7 +42,7 @@ bool IsRepeatable(const CLI::Option& option)
 {
     const bool isCounted = option.get_multi_option_policy() != CLI::MultiOptionPolicy::Throw &&
                            option.get_multi_option_policy() != CLI::MultiOptionPolicy::TakeLast;
-    return isCounted || option.get_expected_max() >= CLI::detail::expected_max_vector_size;
+    return isCounted || option.get_expected_max() > 1;
 }
 
 void AddOptions(const CLI::App& app, Command& command)

@@ -1,12 +1,15 @@
 #include "cli/commands.h"
 
 #include "cli/environment_file.h"
+#include "cli/failure.h"
 #include "cli/map_info_report.h"
+#include "cli/metrics_file.h"
 #include "cli/options.h"
 #include "cli/preparation.h"
 #include "cli/watch.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +25,7 @@ struct InitOptions {
     Report::Format format = Report::Format::Table;
     std::optional<unsigned int> watchSeconds;
     bool adoptsNothing = false;
+    std::string metricsPath;
 };
 
 bool HaveACommonAddress(const EnvironmentPath& one, const EnvironmentPath& other)
@@ -70,12 +74,27 @@ ExitCode PrepareOnce(const std::vector<Target>& targets, const InitOptions& opti
     return outcome.Code(targets.size());
 }
 
-ExitCode RunInit(const InitOptions& options, StopSignals& stopSignals, LogTail& log)
+// Throws Failure where one cannot be read, which monitoring is told of all: none was prepared.
+std::vector<Target> ReadTargets(const std::vector<std::string>& paths, MetricsFile& metrics)
 {
     std::vector<Target> targets;
-    for (const std::string& path : options.environmentPaths) {
-        targets.push_back({path, NameOfEnvironment(path), ReadEnvironment(path), nullptr});
+    std::vector<std::string> names;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(names), NameOfEnvironment);
+    try {
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            targets.push_back({paths[i], names[i], ReadEnvironment(paths[i]), nullptr});
+        }
+    } catch (const Failure& failure) {
+        metrics.EndRound(names, failure.Code());
+        throw;
     }
+    return targets;
+}
+
+ExitCode RunInit(const InitOptions& options, StopSignals& stopSignals, LogTail& log)
+{
+    MetricsFile metrics(options.metricsPath, options.watchSeconds);
+    std::vector<Target> targets = ReadTargets(options.environmentPaths, metrics);
     Preparation::Wishes wishes;
     wishes.adopts = !options.adoptsNothing;
     Preparation::Outcome outcome = Preparation::LogIntoAll(targets, log);
@@ -85,9 +104,11 @@ ExitCode RunInit(const InitOptions& options, StopSignals& stopSignals, LogTail& 
     }
     if (options.watchSeconds.has_value()) {
         const Watch::Ways ways = {boost::chrono::seconds(*options.watchSeconds), options.format, wishes};
-        return Watch(targets, ways, stopSignals, log).Run(std::move(outcome));
+        return Watch(targets, ways, metrics, stopSignals, log).Run(std::move(outcome));
     }
-    return PrepareOnce(targets, options, wishes, log, outcome);
+    const ExitCode code = PrepareOnce(targets, options, wishes, log, outcome);
+    metrics.EndRound(targets, outcome);
+    return code;
 }
 
 } // namespace
@@ -102,6 +123,12 @@ void AddInitCommand(CLI::App& app, Run& run)
     command->add_option("--watch", options->watchSeconds, "Stay and see every SECONDS that the node is still prepared")
         ->option_text("SECONDS")
         ->check(CLI::Range(1U, 86400U));
+    command
+        ->add_option("--metrics", options->metricsPath,
+                     "Tell monitoring in this file what each round came to, in the form that node_exporter's textfile "
+                     "collector reads")
+        ->option_text("FILE")
+        ->check(Options::RefuseEmpty);
     command->add_flag("--no-adopt", options->adoptsNothing,
                       "Refuse, before anything is made, to use a host that holds this node's initiator and was not "
                       "made here");

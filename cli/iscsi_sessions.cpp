@@ -8,6 +8,7 @@
 
 #include <boost/filesystem.hpp>
 
+#include <algorithm>
 #include <fstream>
 #include <regex>
 
@@ -61,6 +62,11 @@ bool IscsiSession::IsAt(const std::string& address) const
 {
     const std::string host = portal.substr(0, portal.rfind(':'));
     return Base::BareHost(host) == Base::BareHost(address);
+}
+
+bool IscsiSession::IsWithOneOf(const std::vector<std::string>& addresses) const
+{
+    return std::any_of(addresses.begin(), addresses.end(), [this](const std::string& each) { return IsAt(each); });
 }
 
 namespace IscsiSessions {

@@ -15,6 +15,9 @@ struct IscsiSession {
 
     /// Whether its portal is at a service address, which bears no port.
     bool IsAt(const std::string& address) const;
+
+    /// The same of several.
+    bool IsWithOneOf(const std::vector<std::string>& addresses) const;
 };
 
 namespace IscsiSessions {

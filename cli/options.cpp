@@ -17,12 +17,6 @@ namespace Options {
 
 namespace {
 
-// An empty name comes of a script's variable that is not set: it does not mean "whatever ZAVCTL_ENV names".
-std::string RefuseEmpty(const std::string& path)
-{
-    return path.empty() ? "names no file" : "";
-}
-
 std::vector<std::string> NamedByVariable()
 {
     std::vector<std::string> paths;
@@ -35,6 +29,11 @@ std::vector<std::string> NamedByVariable()
 }
 
 } // namespace
+
+std::string RefuseEmpty(const std::string& path)
+{
+    return path.empty() ? "names no file" : "";
+}
 
 void AddEnvironment(CLI::App& command, std::string& path)
 {

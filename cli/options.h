@@ -16,6 +16,10 @@ inline constexpr const char* FORMAT = "--output";
 /// Where no --env is given, this variable names environments, with colons between them.
 inline constexpr const char* ENVIRONMENT_VARIABLE = "ZAVCTL_ENV";
 
+/// For the check of an option that names a file. An empty name comes of a script's variable that is not set: it does
+/// not mean that none was given.
+std::string RefuseEmpty(const std::string& path);
+
 /// --env, for one environment or for several.
 void AddEnvironment(CLI::App& command, std::string& path);
 void AddEnvironments(CLI::App& command, std::vector<std::string>& paths);

@@ -24,12 +24,6 @@ bool Has(const std::vector<IscsiSession>& sessions, const IscsiSession& session)
                        [&session](const IscsiSession& each) { return AreSame(each, session); });
 }
 
-bool IsWith(const std::vector<std::string>& addresses, const IscsiSession& session)
-{
-    return std::any_of(addresses.begin(), addresses.end(),
-                       [&session](const std::string& address) { return session.IsAt(address); });
-}
-
 OwnJournal::Entry EntryOf(const ArrayLogin& login, const IscsiSession& session)
 {
     return {login.DeviceId(), KIND, session.target, session.portal};
@@ -50,7 +44,7 @@ Begin::~Begin()
     }
     try {
         for (const IscsiSession& session : IscsiSessions::Standing()) {
-            if (!Has(m_before, session) && IsWith(m_login.Device().storageIps, session)) {
+            if (!Has(m_before, session) && session.IsWithOneOf(m_login.Device().storageIps)) {
                 OwnJournal::Enter(EntryOf(m_login, session));
             }
         }

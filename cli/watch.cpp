@@ -25,9 +25,10 @@ bool AreEqual(const std::vector<ZavMapInfo>& left, const std::vector<ZavMapInfo>
 
 } // namespace
 
-Watch::Watch(Targets& targets, Ways ways, StopSignals& signals, LogTail& log)
+Watch::Watch(Targets& targets, Ways ways, MetricsFile& metrics, StopSignals& signals, LogTail& log)
     : m_targets(targets)
     , m_ways(ways)
+    , m_metrics(metrics)
     , m_signals(signals)
     , m_log(log)
 {
@@ -40,11 +41,13 @@ ExitCode Watch::Run(Preparation::Outcome outcome)
         m_ways.wishes.tellsUnchanged = false; // it was told once
         TellChanges(outcome);
         PrintChanges(outcome);
+        m_metrics.EndRound(m_targets, outcome);
         if (Pause(outcome)) {
             Report::Step("stopped");
             TellFailures(outcome);
             return outcome.Code(m_targets.size());
         }
+        m_metrics.BeginRound();
         outcome = Preparation::LogIntoAll(m_targets, m_log);
     }
 }

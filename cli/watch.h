@@ -1,6 +1,7 @@
 #ifndef PRODUCT_STORAGE_CLI_WATCH_H
 #define PRODUCT_STORAGE_CLI_WATCH_H
 
+#include "cli/metrics_file.h"
 #include "cli/preparation.h"
 #include "cli/report.h"
 #include "cli/stop_signals.h"
@@ -22,7 +23,7 @@ public:
     };
 
     /// All but `ways` must outlive it.
-    Watch(Targets& targets, Ways ways, StopSignals& signals, LogTail& log);
+    Watch(Targets& targets, Ways ways, MetricsFile& metrics, StopSignals& signals, LogTail& log);
 
     /// Begins behind the logins that `outcome` tells of. The code of the last round.
     ExitCode Run(Preparation::Outcome outcome);
@@ -38,6 +39,7 @@ private:
 
     Targets& m_targets;
     Ways m_ways;
+    MetricsFile& m_metrics;
     StopSignals& m_signals;
     LogTail& m_log;
     std::vector<ZavMapInfo> m_printed;

@@ -1,0 +1,100 @@
+#include "cli/metrics_file.h"
+
+#include "base/files.h"
+#include "cli/iscsi_sessions.h"
+#include "cli/report.h"
+
+#include <algorithm>
+#include <ctime>
+#include <utility>
+
+namespace {
+
+constexpr unsigned int MODE = 0644; // read by another user's node_exporter
+
+RoundMetrics::ArrayResult::Array Describe(const ArrayLogin& login, const std::vector<IscsiSession>& sessions)
+{
+    RoundMetrics::ArrayResult::Array array;
+    array.url = login.Device().url;
+    array.deviceKey = login.DeviceId();
+    array.serviceAddresses = login.Device().storageIps.size();
+    for (const IscsiSession& session : sessions) {
+        if (session.IsWithOneOf(login.Device().storageIps)) {
+            const std::string state = IscsiSessions::StateOf(session);
+            ++(state.empty() || state == "LOGGED_IN" ? array.sessionsUp : array.sessionsDown);
+        }
+    }
+    return array;
+}
+
+// What ties this node to a target's array, as text; empty where the round did not come so far.
+std::string MappingOf(const Preparation::Target& target, const Preparation::Outcome& outcome)
+{
+    const auto info = std::find_if(outcome.infos.begin(), outcome.infos.end(), [&target](const ZavMapInfo& each) {
+        return !each.device_keys().empty() && each.device_keys(0) == target.login->DeviceId();
+    });
+    return info == outcome.infos.end() ? "" : info->SerializeAsString();
+}
+
+} // namespace
+
+MetricsFile::MetricsFile(std::string path, std::optional<unsigned int> interval)
+    : m_path(std::move(path))
+    , m_metrics(interval)
+{
+    BeginRound();
+}
+
+void MetricsFile::BeginRound()
+{
+    m_begin = std::chrono::steady_clock::now();
+}
+
+void MetricsFile::EndRound(const std::vector<Preparation::Target>& targets, const Preparation::Outcome& outcome)
+{
+    if (m_path.empty()) {
+        return;
+    }
+    const std::vector<IscsiSession> sessions = IscsiSessions::Standing();
+    std::vector<RoundMetrics::ArrayResult> results;
+    for (const Preparation::Target& target : targets) {
+        RoundMetrics::ArrayResult result;
+        result.environment = target.name;
+        if (const auto failure = outcome.failures.find(&target); failure != outcome.failures.end()) {
+            result.failure = failure->second.exit;
+        }
+        if (target.login != nullptr) {
+            result.mapping = MappingOf(target, outcome);
+            result.array = Describe(*target.login, sessions);
+        }
+        results.push_back(std::move(result));
+    }
+    Write(std::move(results));
+}
+
+void MetricsFile::EndRound(const std::vector<std::string>& environments, ExitCode failure)
+{
+    if (m_path.empty()) {
+        return;
+    }
+    std::vector<RoundMetrics::ArrayResult> results;
+    for (const std::string& environment : environments) {
+        RoundMetrics::ArrayResult result;
+        result.environment = environment;
+        result.failure = failure;
+        results.push_back(std::move(result));
+    }
+    Write(std::move(results));
+}
+
+void MetricsFile::Write(std::vector<RoundMetrics::ArrayResult> results)
+{
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - m_begin;
+    m_metrics.Add({std::time(nullptr), taken.count(), std::move(results)});
+    const int error = Base::ReplaceFile(m_path, m_metrics.Text(), MODE);
+    if (error != 0 && !m_isFailureTold) {
+        Report::Tell("warning: " + m_path + ": metrics cannot be written: " + Base::ErrorText(error),
+                     Report::Look::Warning);
+    }
+    m_isFailureTold = error != 0;
+}

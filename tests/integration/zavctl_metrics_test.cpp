@@ -1,0 +1,168 @@
+#include "tests/integration/stage.h"
+#include "tests/support/exposition_reader.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/filesystem/operations.hpp>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <ctime>
+
+using ::testing::HasSubstr;
+
+namespace {
+
+/// What monitoring reads of `zavctl init --metrics`.
+class ZavctlMetricsTest : public Stage {
+protected:
+    std::string Path() const { return Directory() + "/metrics/product_storage.prom"; }
+
+    ZavctlMetricsTest() { boost::filesystem::create_directories(Directory() + "/metrics"); }
+
+    ExpositionReader Read() const { return ExpositionReader(ReadText(Path())); }
+
+    static double Of(const ExpositionReader& metrics, const std::string& name, const std::string& environment,
+                     ExpositionReader::Labels labels = {})
+    {
+        labels["environment"] = environment;
+        return metrics.Value("product_storage_" + name, labels);
+    }
+
+    /// Waits until a round left this behind.
+    void Await(const std::string& name, const std::string& environment, double value,
+               const ExpositionReader::Labels& labels = {}) const
+    {
+        WaitUntil(name,
+                  [&] { return boost::filesystem::exists(Path()) && Of(Read(), name, environment, labels) == value; });
+    }
+
+    double Rounds() const { return Read().Value("product_storage_round_duration_seconds_count"); }
+
+    void AwaitRounds(double more) const
+    {
+        const double before = Rounds();
+        WaitUntil("rounds", [&] { return Rounds() >= before + more; });
+    }
+};
+
+TEST_F(ZavctlMetricsTest, OneInitTellsWhatItCameTo)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::time_t before = std::time(nullptr);
+    const mode_t mask = ::umask(077);
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", env, "--metrics", Path()});
+    ::umask(mask);
+    ASSERT_EQ(0, outcome.status) << outcome.errors;
+
+    const ExpositionReader metrics = Read();
+    EXPECT_EQ(1, Of(metrics, "prepared", env));
+    EXPECT_EQ(0, Of(metrics, "drift", env));
+    EXPECT_EQ(1, Of(metrics, "iscsi_sessions", env, {{"state", "up"}}));
+    EXPECT_EQ(0, Of(metrics, "iscsi_sessions", env, {{"state", "down"}}));
+    EXPECT_EQ(1, Of(metrics, "service_addresses", env));
+    EXPECT_EQ(1, Of(metrics, "array_info", env, {{"url", array.Url()}, {"device_key", array.Options().serial}}));
+    EXPECT_GE(Of(metrics, "last_success_timestamp_seconds", env), static_cast<double>(before));
+    EXPECT_GE(metrics.Value("product_storage_last_round_timestamp_seconds"), static_cast<double>(before));
+    EXPECT_GT(metrics.Value("product_storage_last_round_duration_seconds"), 0);
+    EXPECT_EQ(1, Rounds());
+    EXPECT_EQ(0U, metrics.Samples().count("product_storage_watch_interval_seconds"));
+
+    struct stat file = {};
+    ASSERT_EQ(0, ::stat(Path().c_str(), &file));
+    EXPECT_EQ(0644U, file.st_mode & 07777U) << "node_exporter is another user";
+    const boost::filesystem::directory_iterator files(Directory() + "/metrics");
+    EXPECT_EQ(1, std::distance(files, boost::filesystem::directory_iterator())) << "nothing is left beside it";
+}
+
+TEST_F(ZavctlMetricsTest, OneOfTwoArraysThatFailsIsToldWithItsCause)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string other = EnvironmentFileOf(StartArray());
+    WriteText(other, boost::replace_all_copy(ReadText(other), "\"admin\"", "\"nobody\""));
+    EXPECT_EQ(3, RunZavctl({"init", "--env", env, "--env", other, "--metrics", Path()}).status);
+    const ExpositionReader metrics = Read();
+    EXPECT_EQ(1, Of(metrics, "prepared", env));
+    EXPECT_EQ(0, Of(metrics, "failures_total", env, {{"cause", "login_refused"}}));
+    EXPECT_EQ(0, Of(metrics, "prepared", other));
+    EXPECT_EQ(1, Of(metrics, "failures_total", other, {{"cause", "login_refused"}}));
+    EXPECT_EQ(0, Of(metrics, "last_success_timestamp_seconds", other));
+}
+
+TEST_F(ZavctlMetricsTest, EnvironmentThatCannotBeReadIsAFailureOfAll)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    const std::string missing = Directory() + "/missing.json";
+    EXPECT_EQ(7, RunZavctl({"init", "--env", env, "--env", missing, "--metrics", Path()}).status);
+    for (const std::string& each : {env, missing}) {
+        EXPECT_EQ(0, Of(Read(), "prepared", each));
+        EXPECT_EQ(1, Of(Read(), "failures_total", each, {{"cause", "unusable"}}));
+    }
+}
+
+TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
+    Await("prepared", env, 1);
+    EXPECT_EQ(1, Read().Value("product_storage_watch_interval_seconds"));
+    AwaitRounds(2);
+
+    array.DeleteBehindBack("mappingview", array.Ids("mappingview").at(0));
+    Await("rebuilds_total", env, 1);
+    EXPECT_EQ(1, Of(Read(), "prepared", env));
+
+    zavctl->Signal(SIGTERM);
+    zavctl->Wait();
+    EXPECT_EQ(1, Of(Read(), "prepared", env)) << "the last round's stays";
+}
+
+TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string folder = Directory() + "/gone";
+    const std::string path = folder + "/product_storage.prom";
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1", "--metrics", path});
+    const std::string told = "zavctl: warning: " + path + ": metrics cannot be written: No such file or directory\n";
+    zavctl->AwaitError(told);
+    array.ClearJournal();
+    const auto rounds = [&] {
+        const std::vector<std::string> requests = array.Requests();
+        return std::count_if(requests.begin(), requests.end(),
+                             [](const std::string& each) { return each.rfind("GET mappingview", 0) == 0; });
+    };
+    WaitUntil("further rounds", [&] { return rounds() > 4; });
+    EXPECT_EQ(std::string::npos, zavctl->Errors().find(told, zavctl->Errors().find(told) + 1)) << "told twice";
+
+    boost::filesystem::create_directories(folder);
+    WaitUntil("the file", [&] { return boost::filesystem::exists(path); });
+    boost::filesystem::remove_all(folder);
+    WaitUntil("it to be told anew", [&] {
+        const std::string errors = zavctl->Errors();
+        return errors.find(told, errors.find(told) + 1) != std::string::npos;
+    });
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlMetricsTest, FileIsOnlyWrittenWhereItIsAskedFor)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array), "--metrics", ""});
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("--metrics: names no file"));
+}
+
+} // namespace
