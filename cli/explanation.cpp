@@ -255,8 +255,7 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
 
 void Tell(const Explanation& explanation, const std::string& when)
 {
-    Report::Tell(when + explanation.cause, Report::Look::Cause);
-    Report::Tell("remedy: " + explanation.remedy, Report::Look::Remedy);
+    Report::TellFailure(when + explanation.cause, explanation.remedy);
 }
 
 Json::Value ToJson(const Explanation& explanation)

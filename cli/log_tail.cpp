@@ -2,13 +2,12 @@
 
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
 
-#include "base/printable_text.h"
+#include "cli/report.h"
 #include "common/framework/log_proxy.h"
 #include "framework/public/log_listener.h"
 
 #include <unistd.h>
 
-#include <iostream>
 #include <utility>
 
 namespace {
@@ -42,7 +41,7 @@ void LogTail::PrintFailures()
 {
     for (const Line& line : Take()) {
         if (!m_ear->isShownAlready && line.level >= static_cast<int>(severity_level::Warning)) {
-            std::cerr << "zavctl:   " << Base::Printable(line.text) << " (" << line.operation << ")" << std::endl;
+            Report::Tell("  " + line.text + " (" + line.operation + ")");
         }
     }
 }

@@ -67,6 +67,7 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
 template <typename Work>
 void Try(const Target& target, LogTail& log, Outcome& outcome, const Work& work)
 {
+    const Report::About about(target.name);
     log.Take(); // of what went before
     try {
         work();

@@ -2,6 +2,7 @@
 
 #include "base/json_writing.h"
 #include "base/printable_text.h"
+#include "base/service_manager.h"
 
 #include <json/writer.h>
 
@@ -37,6 +38,8 @@ struct Telling {
     bool hasTime = false;      // guarded by lock; the running time stands there
     unsigned int ownLines = 0; // guarded by lock
     bool isAllTold = false;    // guarded by lock; threads go on until the process ends
+    std::string about;         // guarded by lock; what lines are about
+    const bool isForJournal = Base::IsJournal(STDERR_FILENO);
 };
 
 Telling& TheTelling()
@@ -77,9 +80,30 @@ const char* ColourOf(Look look)
     return "";
 }
 
-// Requires the lock.
-void Write(Telling& telling, const std::string& text, Look look)
+/// A line's weight, as the system's journal counts it.
+enum class Level { Error = 3, Warning = 4, Notice = 5, Info = 6 };
+
+Level LevelOf(Look look)
 {
+    return look == Look::Cause ? Level::Error : look == Look::Warning ? Level::Warning : Level::Notice;
+}
+
+// Requires the lock.
+void WriteToJournal(const Telling& telling, const std::string& text, Level level)
+{
+    const bool isNamed = telling.about.empty() || text.find(telling.about + ":") != std::string::npos;
+    std::cerr << "<" + std::to_string(static_cast<int>(level)) + ">" +
+                     Base::Printable(isNamed ? text : telling.about + ": " + text) + "\n"
+              << std::flush;
+}
+
+// Requires the lock.
+void Write(Telling& telling, const std::string& text, Look look, Level level)
+{
+    if (telling.isForJournal) {
+        WriteToJournal(telling, text, level);
+        return;
+    }
     ClearTime(telling);
     const std::string line = "zavctl: " + Base::Printable(text);
     const bool isColoured = look != Look::Plain && HasColours(STDERR_FILENO);
@@ -110,6 +134,23 @@ void PrintTable(const std::vector<Row>& rows, const std::vector<Look>& looks, st
     std::cout << std::flush;
 }
 
+// Requires the lock.
+void Write(Telling& telling, const std::string& text, Look look)
+{
+    Write(telling, text, look, LevelOf(look));
+}
+
+// Requires the lock.
+void WriteFailure(Telling& telling, const std::string& cause, const std::string& remedy)
+{
+    if (telling.isForJournal) {
+        Write(telling, cause + "; remedy: " + remedy, Look::Cause);
+        return;
+    }
+    Write(telling, cause, Look::Cause);
+    Write(telling, "remedy: " + remedy, Look::Remedy);
+}
+
 } // namespace
 
 std::string LastStep()
@@ -129,7 +170,7 @@ void Step(const std::string& text)
     telling.lastStep = text;
     telling.began = Clock::now();
     if (!telling.isQuiet) {
-        Write(telling, text, Look::Plain);
+        Write(telling, text, Look::Plain, Level::Info);
     }
 }
 
@@ -148,8 +189,35 @@ void LastWords(const std::string& cause, const std::string& remedy)
     const std::lock_guard<std::mutex> guard(telling.lock);
     telling.isAllTold = true;
     ++telling.ownLines;
-    Write(telling, cause, Look::Cause);
-    Write(telling, "remedy: " + remedy, Look::Remedy);
+    WriteFailure(telling, cause, remedy);
+}
+
+void TellFailure(const std::string& cause, const std::string& remedy)
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    if (!telling.isAllTold) {
+        WriteFailure(telling, cause, remedy);
+    }
+}
+
+bool IsForJournal()
+{
+    return TheTelling().isForJournal;
+}
+
+About::About(const std::string& subject)
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    telling.about = subject;
+}
+
+About::~About()
+{
+    Telling& telling = TheTelling();
+    const std::lock_guard<std::mutex> guard(telling.lock);
+    telling.about.clear();
 }
 
 void BeQuiet() noexcept

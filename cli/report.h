@@ -29,6 +29,24 @@ enum class Look { Plain, Cause, Remedy, Warning };
 /// Tells on standard error what nobody may miss; any thread.
 void Tell(const std::string& text, Look look = Look::Plain);
 
+/// Tells what failed, and what to do about it.
+void TellFailure(const std::string& cause, const std::string& remedy);
+
+/// Whether what is told goes into the system's journal. There each line has its level in front, and the array that it
+/// is about; it has no colours and no program's name; cause and remedy are one line. The journal has time, host and
+/// process.
+bool IsForJournal();
+
+/// What lines are about while it lives, as a journal has it: those that do not name it themselves have it in front. One
+/// at a time.
+class About {
+public:
+    explicit About(const std::string& subject);
+    About(const About&) = delete;
+    About& operator=(const About&) = delete;
+    ~About();
+};
+
 /// Tells why the command ends, and what to do. What other threads, which go on until the process ends, would tell
 /// behind it is not told any more.
 void LastWords(const std::string& cause, const std::string& remedy);

@@ -42,12 +42,15 @@ ExitCode Watch::Run(Preparation::Outcome outcome)
         TellChanges(outcome);
         PrintChanges(outcome);
         m_metrics.EndRound(m_targets, outcome);
+        m_service.EndRound(outcome);
         if (Pause(outcome)) {
+            m_service.Stop();
             Report::Step("stopped");
             TellFailures(outcome);
             return outcome.Code(m_targets.size());
         }
         m_metrics.BeginRound();
+        m_service.BeginRound();
         outcome = Preparation::LogIntoAll(m_targets, m_log);
     }
 }
@@ -68,12 +71,18 @@ bool Watch::Pause(const Preparation::Outcome& outcome)
 {
     m_failedRounds = outcome.failures.empty() ? 0 : m_failedRounds + 1;
     if (m_failedRounds == 0) {
-        return m_signals.WaitFor(m_ways.pace);
+        return WaitFor(m_ways.pace);
     }
     const bool isRefused = std::any_of(outcome.failures.begin(), outcome.failures.end(), [](const auto& failure) {
         return failure.second.exit == ExitCode::LoginRefused;
     });
-    return isRefused ? AwaitChange() : m_signals.WaitFor(BackOff());
+    return isRefused ? AwaitChange() : WaitFor(BackOff());
+}
+
+bool Watch::WaitFor(const boost::chrono::seconds& pause)
+{
+    m_service.BeginPause(std::chrono::seconds(pause.count()));
+    return m_signals.WaitFor(pause);
 }
 
 // Doubled from round to round up to a minute; with a part of chance, so that many nodes do not come at once.
@@ -94,7 +103,7 @@ bool Watch::AwaitChange()
     const std::string before = Inputs();
     Report::Step("waiting for another environment or configuration");
     while (Inputs() == before) {
-        if (m_signals.WaitFor(boost::chrono::seconds(1))) {
+        if (WaitFor(boost::chrono::seconds(1))) {
             return true;
         }
     }
@@ -121,6 +130,7 @@ void Watch::TellFailures(const Preparation::Outcome& outcome) const
     for (const Preparation::Target& target : m_targets) {
         const auto failure = outcome.failures.find(&target);
         if (failure != outcome.failures.end()) {
+            const Report::About about(target.name);
             Tell(failure->second);
         }
     }
@@ -128,15 +138,17 @@ void Watch::TellFailures(const Preparation::Outcome& outcome) const
 
 void Watch::TellChanges(const Preparation::Outcome& outcome)
 {
+    const std::string when = Report::IsForJournal() ? "" : Report::Now() + " ";
     for (const Preparation::Target& target : m_targets) {
         const auto failure = outcome.failures.find(&target);
         const bool isLost = failure != outcome.failures.end();
         const bool wasLost = m_lost.count(&target) != 0;
         if (isLost && !wasLost) {
-            Tell(failure->second, Report::Now() + " lost: ");
+            const Report::About about(target.name);
+            Tell(failure->second, when + "lost: ");
             m_lost.insert(&target);
         } else if (!isLost && wasLost) {
-            Report::Tell(Report::Now() + " recovered: " + target.name);
+            Report::Tell(when + "recovered: " + target.name);
             m_lost.erase(&target);
         }
     }

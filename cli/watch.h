@@ -5,6 +5,7 @@
 #include "cli/preparation.h"
 #include "cli/report.h"
 #include "cli/stop_signals.h"
+#include "cli/watch_service.h"
 
 #include <set>
 #include <string>
@@ -30,6 +31,7 @@ public:
 
 private:
     bool Pause(const Preparation::Outcome& outcome); // true when a signal came
+    bool WaitFor(const boost::chrono::seconds& pause);
     boost::chrono::seconds BackOff() const;
     bool AwaitChange();
     std::string Inputs() const;
@@ -45,6 +47,7 @@ private:
     std::vector<ZavMapInfo> m_printed;
     std::set<const Preparation::Target*> m_lost;
     unsigned int m_failedRounds = 0;
+    WatchService m_service{m_targets};
 };
 
 #endif

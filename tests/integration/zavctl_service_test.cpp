@@ -1,0 +1,165 @@
+#include "tests/integration/stage.h"
+#include "tests/support/notify_socket.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/algorithm/string/replace.hpp>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <regex>
+#include <sstream>
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace {
+
+/// `zavctl init --watch` under a service manager, which the test is.
+class ZavctlServiceTest : public Stage {
+protected:
+    /// Starts a watch of an environment's array, with a minute's watchdog unless told otherwise.
+    std::unique_ptr<Process> StartService(const std::string& env, const std::string& pace,
+                                          const std::string& watchdog = "60000000") const
+    {
+        return std::make_unique<Process>(
+            Process::Arguments{ProductPath("bin/zavctl"), "init", "--env", env, "--watch", pace},
+            Process::Arguments{"NOTIFY_SOCKET=" + m_socket.Address(), "WATCHDOG_USEC=" + watchdog});
+    }
+
+    /// The lines that a watch writes into the journal while `story` is played.
+    template <typename Story>
+    std::vector<std::string> JournalOf(const Array& array, const Story& story) const
+    {
+        const std::string journal = Directory() + "/journal";
+        WriteText(journal, "");
+        Process zavctl({"/bin/sh", "-c",
+                        "JOURNAL_STREAM=$(stat -c %d:%i " + journal + ") TERM=xterm exec " + ProductPath("bin/zavctl") +
+                            " init --env " + EnvironmentFileOf(array) + " --watch 1 2>>" + journal});
+        const auto await = [&](const std::string& text) {
+            WaitUntil(text, [&] { return ReadText(journal).find(text) != std::string::npos; });
+        };
+        story(await);
+        zavctl.Signal(SIGTERM);
+        zavctl.Wait();
+        std::vector<std::string> lines;
+        std::istringstream text(ReadText(journal));
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    static std::string LineWith(const std::vector<std::string>& lines, const std::string& text)
+    {
+        for (const std::string& line : lines) {
+            if (line.find(text) != std::string::npos) {
+                return line;
+            }
+        }
+        return "no line with " + text;
+    }
+
+    const NotifySocket m_socket{Directory() + "/notify"};
+};
+
+TEST_F(ZavctlServiceTest, ReadyIsToldOnceEachArrayIsPreparedAndNotBefore)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)};
+    const Array& array = StartArray(options);
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    WriteText(env, boost::replace_all_copy(ReadText(env), ", \"" + Address(1) + "\"", "")); // which is the test's own
+    array.SetListening(0, false);
+    const auto zavctl = StartService(env, "1");
+    EXPECT_THAT(m_socket.ReceiveUntil("WATCHDOG=1"), Not(HasSubstr("READY")));
+    std::string message;
+    do {
+        message = m_socket.Receive();
+    } while (message == "WATCHDOG=1");
+    EXPECT_THAT(message, StartsWith("STATUS=prepared on 0 of 1 arrays; " + env + ": cannot log in"));
+    array.SetListening(0, true);
+    EXPECT_EQ("READY=1\nSTATUS=prepared on 1 of 1 arrays", m_socket.ReceiveUntil("READY=1"));
+    EXPECT_EQ("STATUS=prepared on 1 of 1 arrays", m_socket.ReceiveUntil("STATUS=prepared on 1 of 1 arrays"))
+        << "the next round";
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ("STOPPING=1\nSTATUS=stopping", m_socket.ReceiveUntil("STOPPING=1"));
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlServiceTest, WatchdogIsFedWhileTheWatchPauses)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartService(EnvironmentFileOf(array), "3600", "20000");
+    m_socket.ReceiveUntil("READY=1");
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ("WATCHDOG=1", m_socket.ReceiveUntil("WATCHDOG=1"));
+    }
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlServiceTest, StopInTheMiddleOfARoundIsToldToo)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartService(EnvironmentFileOf(array), "1");
+    m_socket.ReceiveUntil("READY=1");
+    array.AddFault(R"({"kind": "silent", "method": "GET", "target": "/hostgroup/"})");
+    array.ClearJournal();
+    WaitUntil("the round", [&] {
+        const std::vector<std::string> requests = array.Requests();
+        return !requests.empty() && requests.back().rfind("GET hostgroup/", 0) == 0;
+    });
+    zavctl->Signal(SIGTERM);
+    m_socket.ReceiveUntil("STOPPING=1");
+    EXPECT_EQ(128 + SIGTERM, zavctl->Wait());
+}
+
+TEST_F(ZavctlServiceTest, EachLineOfTheJournalStandsForItself)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0)};
+    options.serviceIps = {Address(8)};
+    options.serial = "21service" + std::to_string(::getpid());
+    options.further = {"--state", Directory() + "/state.json"};
+    Array& array = StartArray(options);
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::vector<std::string> lines = JournalOf(array, [&](const auto& await) {
+        await("mapping view 1");
+        array.Program().Signal(SIGTERM);
+        array.Program().Wait();
+        await("lost: ");
+        StartArray(options);
+        await("recovered: ");
+    });
+    ASSERT_GT(lines.size(), 6U);
+    for (const std::string& line : lines) {
+        EXPECT_THAT(line, MatchesRegex("<[3-6]>[^\r\033]*")) << "a level in front, no colours, nothing that moves";
+        EXPECT_THAT(line, Not(HasSubstr("zavctl: "))) << "the journal has the program's name";
+    }
+    EXPECT_THAT(LineWith(lines, "mapping view 1"), MatchesRegex("<6>" + env + ": mapping view 1 \\(.*\\): made"));
+    EXPECT_THAT(LineWith(lines, "lost: "),
+                AllOf(StartsWith("<3>"), HasSubstr(env + ": "), HasSubstr(": Connection refused (libcurl 7)"),
+                      HasSubstr("; remedy: nothing listens there: check address and port")));
+    EXPECT_EQ("<5>recovered: " + env, LineWith(lines, "recovered: ")) << "the journal has the time";
+}
+
+TEST_F(ZavctlServiceTest, StandardErrorThatIsElsewhereReadsAsAlways)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const Base::ProgramResult outcome = RunToEnd({ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)},
+                                                 {"JOURNAL_STREAM=1:2", "NOTIFY_SOCKET=" + m_socket.Address()});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("\nzavctl: this node is prepared\n"));
+}
+
+} // namespace
