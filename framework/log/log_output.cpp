@@ -9,6 +9,7 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -67,6 +68,7 @@ void LogOutput::Look() noexcept
         if (values->generation > generation.load(std::memory_order_relaxed)) {
             Apply(*values);
         }
+        LeaveRenamedFile();
     } catch (const std::exception&) {
         return; // out of memory: what was in force stays so
     }
@@ -91,6 +93,16 @@ void LogOutput::Apply(const ConfigValues& values)
     m_fileLevel = m_path.empty() && !isForm ? NO_LEVEL : level;
     threshold.store(std::min(m_fileLevel, m_personLevel), std::memory_order_relaxed);
     generation.store(values.generation, std::memory_order_relaxed);
+}
+
+// Of several programs that share the file, one renames it when it is full; the others follow to the new one.
+void LogOutput::LeaveRenamedFile()
+{
+    struct stat named = {};
+    if (m_file != nullptr && ::stat(m_path.c_str(), &named) == 0 && m_fileId != FileId(named.st_dev, named.st_ino)) {
+        m_file.reset();
+        m_nextOpenSeconds = 0;
+    }
 }
 
 void LogOutput::Write(const LogRecord& record) noexcept
@@ -154,8 +166,11 @@ void LogOutput::OpenFile()
     }
     try {
         spdlog::file_event_handlers handlers;
-        handlers.after_open = [](const spdlog::filename_t&, std::FILE* file) {
+        handlers.after_open = [this](const spdlog::filename_t&, std::FILE* file) {
             ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
+            struct stat opened = {};
+            ::fstat(::fileno(file), &opened);
+            m_fileId = FileId(opened.st_dev, opened.st_ino);
         };
         m_file =
             std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);

@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace Framework {
 
@@ -28,7 +29,8 @@ public:
     LogOutput();
 
     /// Whether a line of `level` goes anywhere. Looks at the configuration when another of its readers saw it change,
-    /// and once in each second; otherwise it costs a few loads.
+    /// and once in each second, then at the file too, which another program may have renamed; otherwise it costs a few
+    /// loads.
     static bool Wants(int level) noexcept
     {
         if (Config::Generation() != generation.load(std::memory_order_relaxed) || IsLookDue()) {
@@ -50,10 +52,13 @@ private:
 
     void Look() noexcept;
     void Apply(const ConfigValues& values);                                    // requires m_mutex
+    void LeaveRenamedFile();                                                   // requires m_mutex
     void OpenFile();                                                           // requires m_mutex
     void WriteToFile(const std::string& line);                                 // requires m_mutex
     void WriteToConsole(const LogRecord& record, const std::string& fileLine); // requires m_mutex
     void LoseFile(const std::string& reason);                                  // requires m_mutex
+
+    using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode
 
     static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
 
@@ -73,6 +78,7 @@ private:
     std::int64_t m_nextOpenSeconds = 0;          // guarded by m_mutex; monotonic clock; when a lost file is tried again
     bool m_isLossSaid = false;                   // guarded by m_mutex
     std::shared_ptr<spdlog::sinks::sink> m_file; // guarded by m_mutex; null while there is none
+    FileId m_fileId;                             // guarded by m_mutex; of m_file
 };
 
 } // namespace Framework

@@ -115,6 +115,22 @@ TEST_F(LogOutputTest, FullFileIsRenamedAndTheOldestDropped)
     EXPECT_FALSE(std::filesystem::exists(InRoot("log/test.3.log")));
 }
 
+// Programs of one node share one file: one of them renames it, and the others must not go on in the renamed one.
+TEST_F(LogOutputTest, FileThatAnotherProgramRenamedIsLeft)
+{
+    Log(1, "to the first");
+    std::filesystem::rename(LogPath(), InRoot("log/test.1.log"));
+    WriteText(LogPath(), ""); // what the other one begins
+
+    // The log looks at the file once a second.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (ReadText(LogPath()).empty() && std::chrono::steady_clock::now() < deadline) {
+        Log(1, "more");
+    }
+    EXPECT_EQ("more", Texts(LogPath()).at(0));
+    EXPECT_EQ("to the first", Texts(InRoot("log/test.1.log")).at(0));
+}
+
 TEST_F(LogOutputTest, LinesOfManyThreadsStayWhole)
 {
     constexpr int THREADS = 8;
