@@ -32,6 +32,7 @@ std::vector<bool> WhichEndWithin(std::chrono::milliseconds limit, std::vector<st
         }).detach();
     }
     std::vector<bool> haveEnded;
+    haveEnded.reserve(ends.size());
     for (const std::future<void>& each : ends) {
         haveEnded.push_back(each.wait_until(end) == std::future_status::ready);
     }

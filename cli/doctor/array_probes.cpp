@@ -1,13 +1,14 @@
+#include "cli/array_inventory.h"
 #include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/doctor/environment_edits.h"
-#include "cli/doctor/node_commands.h"
-#include "cli/doctor/own_files.h"
 #include "cli/doctor/probes.h"
 #include "cli/failure.h"
 #include "cli/iscsi_sessions.h"
 #include "cli/node_initiators.h"
 #include "cli/node_look.h"
+#include "cli/node_shell.h"
+#include "cli/own_files.h"
 #include "cli/own_journal.h"
 #include "cli/recorded_objects.h"
 #include "cli/remedies.h"
@@ -59,13 +60,13 @@ std::string PartFromTheOther(const Patient& patient, const ArrayLogin& login)
     for (const IscsiSession& session : IscsiSessions::Standing()) {
         if (std::any_of(addresses.begin(), addresses.end(),
                         [&session](const std::string& address) { return session.IsAt(address); })) {
-            steps.push_back("iscsiadm -m node -T " + ShellWord(session.target) + " -p " + ShellWord(session.portal) +
-                            " -u");
+            steps.push_back("iscsiadm -m node -T " + NodeShell::Word(session.target) + " -p " +
+                            NodeShell::Word(session.portal) + " -u");
         }
     }
     for (const std::string& path : {DeviceRecord(login.DeviceId()).Path(), OwnJournal::Path()}) {
         if (boost::filesystem::exists(path)) {
-            steps.push_back("mv " + ShellWord(path) + " " + ShellWord(path) + ".of-the-other");
+            steps.push_back("mv " + NodeShell::Word(path) + " " + NodeShell::Word(path) + ".of-the-other");
         }
     }
     steps.emplace_back("echo \"InitiatorName=$(iscsi-iname)\" >/etc/iscsi/initiatorname.iscsi");
@@ -118,10 +119,10 @@ Findings LookAtFcPorts(const Patient& patient, const std::string& /*part*/)
 {
     const auto login = patient.HasEnvironment() ? patient.logins.Await() : nullptr;
     Findings findings;
-    for (const std::string& host : AskNode("ls /sys/class/fc_host").output) {
+    for (const std::string& host : NodeShell::Ask("ls /sys/class/fc_host").output) {
         const std::string folder = "/sys/class/fc_host/" + host;
-        const NodeAnswer name = AskNode("cat '?'", {folder + "/port_name"});
-        const NodeAnswer state = AskNode("cat '?'", {folder + "/port_state"});
+        const NodeShell::Answer name = NodeShell::Ask("cat '?'", {folder + "/port_name"});
+        const NodeShell::Answer state = NodeShell::Ask("cat '?'", {folder + "/port_state"});
         if (name.output.empty()) {
             continue;
         }
@@ -198,19 +199,17 @@ Findings LookAtRecord(const Patient& patient, const std::string& /*part*/)
 
 Findings LookAtRateGuard(const Patient& patient, const std::string& /*part*/)
 {
-    constexpr std::uint64_t LUNS_A_REQUEST = 500; // as zavctl inventory asks for them
     constexpr std::uint64_t MINUTE = 60;
     const auto login = patient.logins.Await();
-    std::uint64_t luns = 0;
-    std::string errorText;
-    if (login == nullptr || login->Api()->GetLunCount(luns, errorText) != 0) {
+    if (login == nullptr) {
         return {};
     }
+    const std::uint64_t luns = ArrayInventory(*login).LunCount();
     const auto interval =
         static_cast<std::uint64_t>(std::max(0, ConfigReader::getInt("BackupNode", "DosRequestInterval", true)));
     const auto count =
         static_cast<std::uint64_t>(std::max(0, ConfigReader::getInt("BackupNode", "DosRequestCount", true)));
-    const std::uint64_t requests = (luns + LUNS_A_REQUEST - 1) / LUNS_A_REQUEST;
+    const std::uint64_t requests = (luns + ArrayInventory::PAGE - 1) / ArrayInventory::PAGE;
     const std::uint64_t delayed = requests > count ? (requests - count) * interval : 0;
     if (delayed == 0) {
         return {};

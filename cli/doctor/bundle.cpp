@@ -5,11 +5,11 @@
 #include "base/program.h"
 #include "base/secret.h"
 #include "cli/doctor/array_answers.h"
-#include "cli/doctor/node_commands.h"
-#include "cli/doctor/own_files.h"
 #include "cli/doctor/report_json.h"
 #include "cli/doctor/secret_mask.h"
 #include "cli/failure.h"
+#include "cli/node_shell.h"
+#include "cli/own_files.h"
 #include "cli/own_journal.h"
 #include "cli/report.h"
 #include "cli/within.h"
@@ -116,7 +116,7 @@ std::string Versions()
     std::string text = std::string("zavctl ") + PRODUCT_STORAGE_VERSION + ", " + Report::Now() + "\n";
     for (const char* const command :
          {"uname -srvm", "cat /etc/os-release", "iscsiadm --version", "iscsid --version", "iscsiadm -m session"}) {
-        const NodeAnswer answer = AskNode(command);
+        const NodeShell::Answer answer = NodeShell::Ask(command);
         text += std::string("\n$ ") + command + "\n" + boost::join(answer.output, "\n") + "\n";
         text += answer.errors.empty() ? "" : boost::join(answer.errors, "\n") + "\n";
     }

@@ -4,6 +4,7 @@
 #include "cli/doctor/probes.h"
 #include "cli/doctor/report_json.h"
 #include "cli/environment_file.h"
+#include "cli/explanation.h"
 #include "cli/failure.h"
 #include "cli/farewell.h"
 #include "cli/options.h"
@@ -17,6 +18,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -52,10 +54,16 @@ void Print(const Told& told)
     }
 }
 
-void PrintAll(const std::vector<Told>& all, const DoctorOptions& options)
+// `unpacked`: why there is no bundle.
+void PrintAll(const std::vector<Told>& all, const DoctorOptions& options, const std::optional<Explanation>& unpacked)
 {
     if (options.format == Report::Format::Json) {
-        Report::Json(Doctor::ToJson(all));
+        Json::Value answer = Doctor::ToJson(all);
+        if (unpacked) {
+            answer["error"] = ToJson(*unpacked);
+            answer["exit"] = static_cast<int>(unpacked->exit);
+        }
+        Report::Json(answer);
         return;
     }
     if (all.empty()) {
@@ -84,7 +92,8 @@ public:
 #endif
             Farewell::SayAll(TIME_TO_LEAVE);
             // Behind the farewell nobody may destroy a login any more.
-            std::make_unique<std::shared_ptr<const Doctor::Patient>>(m_patient).release();
+            [[maybe_unused]] const auto* const kept =
+                std::make_unique<std::shared_ptr<const Doctor::Patient>>(m_patient).release();
         }
     }
 
@@ -106,6 +115,18 @@ std::shared_ptr<const Doctor::Patient> MakePatient(const DoctorOptions& options)
     return std::make_shared<const Doctor::Patient>(options.environmentPath, text, env, deadline);
 }
 
+// What was found is told all the same where there can be no bundle.
+std::optional<Explanation> Pack(const DoctorOptions& options, const Doctor::Patient& patient,
+                                const std::vector<Told>& all)
+{
+    try {
+        Doctor::Bundle::Write(options.bundlePath, options.mayOverwrite, patient, all);
+        return std::nullopt;
+    } catch (const Failure& failure) {
+        return Explain(failure, {});
+    }
+}
+
 ExitCode RunDoctor(const DoctorOptions& options)
 {
     Report::BeQuiet(); // what is done on the way is nobody's business
@@ -114,11 +135,15 @@ ExitCode RunDoctor(const DoctorOptions& options)
         Doctor::Bundle::RequirePlace(options.bundlePath, options.mayOverwrite);
     }
     const std::shared_ptr<const Doctor::Patient> patient = MakePatient(options);
+    const LeavingNothingBehind leaving(patient);
     const std::vector<Told> all = Doctor::Examine(patient);
-    PrintAll(all, options);
-    const LeavingNothingBehind leaving(patient); // also when there can be no bundle
+    const std::optional<Explanation> unpacked = isBundled ? Pack(options, *patient, all) : std::nullopt;
+    PrintAll(all, options, unpacked);
+    if (unpacked) {
+        Tell(*unpacked);
+        return unpacked->exit;
+    }
     if (isBundled) {
-        Doctor::Bundle::Write(options.bundlePath, options.mayOverwrite, *patient, all);
         Report::Tell("packed into " + options.bundlePath + ", without passwords, keys, tokens and cookies");
     }
     return Doctor::ExitCodeOf(all);

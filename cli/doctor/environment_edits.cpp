@@ -1,8 +1,8 @@
 #include "cli/doctor/environment_edits.h"
 
 #include "base/files.h"
-#include "cli/doctor/node_commands.h"
 #include "cli/environment_file.h"
+#include "cli/node_shell.h"
 #include "common/framework/config_reader.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ std::string Sed(const std::string& script, const std::string& file)
 
 std::string FileOf(const Patient& patient)
 {
-    return patient.environmentPath == STANDARD_INPUT ? "FILE" : ShellWord(patient.environmentPath);
+    return patient.environmentPath == STANDARD_INPUT ? "FILE" : NodeShell::Word(patient.environmentPath);
 }
 
 std::string WithoutAddress(const Patient& patient, const std::string& address)
@@ -65,7 +65,7 @@ std::string WithNumber(const Patient& patient, const std::string& member, int nu
 std::string WithSetting(const std::string& section, const std::string& key, const std::string& value)
 {
     const std::string path = ConfigReader::getFile();
-    const std::string file = ShellWord(path);
+    const std::string file = NodeShell::Word(path);
     const std::string text = Base::ReadFileIfThere(path).value_or("");
     const auto has = [&text](const std::string& line) {
         return std::regex_search(text, std::regex("(^|\\n)[ \\t]*" + line));

@@ -12,7 +12,7 @@ Findings LookAtEnvironment(const Patient& patient, const std::string& /*part*/)
     bool isOfAnotherKey = false;
     const bool isKeyUsable = NodeKey::LookAt().problem.empty(); // else the key's finding says it all
     const EnvironmentFindings found = CheckEnvironment(patient.environmentText, [&](const std::string& cipher) {
-        const std::string problem = isKeyUsable ? NodeKey::ProblemOfCipher(cipher) : "";
+        std::string problem = isKeyUsable ? NodeKey::ProblemOfCipher(cipher) : "";
         isOfAnotherKey = isOfAnotherKey || !problem.empty();
         return problem;
     });

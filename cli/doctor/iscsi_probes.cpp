@@ -1,12 +1,11 @@
-#include "cli/doctor/node_commands.h"
 #include "cli/doctor/probes.h"
 #include "cli/node_initiators.h"
+#include "cli/node_shell.h"
 
 #include <algorithm>
 #include <charconv>
 #include <ctime>
 #include <optional>
-#include <regex>
 #include <sstream>
 
 // The node's own iSCSI: what the library logs in with.
@@ -18,25 +17,10 @@ namespace {
 constexpr const char* LOCK = "/run/lock/iscsi/lock.write";
 constexpr const char* INITIATOR_FILE = "/etc/iscsi/initiatorname.iscsi";
 
-/// What "PROGRAM --version" says.
-struct Version {
-    bool isThere = true;
-    std::string number; ///< empty: it does not tell
-};
-
-Version VersionOf(const std::string& program)
-{
-    static const std::regex version("version ([^ ]+)");
-    const NodeAnswer answer = AskNode(program + " --version");
-    std::smatch found;
-    const bool isTold = !answer.output.empty() && std::regex_search(answer.output.front(), found, version);
-    return {!answer.IsNotFound(), isTold ? found[1].str() : ""};
-}
-
 // Whoever serves iscsiadm listens at this name: iscsid, or systemd in its place until it is first needed.
 bool IsIscsidServed()
 {
-    const NodeAnswer sockets = AskNode("cat /proc/net/unix");
+    const NodeShell::Answer sockets = NodeShell::Ask("cat /proc/net/unix");
     return std::any_of(sockets.output.begin(), sockets.output.end(), [](const std::string& line) {
         return line.find("@ISCSIADM_ABSTRACT_NAMESPACE") != std::string::npos;
     });
@@ -53,7 +37,7 @@ std::optional<long> NumberOf(const std::string& text)
 bool IsHeldByALivingOne(long age)
 {
     constexpr long LONGEST_OF_ISCSID = 30; // as long as iscsiadm waits for it
-    for (const std::string& line : AskNode("ps -C iscsiadm,iscsid -o etimes=,comm=").output) {
+    for (const std::string& line : NodeShell::Ask("ps -C iscsiadm,iscsid -o etimes=,comm=").output) {
         std::istringstream words(line);
         long runs = 0;
         std::string name;
@@ -74,8 +58,8 @@ Severity SeverityOfIscsi()
 Findings LookAtIscsiTools(const Patient& /*patient*/, const std::string& /*part*/)
 {
     const Severity severity = SeverityOfIscsi();
-    const Version iscsiadm = VersionOf("iscsiadm");
-    const Version iscsid = VersionOf("iscsid");
+    const NodeShell::Version iscsiadm = NodeShell::VersionOf("iscsiadm");
+    const NodeShell::Version iscsid = NodeShell::VersionOf("iscsid");
     Findings findings;
     for (const auto& [name, version] : {std::pair("iscsiadm", &iscsiadm), std::pair("iscsid", &iscsid)}) {
         if (!version->isThere) {
@@ -99,7 +83,8 @@ Findings LookAtIscsiTools(const Patient& /*patient*/, const std::string& /*part*
 
 Findings LookAtIscsiLock(const Patient& /*patient*/, const std::string& /*part*/)
 {
-    const NodeAnswer answer = AskNode("stat -c %Z '?'", {LOCK}); // of the link that is the lock: when it was made
+    const NodeShell::Answer answer =
+        NodeShell::Ask("stat -c %Z '?'", {LOCK}); // of the link that is the lock: when it was made
     const auto made = answer.status == 0 && !answer.output.empty() ? NumberOf(answer.output.front()) : std::nullopt;
     const long age = made ? std::time(nullptr) - *made : 0;
     if (!made || IsHeldByALivingOne(age)) {

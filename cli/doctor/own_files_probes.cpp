@@ -1,12 +1,12 @@
 #include "base/files.h"
 #include "cli/device_record.h"
 #include "cli/doctor/environment_edits.h"
-#include "cli/doctor/node_commands.h"
-#include "cli/doctor/own_files.h"
 #include "cli/doctor/probes.h"
 #include "cli/failure.h"
 #include "cli/node_initiators.h"
 #include "cli/node_key.h"
+#include "cli/node_shell.h"
+#include "cli/own_files.h"
 #include "cli/own_journal.h"
 #include "cli/recorded_objects.h"
 #include "cli/remedies.h"
@@ -72,7 +72,7 @@ void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
     if (::stat(path.c_str(), &status) != 0 || ::stat(FolderOf(path).c_str(), &folder) != 0) {
         return; // it is not there yet, or whoever needs it tells why it cannot be had
     }
-    const std::string word = ShellWord(path);
+    const std::string word = NodeShell::Word(path);
     const std::string name = std::string("the ") + rule.what + " " + path;
     if (!S_ISREG(status.st_mode)) {
         findings.push_back({Severity::Error, name + " is no regular file", "move away what stands there",
@@ -91,7 +91,7 @@ void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
                             name + " belongs to user " + std::to_string(status.st_uid) + ", its folder to " +
                                 std::to_string(folder.st_uid) + ": the product may not be able to write it",
                             "give it to the owner of the folder",
-                            "chown --reference=" + ShellWord(FolderOf(path)) + " " + word, ExitCode::Unusable});
+                            "chown --reference=" + NodeShell::Word(FolderOf(path)) + " " + word, ExitCode::Unusable});
     }
     if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
         const int error = errno;
@@ -107,9 +107,10 @@ void RequireUsable(const std::string& record, Findings& findings)
         DeviceRecord(OwnFiles::DeviceIdOf(record)).RequireWritable();
     } catch (const Failure& failure) {
         const bool isGarbled = std::string(failure.what()).find("device record") != std::string::npos;
-        findings.push_back({Severity::Error, failure.what(), RemedyFor(failure.what(), failure.Code()),
-                            isGarbled ? "mv " + ShellWord(record) + " " + ShellWord(record) + ".garbled" : "",
-                            failure.Code()});
+        findings.push_back(
+            {Severity::Error, failure.what(), RemedyFor(failure.what(), failure.Code()),
+             isGarbled ? "mv " + NodeShell::Word(record) + " " + NodeShell::Word(record) + ".garbled" : "",
+             failure.Code()});
     }
 }
 
@@ -170,9 +171,9 @@ Findings LookAtKey(const Patient& patient, const std::string& /*part*/)
     if (found.isMissing) {
         command = Edit::WithNewPassword(patient, true);
     } else if (found.problem.find("mode must be") != std::string::npos) {
-        command = "chmod 600 " + ShellWord(path);
+        command = "chmod 600 " + NodeShell::Word(path);
     } else if (found.problem.find("belongs to user") != std::string::npos) {
-        command = "chown " + std::to_string(::geteuid()) + " " + ShellWord(path);
+        command = "chown " + std::to_string(::geteuid()) + " " + NodeShell::Word(path);
     }
     return {
         {Severity::Error, found.problem, RemedyFor(found.problem, ExitCode::Unusable), command, ExitCode::Unusable}};
@@ -235,7 +236,7 @@ Findings LookAtOtherRoots(const Patient& /*patient*/, const std::string& /*part*
                               "apart, the other does not know of",
                      "leave the node to the root under " + OwnFiles::RecordFolder() +
                          " and move the other's record away; its objects stay, and zavctl orphans names them",
-                     "mv " + ShellWord(record) + " " + ShellWord(record) + ".old", ExitCode::Foreign});
+                     "mv " + NodeShell::Word(record) + " " + NodeShell::Word(record) + ".old", ExitCode::Foreign});
             }
         }
     }

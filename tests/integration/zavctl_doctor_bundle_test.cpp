@@ -123,6 +123,19 @@ TEST_F(ZavctlDoctorBundleTest, IsItsOwnersAloneAndReplacesNothingUnasked)
     EXPECT_EQ(2, RunZavctl({"doctor", "--overwrite"}).status);
 }
 
+TEST_F(ZavctlDoctorBundleTest, FindingsAreToldAlsoWhereThereCanBeNoBundle)
+{
+    const Base::ProgramResult outcome =
+        RunToEnd({ProductPath("bin/zavctl"), "doctor", "--env", m_env, "--bundle", Bundle(), "-o", "json"},
+                 {"TMPDIR=" + Directory() + "/none"});
+    EXPECT_EQ(7, outcome.status);
+    const Json::Value answer = ParseJsonText(outcome.output);
+    EXPECT_TRUE(answer["well"].asBool());
+    EXPECT_EQ(7, answer["exit"].asInt());
+    EXPECT_THAT(answer["error"]["cause"].asString(), HasSubstr("bundle " + Bundle() + ": "));
+    EXPECT_FALSE(fs::exists(Bundle()));
+}
+
 TEST_F(ZavctlDoctorBundleTest, ArrayThatSaysNothingKeepsNoBundleFromBeingMade)
 {
     m_array->Program().Signal(SIGTERM);

@@ -1,11 +1,11 @@
-#ifndef PRODUCT_STORAGE_CLI_DOCTOR_OWN_FILES_H
-#define PRODUCT_STORAGE_CLI_DOCTOR_OWN_FILES_H
+#ifndef PRODUCT_STORAGE_CLI_OWN_FILES_H
+#define PRODUCT_STORAGE_CLI_OWN_FILES_H
 
 #include <string>
 #include <vector>
 
 /// Where this product root keeps what it needs.
-namespace Doctor::OwnFiles {
+namespace OwnFiles {
 
 /// The folder of records and journal, without a final slash.
 std::string RecordFolder();
@@ -19,6 +19,6 @@ std::string DeviceIdOf(const std::string& recordPath);
 /// A setting as it holds now, with paths made absolute; empty where there is none.
 std::string Setting(const std::string& section, const std::string& key);
 
-} // namespace Doctor::OwnFiles
+} // namespace OwnFiles
 
 #endif

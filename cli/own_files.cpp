@@ -1,4 +1,4 @@
-#include "cli/doctor/own_files.h"
+#include "cli/own_files.h"
 
 #include "common/framework/config_reader.h"
 #include "device/device_set_operator.h"
@@ -11,7 +11,7 @@
 
 namespace fs = boost::filesystem;
 
-namespace Doctor::OwnFiles {
+namespace OwnFiles {
 
 namespace {
 
@@ -52,4 +52,4 @@ std::string Setting(const std::string& section, const std::string& key)
     return found == settings.end() ? "" : found->value;
 }
 
-} // namespace Doctor::OwnFiles
+} // namespace OwnFiles
