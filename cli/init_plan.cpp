@@ -13,6 +13,7 @@
 #include "cli/recorded_objects.h"
 #include "cli/tidy.h"
 #include "common/device_keys.h"
+#include "common/log.h"
 #include "device/device_info_record.h"
 #include "device/device_set_operator.h"
 #include "rest/zav_rest_api.h"
@@ -25,9 +26,17 @@
 
 namespace {
 
+const std::string LOG_MODULE = "zavctl";
+
 using Action = PlanStep::Action;
 using Place = PlanStep::Place;
 using Members = PlannedDevice::Members;
+
+// An FC port that the array does not know yet.
+bool IsNewPort(const PlanStep& step)
+{
+    return step.action == Action::Make && step.kind == FC_INITIATOR.words;
+}
 
 /// The session, with a guess where the array cannot say yet: whether it sees an FC port online that it does not know,
 /// shows only when it was made known. The port's link is taken for it.
@@ -47,9 +56,8 @@ public:
 
     int IsOnlineFCInitiator(const std::string& wwn, std::string& errorText) override
     {
-        const bool isUnknown = std::any_of(m_steps.begin(), m_steps.end(), [&wwn](const PlanStep& step) {
-            return step.action == Action::Make && step.kind == FC_INITIATOR.words && step.id == wwn;
-        });
+        const bool isUnknown = std::any_of(m_steps.begin(), m_steps.end(),
+                                           [&wwn](const PlanStep& step) { return IsNewPort(step) && step.id == wwn; });
         if (!isUnknown) {
             return m_api->IsOnlineFCInitiator(wwn, errorText);
         }
@@ -142,6 +150,8 @@ private:
         m_device->SetDeviceMessage(info);
         Zav::SessionInfo session;
         session.deviceId = key;
+        PS_LOG(2) << "What follows is planned, and not done: " << PlannedArray::NEW
+                  << " stands for what would be made.";
         std::string why = "none is recorded";
         if (!m_device->CheckInitSub(session, m_api)) {
             why = "all is made anew: " + WhatIsGone();
@@ -163,7 +173,13 @@ private:
         bool result = true;
         DeviceSetOperator::GetDeviceSetOperator()->InitDeviceSetInner(session, portals, info, m_device, &manager,
                                                                       generatedName, hostIds, position, result);
+        PS_LOG(2) << "What was planned ends here.";
         manager.RequireRead();
+        for (PlanStep& step : m_plan.steps) {
+            if (IsNewPort(step)) {
+                step.why += FcPorts::IsLinkUp(step.id) ? "; its link is up: taken for online" : "; its link is down";
+            }
+        }
     }
 
     // What zavctl does behind the library.

@@ -327,6 +327,7 @@ TEST_F(ZavctlPlanTest, FcPortThatIsUpIsTakenForOnlineAndNobodyLogsIn)
     SetFcPorts({"0x2100001122334455", "0x2100001122334456"});
     m_array.SetFcPortOnline("2100001122334455", true);
     const Json::Value plan = ExpectInitDoesAsPlanned(11, 0);
+    EXPECT_THAT(plan.toStyledString(), HasSubstr("does not have it; its link is up: taken for online"));
     EXPECT_THAT(Lines(plan),
                 AllOf(Contains("array make FC initiator 2100001122334455"),
                       Contains("record enter record entry FCINITIATORNAME"), Not(Contains(StartsWith("node ")))));
@@ -339,6 +340,7 @@ TEST_F(ZavctlPlanTest, FcPortThatIsDownIsMadeKnownAndTheNodeLogsIn)
     SetFcPorts({"0x2100001122334455"});
     WriteText(Directory() + "/node/fc_host/host0/port_state", "Linkdown\n");
     const Json::Value plan = ExpectInitDoesAsPlanned(11, 0);
+    EXPECT_THAT(plan.toStyledString(), HasSubstr("does not have it; its link is down"));
     EXPECT_THAT(Lines(plan), AllOf(Contains("array make FC initiator 2100001122334455"),
                                    Contains(std::string("array make iSCSI initiator ") + NODE_IQN)));
 }
