@@ -382,19 +382,19 @@ class PicturesTest(unittest.TestCase):
         group = self.array.admin("GET", "objects")["lungroup"][0]["id"]
         self.give_luns(group, range(3))
         rest = self.array.rest
-        host, second = self.array.make("host", "esx-04"), self.array.make("host", "esx-05")
+        host, second = self.array.make("host", "hv-04"), self.array.make("host", "hv-05")
         for name, owner in (("2100000000000001", host), ("2100000000000002", second)):
             self.array.admin("POST", "ports", {"wwn": name, "online": True})
             rest("POST", "fc_initiator", {"ID": name, "TYPE": "223"})
             rest("PUT", "fc_initiator/add_fc_to_host",
                  {"TYPE": "223", "ID": name, "PARENTTYPE": "21", "PARENTID": owner})
-        hosts = self.array.make("hostgroup", "esx-cluster")
+        hosts = self.array.make("hostgroup", "hv-cluster")
         for each in (host, second):
             rest("POST", "host/associate",
                  {"TYPE": "14", "ID": hosts, "ASSOCIATEOBJTYPE": "21", "ASSOCIATEOBJID": each})
-        luns = self.array.make("lungroup", "esx-datastores")
+        luns = self.array.make("lungroup", "hv-datastores")
         self.give_luns(luns, range(40, 60))
-        view = self.array.make("mappingview", "esx-view")
+        view = self.array.make("mappingview", "hv-view")
         for kind, member in (("14", hosts), ("256", luns)):
             rest("PUT", "mappingview/CREATE_ASSOCIATE",
                  {"TYPE": "245", "ID": view, "ASSOCIATEOBJTYPE": kind, "ASSOCIATEOBJID": member})
