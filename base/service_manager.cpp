@@ -63,7 +63,7 @@ void ServiceManager::Tell(const std::string& assignments) const
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + m_address.size());
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     ::sendto(socket.Get(), assignments.data(), assignments.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
-             reinterpret_cast<const sockaddr*>(&address), length); // NOLINT: the form that the call has
+             reinterpret_cast<const sockaddr*>(&address), length);
 }
 
 bool IsJournal(int descriptor)
