@@ -2,13 +2,12 @@
 
 #include <boost/thread/thread.hpp>
 
-#include <ctime>
-
 namespace TimeSource {
 
 std::int64_t WallSeconds()
 {
-    return std::time(nullptr);
+    const auto sinceEpoch = boost::chrono::system_clock::now().time_since_epoch();
+    return boost::chrono::duration_cast<boost::chrono::seconds>(sinceEpoch).count();
 }
 
 boost::chrono::steady_clock::time_point SteadyNow()

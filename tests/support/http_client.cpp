@@ -16,7 +16,9 @@
 
 #include <sys/socket.h>
 
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 
@@ -81,7 +83,8 @@ public:
     {
         HttpReply reply;
         http::response_parser<http::string_body> parser;
-        parser.body_limit(boost::none);
+        // Not boost::none, which some lengths are taken to be beyond.
+        parser.body_limit(std::numeric_limits<std::uint64_t>::max());
         parser.skip(request.method() == http::verb::head);
         if (!m_error) {
             m_error = Await(timeout, [&](const auto& done) {
