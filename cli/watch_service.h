@@ -19,6 +19,7 @@ public:
     explicit WatchService(const Targets& targets);
     WatchService(const WatchService&) = delete;
     WatchService& operator=(const WatchService&) = delete;
+    ~WatchService() = default;
 
     void BeginRound();
     void EndRound(const Preparation::Outcome& outcome);
