@@ -46,9 +46,9 @@ void WatchService::BeginRound()
 
 void WatchService::EndRound(const Preparation::Outcome& outcome)
 {
-    const bool isReady = !m_isReady && outcome.failures.empty();
-    m_manager.Tell((isReady ? "READY=1\n" : "") + ("STATUS=" + Base::Printable(Status(m_targets, outcome))));
-    m_isReady = m_isReady || isReady;
+    // Ready is told each time: a manager that is busy may have missed the first.
+    m_manager.Tell((outcome.failures.empty() ? "READY=1\n" : "") +
+                   ("STATUS=" + Base::Printable(Status(m_targets, outcome))));
 }
 
 void WatchService::BeginPause(std::chrono::seconds pause)

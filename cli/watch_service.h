@@ -32,7 +32,6 @@ public:
 private:
     const Targets& m_targets;
     const Base::ServiceManager m_manager;
-    bool m_isReady = false;
     WatchdogFeeder m_watchdog;
     const Farewell m_farewell{[this] { Stop(); }}; // last: it uses the others
 };

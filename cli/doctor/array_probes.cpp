@@ -51,6 +51,21 @@ std::vector<std::string> StrangersOn(ArrayObjects& objects, const std::string& h
     return strangers;
 }
 
+// What keeps sessions of this node with the array from being ended.
+std::vector<std::string> UsesOfSessions(const ArrayLogin& login)
+{
+    const std::vector<std::string>& addresses = login.Device().storageIps;
+    std::vector<std::string> uses;
+    for (const IscsiSession& session : IscsiSessions::Standing()) {
+        if (std::any_of(addresses.begin(), addresses.end(),
+                        [&session](const std::string& address) { return session.IsAt(address); })) {
+            const std::vector<std::string> some = IscsiSessions::UsesOf(session);
+            uses.insert(uses.end(), some.begin(), some.end());
+        }
+    }
+    return uses;
+}
+
 // On the copy of a node: all that it took over from the other is put aside, sessions under the other's name are ended,
 // and the node is prepared under a name of its own.
 std::string PartFromTheOther(const Patient& patient, const ArrayLogin& login)
@@ -104,12 +119,13 @@ Findings LookAtSerials(const Patient& patient, const std::string& /*part*/)
     Findings findings;
     for (const auto& [address, id] : ids) {
         if (id != reference->second) {
-            findings.push_back({Severity::Error,
-                                "management addresses " + reference->first + " and " + address +
-                                    " are of two arrays, " + reference->second + " and " + id +
-                                    ": which of them is worked on is left to chance",
-                                "take the address of the other array out of the environment",
-                                Edit::WithoutAddress(patient, address), ExitCode::Unusable});
+            findings.push_back(
+                {Severity::Error,
+                 "management addresses " + reference->first + " and " + address + " are of two arrays, " +
+                     reference->second + " and " + id + ": which of them is worked on is left to chance",
+                 "take the address of the other array out of the environment",
+                 // Where the first is silent, nobody knows which of them is the environment's array.
+                 reference->first == first ? Edit::WithoutAddress(patient, address) : "", ExitCode::Unusable});
         }
     }
     return findings;
@@ -162,17 +178,22 @@ Findings LookAtHostsOfInitiators(const Patient& patient, const std::string& /*pa
         const auto strangers = StrangersOn(objects, initiator->parentId, node, record);
         if (!strangers.empty()) {
             const bool isIscsi = name.kind == &ISCSI_INITIATOR;
+            const std::vector<std::string> uses = isIscsi ? UsesOfSessions(*login) : std::vector<std::string>();
             findings.push_back(
                 {Severity::Error,
                  "host " + initiator->parentId + " of " + login->Device().url + " has this node's " +
                      std::string(name.kind->words) + " " + name.id + ", and " + boost::join(strangers, ", ") +
                      ", which is not this node's: this node is a clone of another, or the other way round, and both "
                      "write to the same LUNs",
-                 isIscsi ? "see first which of the two is the copy; there, and nowhere else, run the command, which "
-                           "gives it a name and a host of its own; where neither is, have the array's administrator "
-                           "take the stranger off the host"
-                         : "have the array's administrator take the stranger off the host",
-                 isIscsi ? PartFromTheOther(patient, *login) : "", ExitCode::Foreign});
+                 !uses.empty()
+                     ? "see first which of the two is the copy; there, end what uses the array's disks, and look "
+                       "again: " +
+                           boost::join(uses, ", ")
+                 : isIscsi ? "see first which of the two is the copy; there, and nowhere else, run the command, which "
+                             "gives it a name and a host of its own; where neither is, have the array's administrator "
+                             "take the stranger off the host"
+                           : "have the array's administrator take the stranger off the host",
+                 isIscsi && uses.empty() ? PartFromTheOther(patient, *login) : "", ExitCode::Foreign});
         }
     }
     return findings;

@@ -13,6 +13,7 @@
 #include "cli/own_journal.h"
 #include "cli/report.h"
 #include "cli/within.h"
+#include "common/environment.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/security.h"
 #include "common/json_text.h"
@@ -67,6 +68,16 @@ private:
     fs::path m_path;
 };
 
+// Nothing where there is no session any more.
+void TakeSession(const ArrayLogin& login, Zav::SessionInfo& session)
+{
+    try {
+        login.Api()->GetSession(session);
+    } catch (const std::exception&) { // it is told where the array is asked
+        return;
+    }
+}
+
 /// What is packed, with nothing secret in it.
 class Contents {
 public:
@@ -82,11 +93,12 @@ public:
             }
             m_mask.Know(cipher);
         }
-        SecretSession session;
+        // The array may have fallen silent meanwhile; what comes too late stays with whoever waits for it.
+        const auto session = std::make_shared<SecretSession>();
         const auto login = patient.HasEnvironment() ? patient.logins.Await() : nullptr;
-        if (login != nullptr && login->Api()->GetSession(session)) {
-            m_mask.Know(session.token);
-            m_mask.Know(session.cookie);
+        if (login != nullptr && EndsWithin(LIMIT_OF_THE_ARRAY, [login, session] { TakeSession(*login, *session); })) {
+            m_mask.Know(session->token);
+            m_mask.Know(session->cookie);
         }
     }
 
@@ -166,7 +178,10 @@ void Fill(const Contents& contents, const Patient& patient, const std::vector<To
         contents.AddFile("log-tail.txt", log);
     }
     if (patient.HasEnvironment()) {
-        contents.Add("environment.json", patient.environmentText);
+        // Of one that cannot be read nobody knows where its secrets are.
+        contents.Add("environment.json", Environment::MissingList(patient.env) == nullptr
+                                             ? patient.environmentText
+                                             : "left out: it cannot be read as an environment\n");
         contents.Add("answers.jsonl", AnswersWithin(LIMIT_OF_THE_ARRAY, patient));
     }
 }

@@ -91,9 +91,10 @@ public:
             OpenFramework::EndRunningCommands(GRACE_OF_COMMANDS);
 #endif
             Farewell::SayAll(TIME_TO_LEAVE);
-            // Behind the farewell nobody may destroy a login any more.
-            [[maybe_unused]] const auto* const kept =
-                std::make_unique<std::shared_ptr<const Doctor::Patient>>(m_patient).release();
+            // Behind the farewell nobody may destroy a login any more: one holder stays, within reach, to the end.
+            // Volatile, because nobody reads it.
+            [[maybe_unused]] static const std::shared_ptr<const Doctor::Patient>* volatile kept = nullptr;
+            kept = std::make_unique<const std::shared_ptr<const Doctor::Patient>>(m_patient).release();
         }
     }
 

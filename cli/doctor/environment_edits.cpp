@@ -26,7 +26,7 @@ std::string Literal(const std::string& text)
 
 std::string Sed(const std::string& script, const std::string& file)
 {
-    return "sed -i '" + script + "' " + file;
+    return "sed -i --follow-symlinks '" + script + "' " + file; // an installed node's configuration is a link
 }
 
 } // namespace
@@ -53,8 +53,9 @@ std::string WithoutAddress(const Patient& patient, const std::string& address)
 
 std::string WithNewPassword(const Patient& patient, bool isNewKeyWanted)
 {
-    return std::string("sed -i \"s|AES256GCM[^\\\"]*|$(zavctl password encrypt") +
-           (isNewKeyWanted ? " --new-key" : "") + " <PASSWORD_FILE)|\" " + FileOf(patient);
+    // The old password stays where no new one comes about.
+    return std::string("cipher=$(zavctl password encrypt") + (isNewKeyWanted ? " --new-key" : "") +
+           " <PASSWORD_FILE) && sed -i --follow-symlinks \"s|AES256GCM[^\\\"]*|$cipher|\" " + FileOf(patient);
 }
 
 std::string WithNumber(const Patient& patient, const std::string& member, int number)

@@ -33,11 +33,22 @@ std::optional<long> NumberOf(const std::string& text)
     return result.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
+// When the link that is the lock was made, in seconds since the epoch.
+std::optional<long> WhenLocked()
+{
+    const NodeShell::Answer answer = NodeShell::Ask("stat -c %Z '?'", {LOCK});
+    return answer.status == 0 && !answer.output.empty() ? NumberOf(answer.output.front()) : std::nullopt;
+}
+
 // A lock made so many seconds ago is that of a program which ran already then; iscsid holds it for moments only.
 bool IsHeldByALivingOne(long age)
 {
     constexpr long LONGEST_OF_ISCSID = 30; // as long as iscsiadm waits for it
-    for (const std::string& line : NodeShell::Ask("ps -C iscsiadm,iscsid -o etimes=,comm=").output) {
+    const NodeShell::Answer running = NodeShell::Ask("ps -C iscsiadm,iscsid -o etimes=,comm=");
+    if (running.IsNotFound()) {
+        return true; // for all that anybody can tell
+    }
+    for (const std::string& line : running.output) {
         std::istringstream words(line);
         long runs = 0;
         std::string name;
@@ -83,11 +94,9 @@ Findings LookAtIscsiTools(const Patient& /*patient*/, const std::string& /*part*
 
 Findings LookAtIscsiLock(const Patient& /*patient*/, const std::string& /*part*/)
 {
-    const NodeShell::Answer answer =
-        NodeShell::Ask("stat -c %Z '?'", {LOCK}); // of the link that is the lock: when it was made
-    const auto made = answer.status == 0 && !answer.output.empty() ? NumberOf(answer.output.front()) : std::nullopt;
+    const std::optional<long> made = WhenLocked();
     const long age = made ? std::time(nullptr) - *made : 0;
-    if (!made || IsHeldByALivingOne(age)) {
+    if (!made || IsHeldByALivingOne(age) || WhenLocked() != made) { // its holder may have ended between the looks
         return {};
     }
     return {{SeverityOfIscsi(),

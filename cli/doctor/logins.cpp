@@ -47,6 +47,9 @@ bool Logins::MayTry(const std::string& address)
     if (address != m_env.management_ips(0)) {
         m_changed.wait_for(guard, TURN_OF_THE_FIRST, [this] { return m_isFirstOver; });
     }
+    // One at a time: before one of them was answered nobody knows whether the next is a wrong password once more.
+    m_changed.wait_for(guard, TURN_OF_THE_FIRST, [this] { return !m_isTrying || m_isRefused; });
+    m_isTrying = !m_isRefused;
     return !m_isRefused;
 }
 
@@ -95,6 +98,7 @@ void Logins::CountOff(const std::string& address)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     --m_left;
+    m_isTrying = false;
     m_isFirstOver = m_isFirstOver || address == m_env.management_ips(0);
     m_changed.notify_all();
 }

@@ -55,6 +55,7 @@ private:
     mutable std::condition_variable m_changed;
     std::size_t m_left;                             // guarded by m_lock; addresses that are neither tried nor given up
     bool m_isFirstOver = false;                     // guarded by m_lock
+    bool m_isTrying = false;                        // guarded by m_lock; a login is under way
     bool m_isRefused = false;                       // guarded by m_lock
     bool m_isKept = false;                          // guarded by m_lock; by somebody, who may be at it yet
     std::shared_ptr<const ArrayLogin> m_login;      // guarded by m_lock

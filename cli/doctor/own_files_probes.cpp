@@ -172,9 +172,7 @@ Findings LookAtKey(const Patient& patient, const std::string& /*part*/)
         command = Edit::WithNewPassword(patient, true);
     } else if (found.problem.find("mode must be") != std::string::npos) {
         command = "chmod 600 " + NodeShell::Word(path);
-    } else if (found.problem.find("belongs to user") != std::string::npos) {
-        command = "chown " + std::to_string(::geteuid()) + " " + NodeShell::Word(path);
-    }
+    } // one that belongs to another user is that user's: taking it away would lock out whoever runs as that user
     return {
         {Severity::Error, found.problem, RemedyFor(found.problem, ExitCode::Unusable), command, ExitCode::Unusable}};
 }

@@ -16,7 +16,8 @@ namespace Doctor {
 namespace {
 
 constexpr const char* MASK = "***";
-constexpr std::size_t SHORTEST = 4; // a shorter one stands in any text by chance
+constexpr std::size_t LONGEST_LINE = 16384; // of those that the matcher's stack is sure to bear
+constexpr std::size_t SHORTEST = 4;         // a shorter one stands in any text by chance
 
 // As the inside of a JSON text.
 std::string InJson(const std::string& text)
@@ -28,12 +29,17 @@ std::string InJson(const std::string& text)
 // Line by line: the library's matcher goes as deep as a match is long.
 std::string MaskByName(const std::string& text)
 {
-    static const std::regex member(R"re(("[^"]*(?:assword|oken|ookie|redential|ecret)[^"]*"\s*:\s*\[?\s*)"[^"]*")re");
-    static const std::regex setting(R"re(((?:assword|oken|ookie|redential|ecret)[A-Za-z]*\s*[=:]\s*)[^\s",;]+)re");
+    static const std::regex member(R"re(("[^"]*(?:assword|oken|ookie|redential|ecret)[^"]*"\s*:\s*\[?\s*)"[^"]*")re",
+                                   std::regex::icase);
+    static const std::regex setting(R"re(((?:assword|oken|ookie|redential|ecret)[A-Za-z]*\s*[=:]\s*)[^\s",;]+)re",
+                                    std::regex::icase);
     static const std::regex cipher("AES256GCM\\.[0-9]+\\.[A-Za-z0-9+/=]+");
     std::istringstream lines(text);
     std::string masked;
     for (std::string line; std::getline(lines, line);) {
+        if (line.size() > LONGEST_LINE) {
+            line = "(a line of " + std::to_string(line.size()) + " bytes is left out)";
+        }
         line = std::regex_replace(line, cipher, MASK);
         line = std::regex_replace(line, member, std::string("$1\"") + MASK + "\"");
         masked += std::regex_replace(line, setting, std::string("$1") + MASK) + (lines.eof() ? "" : "\n");
