@@ -21,14 +21,14 @@ const std::string LOG_MODULE = "ZavRestApi";
 
 constexpr unsigned int REQUEST_TIMEOUT_SECONDS = 90;
 
-// The rate guard's settings, which it reads for each request.
+// The rate guard's settings, which it reads for each request: texts that are gone at exit must need no memory of their
+// own.
 const std::string GUARD_SECTION = "BackupNode";
-const std::string GUARD_INTERVAL = "DosRequestInterval"; // seconds
 const std::string GUARD_LIMIT = "DosRequestCount";
 
 int DosRequestInterval()
 {
-    return ConfigReader::getInt(GUARD_SECTION, GUARD_INTERVAL, true);
+    return ConfigReader::getInt(GUARD_SECTION, "DosRequestInterval", true); // seconds
 }
 
 std::string LoginBody(const std::string& userName, const std::string& password)

@@ -13,7 +13,10 @@ async function remove(node) {
   }
 }
 
+let latest = null; // what was chosen last: an answer for another one comes too late
+
 export async function showDetails(element, graph, key, onChoose) {
+  latest = key;
   const node = graph.nodes.find((each) => each.key === key && each.kind !== "more");
   element.hidden = node === undefined;
   if (node === undefined) {
@@ -21,7 +24,7 @@ export async function showDetails(element, graph, key, onChoose) {
     return;
   }
   const record = await ask("GET", resourceOf(node));
-  if (record === undefined) {
+  if (record === undefined || latest !== key) {
     return;
   }
   const joined = graph.edges.filter((edge) => edge.includes(key)).map((edge) => edge.find((each) => each !== key))

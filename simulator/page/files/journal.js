@@ -53,6 +53,11 @@ export class Journal {
       requestAnimationFrame(() => this.draw());
     }
     this.changed.add(record.number);
+    if (this.records.size > 2 * MOST_ROWS) { // a page that nobody sees is not drawn, and is told all the same
+      const oldest = this.records.keys().next().value;
+      this.drop(oldest);
+      this.changed.delete(oldest);
+    }
   }
 
   drop(number) {
