@@ -51,7 +51,7 @@ std::string MessageAndAction(const Value& value)
 }
 
 // '(-o --output)'{-o+,--output=}'[description]:table|json:(table json)'
-std::string Specification(const Option& option)
+std::string Argument(const Option& option)
 {
     std::vector<std::string> names = option.names;
     const bool hasValue = option.value.kind != Value::Kind::None;
@@ -95,7 +95,7 @@ std::string Function(const Command& command)
                        "    typeset -A opt_args\n"
                        "    _arguments -C -s";
     for (const Option& option : command.options) {
-        text += " \\\n        " + Specification(option);
+        text += " \\\n        " + Argument(option);
     }
     for (const Value& place : command.places) {
         text += " \\\n        '" + MessageAndAction(place) + "'";

@@ -10,15 +10,6 @@ namespace ZavSim {
 
 namespace {
 
-HttpAnswer PlainAnswer(int status, const std::string& text)
-{
-    HttpAnswer answer;
-    answer.status = status;
-    answer.contentType = "text/plain";
-    answer.body = text + "\n";
-    return answer;
-}
-
 // What the system says, where there is one and it throws nothing.
 template <typename Ask>
 HttpAnswer AskSafely(const Exchange& exchange, const Ask& ask)

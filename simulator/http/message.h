@@ -67,6 +67,16 @@ struct HttpAnswer {
     std::uint64_t session = 0;        ///< 0: none
 };
 
+/// A line for people.
+inline HttpAnswer PlainAnswer(int status, const std::string& text)
+{
+    HttpAnswer answer;
+    answer.status = status;
+    answer.contentType = "text/plain";
+    answer.body = text + "\n";
+    return answer;
+}
+
 } // namespace ZavSim
 
 #endif

@@ -49,15 +49,6 @@ std::string_view PathOf(const HttpRequest& request)
     return target.substr(0, target.find('?'));
 }
 
-HttpAnswer PlainAnswer(int status, const std::string& text)
-{
-    HttpAnswer answer;
-    answer.status = status;
-    answer.contentType = "text/plain";
-    answer.body = text + "\n";
-    return answer;
-}
-
 } // namespace
 
 bool PageService::IsAskedFor(const HttpRequest& request)
