@@ -173,14 +173,16 @@ ul ul > li::before { content: ""; position: absolute; left: -.8rem; top: 0; heig
   border-left: 1.5px solid var(--line); border-bottom: 1.5px solid var(--line); border-bottom-left-radius: 5px; }
 ul ul > li:not(:last-child)::after { content: ""; position: absolute; left: -.8rem; top: 0; bottom: 0;
   border-left: 1.5px solid var(--line); }
-.item { display: inline-flex; flex-wrap: wrap; gap: .1rem .7rem; border: 1.5px solid var(--sound); border-left-width: 6px;
-  border-radius: 7px; padding: .2rem .7rem; overflow-wrap: anywhere; }
+.item { display: inline-block; border: 1.5px solid var(--sound); border-left-width: 6px; border-radius: 7px;
+  padding: .2rem 0 .2rem .7rem; overflow-wrap: anywhere; }
+.item > span { display: inline-block; margin-right: .7rem; }
 .item.missing { border-color: var(--bad); border-style: dashed; border-left-style: solid; }
 .item.foreign { border-color: var(--bad); }
 .item.doubtful { border-color: var(--doubt); }
 .kind { font-weight: 600; }
 .name, .detail { font-family: ui-monospace, monospace; font-size: .9em; }
 .detail, .state { color: var(--soft); }
+.item > span.mark { display: block; }
 .missing .mark, .foreign .mark, .verdict.bad { color: var(--bad); font-weight: 600; }
 .doubtful .mark { color: var(--doubt); font-weight: 600; }
 @media print { body { margin: 0; max-width: none; } .item { break-inside: avoid; } }

@@ -214,11 +214,19 @@ def luminance(browser, selector, what):
 def contrast(browser, selector):
     """Of an element's text against what lies behind it, by the rule of WCAG 2."""
     behind = browser.execute_script("""
+        const isClear = element => /^rgba\\(.*, 0\\)$/.test(getComputedStyle(element).backgroundColor);
         let element = document.querySelector(arguments[0]);
-        while (/^rgba\\(.*, 0\\)$/.test(getComputedStyle(element).backgroundColor)) {
+        while (element && isClear(element)) {
             element = element.parentElement;
         }
-        return getComputedStyle(element).backgroundColor;""", selector)
+        if (element) {
+            return getComputedStyle(element).backgroundColor;
+        }
+        const canvas = document.documentElement.appendChild(document.createElement("div"));
+        canvas.style.background = "Canvas"; // what a browser paints where a page paints nothing
+        const color = getComputedStyle(canvas).backgroundColor;
+        canvas.remove();
+        return color;""", selector)
     levels = sorted((luminance(browser, selector, "color"), _relative_luminance(behind)))
     return (levels[1] + 0.05) / (levels[0] + 0.05)
 

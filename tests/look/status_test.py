@@ -1,0 +1,160 @@
+"""How a node hangs on its array, as `zavctl status` shows it in a terminal and a browser, and the array's page beside it."""
+import fcntl
+import html
+import json
+import os
+import pty
+import re
+import struct
+import subprocess
+import termios
+import unittest
+
+from selenium.webdriver.common.by import By
+
+import stage
+from stage import until
+
+COLORS = {"31": "#f28b82", "32": "#81c995", "33": "#fdd663"}
+
+
+def shown_in_a_terminal(node, *words, columns=120):
+    """What a terminal of so many columns gets, escape sequences included."""
+    ours, theirs = pty.openpty()
+    fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 50, columns, 0, 0))
+    with subprocess.Popen([node.zavctl, *words], env={**node.settings, "TERM": "xterm"}, stdin=subprocess.DEVNULL,
+                          stdout=theirs, stderr=subprocess.DEVNULL):
+        os.close(theirs)
+        shown = b""
+        try:
+            while part := os.read(ours, 65536):
+                shown += part
+        except OSError:
+            pass  # a terminal ends so
+    os.close(ours)
+    return shown.decode().replace("\r\n", "\n")
+
+
+def as_page(shown):
+    """What a terminal shows, as a page."""
+    page = ""
+    for part in re.split(r"(\x1b\[[0-9;]*m)", shown):
+        look = re.fullmatch(r"\x1b\[([0-9;]*)m", part)
+        if not look:
+            page += html.escape(part)
+            continue
+        color = next((COLORS[each] for each in look[1].split(";") if each in COLORS), "inherit")
+        page += f"</span><span style='color:{color}'>"
+    return ("<meta charset=utf-8><body style='background:#16181c;color:#d8dade;margin:16px'>"
+            f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'><span>{page}</span></pre>")
+
+
+class StatusTest(unittest.TestCase):
+    """A node that is prepared, one that drifted, and one whose place somebody else took; each leaves its pictures."""
+
+    @classmethod
+    def setUpClass(cls):
+        stage.PICTURES.mkdir(parents=True, exist_ok=True)
+        cls.browser = stage.open_browser()
+        cls.addClassCleanup(cls.browser.quit)
+
+    def setUp(self):
+        folder = stage.temporary_folder()
+        self.addCleanup(folder.cleanup)
+        self.array = stage.Array(folder.name)
+        self.addCleanup(self.array.end)
+        self.node = stage.Node(self.array)
+        self.addCleanup(self.node.end)
+        self.addCleanup(self.browser.get, "about:blank")  # before the array ends
+        stage.show_as(self.browser)
+        self.assertEqual(0, self.node.init().returncode)
+        rest = self.array.rest
+        for lun in range(3):
+            rest("POST", "lungroup/associate", {"TYPE": "256", "ID": self.only("lungroup"), "ASSOCIATEOBJTYPE": "11",
+                                                "ASSOCIATEOBJID": str(lun)})
+
+    def only(self, kind):
+        return self.array.admin("GET", "objects")[kind][0]["id"]
+
+    def status(self, output):
+        return self.node.run("-q", "status", "--env", str(self.node.environment), "-o", output)
+
+    def show_file(self, name, text):
+        path = self.node.folder / name
+        path.write_text(text)
+        self.browser.get(f"file://{path}")
+
+    def marks(self):
+        return [each.text for each in self.browser.find_elements(By.CSS_SELECTOR, ".mark")]
+
+    def take(self, state, words):
+        """Looks at the state in each form, in which each of `words` is told."""
+        shown = shown_in_a_terminal(self.node, "-q", "status", "--env", str(self.node.environment))
+        plain = re.sub(r"\x1b\[[0-9;]*m", "", shown)
+        self.show_file("terminal.html", as_page(shown))
+        stage.show_as(self.browser, height=200)
+        stage.take_picture(self.browser, f"status-{state}-terminal", width=1100)
+
+        drawn = self.status("svg")
+        self.show_file("status.svg", drawn.stdout)
+        told = self.browser.execute_script("return document.documentElement.textContent")
+        size = self.browser.execute_script(
+            "const box = document.documentElement.getBoundingClientRect(); return [box.width, box.height].map(Math.ceil)")
+        stage.show_as(self.browser, *size)
+        self.browser.save_screenshot(str(stage.PICTURES / f"status-{state}-svg.png"))
+
+        self.show_file("status.html", self.status("html").stdout)
+        marks = self.marks()
+        for name, how in (("", {}), ("-dark", {"dark": True}), ("-narrow", {"width": 390, "height": 844})):
+            stage.show_as(self.browser, **{"width": 900, "height": 400, **how})
+            stage.take_picture(self.browser, f"status-{state}-html{name}", **{"width": 900, **how})
+            for selector in (".kind", ".name", ".mark"):
+                if self.browser.find_elements(By.CSS_SELECTOR, selector):
+                    self.assertGreaterEqual(stage.contrast(self.browser, selector), 4.5, f"{selector}{name}")
+            self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"),
+                                 how.get("width", 900), f"nothing is wider than the screen{name}")
+        self.assertEqual([], self.browser.execute_script(
+            "return performance.getEntriesByType('resource').map(each => each.name)"), "no address but its own")
+
+        self.browser.get(self.array.page + "/")
+        until("the page hears the simulator", lambda: self.browser.find_element(By.ID, "verdict").text)
+        stage.show_as(self.browser)
+        stage.settle(self.browser)
+        stage.take_picture(self.browser, f"status-{state}-page")
+
+        for each in words:
+            self.assertIn(each, plain)
+            self.assertIn(re.sub(r"\s", "", each), re.sub(r"\s", "", told), "the drawing breaks its lines")
+            self.assertTrue(any(each in mark for mark in marks), f"{each} in {marks}")
+        return plain
+
+    def test_prepared(self):
+        plain = self.take("prepared", [])
+        for each in ("missing", "foreign", "not recorded", "down"):
+            self.assertNotIn(each, plain)
+        self.assertEqual(0, self.status("json").returncode)
+
+    def test_drifted(self):
+        self.array.admin("DELETE", "objects/mappingview/" + self.only("mappingview"))
+        self.take("drifted", ["missing: the array has none of this id"])
+        self.assertEqual(10, self.status("json").returncode)
+
+    def test_foreign_owner(self):
+        other = self.array.make("host", "hv-04")
+        rest = self.array.rest
+        for verb in ("remove_iscsi_from_host", "add_iscsi_to_host"):
+            rest("PUT", "iscsi_initiator/" + verb,
+                 {"TYPE": "222", "PARENTTYPE": "21", "PARENTID": other, "ID": self.node.IQN})
+        stranger = "iqn.2020-01.example:hypervisor-4"
+        rest("POST", "iscsi_initiator", {"TYPE": "222", "ID": stranger})
+        rest("PUT", "iscsi_initiator/add_iscsi_to_host",
+             {"TYPE": "222", "PARENTTYPE": "21", "PARENTID": self.only("host"), "ID": stranger})
+        self.take("foreign", [f"foreign: it is on host {other}, which is not this node's",
+                              "foreign: it is on this node's host and not this node's"])
+        told = self.status("json")
+        self.assertEqual(10, told.returncode)
+        self.assertFalse(json.loads(told.stdout)["prepared"])
+
+
+if __name__ == "__main__":
+    unittest.main()
