@@ -50,16 +50,33 @@ int AwaitConnection(int socket, std::chrono::milliseconds limit)
     return ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-// A connection whose reads and writes wait for `limit` each.
+// One that is not open when none came about within `limit`; why, in `error`.
+Base::Descriptor ConnectTo(const addrinfo& address, std::chrono::milliseconds limit, int& error)
+{
+    Base::Descriptor connection(::socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    error = connection.IsOpen() ? 0 : errno;
+    if (error == 0 && ::connect(connection.Get(), address.ai_addr, address.ai_addrlen) != 0) {
+        error = errno == EINPROGRESS ? AwaitConnection(connection.Get(), limit) : errno;
+    }
+    return error == 0 ? std::move(connection) : Base::Descriptor();
+}
+
+// To the first of the name's addresses that takes one, as the array's clients do; they share the limit. Its reads and
+// writes wait for `limit` each.
 Base::Descriptor Connect(const std::string& host, const std::string& port, std::chrono::milliseconds limit)
 {
     const Addresses addresses = Resolve(host, port);
-    Base::Descriptor connection(::socket(addresses->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    int error = connection.IsOpen() ? 0 : errno;
-    if (error == 0 && ::connect(connection.Get(), addresses->ai_addr, addresses->ai_addrlen) != 0) {
-        error = errno == EINPROGRESS ? AwaitConnection(connection.Get(), limit) : errno;
+    int count = 0;
+    for (const addrinfo* address = addresses.get(); address != nullptr; address = address->ai_next) {
+        ++count;
     }
-    if (error != 0) {
+    Base::Descriptor connection;
+    int error = 0;
+    for (const addrinfo* address = addresses.get(); address != nullptr && !connection.IsOpen();
+         address = address->ai_next) {
+        connection = ConnectTo(*address, limit / count, error);
+    }
+    if (!connection.IsOpen()) {
         throw std::runtime_error("it takes no connection: " + Base::ErrorText(error));
     }
     const timeval patience = {limit.count() / 1000, limit.count() % 1000 * 1000};

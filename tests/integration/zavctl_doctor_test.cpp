@@ -2,6 +2,7 @@
 #include "common/framework/security.h"
 #include "tests/integration/stage.h"
 #include "tests/support/named_row.h"
+#include "tests/support/slowness.h"
 
 #include <gmock/gmock.h>
 
@@ -13,6 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -545,6 +547,23 @@ TEST_F(ZavctlDoctorTest, ArrayThatFallsSilentIsAFindingAndLeavesNothingBehind)
     EXPECT_THAT(sick.output, HasSubstr("error: record: no end of the look within 5 s\n"));
     EXPECT_EQ(8, sick.status);
     EXPECT_EQ(0U, TheArray().SessionCount());
+}
+
+TEST_F(ZavctlDoctorTest, WhateverHangsTheWholeIsDoneInSixSeconds)
+{
+    Prepare();
+    TheArray().AddFault(R"({"kind": "silent", "method": "GET", "count": 0})");
+    TheArray().AddFault(R"({"kind": "silent", "method": "DELETE", "count": 0})");
+    MakeProgram("bin/iscsiadm", "exec sleep 60");
+    MakeProgram("bin/stat", "exec sleep 60");
+    const auto start = std::chrono::steady_clock::now();
+    const Base::ProgramResult sick = Doctor();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    EXPECT_THAT(sick.output, AllOf(HasSubstr("error: iSCSI lock: no end of the look within 5 s\n"),
+                                   HasSubstr("error: iSCSI tools: no end of the look within 5 s\n"),
+                                   HasSubstr("error: record: no end of the look within 5 s\n")));
+    constexpr double LIMIT_OF_A_PROBE = 5;
+    EXPECT_LT(took.count(), LIMIT_OF_A_PROBE + 1 * SLOWNESS);
 }
 
 TEST_F(ZavctlDoctorTest, WrongPasswordIsTriedAtOneAddressOnly)
