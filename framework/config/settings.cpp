@@ -18,7 +18,7 @@ constexpr std::array<SettingSpec, SETTING_COUNT> SETTINGS = {{
     {SettingId::DosRequestInterval, "BackupNode", "DosRequestInterval", SettingKind::Integer, "1", 0, MAX_INT,
      "seconds that must pass after a request to an array for the next one to start a new burst"},
     {SettingId::DosRequestCount, "BackupNode", "DosRequestCount", SettingKind::Integer, "100", 0, MAX_INT,
-     "requests that one burst may have before each further one is delayed"},
+     "requests that one burst may have before one is delayed and begins the next"},
     {SettingId::TestNetTimeOut, "BackupNode", "TestNetTimeOut", SettingKind::Integer, "3", 1, 3600,
      "seconds to wait for an iSCSI portal to accept a connection"},
     {SettingId::NotRetryErrorCodes, "BackupNode", "NotRetryErrorCodes", SettingKind::IntegerList, "", MIN_INT, MAX_INT,
