@@ -117,9 +117,10 @@ void ZavRestApi::BuildBaseRequest(TMSHttpRequest& request, const std::string& re
     request.optionText = m_optionText;
     const std::lock_guard<std::mutex> guard(m_sessionLock);
     constexpr std::string_view PATH = "/deviceManager/rest/";
-    request.url.clear();
-    request.url.reserve(m_baseUrl.size() + PATH.size() + m_deviceId.size() + 1 + resource.size());
-    request.url.append(m_baseUrl).append(PATH).append(m_deviceId).append(1, '/').append(resource);
+    std::string url; // `resource` may be the request's own
+    url.reserve(m_baseUrl.size() + PATH.size() + m_deviceId.size() + 1 + resource.size());
+    url.append(m_baseUrl).append(PATH).append(m_deviceId).append(1, '/').append(resource);
+    request.url = std::move(url);
     InsertSecretHeader(request, "Cookie", m_cookie);
     InsertSecretHeader(request, "iBaseToken", m_token);
 }

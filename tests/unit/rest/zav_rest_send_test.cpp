@@ -55,6 +55,15 @@ TEST_F(ZavRestApiRequestTest, BuildBaseRequestTwiceKeepsOneOfEachHeader)
     EXPECT_THAT(request.headers, ElementsAre(Pair("Cookie", "session=c1"), Pair("iBaseToken", "TOK1")));
 }
 
+TEST_F(ZavRestApiRequestTest, BuildBaseRequestTakesTheRequestsOwnUrlAsTheResource)
+{
+    LogIn();
+    TMSHttpRequest request;
+    request.url = "lun/count";
+    m_api.BuildBaseRequest(request, request.url);
+    EXPECT_EQ(Url("lun/count"), request.url);
+}
+
 TEST_F(ZavRestApiRequestTest, BuildBaseRequestKeepsAnotherValueOfTheSameHeaderBesideItsOwn)
 {
     LogIn();
