@@ -11,7 +11,7 @@
 namespace Base {
 
 /// Reads JSON by one builder's settings, one text after the other. Takes longer to make than a short text takes to
-/// read: callers keep one for each thread. Holds nothing of what it read. For whoever links the JSON library.
+/// read: WithKeptByThread keeps one for each thread. Holds nothing of what it read. For whoever links the JSON library.
 class JsonReader {
 public:
     explicit JsonReader(Json::CharReaderBuilder settings = Json::CharReaderBuilder())

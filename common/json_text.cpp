@@ -3,6 +3,7 @@
 #include "base/json_reading.h"
 #include "base/json_structure.h"
 #include "base/json_writing.h"
+#include "base/kept_by_thread.h"
 #include "base/secret.h"
 
 #include <json/writer.h>
@@ -54,11 +55,19 @@ std::string Quote(const std::string& secret)
     return quoted;
 }
 
-Json::StreamWriterBuilder CompactSettings()
+// What the style's writer writes.
+template <Style STYLE>
+std::string WriteAs(const Json::Value& root)
 {
-    Json::StreamWriterBuilder settings;
-    settings["indentation"] = "";
-    return settings;
+    const auto make = [] {
+        Json::StreamWriterBuilder settings;
+        if constexpr (STYLE == Style::Compact) {
+            settings["indentation"] = "";
+        }
+        return settings;
+    };
+    return Base::WithKeptByThread(
+        make, [&root](const Json::StreamWriterBuilder& settings) { return Base::WriteJson(settings, root); });
 }
 
 } // namespace
@@ -69,8 +78,8 @@ bool Parse(const std::string& text, Json::Value& root)
         return false;
     }
     try {
-        thread_local Base::JsonReader reader;
-        return reader.Read(text, root);
+        return Base::WithKeptByThread([] { return Base::JsonReader(); },
+                                      [&](Base::JsonReader& reader) { return reader.Read(text, root); });
     } catch (const std::exception&) {
         return false; // out of memory
     }
@@ -78,9 +87,7 @@ bool Parse(const std::string& text, Json::Value& root)
 
 std::string Write(const Json::Value& root, Style style)
 {
-    thread_local const Json::StreamWriterBuilder indented;
-    thread_local const Json::StreamWriterBuilder compact = CompactSettings();
-    std::string text = Base::WriteJson(style == Style::Compact ? compact : indented, root);
+    std::string text = style == Style::Compact ? WriteAs<Style::Compact>(root) : WriteAs<Style::Indented>(root);
     boost::trim(text);
     return text;
 }

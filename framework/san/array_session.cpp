@@ -3,6 +3,7 @@
 #include "base/json_reading.h"
 #include "base/json_structure.h"
 #include "base/json_writing.h"
+#include "base/kept_by_thread.h"
 #include "base/percent_encoding.h"
 #include "base/secret.h"
 
@@ -61,9 +62,10 @@ std::string ToJson(const ArraySession::Members& members)
 Json::Value Unwrap(const std::string& what, const std::string& body)
 {
     Json::Value root;
-    thread_local Base::JsonReader reader;
-    if (!Base::HasBoundedStructure(body) || !reader.Read(body, root) || !root.isObject() || !root["error"].isObject() ||
-        !root["error"]["code"].isInt64()) {
+    const bool isRead = Base::HasBoundedStructure(body) &&
+                        Base::WithKeptByThread([] { return Base::JsonReader(); },
+                                               [&](Base::JsonReader& reader) { return reader.Read(body, root); });
+    if (!isRead || !root.isObject() || !root["error"].isObject() || !root["error"]["code"].isInt64()) {
         ThrowMalformed(what);
     }
     const Json::Int64 code = root["error"]["code"].asInt64();

@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
+#include "base/kept_by_thread.h"
 #include "framework/support/executable_root.h"
 
 #include <json/writer.h>
@@ -75,8 +76,9 @@ Json::CharReaderBuilder FlatSettings()
 bool FromLine(const std::string& line, std::string& state, JournalEntry& entry)
 {
     Json::Value object;
-    thread_local Base::JsonReader reader(FlatSettings());
-    if (!reader.Read(line, object) || !object.isObject()) {
+    const bool isRead = Base::WithKeptByThread([] { return Base::JsonReader(FlatSettings()); },
+                                               [&](Base::JsonReader& reader) { return reader.Read(line, object); });
+    if (!isRead || !object.isObject()) {
         return false;
     }
     const auto take = [&object](const char* name, std::string& text) {

@@ -2,6 +2,7 @@
 
 #include "base/json_reading.h"
 #include "base/json_writing.h"
+#include "base/kept_by_thread.h"
 
 #include <utility>
 
@@ -29,21 +30,25 @@ Json::StreamWriterBuilder IndentedBy(const char* indentation)
 
 std::optional<Json::Value> ParseJson(const std::string& text, std::string& problem)
 {
-    thread_local Base::JsonReader reader(StrictSettings());
     Json::Value value;
-    return reader.Read(text, value, &problem) ? std::optional(std::move(value)) : std::nullopt;
+    const bool isRead =
+        Base::WithKeptByThread([] { return Base::JsonReader(StrictSettings()); },
+                               [&](Base::JsonReader& reader) { return reader.Read(text, value, &problem); });
+    return isRead ? std::optional(std::move(value)) : std::nullopt;
 }
 
 std::string WriteJson(const Json::Value& value)
 {
-    thread_local const Json::StreamWriterBuilder settings = IndentedBy("");
-    return Base::WriteJson(settings, value);
+    return Base::WithKeptByThread(
+        [] { return IndentedBy(""); },
+        [&value](const Json::StreamWriterBuilder& settings) { return Base::WriteJson(settings, value); });
 }
 
 std::string WriteJsonIndented(const Json::Value& value)
 {
-    thread_local const Json::StreamWriterBuilder settings = IndentedBy(" ");
-    return Base::WriteJson(settings, value) + "\n";
+    return Base::WithKeptByThread(
+        [] { return IndentedBy(" "); },
+        [&value](const Json::StreamWriterBuilder& settings) { return Base::WriteJson(settings, value) + "\n"; });
 }
 
 } // namespace ZavSim

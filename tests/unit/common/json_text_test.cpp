@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <random>
 
 using JsonText::Style;
@@ -32,6 +35,40 @@ TEST_F(JsonTextTest, ParseCountsTheStructureBeforeItReads)
     EXPECT_FALSE(parse("[// \"\n" + list.substr(1) + ",0,0]"));
     EXPECT_FALSE(parse("[// \"\r" + list.substr(1) + ",0,0]")) << "which ends a line as well";
     EXPECT_FALSE(parse("[/* \" */" + list.substr(1) + ",0,0]"));
+}
+
+// A static object that outlives what the main thread kept, as one that logs out of an array at the program's end.
+struct LastUser {
+    LastUser() = default;
+    LastUser(const LastUser&) = delete;
+    LastUser& operator=(const LastUser&) = delete;
+    ~LastUser()
+    {
+        Json::Value root;
+        const bool isRead = JsonText::Parse(R"({"a": [1, 2]})", root);
+        const std::string compact = JsonText::Write(root, Style::Compact);
+        const std::string indented = JsonText::Write(root, Style::Indented);
+        ::_exit(isRead && compact == R"({"a":[1,2]})" && indented.find('\n') != std::string::npos ? 7 : 8);
+    }
+};
+
+using JsonTextDeathTest = JsonTextTest;
+
+TEST_F(JsonTextDeathTest, ReadsAndWritesWhileStaticObjectsEnd)
+{
+    for (const char* const before : {"[1]", "[1] // a comment"}) {
+        EXPECT_EXIT(
+            {
+                static const LastUser last;
+                Json::Value root;
+                JsonText::Parse(before, root);
+                JsonText::Write(root, Style::Compact);
+                JsonText::Write(root, Style::Indented);
+                std::exit(1); // NOLINT: the other threads are the parent's
+            },
+            ::testing::ExitedWithCode(7), "")
+            << before;
+    }
 }
 
 TEST_F(JsonTextTest, ParseReadsWhatIsJsonAndRefusesTheRest)
