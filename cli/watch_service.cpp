@@ -37,6 +37,8 @@ WatchService::WatchService(const Targets& targets)
     , m_watchdog(m_manager)
 {
     BeginRound();
+    const std::chrono::microseconds longest = LimitOfRound(targets.size());
+    m_manager.Tell("EXTEND_TIMEOUT_USEC=" + std::to_string(longest.count())); // until it is ready
 }
 
 void WatchService::BeginRound()
@@ -47,8 +49,8 @@ void WatchService::BeginRound()
 void WatchService::EndRound(const Preparation::Outcome& outcome)
 {
     // Ready is told each time: a manager that is busy may have missed the first.
-    m_manager.Tell((outcome.failures.empty() ? "READY=1\n" : "") +
-                   ("STATUS=" + Base::Printable(Status(m_targets, outcome))));
+    // Whatever came of it: a watch that were started anew until an array answers would repeat a refused login.
+    m_manager.Tell("READY=1\nSTATUS=" + Base::Printable(Status(m_targets, outcome)));
 }
 
 void WatchService::BeginPause(std::chrono::seconds pause)

@@ -9,8 +9,8 @@
 #include <chrono>
 #include <vector>
 
-/// What the service manager hears of a watch: that it is ready once this node was prepared on every array, how it
-/// stands, that it goes on, and that it stops. Where no service manager started the watch, nothing is done.
+/// What the service manager hears of a watch: that it is ready once it went round all arrays, how it stands, that it
+/// goes on, and that it stops. Where no service manager started the watch, nothing is done.
 class WatchService {
 public:
     using Targets = std::vector<Preparation::Target>;
