@@ -82,7 +82,7 @@ std::vector<Target> ReadTargets(const std::vector<std::string>& paths, MetricsFi
     std::transform(paths.begin(), paths.end(), std::back_inserter(names), NameOfEnvironment);
     try {
         for (std::size_t i = 0; i < paths.size(); ++i) {
-            targets.push_back({paths[i], names[i], ReadEnvironment(paths[i]), nullptr});
+            targets.push_back({paths[i], names[i], ReadEnvironment(paths[i]), nullptr, std::nullopt});
         }
     } catch (const Failure& failure) {
         metrics.EndRound(names, failure.Code());

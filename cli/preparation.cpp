@@ -89,7 +89,9 @@ Outcome LogIntoAll(std::vector<Target>& targets, LogTail& log)
 {
     Outcome outcome;
     for (Target& target : targets) {
-        if (target.login == nullptr) {
+        if (target.refusal) {
+            outcome.failures.emplace(&target, *target.refusal);
+        } else if (target.login == nullptr) {
             Try(target, log, outcome,
                 [&target] { target.login = std::make_unique<ArrayLogin>(target.name, target.env); });
         }
@@ -100,7 +102,7 @@ Outcome LogIntoAll(std::vector<Target>& targets, LogTail& log)
 void PrepareAll(const std::vector<Target>& targets, const Wishes& wishes, LogTail& log, Outcome& outcome)
 {
     for (const Target& target : targets) {
-        if (target.login != nullptr) {
+        if (target.login != nullptr && !target.refusal) {
             Try(target, log, outcome, [&] {
                 ZavMapInfo info;
                 try {

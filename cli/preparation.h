@@ -8,6 +8,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,8 @@ struct Target {
     std::string path; ///< of the environment
     std::string name; ///< as it is told
     EnvironmentPath env;
-    std::unique_ptr<ArrayLogin> login; ///< none until it succeeded
+    std::unique_ptr<ArrayLogin> login;  ///< none until it succeeded
+    std::optional<Explanation> refusal; ///< why it is held back: neither logged in nor prepared
 };
 
 /// What is wanted of a round.
@@ -37,7 +39,8 @@ struct Outcome {
     ExitCode Code(std::size_t targets) const;
 };
 
-/// Logs in where nobody is logged in yet. One that fails does not keep the others from theirs.
+/// Logs in where nobody is logged in yet. One that fails does not keep the others from theirs; one that is held back
+/// fails as it did before.
 Outcome LogIntoAll(std::vector<Target>& targets, LogTail& log);
 
 /// Prepares the node wherever somebody is logged in, sees that the array holds what it should, and tells of each object

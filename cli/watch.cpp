@@ -1,7 +1,5 @@
 #include "cli/watch.h"
 
-#include "base/files.h"
-#include "cli/environment_file.h"
 #include "cli/map_info_report.h"
 #include "common/framework/config_reader.h"
 #include "common/framework/random_bytes.h"
@@ -69,14 +67,14 @@ void Watch::PrintChanges(const Preparation::Outcome& outcome)
 
 bool Watch::Pause(const Preparation::Outcome& outcome)
 {
-    m_failedRounds = outcome.failures.empty() ? 0 : m_failedRounds + 1;
-    if (m_failedRounds == 0) {
-        return WaitFor(m_ways.pace);
+    m_refused.HoldBack(outcome);
+    const bool hasAnotherFailed = outcome.failures.size() > m_refused.Count();
+    m_failedRounds = hasAnotherFailed ? m_failedRounds + 1 : 0;
+    const boost::chrono::seconds pause = hasAnotherFailed ? BackOff() : m_ways.pace;
+    if (m_refused.Count() == 0) {
+        return WaitFor(pause);
     }
-    const bool isRefused = std::any_of(outcome.failures.begin(), outcome.failures.end(), [](const auto& failure) {
-        return failure.second.exit == ExitCode::LoginRefused;
-    });
-    return isRefused ? AwaitChange() : WaitFor(BackOff());
+    return WaitForChangeOr(m_refused.Count() < m_targets.size() ? pause : boost::chrono::seconds::max());
 }
 
 bool Watch::WaitFor(const boost::chrono::seconds& pause)
@@ -97,31 +95,16 @@ boost::chrono::seconds Watch::BackOff() const
     return m_failedRounds == 1 ? pause : pause + pause * (chance % 26) / 100;
 }
 
-// A refused login is not tried again as it is: it would lock the user out.
-bool Watch::AwaitChange()
+// Looks each second whether somebody put right what a login was refused for.
+bool Watch::WaitForChangeOr(boost::chrono::seconds pause)
 {
-    const std::string before = Inputs();
-    Report::Step("waiting for another environment or configuration");
-    while (Inputs() == before) {
-        if (WaitFor(boost::chrono::seconds(1))) {
+    constexpr boost::chrono::seconds LOOK(1);
+    for (; pause.count() > 0 && !m_refused.LetGoWhatChanged(); pause -= LOOK) {
+        if (WaitFor(LOOK)) {
             return true;
         }
     }
-    for (Preparation::Target& target : m_targets) {
-        if (target.path != STANDARD_INPUT) { // which has no more to say
-            target.env = ReadEnvironment(target.path);
-        }
-    }
     return false;
-}
-
-std::string Watch::Inputs() const
-{
-    std::string all = Base::ReadFileIfThere(ConfigReader::getFile()).value_or("");
-    for (const Preparation::Target& target : m_targets) {
-        all += target.path == STANDARD_INPUT ? "" : Base::ReadFileIfThere(target.path).value_or("");
-    }
-    return all;
 }
 
 // What was lost at the end, for whoever did not see when that came about.

@@ -3,6 +3,7 @@
 
 #include "cli/metrics_file.h"
 #include "cli/preparation.h"
+#include "cli/refused_logins.h"
 #include "cli/report.h"
 #include "cli/stop_signals.h"
 #include "cli/watch_service.h"
@@ -12,7 +13,8 @@
 #include <vector>
 
 /// Goes round over all arrays until a signal comes. Each loss and each recovery is told once, with its time; rounds
-/// after a failure are further apart each time.
+/// after a failure are further apart each time. An array that refused its login is left out until its environment is
+/// another.
 class Watch {
 public:
     using Targets = std::vector<Preparation::Target>;
@@ -33,8 +35,7 @@ private:
     bool Pause(const Preparation::Outcome& outcome); // true when a signal came
     bool WaitFor(const boost::chrono::seconds& pause);
     boost::chrono::seconds BackOff() const;
-    bool AwaitChange();
-    std::string Inputs() const;
+    bool WaitForChangeOr(boost::chrono::seconds pause);
     void TellFailures(const Preparation::Outcome& outcome) const;
     void TellChanges(const Preparation::Outcome& outcome);
     void PrintChanges(const Preparation::Outcome& outcome);
@@ -47,6 +48,7 @@ private:
     std::vector<ZavMapInfo> m_printed;
     std::set<const Preparation::Target*> m_lost;
     unsigned int m_failedRounds = 0;
+    RefusedLogins m_refused{m_targets};
     WatchService m_service{m_targets};
 };
 

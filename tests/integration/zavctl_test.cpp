@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 
 #include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/filesystem/operations.hpp>
 
 #include <csignal>
 #include <sstream>
@@ -17,6 +19,8 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
+
+namespace fs = boost::filesystem;
 
 namespace {
 
@@ -150,6 +154,54 @@ TEST_F(ZavctlTest, WatchDoesNotRepeatARefusedLoginAsItIs)
     zavctl->AwaitLine("MAPPING VIEW NAME");
     const std::vector<std::string> requests = array.Requests();
     EXPECT_EQ(logins + 1, static_cast<std::size_t>(std::count(requests.begin(), requests.end(), "POST sessions")));
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlTest, WatchGoesOnWithTheOthersWhileOneRefusesItsLogin)
+{
+    const Array& good = StartArray();
+    const Array& other = StartArray();
+    StartTargets({good.Options().serviceIps[0], other.Options().serviceIps[0]});
+    const std::string env = EnvironmentFileOf(other);
+    const std::string right = ReadText(env);
+    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    const std::unique_ptr<Process> zavctl =
+        StartZavctl({"init", "--env", EnvironmentFileOf(good), "--env", env, "--watch", "1"});
+    zavctl->AwaitError("waiting for another environment or configuration");
+    for (int round = 0; round < 2; ++round) {
+        const std::string view = good.Ids("mappingview").at(0);
+        good.DeleteBehindBack("mappingview", view);
+        WaitUntil("another view", [&good, &view] {
+            const std::vector<std::string> ids = good.Ids("mappingview");
+            return ids.size() == 1 && ids[0] != view;
+        });
+    }
+    EXPECT_THAT(other.Requests(), ElementsAre("POST sessions")) << "a login that was refused is not repeated";
+    WriteText(env, right);
+    zavctl->AwaitError(" recovered: " + env);
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
+TEST_F(ZavctlTest, WatchWaitsForAnEnvironmentThatIsBeingWritten)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string right = ReadText(env);
+    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitError("waiting for another environment or configuration");
+    WriteText(env, "");
+    zavctl->AwaitError("environment " + env + ": it is empty; it is waited for");
+    fs::remove(env);
+    zavctl->AwaitError("environment " + env + ": No such file or directory; it is waited for");
+    fs::create_directory(env);
+    zavctl->AwaitError("environment " + env + ": Is a directory; it is waited for");
+    fs::remove(env);
+    WriteText(env, right);
+    zavctl->AwaitLine("MAPPING VIEW NAME");
     zavctl->Signal(SIGTERM);
     EXPECT_EQ(0, zavctl->Wait());
 }
