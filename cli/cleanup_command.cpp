@@ -124,7 +124,7 @@ Plan MakePlan(const CleanupOptions& options, const ArrayLogin& login, ArrayObjec
     RequireOwnGroup(options, login, objects, message);
     std::vector<IscsiSession> sessions;
     if (options.logsOut) {
-        sessions = OwnSessions::Standing(login);
+        sessions = OwnSessions::Standing(login, !options.isDry);
         OwnSessions::RequireIdle(sessions);
     }
     return {message, DeletesHost(options, login, objects, record), sessions};

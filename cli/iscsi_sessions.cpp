@@ -23,16 +23,22 @@ int RunShell(const std::string& command, const Lines& params, Lines& out, Lines&
     return runShellCmdWithOutput(severity_level::Info, "zavctl", 0, command, params, out, err);
 }
 
-// Runs iscsiadm for one session. `gone` is its code for what is not there any more.
+// What iscsiadm ends with where there is none of what it was asked for.
+constexpr int NOTHING_FOUND = 21;
+
+std::string WordsOf(const Lines& err, int code)
+{
+    return "iscsiadm said \"" + Base::PrintableLines(err) + "\" (" + std::to_string(code) + ")";
+}
+
+// Runs iscsiadm for one session.
 void Run(const std::string& options, const IscsiSession& session, const std::string& what)
 {
-    constexpr int NOTHING_FOUND = 21;
     Lines out;
     Lines err;
     const int code = RunShell("iscsiadm -m node -T '?' -p '?' " + options, {session.target, session.portal}, out, err);
     if (code != 0 && code != NOTHING_FOUND) {
-        throw Failure(ExitCode::Refused, session.Naming() + ": " + what + ": iscsiadm said \"" +
-                                             Base::PrintableLines(err) + "\" (" + std::to_string(code) + ")");
+        throw Failure(ExitCode::Refused, session.Naming() + ": " + what + ": " + WordsOf(err, code));
     }
 }
 
@@ -73,11 +79,16 @@ namespace IscsiSessions {
 
 std::vector<IscsiSession> Standing()
 {
+    constexpr int NOT_INSTALLED = 127;
     Lines out;
     Lines err;
     std::vector<IscsiSession> sessions;
-    if (RunShell("iscsiadm -m session", {}, out, err) != 0) {
+    const int code = RunShell("iscsiadm -m session", {}, out, err);
+    if (code == NOTHING_FOUND || code == NOT_INSTALLED) {
         return sessions;
+    }
+    if (code != 0) {
+        throw Failure(ExitCode::Refused, "this node's iSCSI sessions are not known: " + WordsOf(err, code));
     }
     static const std::regex line("^[a-z0-9]+: \\[([0-9]{1,9})\\] (\\S+:[0-9]+),-?[0-9]+ (\\S+)( \\(.*\\))?$");
     std::smatch parts;

@@ -22,7 +22,8 @@ struct IscsiSession {
 
 namespace IscsiSessions {
 
-/// Those that stand; none where iscsiadm tells none or cannot be run.
+/// Those that stand; none where iscsiadm says so, or is not installed. Throws Failure with its words where it tells
+/// nothing: what is not known is not taken for gone.
 std::vector<IscsiSession> Standing();
 
 /// What the kernel says of it: "LOGGED_IN", "FAILED"; empty where it does not say.

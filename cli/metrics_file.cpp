@@ -1,6 +1,7 @@
 #include "cli/metrics_file.h"
 
 #include "base/files.h"
+#include "cli/failure.h"
 #include "cli/iscsi_sessions.h"
 #include "cli/report.h"
 
@@ -12,16 +13,32 @@ namespace {
 
 constexpr unsigned int MODE = 0644; // read by another user's node_exporter
 
-RoundMetrics::ArrayResult::Array Describe(const ArrayLogin& login, const std::vector<IscsiSession>& sessions)
+using StandingSessions = std::optional<std::vector<IscsiSession>>;
+
+// Nothing where iscsiadm does not tell.
+StandingSessions SessionsOfThisNode()
+{
+    try {
+        return IscsiSessions::Standing();
+    } catch (const Failure&) {
+        return std::nullopt; // what a round needs of them it tells itself
+    }
+}
+
+RoundMetrics::ArrayResult::Array Describe(const ArrayLogin& login, const StandingSessions& sessions)
 {
     RoundMetrics::ArrayResult::Array array;
     array.url = login.Device().url;
     array.deviceKey = login.DeviceId();
     array.serviceAddresses = login.Device().storageIps.size();
-    for (const IscsiSession& session : sessions) {
+    if (!sessions) {
+        return array;
+    }
+    array.sessions.emplace();
+    for (const IscsiSession& session : *sessions) {
         if (session.IsWithOneOf(login.Device().storageIps)) {
             const std::string state = IscsiSessions::StateOf(session);
-            ++(state.empty() || state == "LOGGED_IN" ? array.sessionsUp : array.sessionsDown);
+            ++(state.empty() || state == "LOGGED_IN" ? array.sessions->up : array.sessions->down);
         }
     }
     return array;
@@ -55,7 +72,7 @@ void MetricsFile::EndRound(const std::vector<Preparation::Target>& targets, cons
     if (m_path.empty()) {
         return;
     }
-    const std::vector<IscsiSession> sessions = IscsiSessions::Standing();
+    const StandingSessions sessions = SessionsOfThisNode();
     std::vector<RoundMetrics::ArrayResult> results;
     for (const Preparation::Target& target : targets) {
         RoundMetrics::ArrayResult result;

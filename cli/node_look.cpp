@@ -3,6 +3,7 @@
 #include "base/host_port.h"
 #include "cli/array_objects.h"
 #include "cli/device_record.h"
+#include "cli/failure.h"
 #include "cli/iscsi_sessions.h"
 #include "cli/local_disks.h"
 #include "cli/node_initiators.h"
@@ -51,8 +52,12 @@ public:
         , m_api(login.Api())
         , m_record(DeviceRecord(login.DeviceId()).Message())
         , m_objects(*m_api, login.Device().url)
-        , m_sessions(IscsiSessions::Standing())
     {
+        try {
+            m_sessions = IscsiSessions::Standing();
+        } catch (const Failure& failure) {
+            m_whySessionsAreUnknown = failure.what();
+        }
         if (!m_record.hostGroupId.empty() && m_objects.Find(HOST_GROUP, m_record.hostGroupId)) {
             m_hostsOfGroup = m_objects.Associated(HOST_GROUP, m_record.hostGroupId, HOST);
         }
@@ -78,7 +83,7 @@ public:
         if (!m_isAnyInPlace && m_picture.faults.empty()) {
             m_picture.faults.emplace_back("this node has no initiator on the array");
         }
-        if (!m_hasPath) {
+        if (!m_hasPath && m_whySessionsAreUnknown.empty()) {
             m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
         }
         return std::move(m_picture);
@@ -166,6 +171,12 @@ private:
 
     void AddSessions(PictureItem& initiator)
     {
+        if (!m_whySessionsAreUnknown.empty()) {
+            PictureItem& item = initiator.parts.emplace_back();
+            item.kind = "sessions";
+            Fault(item, Standing::Missing, m_whySessionsAreUnknown);
+            return;
+        }
         std::vector<PictureItem> without;
         for (const std::string& address : m_login.Device().storageIps) {
             bool hasSession = false;
@@ -289,7 +300,8 @@ private:
     const boost::shared_ptr<ZavRestApi> m_api;
     const DeviceMessage m_record;
     ArrayObjects m_objects;
-    const std::vector<IscsiSession> m_sessions;
+    std::vector<IscsiSession> m_sessions;
+    std::string m_whySessionsAreUnknown; // empty when they are known
     const NodeInitiators m_initiators = NodeInitiators::Read();
     std::vector<std::string> m_hostsOfGroup;
     std::set<std::string_view> m_missing; // the words of the recorded kinds that do not stand

@@ -29,31 +29,43 @@ OwnJournal::Entry EntryOf(const ArrayLogin& login, const IscsiSession& session)
     return {login.DeviceId(), KIND, session.target, session.portal};
 }
 
+void TellUnknown(const char* why)
+{
+    Report::Tell(std::string("sessions that begin stand in no journal: ") + why);
+}
+
 } // namespace
 
 Begin::Begin(const ArrayLogin& login)
     : m_login(login)
-    , m_before(OwnJournal::IsKept() ? IscsiSessions::Standing() : std::vector<IscsiSession>())
-{
-}
-
-Begin::~Begin()
 {
     if (!OwnJournal::IsKept()) {
         return;
     }
     try {
+        m_before = IscsiSessions::Standing();
+    } catch (const Failure& failure) {
+        TellUnknown(failure.what());
+    }
+}
+
+Begin::~Begin()
+{
+    if (!m_before) {
+        return;
+    }
+    try {
         for (const IscsiSession& session : IscsiSessions::Standing()) {
-            if (!Has(m_before, session) && session.IsWithOneOf(m_login.Device().storageIps)) {
+            if (!Has(*m_before, session) && session.IsWithOneOf(m_login.Device().storageIps)) {
                 OwnJournal::Enter(EntryOf(m_login, session));
             }
         }
     } catch (const std::exception& error) {
-        Report::Tell(std::string("sessions that began stand in no journal: ") + error.what());
+        TellUnknown(error.what());
     }
 }
 
-std::vector<IscsiSession> Standing(const ArrayLogin& login)
+std::vector<IscsiSession> Standing(const ArrayLogin& login, bool isForgotten)
 {
     const std::vector<IscsiSession> all = IscsiSessions::Standing();
     std::vector<IscsiSession> own;
@@ -66,7 +78,7 @@ std::vector<IscsiSession> Standing(const ArrayLogin& login)
         });
         if (session != all.end()) {
             own.push_back(*session);
-        } else {
+        } else if (isForgotten) {
             OwnJournal::Drop(entry);
         }
     }

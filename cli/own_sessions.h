@@ -4,6 +4,7 @@
 #include "cli/array_login.h"
 #include "cli/iscsi_sessions.h"
 
+#include <optional>
 #include <vector>
 
 /// The iSCSI sessions to an array that zavctl saw begin: they stand in the journal beside the objects that this node
@@ -21,11 +22,12 @@ public:
 
 private:
     const ArrayLogin& m_login;
-    const std::vector<IscsiSession> m_before;
+    std::optional<std::vector<IscsiSession>> m_before; ///< nothing: not known, and so none is seen to begin
 };
 
-/// Those that stand. What the journal names and does not stand leaves it.
-std::vector<IscsiSession> Standing(const ArrayLogin& login);
+/// Those that stand. What the journal names and does not stand leaves it, where that `isForgotten`. Throws Failure,
+/// with nothing changed, where iscsiadm does not tell which stand.
+std::vector<IscsiSession> Standing(const ArrayLogin& login, bool isForgotten);
 
 /// Throws Failure with Foreign where one of their disks is used, naming by whom; nothing was changed.
 void RequireIdle(const std::vector<IscsiSession>& sessions);

@@ -112,9 +112,9 @@ const std::vector<RoundMetrics::Family>& RoundMetrics::ArrayFamilies()
         {"product_storage_iscsi_sessions", "gauge",
          "iSCSI sessions of this node with the array's service addresses, by state.",
          [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
-             if (each.last.array) {
-                 out.Sample(name, Joined(labels, {{"state", "up"}}), each.last.array->sessionsUp);
-                 out.Sample(name, Joined(labels, {{"state", "down"}}), each.last.array->sessionsDown);
+             if (each.last.array && each.last.array->sessions) {
+                 out.Sample(name, Joined(labels, {{"state", "up"}}), each.last.array->sessions->up);
+                 out.Sample(name, Joined(labels, {{"state", "down"}}), each.last.array->sessions->down);
              }
          }},
         {"product_storage_service_addresses", "gauge", "Addresses at which the array offers iSCSI sessions.",

@@ -27,8 +27,11 @@ public:
             std::string url;
             std::string deviceKey;
             std::size_t serviceAddresses = 0;
-            std::size_t sessionsUp = 0;
-            std::size_t sessionsDown = 0;
+            struct Sessions {
+                std::size_t up = 0;
+                std::size_t down = 0;
+            };
+            std::optional<Sessions> sessions; ///< nothing where this node does not tell
         };
         std::optional<Array> array;
     };

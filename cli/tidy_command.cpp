@@ -123,7 +123,8 @@ ExitCode RunTidy(const TidyOptions& options)
     const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const std::string path = DeviceRecord(login.DeviceId()).Path();
     std::optional<NodeLock> lock(path);
-    Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message()); // as it is now that nobody changes it
+    Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message(), // as it is now that nobody changes it
+                        options.isDry ? Leftovers::Gone::Kept : Leftovers::Gone::Forgotten);
     const std::vector<Leftovers::Object> objects = Chosen(leftovers, options);
     if (objects.empty()) {
         Report::Step("nothing of this node is left over on " + login.Device().url);

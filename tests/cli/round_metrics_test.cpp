@@ -13,7 +13,7 @@ using Result = RoundMetrics::ArrayResult;
 
 Result Prepared(const std::string& environment, const std::string& mapping = "view 1")
 {
-    return {environment, {}, mapping, Result::Array{"https://10.20.0.1:8088", "2102350000", 2, 1, 1}};
+    return {environment, {}, mapping, Result::Array{"https://10.20.0.1:8088", "2102350000", 2, {{1, 1}}}};
 }
 
 Result Failed(const std::string& environment, ExitCode failure)

@@ -164,6 +164,15 @@ TEST_F(ZavctlLeftoversTest, LeftoverThatSomebodyUsesIsLeftToTidy)
     EXPECT_THAT(Tidy("--yes").errors, HasSubstr("nothing of this node is left over"));
 }
 
+TEST_F(ZavctlLeftoversTest, DryRunKeepsTheJournalEntryOfWhatTheArrayDoesNotHave)
+{
+    ASSERT_EQ(0, Init().status);
+    m_array.DeleteBehindBack("mappingview", "1");
+    const std::string journal = ReadText(ProductPath("conf/san-journal"));
+    EXPECT_EQ(0, Tidy("--dry-run").status);
+    EXPECT_EQ(journal, ReadText(ProductPath("conf/san-journal")));
+}
+
 TEST_F(ZavctlLeftoversTest, WhatLastingRefusalsLeaveDoesNotPileUp)
 {
     Fault(

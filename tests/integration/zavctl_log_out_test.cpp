@@ -2,9 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/filesystem/operations.hpp>
+
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
+
+namespace fs = boost::filesystem;
 
 namespace {
 
@@ -28,6 +32,20 @@ protected:
     std::string Sessions() const { return Iscsiadm({"-m", "session"}).output; }
     Base::ProgramResult Init() const { return RunZavctl({"init", "--env", m_env}); }
     Base::ProgramResult CleanUp() const { return RunZavctl({"cleanup", "--env", m_env, "--log-out"}); }
+
+    /// From now on iscsiadm does not tell the sessions, once or always.
+    void LoseSessions(bool isOnce) const
+    {
+        const std::string path = Directory() + "/node/bin/iscsiadm";
+        const std::string lost = Directory() + "/lost";
+        WriteText(lost, "");
+        WriteText(path, "#!/bin/sh\nif [ \"$*\" = '-m session' ] && " + std::string(isOnce ? "rm " : "cat ") + lost +
+                            " 2>/dev/null; then\n  echo 'iscsiadm: database busy' >&2\n  exit 10\nfi\nexec " +
+                            ProgramPath("node/iscsiadm") + " \"$@\"\n");
+        fs::permissions(path, fs::owner_all);
+    }
+
+    std::string Journal() const { return ReadText(ProductPath("conf/san-journal")); }
 
     const Array& m_array;
     const std::string m_env;
@@ -58,6 +76,51 @@ TEST_F(ZavctlLogOutTest, SessionThatStoodBeforeStays)
     const Base::ProgramResult cleanup = CleanUp();
     EXPECT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(cleanup.errors, AllOf(Not(HasSubstr("has ended")), HasSubstr("record removed")));
+    EXPECT_THAT(Sessions(), HasSubstr("] " + portal + ":3260,"));
+}
+
+TEST_F(ZavctlLogOutTest, DryRunKeepsTheJournalEntryOfASessionThatHasEnded)
+{
+    ASSERT_EQ(0, Init().status);
+    const std::string journal = Journal();
+    ASSERT_EQ(0, Iscsiadm({"-m", "node", "-u"}).status);
+    EXPECT_EQ(0, RunZavctl({"cleanup", "--env", m_env, "--log-out", "--dry-run"}).status);
+    EXPECT_EQ(journal, Journal());
+}
+
+TEST_F(ZavctlLogOutTest, SessionsThatAreNotKnownAreNotTakenForEnded)
+{
+    ASSERT_EQ(0, Init().status);
+    const std::string journal = Journal();
+    const std::string record = ReadText(ZavctlRecordPath(m_array));
+    LoseSessions(false);
+    const Base::ProgramResult cleanup = CleanUp();
+    EXPECT_EQ(9, cleanup.status);
+    EXPECT_THAT(cleanup.errors, HasSubstr("zavctl: this node's iSCSI sessions are not known: iscsiadm said \"iscsiadm: "
+                                          "database busy\" (10)\n"));
+    EXPECT_EQ(journal, Journal());
+    EXPECT_EQ(record, ReadText(ZavctlRecordPath(m_array)));
+    EXPECT_EQ(1U, m_array.Ids("mappingview").size());
+
+    const Base::ProgramResult status = RunZavctl({"status", "--env", m_env});
+    EXPECT_EQ(10, status.status);
+    EXPECT_THAT(status.output,
+                HasSubstr("sessions  missing: this node's iSCSI sessions are not known: iscsiadm said "));
+    EXPECT_THAT(status.errors, Not(HasSubstr("no iSCSI session with the array")));
+}
+
+TEST_F(ZavctlLogOutTest, SessionOfAnAdministratorIsNotTakenOverWhenIscsiadmFailsOnce)
+{
+    const std::string portal = m_array.Options().serviceIps[0];
+    ASSERT_EQ(0, Iscsiadm({"-m", "discovery", "--op=new", "-t", "st", "-p", portal}).status);
+    ASSERT_EQ(0, Iscsiadm({"-m", "node", "-p", portal, "-l"}).status);
+    LoseSessions(true);
+    const Base::ProgramResult init = Init();
+    EXPECT_EQ(0, init.status) << init.errors;
+    EXPECT_THAT(init.errors, HasSubstr("sessions that begin stand in no journal: this node's iSCSI sessions are not "
+                                       "known: iscsiadm said "));
+    const Base::ProgramResult cleanup = CleanUp();
+    EXPECT_EQ(0, cleanup.status) << cleanup.errors;
     EXPECT_THAT(Sessions(), HasSubstr("] " + portal + ":3260,"));
 }
 
