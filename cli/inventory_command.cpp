@@ -65,7 +65,7 @@ void PrintTables(ArrayInventory& array, const std::string& url, const InventoryO
                        std::to_string(lun.healthStatus), std::to_string(lun.parentId),
                        std::to_string(lun.allocationType)});
         }
-        std::cout << std::flush;
+        Report::RequireWrittenOutput();
         return true;
     });
 }

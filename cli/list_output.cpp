@@ -50,12 +50,13 @@ void ListOutput::Print(const std::vector<Json::Value>& objects)
     Begin();
     if (m_format != Report::Format::Json) {
         PrintRows(objects);
-        return;
+    } else {
+        for (const Json::Value& object : objects) {
+            std::cout << (m_hasAny ? ",\n" : "\n") << Base::WriteJson(m_compact, object);
+            m_hasAny = true;
+        }
     }
-    for (const Json::Value& object : objects) {
-        std::cout << (m_hasAny ? ",\n" : "\n") << Base::WriteJson(m_compact, object);
-        m_hasAny = true;
-    }
+    Report::RequireWrittenOutput();
 }
 
 void ListOutput::End(const Json::Value& tail)

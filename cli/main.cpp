@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -32,6 +33,7 @@
 namespace {
 
 constexpr const char* CONSOLE_LEVEL = "PRODUCT_STORAGE_LOG_CONSOLE";
+constexpr auto ENDED_BY_BROKEN_PIPE = static_cast<ExitCode>(128 + SIGPIPE); // as shells know it
 
 /// How the command was asked to tell what it does.
 struct Telling {
@@ -41,17 +43,6 @@ struct Telling {
     std::optional<unsigned int> limitSeconds;
     bool isQuiet = false; ///< tells nothing but what nobody may miss
 };
-
-// A disk that is full, for one; a reader that went away ends the process before.
-void RequireWrittenOutput()
-{
-    std::cout.flush();
-    if (!std::cout) {
-        const int error = Base::WriteWhole(STDOUT_FILENO, "\n"); // fails for the same reason
-        throw Failure(ExitCode::Unusable,
-                      "standard output cannot be written" + (error == 0 ? "" : ": " + Base::ErrorText(error)));
-    }
-}
 
 // The last two lines of a command that failed: why, and what to do.
 ExitCode TellFailure(const Failure& failure, LogTail& log, bool isJson)
@@ -85,8 +76,10 @@ ExitCode RunCommand(const Run& run, const Telling& telling)
         const Report::RunningTime time;
         log.emplace(std::getenv(CONSOLE_LEVEL) != nullptr);
         const ExitCode code = run(*log, stopSignals);
-        RequireWrittenOutput();
+        Report::RequireWrittenOutput();
         return code;
+    } catch (const Report::NoReader&) {
+        return ENDED_BY_BROKEN_PIPE;
     } catch (const Failure& failure) {
         if (!log) {
             log.emplace(true);
@@ -208,6 +201,7 @@ bool EndCheckThread()
 
 int main(int argc, char** argv)
 {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that goes away must not keep the command from logging out
     ExitCode code = ExitCode::OurFault;
     try {
         code = Main(argc, argv);

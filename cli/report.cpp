@@ -1,8 +1,10 @@
 #include "cli/report.h"
 
+#include "base/files.h"
 #include "base/json_writing.h"
 #include "base/printable_text.h"
 #include "base/service_manager.h"
+#include "cli/failure.h"
 
 #include <json/writer.h>
 
@@ -10,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -317,6 +320,20 @@ void Json(const ::Json::Value& value)
     ::Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
     std::cout << Base::WriteJson(builder, value) << std::endl;
+}
+
+void RequireWrittenOutput()
+{
+    std::cout.flush();
+    if (std::cout) {
+        return;
+    }
+    const int error = Base::WriteWhole(STDOUT_FILENO, "\n"); // fails for the same reason
+    if (error == EPIPE) {
+        throw NoReader();
+    }
+    throw Failure(ExitCode::Unusable,
+                  "standard output cannot be written" + (error == 0 ? "" : ": " + Base::ErrorText(error)));
 }
 
 std::string Size(std::uint64_t bytes)

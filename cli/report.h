@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <exception>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -74,6 +75,16 @@ void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths);
 /// With a look for each row.
 void Table(const std::vector<Row>& rows, const std::vector<Look>& looks);
 void Json(const ::Json::Value& value);
+
+/// Standard output has no reader any more, as behind "| head". Who printed is to end, with a word to nobody.
+class NoReader : public std::exception {
+public:
+    const char* what() const noexcept override { return "nobody reads standard output any more"; }
+};
+
+/// Sees that what was printed so far was taken. Throws NoReader, or Failure where it cannot be written: a disk that is
+/// full, for one.
+void RequireWrittenOutput();
 
 /// 1073741824 gives "1.00 GiB".
 std::string Size(std::uint64_t bytes);

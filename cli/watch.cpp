@@ -7,6 +7,7 @@
 #include <google/protobuf/util/message_differencer.h>
 
 #include <algorithm>
+#include <iostream>
 
 namespace {
 
@@ -63,6 +64,12 @@ void Watch::PrintChanges(const Preparation::Outcome& outcome)
     }
     PrintMapInfos(outcome.infos, m_ways.format);
     m_printed = outcome.infos;
+    try {
+        Report::RequireWrittenOutput();
+    } catch (const std::exception& error) { // what the watch is for goes on without a reader
+        Report::Tell("warning: no table is shown: " + std::string(error.what()), Report::Look::Warning);
+        std::cout.clear();
+    }
 }
 
 bool Watch::Pause(const Preparation::Outcome& outcome)

@@ -198,6 +198,49 @@ TEST_F(ZavctlSignalsTest, ReaderThatHasStoppedDoesNotKeepItFromEnding)
 }
 #endif
 
+TEST_F(ZavctlSignalsTest, ReaderThatWentAwayEndsACommandWhichLogsOut)
+{
+    ArrayOptions options;
+    options.further = {"--luns", "3000"};
+    const Array& array = StartArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    for (const char* const command : {"luns --all", "luns --all -o json", "inventory", "inventory -o json", "system"}) {
+        array.ClearJournal();
+        const std::string status = Directory() + "/status";
+        const Base::ProgramResult ended = RunToEnd(
+            {"/bin/sh", "-c",
+             "{ " + ProductPath("bin/zavctl") + " " + command + " --env " + env + "; echo $? >" + status + "; } | :"});
+        EXPECT_EQ("141\n", ReadText(status)) << command << ended.errors;
+        EXPECT_THAT(ended.errors, ::testing::Not(HasSubstr("written"))) << command;
+        EXPECT_EQ(0U, array.SessionCount()) << command;
+        EXPECT_LT(array.Requests().size(), 20U) << command << " asks for no more than a page that nobody reads";
+    }
+}
+
+TEST_F(ZavctlSignalsTest, ReaderThatWentAwayEndsNoWatch)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string pipe = Directory() + "/pipe";
+    ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
+    Base::Descriptor reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Process zavctl(
+        {"/bin/sh", "-c",
+         "exec " + ProductPath("bin/zavctl") + " init --watch 1 --env " + EnvironmentFileOf(array) + " >" + pipe});
+    zavctl.AwaitError("mapping view 1");
+    WaitUntil("the first table", [&reader] {
+        int bytes = 0;
+        return ::ioctl(reader.Get(), FIONREAD, &bytes) == 0 && bytes > 0;
+    });
+    reader.Close();
+    array.DeleteBehindBack("mappingview", "1");
+    zavctl.AwaitError("warning: no table is shown: nobody reads standard output any more");
+    array.ClearJournal();
+    AwaitRequest(array, "GET mappingview"); // a further round
+    EXPECT_LT(SecondsToEnd(zavctl, SIGTERM, 0), 3.0 * SLOWNESS);
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
 TEST_F(ZavctlSignalsTest, SignalThatIsIgnoredFromTheStartEndsNothing)
 {
     const Array& array = StartArray();
