@@ -128,19 +128,8 @@ bool TellUnknownCommand(const CLI::App& app, int argc, char** argv)
     return true;
 }
 
-ExitCode Main(int argc, char** argv)
+void AddCommands(CLI::App& app, Run& run)
 {
-    CLI::App app("Prepares this node for block access to storage arrays, and asks storage what it is", "zavctl");
-    app.require_subcommand(1);
-    app.set_version_flag("--version", std::string("zavctl ") + PRODUCT_STORAGE_VERSION);
-    Telling telling;
-    app.add_flag("-v,--verbose", telling.verbosity,
-                 "Show what the library does on standard error; twice: all of its log lines");
-    app.add_flag("-q,--quiet", telling.isQuiet, "Tell nothing but failures and warnings on standard error");
-    app.add_option("--timeout", telling.limitSeconds, "End the command after so long, wherever it is")
-        ->option_text("SECONDS")
-        ->check(CLI::Range(1U, 86400U));
-    Run run;
     AddInitCommand(app, run);
     AddPlanCommand(app, run);
     AddStatusCommand(app, run);
@@ -164,6 +153,22 @@ ExitCode Main(int argc, char** argv)
             part->fallthrough();
         }
     }
+}
+
+ExitCode Main(int argc, char** argv)
+{
+    CLI::App app("Prepares this node for block access to storage arrays, and asks storage what it is", "zavctl");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", std::string("zavctl ") + PRODUCT_STORAGE_VERSION);
+    Telling telling;
+    app.add_flag("-v,--verbose", telling.verbosity,
+                 "Show what the library does on standard error; twice: all of its log lines");
+    app.add_flag("-q,--quiet", telling.isQuiet, "Tell nothing but failures and warnings on standard error");
+    app.add_option("--timeout", telling.limitSeconds, "End the command after so long, wherever it is")
+        ->option_text("SECONDS")
+        ->check(CLI::Range(1U, 86400U));
+    Run run;
+    AddCommands(app, run);
     Options::AddExamples(app, {"zavctl env new --address 10.20.0.1 --user admin >env.json",
                                "zavctl init --env env.json", "zavctl inventory --env env.json"});
     try {
