@@ -13,22 +13,11 @@ from stage import until
 LOGIN_REFUSED = "LoginRefused 1090519041"
 
 
-class PageTest(unittest.TestCase):
-    """An array of its own for each test, and one browser for all of them."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.browser = stage.open_browser()
-        cls.addClassCleanup(cls.browser.quit)
+class PageTest(stage.BrowserTest):
+    """What somebody does on the page, and sees there."""
 
     def setUp(self):
-        folder = stage.temporary_folder()
-        self.addCleanup(folder.cleanup)
-        self.array = stage.Array(folder.name)
-        self.addCleanup(self.array.end)
-        self.addCleanup(self.browser.get, "about:blank")  # before the array ends
-        self.addCleanup(stage.show_as, self.browser)
-        stage.show_as(self.browser)
+        super().setUp()
         self.browser.get_log("browser")
         self.open()
 
@@ -325,20 +314,11 @@ class PageTest(unittest.TestCase):
         self.browser.get_log("browser")  # the browser tells of the connections that failed
 
 
-class PicturesTest(unittest.TestCase):
+class PicturesTest(stage.BrowserTest):
     """The page in its states, as pictures to look at and for the manual."""
 
-    @classmethod
-    def setUpClass(cls):
-        stage.PICTURES.mkdir(parents=True, exist_ok=True)
-
-    def setUp(self):
-        folder = stage.temporary_folder()
-        self.addCleanup(folder.cleanup)
-        self.browser = stage.open_browser()
-        self.addCleanup(self.browser.quit)
-        self.array = stage.Array(folder.name, "--fc-online", "2100000000000002")
-        self.addCleanup(self.array.end)
+    def array_arguments(self):
+        return ["--fc-online", "2100000000000002"]
 
     def take(self, state):
         for name, how in (("", {}), ("-dark", {"dark": True}), ("-narrow", {"width": 390, "height": 844})):

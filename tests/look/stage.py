@@ -12,6 +12,7 @@ import ssl
 import subprocess
 import tempfile
 import time
+import unittest
 import urllib.request
 
 from selenium import webdriver
@@ -161,6 +162,28 @@ def open_browser():
     browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
     browser.set_page_load_timeout(MOST_SECONDS)
     return browser
+
+
+class BrowserTest(unittest.TestCase):
+    """An array of its own for each test, and one browser for all of them."""
+
+    @classmethod
+    def setUpClass(cls):
+        PICTURES.mkdir(parents=True, exist_ok=True)
+        cls.browser = open_browser()
+        cls.addClassCleanup(cls.browser.quit)
+
+    def setUp(self):
+        folder = temporary_folder()
+        self.addCleanup(folder.cleanup)
+        self.array = Array(folder.name, *self.array_arguments())
+        self.addCleanup(self.array.end)
+        self.addCleanup(self.browser.get, "about:blank")  # before the array ends
+        self.addCleanup(show_as, self.browser)
+        show_as(self.browser)
+
+    def array_arguments(self):
+        return []
 
 
 def show_as(browser, width=1280, height=1000, dark=False, calm=False):

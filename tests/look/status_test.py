@@ -49,24 +49,13 @@ def as_page(shown):
             f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'><span>{page}</span></pre>")
 
 
-class StatusTest(unittest.TestCase):
+class StatusTest(stage.BrowserTest):
     """A node that is prepared, one that drifted, and one whose place somebody else took; each leaves its pictures."""
 
-    @classmethod
-    def setUpClass(cls):
-        stage.PICTURES.mkdir(parents=True, exist_ok=True)
-        cls.browser = stage.open_browser()
-        cls.addClassCleanup(cls.browser.quit)
-
     def setUp(self):
-        folder = stage.temporary_folder()
-        self.addCleanup(folder.cleanup)
-        self.array = stage.Array(folder.name)
-        self.addCleanup(self.array.end)
+        super().setUp()
         self.node = stage.Node(self.array)
         self.addCleanup(self.node.end)
-        self.addCleanup(self.browser.get, "about:blank")  # before the array ends
-        stage.show_as(self.browser)
         self.assertEqual(0, self.node.init().returncode)
         rest = self.array.rest
         for lun in range(3):
