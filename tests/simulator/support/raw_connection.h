@@ -14,9 +14,13 @@ namespace ZavSimTest {
 /// A client that writes its bytes itself.
 class RawConnection {
 public:
-    explicit RawConnection(const std::string& url)
+    /// `receiveBytes`: how much may wait to be received; 0: as much as the system thinks fit.
+    explicit RawConnection(const std::string& url, int receiveBytes = 0)
         : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
+        if (receiveBytes != 0) {
+            EXPECT_EQ(0, ::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &receiveBytes, sizeof receiveBytes));
+        }
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1))));
