@@ -90,6 +90,36 @@ std::string PartFromTheOther(const Patient& patient, const ArrayLogin& login)
     return boost::join(steps, " && ");
 }
 
+constexpr const char* ONLINE = "Online"; // as the kernel has it
+
+/// A port of this node's adapters.
+struct FcPort {
+    std::string host; ///< "host0"
+    std::string wwpn;
+    std::string state; ///< empty where the kernel does not tell
+
+    std::string Naming() const { return "FC port " + wwpn + " (" + host + ")"; }
+};
+
+std::string FolderOf(const std::string& host)
+{
+    return "/sys/class/fc_host/" + host;
+}
+
+std::vector<FcPort> FcPorts()
+{
+    std::vector<FcPort> ports;
+    for (const std::string& host : NodeShell::Ask("ls /sys/class/fc_host").output) {
+        const NodeShell::Answer name = NodeShell::Ask("cat '?'", {FolderOf(host) + "/port_name"});
+        const NodeShell::Answer state = NodeShell::Ask("cat '?'", {FolderOf(host) + "/port_state"});
+        if (!name.output.empty()) {
+            ports.push_back({host, boost::erase_all_copy(name.output.front(), "0x"),
+                             state.output.empty() ? "" : state.output.front()});
+        }
+    }
+    return ports;
+}
+
 // The array knows the port, and does not see it online. One that it is yet to know is none of these.
 bool IsMissed(const ArrayLogin& login, const std::string& wwpn)
 {
@@ -131,28 +161,32 @@ Findings LookAtSerials(const Patient& patient, const std::string& /*part*/)
     return findings;
 }
 
-Findings LookAtFcPorts(const Patient& patient, const std::string& /*part*/)
+Findings LookAtFcPorts(const Patient& /*patient*/, const std::string& /*part*/)
 {
-    const auto login = patient.HasEnvironment() ? patient.logins.Await() : nullptr;
     Findings findings;
-    for (const std::string& host : NodeShell::Ask("ls /sys/class/fc_host").output) {
-        const std::string folder = "/sys/class/fc_host/" + host;
-        const NodeShell::Answer name = NodeShell::Ask("cat '?'", {folder + "/port_name"});
-        const NodeShell::Answer state = NodeShell::Ask("cat '?'", {folder + "/port_state"});
-        if (name.output.empty()) {
-            continue;
-        }
-        const std::string wwpn = boost::erase_all_copy(name.output.front(), "0x");
-        const std::string port = "FC port " + wwpn + " (" + host + ")";
-        const std::string command = "echo 1 >" + folder + "/issue_lip";
-        if (!state.output.empty() && state.output.front() != "Online") {
-            findings.push_back({Severity::Warning, port + " is " + state.output.front() + ", says the kernel",
+    for (const FcPort& port : FcPorts()) {
+        if (!port.state.empty() && port.state != ONLINE) {
+            findings.push_back({Severity::Warning, port.Naming() + " is " + port.state + ", says the kernel",
                                 "look at its cable and the switch's port, then have it log into its fabric anew",
-                                command, ExitCode::Drift});
-        } else if (login != nullptr && IsMissed(*login, wwpn)) {
-            findings.push_back({Severity::Warning, port + " is online, and " + login->Device().url + " does not see it",
-                                "look at the fabric's zones, then have it log into its fabric anew", command,
-                                ExitCode::Drift});
+                                "echo 1 >" + FolderOf(port.host) + "/issue_lip", ExitCode::Drift});
+        }
+    }
+    return findings;
+}
+
+Findings LookAtFcPortsOnTheArray(const Patient& patient, const std::string& /*part*/)
+{
+    std::vector<FcPort> ports = FcPorts();
+    ports.erase(std::remove_if(ports.begin(), ports.end(), [](const FcPort& port) { return port.state != ONLINE; }),
+                ports.end());
+    const auto login = ports.empty() ? nullptr : patient.logins.Await();
+    Findings findings;
+    for (const FcPort& port : ports) {
+        if (login != nullptr && IsMissed(*login, port.wwpn)) {
+            findings.push_back({Severity::Warning,
+                                port.Naming() + " is online, and " + login->Device().url + " does not see it",
+                                "look at the fabric's zones, then have it log into its fabric anew",
+                                "echo 1 >" + FolderOf(port.host) + "/issue_lip", ExitCode::Drift});
         }
     }
     return findings;

@@ -95,7 +95,7 @@ public:
         }
         // The array may have fallen silent meanwhile; what comes too late stays with whoever waits for it.
         const auto session = std::make_shared<SecretSession>();
-        const auto login = patient.HasEnvironment() ? patient.logins.Await() : nullptr;
+        const auto login = patient.logins.Kept();
         if (login != nullptr && EndsWithin(LIMIT_OF_THE_ARRAY, [login, session] { TakeSession(*login, *session); })) {
             m_mask.Know(session->token);
             m_mask.Know(session->cookie);

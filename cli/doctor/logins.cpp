@@ -106,14 +106,24 @@ void Logins::CountOff(const std::string& address)
 std::shared_ptr<const ArrayLogin> Logins::Await() const
 {
     std::unique_lock<std::mutex> guard(m_lock);
-    m_changed.wait_until(guard, m_deadline, [this] { return m_login != nullptr || m_left == 0; });
+    if (!m_changed.wait_until(guard, m_deadline, [this] { return m_login != nullptr || m_left == 0; })) {
+        throw NoLoginInTime();
+    }
+    return m_login;
+}
+
+std::shared_ptr<const ArrayLogin> Logins::Kept() const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
     return m_login;
 }
 
 std::map<std::string, std::string> Logins::DeviceIds() const
 {
     std::unique_lock<std::mutex> guard(m_lock);
-    m_changed.wait_until(guard, m_deadline, [this] { return m_left == 0; });
+    if (!m_changed.wait_until(guard, m_deadline, [this] { return m_left == 0; })) {
+        throw NoLoginInTime();
+    }
     return m_deviceIds;
 }
 

@@ -10,9 +10,19 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace Doctor {
+
+/// An address was neither tried nor given up by the time that nobody waits beyond.
+class NoLoginInTime : public std::runtime_error {
+public:
+    NoLoginInTime()
+        : std::runtime_error("no login came about in time")
+    {
+    }
+};
 
 /// Logs in at each management address, and keeps a login at the first that takes it for all who ask the array. An array
 /// that refuses user and password is not tried again at another address: it might lock the user. Any thread may call.
@@ -36,10 +46,13 @@ public:
     /// There is nothing at `address` that a login could be tried at.
     void GiveUp(const std::string& address);
 
-    /// Waits for the login that is kept; null where none comes about.
+    /// Waits for the login that is kept; null where none comes about. Throws NoLoginInTime.
     std::shared_ptr<const ArrayLogin> Await() const;
 
-    /// The device id that the array told at each address, as soon as all were tried or given up.
+    /// The login that is kept by now; null where none is.
+    std::shared_ptr<const ArrayLogin> Kept() const;
+
+    /// The device id that the array told at each address, as soon as all were tried or given up. Throws NoLoginInTime.
     std::map<std::string, std::string> DeviceIds() const;
 
 private:

@@ -31,27 +31,35 @@ std::vector<std::string> EachManagementAddress(const Patient& patient)
     return ManagementAddresses(patient.env);
 }
 
+Finding TooLate(const Probe& probe, const std::string& part, const std::string& remedy)
+{
+    const std::string what = std::string(probe.name) + (part.empty() ? "" : " " + part);
+    return {Severity::Error, what + ": no end of the look within " + std::to_string(LIMIT_OF_A_PROBE.count()) + " s",
+            remedy, "", ExitCode::Unreachable};
+}
+
+std::string WayToSeeByHand(const Probe& probe)
+{
+    return probe.byHand == nullptr ? "look at the other findings first; -vv shows what was waited for"
+                                   : std::string("see by hand what it waits for: ") + probe.byHand;
+}
+
 // What the library logged of a failure is heard by the thread alone.
 Findings LookOrTellWhyNot(const Probe& probe, const Patient& patient, const std::string& part)
 {
     LogTail log(true);
     try {
         return probe.look(patient, part);
+    } catch (const NoLoginInTime&) {
+        return {TooLate(probe, part,
+                        "it waited for a login at the array, which took too long: look at the array's load and the way "
+                        "to it")};
     } catch (const Failure& failure) {
         const Explanation explanation = Explain(failure, log.Take());
         return {{Severity::Error, explanation.cause, explanation.remedy, "", explanation.exit}};
     } catch (const std::exception& error) {
         return {{Severity::Error, std::string(probe.name) + ": " + error.what(), "", "", ExitCode::OurFault}};
     }
-}
-
-Finding TooLate(const Probe& probe, const std::string& part)
-{
-    const std::string what = std::string(probe.name) + (part.empty() ? "" : " " + part);
-    return {Severity::Error, what + ": no end of the look within " + std::to_string(LIMIT_OF_A_PROBE.count()) + " s",
-            probe.byHand == nullptr ? "look at the other findings first; -vv shows what was waited for"
-                                    : std::string("see by hand what it waits for: ") + probe.byHand,
-            "", ExitCode::Unreachable};
 }
 
 } // namespace
@@ -72,6 +80,7 @@ const std::vector<Probe>& AllProbes()
         {"management address", &EachManagementAddress, &LookAtManagementAddress, nullptr},
         {"serial numbers", &OnceForTheArray, &LookAtSerials, nullptr},
         {"FC ports", &OnceForTheNode, &LookAtFcPorts, "cat /sys/class/fc_host/host*/port_state"},
+        {"FC ports on the array", &OnceForTheArray, &LookAtFcPortsOnTheArray, nullptr},
         {"service addresses", &OnceForTheArray, &LookAtServiceAddresses, "iscsiadm -m session"},
         {"hosts", &OnceForTheArray, &LookAtHostsOfInitiators, nullptr},
         {"record", &OnceForTheArray, &LookAtRecord, nullptr},
@@ -102,7 +111,8 @@ std::vector<Told> Examine(const std::shared_ptr<const Patient>& patient)
     std::vector<Told> all;
     for (std::size_t i = 0; i < looks.size(); ++i) {
         const Look& look = looks[i];
-        for (const Finding& finding : haveEnded[i] ? *look.findings : Findings{TooLate(*look.probe, look.part)}) {
+        for (const Finding& finding :
+             haveEnded[i] ? *look.findings : Findings{TooLate(*look.probe, look.part, WayToSeeByHand(*look.probe))}) {
             all.push_back({look.probe->name, finding});
         }
     }

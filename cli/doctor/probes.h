@@ -18,7 +18,7 @@ struct Probe {
     /// What it is done for, each by itself: {""} for the node, the environment's addresses. Asks nobody.
     std::vector<std::string> (*parts)(const Patient& patient);
 
-    /// Throws Failure where it cannot look.
+    /// Throws Failure where it cannot look, and NoLoginInTime.
     Findings (*look)(const Patient& patient, const std::string& part);
 
     const char* byHand; ///< where it does not come to an end: the line that shows what it waits for; null for none
@@ -56,6 +56,7 @@ Findings LookAtManagementAddress(const Patient& patient, const std::string& addr
 
 Findings LookAtSerials(const Patient& patient, const std::string& part);
 Findings LookAtFcPorts(const Patient& patient, const std::string& part);
+Findings LookAtFcPortsOnTheArray(const Patient& patient, const std::string& part);
 Findings LookAtServiceAddresses(const Patient& patient, const std::string& part);
 Findings LookAtHostsOfInitiators(const Patient& patient, const std::string& part);
 Findings LookAtRecord(const Patient& patient, const std::string& part);

@@ -549,6 +549,26 @@ TEST_F(ZavctlDoctorTest, ArrayThatFallsSilentIsAFindingAndLeavesNothingBehind)
     EXPECT_EQ(0U, TheArray().SessionCount());
 }
 
+TEST_F(ZavctlDoctorTest, LoginThatTakesTooLongIsToldByWhateverWaitedForIt)
+{
+    Prepare();
+    ChangeEnv(", \"" + Address(1) + "\"]", "]");
+    TheArray().DeleteBehindBack("lungroup", "1");
+    SetFcPorts({std::string("0x") + WWPN, "0x2100000000000002"});
+    WriteText(Node("fc_host/host0/port_state"), "Linkdown\n");
+    TheArray().AddFault(
+        R"({"kind": "delay", "milliseconds": 3000, "method": "POST", "target": "sessions", "count": 0})");
+    const Base::ProgramResult sick = Doctor();
+    for (const char* const probe :
+         {"serial numbers", "FC ports on the array", "service addresses", "hosts", "record", "rate guard"}) {
+        EXPECT_THAT(sick.output, HasSubstr("error: " + std::string(probe) +
+                                           ": no end of the look within 5 s\n  it waited for a login at the array, "
+                                           "which took too long: look at the array's load and the way to it\n"));
+    }
+    EXPECT_THAT(sick.output, HasSubstr("is Linkdown")) << "what the node alone tells";
+    EXPECT_EQ(8, sick.status);
+}
+
 TEST_F(ZavctlDoctorTest, WhateverHangsTheWholeIsDoneInSixSeconds)
 {
     Prepare();
