@@ -183,10 +183,11 @@ Findings LookAtFcPortsOnTheArray(const Patient& patient, const std::string& /*pa
     Findings findings;
     for (const FcPort& port : ports) {
         if (login != nullptr && IsMissed(*login, port.wwpn)) {
+            // No command: to log in anew breaks off what the disks of other arrays have under way.
             findings.push_back({Severity::Warning,
                                 port.Naming() + " is online, and " + login->Device().url + " does not see it",
-                                "look at the fabric's zones, then have it log into its fabric anew",
-                                "echo 1 >" + FolderOf(port.host) + "/issue_lip", ExitCode::Drift});
+                                "have the fabric's administrator look whether its zones let the port reach the array",
+                                "", ExitCode::Drift});
         }
     }
     return findings;

@@ -238,16 +238,6 @@ const std::vector<Planted> PLANTED = {
      "echo 1 >/sys/class/fc_host/host0/issue_lip",
      3,
      [](DoctorStage& stage) { stage.LetPortLogIn(); }},
-    {{"FcPortIsNotSeen"},
-     [](DoctorStage& stage) {
-         stage.RegisterFcPort();
-         stage.PlantFcPort("Online", false);
-     },
-     "warning",
-     "FC port 2100000000000001 (host0) is online, and https://",
-     "echo 1 >/sys/class/fc_host/host0/issue_lip",
-     3,
-     [](DoctorStage& stage) { stage.LetPortLogIn(); }},
     {{"KeyIsOpen"}, ChangeMode(&DoctorStage::Key, 0644), "error", "its mode must be 0600", "chmod 600 ", 7},
     {{"KeyIsGone"},
      [](DoctorStage& stage) { fs::remove(stage.Key()); },
@@ -513,6 +503,20 @@ TEST_F(ZavctlDoctorTest, FcPortThatTheArrayIsYetToKnowIsNone)
     Prepare();
     PlantFcPort("Online", false);
     EXPECT_EQ("all well\n", Doctor().output);
+}
+
+TEST_F(ZavctlDoctorTest, FcPortThatIsOnlineIsNotMadeToLogInAnew)
+{
+    Prepare();
+    RegisterFcPort();
+    PlantFcPort("Online", false);
+    const Base::ProgramResult sick = Doctor();
+    EXPECT_EQ("warning: FC port " + std::string(WWPN) + " (host0) is online, and " + TheArray().Url() +
+                  " does not see it\n"
+                  "  have the fabric's administrator look whether its zones let the port reach the array\n",
+              sick.output)
+        << "what other arrays' disks have under way there would break";
+    EXPECT_EQ(3, sick.status);
 }
 
 TEST_F(ZavctlDoctorTest, ProbeThatDoesNotComeToAnEndIsAFinding)
