@@ -59,26 +59,36 @@ struct Rule {
     unsigned int forbidden; ///< mode bits
     const char* mending;    ///< chmod's word for taking them away
     bool isOfItsFolder;     ///< whoever owns the folder owns it
+    bool mayBeStream;       ///< a device or a FIFO does as well
+    const char* setting;    ///< that names it; null for none
 };
 
-constexpr Rule RECORD = {"record", WRITE_OF_OTHERS, "go-w", true};
-constexpr Rule JOURNAL = {"journal", ANYTHING_OF_OTHERS, "600", true};
-constexpr Rule LOG = {"log", WRITE_OF_OTHERS, "go-w", false};
+constexpr Rule RECORD = {"record", WRITE_OF_OTHERS, "go-w", true, false, nullptr};
+constexpr Rule JOURNAL = {"journal", ANYTHING_OF_OTHERS, "600", true, false, nullptr};
+constexpr Rule LOG = {"log", WRITE_OF_OTHERS, "go-w", false, true, "[Log] File"};
 
-void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
+std::string Naming(const Rule& rule, const std::string& path)
 {
-    struct stat status = {};
-    struct stat folder = {};
-    if (::stat(path.c_str(), &status) != 0 || ::stat(FolderOf(path).c_str(), &folder) != 0) {
-        return; // it is not there yet, or whoever needs it tells why it cannot be had
-    }
+    return std::string("the ") + rule.what + " " + path;
+}
+
+// What is neither a file nor a folder is the system's or another program's: it is not to be moved.
+Finding NoRegularFile(const Rule& rule, const std::string& path, mode_t mode)
+{
     const std::string word = NodeShell::Word(path);
-    const std::string name = std::string("the ") + rule.what + " " + path;
-    if (!S_ISREG(status.st_mode)) {
-        findings.push_back({Severity::Error, name + " is no regular file", "move away what stands there",
-                            "mv " + word + " " + word + ".old", ExitCode::Unusable});
-        return;
-    }
+    const bool isFolder = S_ISDIR(mode);
+    return {Severity::Error, Naming(rule, path) + " is no regular file",
+            isFolder || rule.setting == nullptr
+                ? "move away what stands there"
+                : std::string("name another file in ") + rule.setting + " of backupnode.ini",
+            isFolder ? "mv " + word + " " + word + ".old" : "", ExitCode::Unusable};
+}
+
+void LookAtRights(const Rule& rule, const std::string& path, const struct stat& status, const struct stat& folder,
+                  Findings& findings)
+{
+    const std::string word = NodeShell::Word(path);
+    const std::string name = Naming(rule, path);
     if ((status.st_mode & rule.forbidden) != 0) {
         findings.push_back({Severity::Warning,
                             name + " has mode " + OctalMode(status.st_mode) + ": others than its owner may " +
@@ -93,9 +103,26 @@ void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
                             "give it to the owner of the folder",
                             "chown --reference=" + NodeShell::Word(FolderOf(path)) + " " + word, ExitCode::Unusable});
     }
+}
+
+void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
+{
+    struct stat status = {};
+    struct stat folder = {};
+    if (::stat(path.c_str(), &status) != 0 || ::stat(FolderOf(path).c_str(), &folder) != 0) {
+        return; // it is not there yet, or whoever needs it tells why it cannot be had
+    }
+    const bool isStream = S_ISCHR(status.st_mode) || S_ISFIFO(status.st_mode);
+    if (!S_ISREG(status.st_mode) && !(rule.mayBeStream && isStream)) {
+        findings.push_back(NoRegularFile(rule, path, status.st_mode));
+        return;
+    }
+    if (S_ISREG(status.st_mode)) {
+        LookAtRights(rule, path, status, folder, findings);
+    }
     if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
         const int error = errno;
-        findings.push_back({Severity::Error, name + " cannot be written: " + Base::ErrorText(error),
+        findings.push_back({Severity::Error, Naming(rule, path) + " cannot be written: " + Base::ErrorText(error),
                             RemedyFor("", ExitCodeOfFile(error)), "", ExitCodeOfFile(error)});
     }
 }

@@ -1,3 +1,4 @@
+#include "base/descriptor.h"
 #include "base/openssl_handles.h"
 #include "common/framework/security.h"
 #include "tests/integration/stage.h"
@@ -11,7 +12,9 @@
 
 #include <openssl/pem.h>
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -540,6 +543,29 @@ TEST_F(ZavctlDoctorTest, KeyOfAnotherUserIsLeftToHim)
     ASSERT_EQ(0, ::chown(Key().c_str(), 1, static_cast<gid_t>(-1)));
     const Base::ProgramResult sick = Doctor();
     EXPECT_THAT(sick.output, AllOf(HasSubstr("it belongs to user 1, not to 0"), Not(HasSubstr("chown"))));
+    EXPECT_EQ(7, sick.status);
+}
+
+TEST_F(ZavctlDoctorTest, DeviceIsAsGoodALogAsAFile)
+{
+    Configure({{"Log.File", "/dev/null"}});
+    const Base::ProgramResult well = RunZavctl({"doctor"});
+    EXPECT_EQ("all well on this node; --env names an array to look at\n", well.output);
+    EXPECT_EQ(0, well.status);
+}
+
+TEST_F(ZavctlDoctorTest, WhatIsNeitherFileNorFolderIsNotToBeMoved)
+{
+    const std::string path = Directory() + "/socket";
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(path.copy(address.sun_path, sizeof address.sun_path - 1), sizeof address.sun_path - 1);
+    const Base::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(0, ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    Configure({{"Log.File", path}});
+    const Base::ProgramResult sick = RunZavctl({"doctor"});
+    EXPECT_EQ("error: the log " + path + " is no regular file\n  name another file in [Log] File of backupnode.ini\n",
+              sick.output);
     EXPECT_EQ(7, sick.status);
 }
 
