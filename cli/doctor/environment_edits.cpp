@@ -77,7 +77,9 @@ std::string WithSetting(const std::string& section, const std::string& key, cons
     if (has("\\[" + section + "\\]")) {
         return Sed("/^[ \\t]*\\[" + section + "\\]/a " + key + " = " + value, file);
     }
-    return "printf '[" + section + "]\\n" + key + " = " + value + "\\n' >>" + file;
+    const bool hasOpenEnd = !text.empty() && text.back() != '\n';
+    return std::string("printf '") + (hasOpenEnd ? "\\n" : "") + "[" + section + "]\\n" + key + " = " + value +
+           "\\n' >>" + file;
 }
 
 } // namespace Doctor::Edit

@@ -98,6 +98,7 @@ public:
     const std::string& Env() const { return m_env; }
     std::string Node(const std::string& name) const { return Directory() + "/node/" + name; }
     std::string Key() const { return Directory() + "/product.key"; }
+    std::string Configuration() const { return Directory() + "/backupnode.ini"; }
     std::string Log() const { return Directory() + "/library.log"; }
     std::string Record() const { return ZavctlRecordPath(*m_array); }
     std::string Journal() const { return ProductPath("conf/san-journal"); }
@@ -106,6 +107,13 @@ public:
     {
         WriteText(Node(name), "#!/bin/sh\n" + script + "\n");
         fs::permissions(Node(name), fs::owner_all);
+    }
+
+    static void CutEndOfLine(const std::string& file)
+    {
+        const std::string text = ReadText(file);
+        ASSERT_THAT(text, EndsWith("\n"));
+        WriteText(file, text.substr(0, text.size() - 1));
     }
 
     void ChangeEnv(const std::string& from, const std::string& to) const
@@ -327,6 +335,15 @@ const std::vector<Planted> PLANTED = {
      [](DoctorStage&) {},
      "warning",
      "take 120 requests to list, of which the rate guard lets 100 pass at once: it waits 20 s each time",
+     "DosRequestCount = 120",
+     3,
+     [](DoctorStage&) {},
+     false,
+     {"--luns", "60000"}},
+    {{"RateGuardIsToGoBehindALineThatHasNoEnd"},
+     [](DoctorStage& stage) { stage.CutEndOfLine(stage.Configuration()); },
+     "warning",
+     "take 120 requests to list",
      "DosRequestCount = 120",
      3,
      [](DoctorStage&) {},
