@@ -162,6 +162,12 @@ std::optional<std::string> ReadFileIfThere(const std::string& path)
     return text;
 }
 
+bool IsOtherThanFile(const std::string& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 int ReplaceFile(const std::string& path, std::string_view text, unsigned int mode)
 {
     return Replace(path, text, {mode, false, std::nullopt});

@@ -20,6 +20,10 @@ int WriteWhole(int descriptor, std::string_view text);
 /// there but cannot be read.
 std::optional<std::string> ReadFileIfThere(const std::string& path);
 
+/// Whether something is at `path` that is no regular file, such as a device, which is not to be replaced by one. Links
+/// are followed.
+bool IsOtherThanFile(const std::string& path);
+
 /// Replaces the file at `path` by one with `text` and mode `mode`, whatever the process's mask: a reader finds either
 /// the old file or the new one, whole, and so does one after a power failure. On failure the old file stands, and no
 /// other is left.

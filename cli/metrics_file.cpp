@@ -108,10 +108,13 @@ void MetricsFile::Write(std::vector<RoundMetrics::ArrayResult> results)
 {
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - m_begin;
     m_metrics.Add({std::time(nullptr), taken.count(), std::move(results)});
-    const int error = Base::ReplaceFile(m_path, m_metrics.Text(), MODE);
-    if (error != 0 && !m_isFailureTold) {
-        Report::Tell("warning: " + m_path + ": metrics cannot be written: " + Base::ErrorText(error),
-                     Report::Look::Warning);
+    std::string problem = "it is there, and no regular file";
+    if (!Base::IsOtherThanFile(m_path)) {
+        const int error = Base::ReplaceFile(m_path, m_metrics.Text(), MODE);
+        problem = error == 0 ? "" : Base::ErrorText(error);
     }
-    m_isFailureTold = error != 0;
+    if (!problem.empty() && !m_isFailureTold) {
+        Report::Tell("warning: " + m_path + ": metrics cannot be written: " + problem, Report::Look::Warning);
+    }
+    m_isFailureTold = !problem.empty();
 }

@@ -90,7 +90,7 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 73> BY_TEXT = {{
+constexpr std::array<TextRow, 74> BY_TEXT = {{
     {"cannot start dot", "install graphviz, or take -o html, which needs nothing"},
     {"waiting for one to end", TOO_MANY_SESSIONS},
     {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
@@ -162,6 +162,7 @@ constexpr std::array<TextRow, 73> BY_TEXT = {{
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
+    {"it is there, and no regular file", "name another file; what stands there is left alone"},
     {"No such file or directory", "name a file that is there; zavctl env new makes an environment"},
     {"environment ",
      "correct the file (zavctl env check names each fault), make it with zavctl env new, or name another with --env"},

@@ -222,6 +222,9 @@ void RequirePlace(const std::string& path, bool mayOverwrite)
     if (::lstat(path.c_str(), &status) == 0 && !mayOverwrite) {
         throw Unwritable(path, EEXIST);
     }
+    if (Base::IsOtherThanFile(path)) {
+        throw Failure(ExitCode::Unusable, "bundle " + path + ": it is there, and no regular file");
+    }
     const std::string folder = fs::absolute(path).parent_path().string();
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0) {
         throw Unwritable(path, errno);

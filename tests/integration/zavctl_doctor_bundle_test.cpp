@@ -123,6 +123,18 @@ TEST_F(ZavctlDoctorBundleTest, IsItsOwnersAloneAndReplacesNothingUnasked)
     EXPECT_EQ(2, RunZavctl({"doctor", "--overwrite"}).status);
 }
 
+TEST_F(ZavctlDoctorBundleTest, ReplacesNothingButAFile)
+{
+    ASSERT_EQ(0, ::mkfifo(Bundle().c_str(), 0600));
+    const Base::ProgramResult refused = Pack({"--overwrite"});
+    EXPECT_EQ(7, refused.status);
+    EXPECT_EQ("zavctl: bundle " + Bundle() +
+                  ": it is there, and no regular file\n"
+                  "zavctl: remedy: name another file; what stands there is left alone\n",
+              refused.errors);
+    EXPECT_EQ(fs::fifo_file, fs::status(Bundle()).type());
+}
+
 TEST_F(ZavctlDoctorBundleTest, FindingsAreToldAlsoWhereThereCanBeNoBundle)
 {
     const Base::ProgramResult outcome =

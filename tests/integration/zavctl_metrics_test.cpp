@@ -156,6 +156,18 @@ TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
     EXPECT_EQ(0, zavctl->Wait());
 }
 
+TEST_F(ZavctlMetricsTest, NothingButAFileIsReplaced)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    ASSERT_EQ(0, ::mkfifo(Path().c_str(), 0600));
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array), "--metrics", Path()});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_THAT(outcome.errors, HasSubstr("zavctl: warning: " + Path() +
+                                          ": metrics cannot be written: it is there, and no regular file\n"));
+    EXPECT_EQ(boost::filesystem::fifo_file, boost::filesystem::status(Path()).type());
+}
+
 TEST_F(ZavctlMetricsTest, FileIsOnlyWrittenWhereItIsAskedFor)
 {
     const Array& array = StartArray();
