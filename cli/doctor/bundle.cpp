@@ -29,7 +29,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace fs = boost::filesystem;
 
@@ -41,6 +43,7 @@ constexpr unsigned int OWNER_ALONE = 0600;
 constexpr std::size_t MOST_OF_A_FILE = 1024UL * 1024; // its end: the log's matters most
 constexpr std::chrono::seconds LIMIT_OF_TAR{10};
 constexpr std::chrono::seconds LIMIT_OF_THE_ARRAY{5};
+constexpr std::chrono::seconds LIMIT_OF_THE_TOOLS{5};
 constexpr const char* FOLDER = "zavctl-doctor";
 
 /// A folder of our own, which nobody else can look into, for as long as it takes.
@@ -110,6 +113,10 @@ public:
     /// A file of the node, or its end where it is long, or why it cannot be read.
     void AddFile(const std::string& name, const std::string& path) const
     {
+        if (Base::IsOtherThanFile(path)) { // a device, or a FIFO, which might say nothing for ever
+            Add(name, path + " is no regular file\n");
+            return;
+        }
         try {
             const std::string text = Base::ReadFileIfThere(path).value_or("there is no " + path + "\n");
             Add(name, text.size() > MOST_OF_A_FILE ? text.substr(text.size() - MOST_OF_A_FILE) : text);
@@ -123,14 +130,34 @@ private:
     SecretMask m_mask;
 };
 
+std::string AnswerOf(const std::string& command)
+{
+    try {
+        const NodeShell::Answer answer = NodeShell::Ask(command);
+        return boost::join(answer.output, "\n") + "\n" +
+               (answer.errors.empty() ? "" : boost::join(answer.errors, "\n") + "\n");
+    } catch (const std::exception& error) {
+        return std::string(error.what()) + "\n";
+    }
+}
+
+// One that hangs keeps none of the others from being told.
 std::string Versions()
 {
+    const std::vector<std::string> commands = {"uname -srvm", "cat /etc/os-release", "iscsiadm --version",
+                                               "iscsid --version", "iscsiadm -m session"};
+    std::vector<std::shared_ptr<std::string>> answers;
+    std::vector<std::function<void()>> works;
+    for (const std::string& command : commands) {
+        const auto answer = std::make_shared<std::string>();
+        answers.push_back(answer);
+        works.emplace_back([command, answer] { *answer = AnswerOf(command); });
+    }
+    const std::vector<bool> haveEnded = WhichEndWithin(LIMIT_OF_THE_TOOLS, std::move(works));
     std::string text = std::string("zavctl ") + PRODUCT_STORAGE_VERSION + ", " + Report::Now() + "\n";
-    for (const char* const command :
-         {"uname -srvm", "cat /etc/os-release", "iscsiadm --version", "iscsid --version", "iscsiadm -m session"}) {
-        const NodeShell::Answer answer = NodeShell::Ask(command);
-        text += std::string("\n$ ") + command + "\n" + boost::join(answer.output, "\n") + "\n";
-        text += answer.errors.empty() ? "" : boost::join(answer.errors, "\n") + "\n";
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        text += "\n$ " + commands[i] + "\n" +
+                (haveEnded[i] ? *answers[i] : "no end within " + std::to_string(LIMIT_OF_THE_TOOLS.count()) + " s\n");
     }
     return text;
 }

@@ -135,6 +135,23 @@ TEST_F(ZavctlDoctorBundleTest, ReplacesNothingButAFile)
     EXPECT_EQ(fs::fifo_file, fs::status(Bundle()).type());
 }
 
+TEST_F(ZavctlDoctorBundleTest, LogThatIsADeviceIsNotRead)
+{
+    Configure({{"Log.File", "/dev/null"}});
+    EXPECT_EQ(0, Pack().status);
+    EXPECT_EQ("/dev/null is no regular file\n", Packed("log-tail.txt")) << "another might say nothing for ever";
+}
+
+TEST_F(ZavctlDoctorBundleTest, ToolThatHangsKeepsNoBundleFromBeingMade)
+{
+    WriteText(Directory() + "/node/bin/iscsiadm", "#!/bin/sh\nexec sleep 60\n");
+    ASSERT_EQ(0, ::chmod((Directory() + "/node/bin/iscsiadm").c_str(), 0700));
+    EXPECT_EQ(8, Pack().status);
+    EXPECT_THAT(Packed("versions.txt"),
+                AllOf(HasSubstr("\n$ uname -srvm\nLinux "), HasSubstr("\n$ iscsiadm --version\nno end within 5 s\n"),
+                      HasSubstr("\n$ iscsiadm -m session\nno end within 5 s\n")));
+}
+
 TEST_F(ZavctlDoctorBundleTest, FindingsAreToldAlsoWhereThereCanBeNoBundle)
 {
     const Base::ProgramResult outcome =
