@@ -36,7 +36,7 @@ std::size_t CharacterSize(std::string_view text, std::size_t start)
     return isTooLong || isNoCharacter ? 0 : size;
 }
 
-bool IsControl(std::string_view character)
+bool IsHarmful(std::string_view character)
 {
     const auto lead = static_cast<unsigned char>(character.front());
     const bool isC1 = lead == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
@@ -45,7 +45,8 @@ bool IsControl(std::string_view character)
     const auto last = static_cast<unsigned char>(character.back());
     const bool isTurn = character.size() == 3 && ((turning == "\xE2\x80" && last >= 0xAA && last <= 0xAE) ||
                                                   (turning == "\xE2\x81" && last >= 0xA6 && last <= 0xA9));
-    return lead < ' ' || lead == 0x7F || isC1 || isTurn;
+    const bool isNoXml = character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF"; // U+FFFE and U+FFFF
+    return lead < ' ' || lead == 0x7F || isC1 || isTurn || isNoXml;
 }
 
 void AppendEscaped(std::string& shown, std::string_view bytes)
@@ -68,7 +69,7 @@ std::string Printable(std::string_view text)
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t size = CharacterSize(text, start);
         const std::string_view character = text.substr(start, size == 0 ? 1 : size);
-        if (size == 0 || IsControl(character)) {
+        if (size == 0 || IsHarmful(character)) {
             AppendEscaped(shown, character);
         } else {
             shown += character;

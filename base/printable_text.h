@@ -7,9 +7,9 @@
 
 namespace Base {
 
-/// Text from outside as it may be shown: control characters, those that turn the direction of writing among them, and
-/// bytes that are no UTF-8, as \xHH. What else there is
-/// stays, so that a text without them comes back as it is.
+/// Text from outside as it may be shown, on a terminal or in a page: control characters, those that turn the direction
+/// of writing among them, the two that no XML may hold, U+FFFE and U+FFFF, and bytes that are no UTF-8, as \xHH. What
+/// else there is stays, so that a text without them comes back as it is.
 std::string Printable(std::string_view text);
 
 /// Lines that another program printed, as one piece of a line: printable, joined by "; ", and cut, with "..." behind,

@@ -88,6 +88,7 @@ const char* ColourOf(Standing standing)
 std::string DotText(const std::string& text)
 {
     std::string quoted = Base::Printable(text);
+    boost::replace_all(quoted, "&", "&amp;"); // Graphviz knows entities
     boost::replace_all(quoted, "\\", "\\\\");
     boost::replace_all(quoted, "\"", "\\\"");
     return quoted;

@@ -24,6 +24,12 @@ TEST(PrintableTextTest, TurnsOfTheDirectionAreEscaped)
     EXPECT_EQ("\xe2\x80\x9c", Base::Printable("\xe2\x80\x9c")) << "a quotation mark";
 }
 
+TEST(PrintableTextTest, WhatNoXmlMayHoldIsEscaped)
+{
+    EXPECT_EQ("a\\xef\\xbf\\xbe\\xef\\xbf\\xbf", Base::Printable("a\xef\xbf\xbe\xef\xbf\xbf"));
+    EXPECT_EQ("\xef\xbf\xbd", Base::Printable("\xef\xbf\xbd")) << "the character before them";
+}
+
 TEST(PrintableTextTest, ColumnsAreThoseOfATerminal)
 {
     EXPECT_EQ(0U, Base::Columns(""));

@@ -243,4 +243,14 @@ TEST_F(ZavctlStatusTest, PagesAndDrawingsHoldNoTextAsItCame)
     EXPECT_THAT(Status("svg").output, HasSubstr("&lt;script&gt;&quot;x"));
 }
 
+TEST_F(ZavctlStatusTest, NameThatHoldsAnEntityIsShownAsItIs)
+{
+    Prepare();
+    std::string record = ReadText(ZavctlRecordPath(m_array));
+    const std::string name = Named("host");
+    WriteText(ZavctlRecordPath(m_array), record.replace(record.find(name), name.size(), "R&D;&auml;&bogus;"));
+    EXPECT_THAT(Status("dot").output, HasSubstr(R"(\nR&amp;D;&amp;auml;&amp;bogus;\n)"));
+    EXPECT_THAT(Status("svg").output, HasSubstr(">R&amp;D;&amp;auml;&amp;bogus;</text>"));
+}
+
 } // namespace
