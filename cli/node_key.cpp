@@ -49,6 +49,11 @@ NodeKey::Finding NodeKey::LookAt()
     return {isMissing, isMissing ? NoKeyIn(found.path) : found.problem};
 }
 
+bool NodeKey::IsCipher(const std::string& text)
+{
+    return text.rfind("AES256GCM.", 0) == 0;
+}
+
 #else
 
 NodeKey::NodeKey(bool /*isNewWanted*/) {}
@@ -56,6 +61,11 @@ NodeKey::NodeKey(bool /*isNewWanted*/) {}
 NodeKey::Finding NodeKey::LookAt()
 {
     return {};
+}
+
+bool NodeKey::IsCipher(const std::string& /*text*/)
+{
+    return true;
 }
 
 #endif
@@ -81,5 +91,9 @@ std::string NodeKey::ProblemOfCipher(const std::string& cipher)
         return {};
     }
     const std::string problem = LookAt().problem;
-    return problem.empty() ? "it was made with another key than this node's, or changed since" : problem;
+    if (!problem.empty()) {
+        return problem;
+    }
+    return IsCipher(cipher) ? "it was made with another key than this node's, or changed since"
+                            : "it is no credential that this product stored";
 }

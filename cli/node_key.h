@@ -22,6 +22,9 @@ public:
     };
     static Finding LookAt();
 
+    /// Whether `text` has the form of what Encrypt gives, or there is no saying.
+    static bool IsCipher(const std::string& text);
+
     /// Why an encrypted password cannot be decrypted with it; empty when it can.
     static std::string ProblemOfCipher(const std::string& cipher);
 

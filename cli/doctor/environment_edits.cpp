@@ -1,32 +1,69 @@
 #include "cli/doctor/environment_edits.h"
 
 #include "base/files.h"
+#include "cli/environment_check.h"
 #include "cli/environment_file.h"
+#include "cli/node_key.h"
 #include "cli/node_shell.h"
 #include "common/framework/config_reader.h"
 
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/split.hpp>
+
 #include <algorithm>
 #include <regex>
-#include <string_view>
+#include <vector>
 
 namespace Doctor::Edit {
 
 namespace {
 
-// As sed's basic regular expressions want it.
-std::string Literal(const std::string& text)
+/// What sed's s replaces first in each line; a basic regular expression, and in place of it text with \1 for its group.
+struct Substitution {
+    std::string pattern;
+    std::string replacement;
+};
+
+using Substitutions = std::vector<Substitution>;
+
+// What sed makes of the environment's text.
+std::string Changed(const Patient& patient, const Substitutions& substitutions)
 {
-    constexpr std::string_view SPECIAL = R"(\.[]*^$/)";
-    std::string literal;
-    for (const char each : text) {
-        literal += (SPECIAL.find(each) == std::string_view::npos ? "" : "\\") + std::string(1, each);
+    std::vector<std::string> lines;
+    boost::split(lines, patient.environmentText, boost::is_any_of("\n"));
+    for (const Substitution& each : substitutions) {
+        const std::regex pattern(each.pattern, std::regex::basic);
+        for (std::string& line : lines) {
+            line = std::regex_replace(line, pattern, each.replacement,
+                                      std::regex_constants::format_sed | std::regex_constants::format_first_only);
+        }
     }
-    return literal;
+    return boost::join(lines, "\n");
 }
 
 std::string Sed(const std::string& script, const std::string& file)
 {
     return "sed -i --follow-symlinks '" + script + "' " + file; // an installed node's configuration is a link
+}
+
+std::string Sed(const Patient& patient, const Substitutions& substitutions)
+{
+    std::string script;
+    for (const Substitution& each : substitutions) {
+        script += (script.empty() ? "s/" : "; s/") + each.pattern + "/" + each.replacement + "/";
+    }
+    return Sed(script, FileOf(patient));
+}
+
+// Of names and IP addresses none but these have a meaning of their own in sed's expressions.
+std::string Literal(const std::string& address)
+{
+    std::string literal;
+    for (const char each : address) {
+        literal += (each == '.' || each == '[' ? "\\" : "") + std::string(1, each);
+    }
+    return literal;
 }
 
 } // namespace
@@ -40,19 +77,30 @@ std::string WithoutAddress(const Patient& patient, const std::string& address)
 {
     std::vector<std::string> addresses = ManagementAddresses(patient.env);
     addresses.erase(std::remove(addresses.begin(), addresses.end(), address), addresses.end());
-    if (addresses.empty() || address.find('\'') != std::string::npos) {
+    if (addresses.empty() || !ProblemOfAddress(address).empty() || !ProblemOfAddress(addresses.front()).empty()) {
         return {};
     }
     const std::string entry = "\"" + Literal(address) + "\"";
-    const bool isFirst = patient.env.management_ips(0) == address;
-    const std::string list = R"re(s/\("management[_Ii]*ps": *\[\))re";
-    return Sed((isFirst ? list + entry + "/\\1\"" + Literal(addresses.front()) + "\"/; " : "") + "s/, *" + entry +
-                   "//; s/" + entry + ", *//",
-               FileOf(patient));
+    Substitutions substitutions;
+    if (patient.env.management_ips(0) == address) {
+        substitutions.push_back(
+            {R"re(\("management[_Ii]*ps": *\[\))re" + entry, R"(\1")" + Literal(addresses.front()) + "\""});
+    }
+    substitutions.push_back({", *" + entry, ""});
+    substitutions.push_back({entry + ", *", ""});
+    EnvironmentPath changed;
+    const bool isRight =
+        ParseEnvironment(Changed(patient, substitutions), changed).empty() && ManagementAddresses(changed) == addresses;
+    return isRight ? Sed(patient, substitutions) : "";
 }
 
 std::string WithNewPassword(const Patient& patient, bool isNewKeyWanted)
 {
+    const auto& ciphers = patient.env.encrypted_passwords();
+    const bool isThere = patient.environmentText.find("AES256GCM") != std::string::npos;
+    if (!isThere || (!ciphers.empty() && !NodeKey::IsCipher(ciphers[0]))) {
+        return {}; // what stands in its place is not told from other text
+    }
     // The old password stays where no new one comes about.
     return std::string("cipher=$(zavctl password encrypt") + (isNewKeyWanted ? " --new-key" : "") +
            " <PASSWORD_FILE) && sed -i --follow-symlinks \"s|AES256GCM[^\\\"]*|$cipher|\" " + FileOf(patient);
@@ -60,7 +108,9 @@ std::string WithNewPassword(const Patient& patient, bool isNewKeyWanted)
 
 std::string WithNumber(const Patient& patient, const std::string& member, int number)
 {
-    return Sed("s/\\(\"" + member + R"(": *\)\[[0-9]*\]/\1[)" + std::to_string(number) + "]/", FileOf(patient));
+    const Substitutions substitutions = {
+        {"\\(\"" + member + R"(": *\)\[[0-9]*])", R"(\1[)" + std::to_string(number) + "]"}};
+    return Changed(patient, substitutions) == patient.environmentText ? "" : Sed(patient, substitutions);
 }
 
 std::string WithSetting(const std::string& section, const std::string& key, const std::string& value)

@@ -6,12 +6,13 @@
 #include <string>
 
 /// Command lines that change the environment's file or the configuration. None of them changes what else stands there.
+/// Those of the environment are empty where its text is not written so that they would change it.
 namespace Doctor::Edit {
 
 /// The environment's file as a word of a command line; "FILE" where it came on standard input.
 std::string FileOf(const Patient& patient);
 
-/// Takes a management address out; that to log in at becomes `instead`. Empty where there is no other.
+/// Takes a management address out; where it is that to log in at, the next becomes so. Empty where there is no other.
 std::string WithoutAddress(const Patient& patient, const std::string& address);
 
 /// Replaces the encrypted password by the one in the file PASSWORD_FILE, encrypted with this node's key.

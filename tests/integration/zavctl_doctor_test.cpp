@@ -586,6 +586,33 @@ TEST_F(ZavctlDoctorTest, WhatIsNeitherFileNorFolderIsNotToBeMoved)
     EXPECT_EQ(7, sick.status);
 }
 
+TEST_F(ZavctlDoctorTest, CommandThatWouldChangeNothingIsNotPrinted)
+{
+    Prepare();
+    const std::string env = ReadText(Env());
+    const std::string noCommand = "\n  $ ";
+
+    // an entry to a line, as jq writes it
+    WriteText(Env(), boost::replace_all_copy(boost::replace_all_copy(env, "[", "[\n    "), "\", ", "\",\n    "));
+    TheArray().SetListening(0, false);
+    const Base::ProgramResult dead = Doctor();
+    EXPECT_THAT(dead.output, AllOf(HasSubstr(Address(0) + ":8088: it takes no connection"), Not(HasSubstr(noCommand))));
+    TheArray().SetListening(0, true);
+    ChangeEnv("\"protocols\": [\n    0]", "\"protocols\": [\n    1]");
+    const Base::ProgramResult plain = Doctor();
+    EXPECT_THAT(plain.output, AllOf(HasSubstr("the environment says http, and the port speaks https\n"
+                                              "  have https in the environment"),
+                                    Not(HasSubstr(noCommand))));
+
+    WriteText(Env(), env);
+    ChangeEnv(CipherInEnv(), PASSWORD);
+    const Base::ProgramResult unsealed = Doctor();
+    EXPECT_EQ("error: environment " + Env() +
+                  ": encryptedPasswords[0] cannot be decrypted: it is no credential that this product stored\n"
+                  "  encryptedPasswords takes what zavctl password encrypt prints, whole and unchanged\n",
+              unsealed.output);
+}
+
 TEST_F(ZavctlDoctorTest, ArrayThatFallsSilentIsAFindingAndLeavesNothingBehind)
 {
     Prepare();
