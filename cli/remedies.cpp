@@ -162,7 +162,9 @@ constexpr std::array<TextRow, 74> BY_TEXT = {{
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
+    {"No space left on device", "make room on that file system, then run the command again"},
     {"it is there, and no regular file", "name another file; what stands there is left alone"},
+    {"bundle ", "name a file that is not there yet, in a folder that you may write, or add --overwrite"},
     {"No such file or directory", "name a file that is there; zavctl env new makes an environment"},
     {"environment ",
      "correct the file (zavctl env check names each fault), make it with zavctl env new, or name another with --env"},
@@ -192,8 +194,6 @@ constexpr std::array<TextRow, 74> BY_TEXT = {{
      "of its own in /etc/iscsi/initiatorname.iscsi and leave that host alone; if none does, have the array's "
      "administrator take the name off it; then run zavctl init again"},
     {"which is not in host group", "take this node's initiator off that host on the array; then run zavctl init again"},
-    {"bundle ", "name a file that is not there yet, in a folder that you may write, or add --overwrite"},
-    {"No space left on device", "make room on that file system, then run the command again"},
     {"File too large", "give this user and that file system a higher limit of file sizes (ulimit -f)"},
     {"which the record lies in", "make the folder, owned by the user who runs zavctl; then run the command again"},
     {"not a device record in JSON",

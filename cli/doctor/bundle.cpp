@@ -25,6 +25,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -224,7 +225,7 @@ std::string Packed(const fs::path& folder)
     return tar.output;
 }
 
-// A file that came meanwhile is not overwritten either.
+// A file that came meanwhile is not overwritten either. No part is left.
 int WriteNew(const std::string& path, const std::string& bytes)
 {
     const Base::Descriptor file(
@@ -232,8 +233,14 @@ int WriteNew(const std::string& path, const std::string& bytes)
     if (!file.IsOpen()) {
         return errno;
     }
-    const int error = Base::WriteWhole(file.Get(), bytes);
-    return error != 0 || ::fsync(file.Get()) == 0 ? error : errno;
+    int error = Base::WriteWhole(file.Get(), bytes);
+    if (error == 0 && ::fsync(file.Get()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        ::unlink(path.c_str());
+    }
+    return error;
 }
 
 Failure Unwritable(const std::string& path, int error)

@@ -87,4 +87,16 @@ TEST(RemediesTest, UserWhoMayNotIsToldSoWhateverWasToBeDone)
     EXPECT_EQ(RemedyFor("", ExitCode::NoPermission), RemedyFor("environment x (-401)", ExitCode::NoPermission));
 }
 
+TEST(RemediesTest, BundleThatCannotBeWrittenHasTheOneOfItsReason)
+{
+    const auto remedyFor = [](const std::string& why) {
+        return RemedyFor("bundle /tmp/case.tar.gz: " + why, ExitCode::Unusable);
+    };
+    EXPECT_EQ("make room on that file system, then run the command again", remedyFor("No space left on device"));
+    const std::string elsewhere =
+        "name a file that is not there yet, in a folder that you may write, or add --overwrite";
+    EXPECT_EQ(elsewhere, remedyFor("File exists"));
+    EXPECT_EQ(elsewhere, remedyFor("No such file or directory"));
+}
+
 } // namespace

@@ -135,6 +135,27 @@ TEST_F(ZavctlDoctorBundleTest, ReplacesNothingButAFile)
     EXPECT_EQ(fs::fifo_file, fs::status(Bundle()).type());
 }
 
+TEST_F(ZavctlDoctorBundleTest, FileSystemThatIsFullIsToldAndNoPartIsLeft)
+{
+    const Process::Arguments apart = {"unshare", "--mount", "--map-root-user"};
+    const std::string folder = Directory() + "/small";
+    fs::create_directory(folder);
+    Process::Arguments attempt = apart;
+    attempt.insert(attempt.end(), {"mount", "-t", "tmpfs", "none", folder});
+    if (RunToEnd(attempt).status != 0) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    Process::Arguments words = apart;
+    words.insert(words.end(), {"sh", "-c", "mount -t tmpfs -o size=4k none \"$0\" && \"$@\"; ls \"$0\"", folder,
+                               ProductPath("bin/zavctl"), "doctor", "--bundle", folder + "/case.tar.gz"});
+    const Base::ProgramResult full = RunToEnd(words);
+    EXPECT_EQ("zavctl: bundle " + folder +
+                  "/case.tar.gz: No space left on device\n"
+                  "zavctl: remedy: make room on that file system, then run the command again\n",
+              full.errors);
+    EXPECT_EQ("all well on this node; --env names an array to look at\n", full.output) << "and no file";
+}
+
 TEST_F(ZavctlDoctorBundleTest, LogThatIsADeviceIsNotRead)
 {
     Configure({{"Log.File", "/dev/null"}});
