@@ -12,7 +12,9 @@ namespace Doctor {
 
 namespace {
 
-constexpr std::chrono::milliseconds LIMIT_OF_A_STEP{4000};
+// Both together leave time to tell of it.
+constexpr std::chrono::milliseconds LIMIT_OF_THE_LOOK{3000};
+constexpr std::chrono::milliseconds LIMIT_OF_THE_LOOK_OTHERWISE{1000};
 constexpr std::int64_t SECONDS_A_DAY = 86400;
 constexpr std::int64_t DAYS_TO_RENEW = 30;
 constexpr std::int64_t MOST_SECONDS_OFF = 60; // of the clocks: records and logs of both are compared by minutes
@@ -40,7 +42,7 @@ public:
 
     Findings Take()
     {
-        const ServerLook look = Look(m_isTls);
+        const ServerLook look = Look(m_isTls, LIMIT_OF_THE_LOOK);
         if (look.stage != ServerLook::Stage::Answered) {
             m_patient.logins.GiveUp(m_address);
             AddProblem(look);
@@ -53,9 +55,9 @@ public:
     }
 
 private:
-    ServerLook Look(bool isTls) const
+    ServerLook Look(bool isTls, std::chrono::milliseconds limit) const
     {
-        return LookAtServer(Base::BareHost(m_address), m_port, isTls, LIMIT_OF_A_STEP);
+        return LookAtServer(Base::BareHost(m_address), m_port, isTls, limit);
     }
 
     void Add(Severity severity, const std::string& seen, const std::string& remedy, const std::string& command,
@@ -74,7 +76,8 @@ private:
     {
         constexpr int HTTP = 1;
         constexpr int HTTPS = 0;
-        if (look.stage == ServerLook::Stage::Connected && Look(!m_isTls).stage == ServerLook::Stage::Answered) {
+        if (look.stage == ServerLook::Stage::Connected &&
+            Look(!m_isTls, LIMIT_OF_THE_LOOK_OTHERWISE).stage == ServerLook::Stage::Answered) {
             Add(Severity::Error,
                 m_isTls ? "the environment says https, and the port speaks http"
                         : "the environment says http, and the port speaks https",

@@ -13,6 +13,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <memory>
@@ -61,8 +62,7 @@ Base::Descriptor ConnectTo(const addrinfo& address, std::chrono::milliseconds li
     return error == 0 ? std::move(connection) : Base::Descriptor();
 }
 
-// To the first of the name's addresses that takes one, as the array's clients do; they share the limit. Its reads and
-// writes wait for `limit` each.
+// To the first of the name's addresses that takes one, as the array's clients do; they share the limit.
 Base::Descriptor Connect(const std::string& host, const std::string& port, std::chrono::milliseconds limit)
 {
     const Addresses addresses = Resolve(host, port);
@@ -79,11 +79,17 @@ Base::Descriptor Connect(const std::string& host, const std::string& port, std::
     if (!connection.IsOpen()) {
         throw std::runtime_error("it takes no connection: " + Base::ErrorText(error));
     }
-    const timeval patience = {limit.count() / 1000, limit.count() % 1000 * 1000};
     ::fcntl(connection.Get(), F_SETFL, 0); // it waits from now on
+    return connection;
+}
+
+// How long its reads and writes wait, each.
+void SetPatience(const Base::Descriptor& connection, std::chrono::milliseconds limit)
+{
+    const auto most = std::max(limit, std::chrono::milliseconds(1)); // none at all would be for ever
+    const timeval patience = {most.count() / 1000, most.count() % 1000 * 1000};
     ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     ::setsockopt(connection.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    return connection;
 }
 
 /// TLS over a connection that is there.
@@ -173,13 +179,18 @@ void BlockBrokenPipes()
 void LookFurther(const std::string& host, const std::string& port, bool isTls, std::chrono::milliseconds limit,
                  ServerLook& look)
 {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + limit;
+    const auto left = [end] { return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()); };
     const Base::Descriptor connection = Connect(host, port, limit);
     look.stage = ServerLook::Stage::Connected;
+    SetPatience(connection, left());
     std::optional<Tls> tls;
     if (isTls) {
         tls.emplace(connection, host);
         tls->TakeDates(look);
         look.stage = ServerLook::Stage::Secured;
+        SetPatience(connection, left());
     }
     const std::string head = AskForHead(connection, tls ? &*tls : nullptr,
                                         "HEAD / HTTP/1.1\r\nHost: " + Base::BracketedHost(host) + ":" + port +

@@ -22,7 +22,7 @@ struct ServerLook {
 };
 
 /// Connects, secures the connection where `isTls`, and asks for the head of "/", which concerns nobody. `host` is bare.
-/// Each step may take `limit`.
+/// It may take `limit`; how long the name takes to be found is the resolver's business.
 ServerLook LookAtServer(const std::string& host, const std::string& port, bool isTls, std::chrono::milliseconds limit);
 
 } // namespace Doctor

@@ -2,6 +2,7 @@
 #include "base/openssl_handles.h"
 #include "common/framework/security.h"
 #include "tests/integration/stage.h"
+#include "tests/support/full_listener.h"
 #include "tests/support/named_row.h"
 #include "tests/support/slowness.h"
 
@@ -584,6 +585,17 @@ TEST_F(ZavctlDoctorTest, WhatIsNeitherFileNorFolderIsNotToBeMoved)
     EXPECT_EQ("error: the log " + path + " is no regular file\n  name another file in [Log] File of backupnode.ini\n",
               sick.output);
     EXPECT_EQ(7, sick.status);
+}
+
+TEST_F(ZavctlDoctorTest, AddressThatTakesConnectionsAndSaysNothingIsToldAsThat)
+{
+    Prepare();
+    const FullListener mute(Address(3), Array::PORT, FullListener::Queue::Long);
+    AddEnvAddress(Address(3));
+    const Base::ProgramResult sick = Doctor();
+    EXPECT_THAT(sick.output, StartsWith("warning: management address " + Address(3) +
+                                        ":8088: it takes connections, and no TLS is agreed on\n"));
+    EXPECT_EQ(3, sick.status);
 }
 
 TEST_F(ZavctlDoctorTest, CommandThatWouldChangeNothingIsNotPrinted)
