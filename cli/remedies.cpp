@@ -161,7 +161,7 @@ constexpr std::array<TextRow, 74> BY_TEXT = {{
                            "encrypted with it to be encrypted anew"},
     {"password: none", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
     {"password: longer", "type a password of 1 to 4096 bytes, or have it in the first line of standard input"},
-    {"fault(s), see above", "correct what was named above; docs/zavctl.md tells what an environment holds"},
+    {"fault(s), see above", "correct what was named above; zavctl-environment(5) tells what an environment holds"},
     {"No space left on device", "make room on that file system, then run the command again"},
     {"it is there, and no regular file", "name another file; what stands there is left alone"},
     {"bundle ", "name a file that is not there yet, in a folder that you may write, or add --overwrite"},

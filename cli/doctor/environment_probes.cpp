@@ -24,8 +24,8 @@ Findings LookAtEnvironment(const Patient& patient, const std::string& /*part*/)
                             isPassword ? Edit::WithNewPassword(patient, false) : "", ExitCode::Unusable});
     }
     for (const std::string& warning : found.warnings) {
-        findings.push_back({Severity::Warning, name + warning, "see docs/zavctl.md for what an environment holds", "",
-                            ExitCode::Unusable});
+        findings.push_back({Severity::Warning, name + warning,
+                            "see zavctl-environment(5) for what an environment holds", "", ExitCode::Unusable});
     }
     return findings;
 }
