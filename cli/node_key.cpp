@@ -90,7 +90,7 @@ std::string NodeKey::ProblemOfCipher(const std::string& cipher)
     if (SecuritySS::ZelkDecryptInfo(cipher, password)) {
         return {};
     }
-    const std::string problem = LookAt().problem;
+    std::string problem = LookAt().problem;
     if (!problem.empty()) {
         return problem;
     }
