@@ -35,7 +35,8 @@ protected:
     static ExpositionReader Written()
     {
         RoundMetrics metrics(60);
-        metrics.Add({1000, 1, {{"env.json", {}, "view 1", RoundMetrics::ArrayResult::Array{"url", "key", 1, {{1, 0}}}}}});
+        metrics.Add(
+            {1000, 1, {{"env.json", {}, "view 1", RoundMetrics::ArrayResult::Array{"url", "key", 1, {{1, 0}}}}}});
         return ExpositionReader(metrics.Text());
     }
 
