@@ -124,7 +124,7 @@ TEST_F(FaultsOverHttpTest, ResetBehindTheAnswerLeavesTheAnswerWhole)
     Inject(R"({"kind":"reset-after-answer"})");
     EXPECT_CODE(Code::Success, client->Post("host", host));
     EXPECT_TRUE(HasHost());
-    EXPECT_CODE(Code::Success, client->Get("lun/count")) << "a new connection works";
+    EXPECT_CODE(Code::Success, Client()->Get("lun/count")) << "a new connection works";
 }
 
 TEST_F(FaultsOverHttpTest, WrongLengthHasTheClientWaitForMoreThanComes)
