@@ -20,6 +20,7 @@ TcpConnection::TcpConnection(const UrlParts& server, long timeoutSeconds)
     curl_easy_setopt(curl, CURLOPT_CONNECT_ONLY, 1L);
     curl_easy_setopt(curl, CURLOPT_PROXY, "");
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L); // else a dead name server is waited for, whatever the time limit
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, std::max(timeoutSeconds, 1L));
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error.data());
     const CURLcode code = curl_easy_perform(curl);

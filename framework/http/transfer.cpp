@@ -100,6 +100,7 @@ CurlHandle Transfer::MakeHandle(const TlsTrust& trust)
     curl_easy_setopt(curl, CURLOPT_PROXY, ""); // nor one that the environment names
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_QUICK_EXIT, 1L); // else a dead name server is waited for, whatever the time limit
     curl_easy_setopt(curl, CURLOPT_TCP_KEEPALIVE, 1L);
     curl_easy_setopt(curl, CURLOPT_UPLOAD_BUFFERSIZE, SEND_BUFFER_BYTES);
     curl_easy_setopt(curl, CURLOPT_BUFFERSIZE, RECEIVE_BUFFER_BYTES);

@@ -1,5 +1,6 @@
 #include "tests/framework/support/framework_test.h"
 #include "tests/framework/support/http_exchange.h"
+#include "tests/framework/support/probe.h"
 #include "tests/framework/support/raw_server.h"
 #include "tests/support/full_listener.h"
 
@@ -193,6 +194,14 @@ TEST_F(HttpAnswerTest, ConnectionThatDoesNotComeAboutEndsAtItsOwnLimit)
         EXPECT_THAT(Get(url, 60)->GetErrorText(), HasSubstr("(libcurl 28)")) << url;
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     }
+}
+
+TEST_F(HttpAnswerTest, NameThatIsNeverResolvedIsGivenUpInTime)
+{
+    const Base::ProgramResult result = RunToEnd({ProbePath(), "dead-name-server"});
+    EXPECT_THAT(result.output, StartsWith("GET http://unanswered.test/a failed: Resolving timed out after 1"));
+    EXPECT_THAT(result.output, testing::EndsWith(" (libcurl 28)\nnot reached\n"));
+    EXPECT_EQ(0, result.status) << result.errors;
 }
 
 TEST_F(HttpAnswerTest, TimeLimitOfZeroCountsAsOneSecond)

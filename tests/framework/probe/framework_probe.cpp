@@ -39,6 +39,7 @@ ClientOwner clientOwner;
 const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
     {"client-at-exit", Probe::ClientAtExit},
     {"config-file", ConfigFile},
+    {"dead-name-server", Probe::DeadNameServer},
     {"int", Int},
     {"log", Probe::Log},
     {"log-at-exit", Probe::LogAtExit},

@@ -17,6 +17,7 @@ int SecretsWithoutCookie(const Words& words); ///< the same of an answer that se
 int SanSecrets(const Words& words);           ///< ADDRESS PORT TOKEN COOKIE: whether a released manager leaves secrets
 int ClientAtExit(const Words& words);         ///< URL: a request with a client that a static object owns
 int SealedSecrets(const Words& words);        ///< the same of encrypting and decrypting
+int DeadNameServer(const Words& words);       ///< the client's calls for a name that is never resolved
 int ShellIgnoredChildren(const Words& words);
 int ShellReapedChildren(const Words& words);
 int ShellSignals(const Words& words);
