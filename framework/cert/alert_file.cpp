@@ -4,6 +4,7 @@
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
+#include "framework/support/change_lock.h"
 #include "framework/support/log_line.h"
 
 #include <json/value.h>
@@ -12,7 +13,6 @@
 #include <openssl/evp.h>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <boost/algorithm/hex.hpp>
@@ -21,8 +21,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <exception>
 #include <iterator>
+#include <stdexcept>
 
 namespace Framework {
 
@@ -75,26 +75,6 @@ std::string Now()
     std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
     return text.data();
 }
-
-/// Keeps all others, threads and processes, from changing the file until it is released. The lock lies on a file of its
-/// own, because the file itself is replaced by each change.
-class AlertLock {
-public:
-    explicit AlertLock(const std::string& path)
-        : m_file(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, FILE_MODE))
-        , m_error(m_file.IsOpen() ? 0 : errno)
-    {
-        while (m_error == 0 && ::flock(m_file.Get(), LOCK_EX) != 0) {
-            m_error = errno == EINTR ? 0 : errno;
-        }
-    }
-
-    int Error() const { return m_error; }
-
-private:
-    Base::Descriptor m_file;
-    int m_error;
-};
 
 bool IsAlert(const Json::Value& alert)
 {
@@ -159,18 +139,23 @@ template <typename Change>
 bool Update(const std::string& path, std::string& problem, const Change& change)
 {
     Base::MakeParentDirectory(path);
-    const AlertLock lock(path);
-    Json::Value alerts;
-    int error = lock.Error();
-    error = error == 0 ? Read(path, alerts) : error;
-    if (error == 0) {
-        const Json::Value changed = change(alerts);
-        error = changed == alerts ? 0 : Write(path, changed);
+    try {
+        const ChangeLock lock(path);
+        Json::Value alerts;
+        int error = Read(path, alerts);
+        if (error == 0) {
+            const Json::Value changed = change(alerts);
+            error = changed == alerts ? 0 : Write(path, changed);
+        }
+        if (error == 0) {
+            return true;
+        }
+        problem = Base::ErrorText(error);
+    } catch (const std::runtime_error& failure) {
+        problem = failure.what();
     }
-    if (error != 0) {
-        problem = "The certificate alerts " + path + " cannot be changed: " + Base::ErrorText(error);
-    }
-    return error == 0;
+    problem = "The certificate alerts " + path + " cannot be changed: " + problem;
+    return false;
 }
 
 } // namespace

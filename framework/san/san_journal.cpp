@@ -1,10 +1,10 @@
 #include "framework/public/san_journal.h"
 
-#include "base/file_lock.h"
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
 #include "base/kept_by_thread.h"
+#include "framework/support/change_lock.h"
 #include "framework/support/executable_root.h"
 
 #include <json/writer.h>
@@ -25,7 +25,6 @@ namespace OpenFramework {
 namespace {
 
 constexpr unsigned int FILE_MODE = 0600;
-constexpr std::chrono::seconds LONGEST_WAIT{10};   // others hold the lock for one line
 constexpr std::size_t BYTES_WORTH_TIDYING = 65536; // from this size on, lines of what is gone are taken out
 constexpr std::size_t MAX_FILE_BYTES = 64ULL * 1024 * 1024;
 
@@ -114,20 +113,6 @@ void Apply(const std::string& state, const JournalEntry& entry, std::vector<Jour
     }
 }
 
-class Lock {
-public:
-    explicit Lock(const std::string& path)
-        : m_lock(path + ".lock")
-    {
-        if (!m_lock.LockWithin(LONGEST_WAIT)) {
-            throw std::runtime_error("cannot lock " + path + ".lock: another process holds it");
-        }
-    }
-
-private:
-    Base::FileLock m_lock;
-};
-
 // Requires the lock.
 std::vector<JournalEntry> Read(const std::string& path)
 {
@@ -157,7 +142,7 @@ std::vector<JournalEntry> Read(const std::string& path)
 
 void Append(const std::string& path, std::string_view state, const JournalEntry& entry)
 {
-    const Lock lock(path);
+    const Framework::ChangeLock lock(path);
     struct stat before = {};
     const bool isNew = ::stat(path.c_str(), &before) != 0;
     Base::Descriptor file(
@@ -236,7 +221,7 @@ std::vector<JournalEntry> SanJournal::Standing(const std::string& device) const
     if (::stat(m_path.c_str(), &status) != 0 && errno == ENOENT) {
         return {}; // nothing was ever made; and no lock file is
     }
-    const Lock lock(m_path);
+    const Framework::ChangeLock lock(m_path);
     std::vector<JournalEntry> entries = Read(m_path);
     entries.erase(std::remove_if(entries.begin(), entries.end(),
                                  [&device](const JournalEntry& each) { return each.device != device; }),

@@ -1,4 +1,9 @@
+#include "base/descriptor.h"
 #include "tests/framework/support/cert_test.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -96,6 +101,30 @@ TEST_F(CertAlertTest, AlertThatCannotBeKeptIsLogged)
     EXPECT_THAT(LogTexts("4"),
                 ElementsAre(HasSubstr("The certificate alerts " + AlertPath() + " cannot be changed: ")));
     Cert::ResumeAlertForEnv("127.0.0.1", "BackupNode", 0);
+}
+
+TEST_F(CertAlertTest, LockThatSomebodyKeepsDelaysALoginAndDoesNotStopIt)
+{
+    WriteText(AlertPath("BackupNode.json.lock"), "");
+    std::filesystem::permissions(AlertPath("BackupNode.json.lock"), std::filesystem::perms(0644)); // as it once was
+    {
+        const Base::Descriptor reader(::open(AlertPath("BackupNode.json.lock").c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(0, ::flock(reader.Get(), LOCK_EX));
+        Refuse("127.0.0.1");
+        EXPECT_THAT(LogTexts("4"),
+                    ElementsAre("The certificate alerts " + AlertPath() + " cannot be changed: cannot lock " +
+                                AlertPath() + ".lock: another process holds it"));
+    }
+    Refuse("127.0.0.1");
+    EXPECT_THAT(Addresses(), ElementsAre("127.0.0.1"));
+}
+
+TEST_F(CertAlertTest, LockIsForTheProductsUserAlone)
+{
+    Refuse("127.0.0.1");
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(AlertPath("BackupNode.json.lock").c_str(), &status));
+    EXPECT_EQ(0100600U, status.st_mode);
 }
 
 TEST_F(CertAlertTest, ThreadsThatRaiseAndClearLoseNothing)
