@@ -24,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 // Empty when `context` trusts what `trust` holds, and nothing else.
 std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
 {
+    // Also what is not at the root: the HTTP client, whose libcurl sets this by itself, must not think otherwise.
+    X509_VERIFY_PARAM_set_flags(SSL_CTX_get0_param(context), X509_V_FLAG_PARTIAL_CHAIN);
     if (trust.path.empty()) {
         return SSL_CTX_set_default_verify_paths(context) == 1 ? std::string()
                                                               : "the system's trust store cannot be read";

@@ -1,4 +1,5 @@
 #include "tests/framework/support/cert_test.h"
+#include "tests/framework/support/http_exchange.h"
 #include "tests/framework/support/raw_server.h"
 
 #include <openssl/x509.h>
@@ -131,6 +132,24 @@ TEST_F(CertTest, HttpAuthoritiesAreTrustedWhereThereIsNoTrustStore)
     EXPECT_TRUE(Verify(Environment(server)));
     Configure({});
     EXPECT_FALSE(Verify(Environment(server))); // the system's
+}
+
+TEST_F(CertTest, CertificatesBelowTheRootAreTrustedAsByTheHttpClient)
+{
+    const TestCa intermediate("Intermediate CA", m_ca);
+    const Identity identity = intermediate.Issue();
+    WebServer server(identity);
+    server.Answer("GET", "/a", "body");
+    Configure({{"Http", {{"CaFile", "part.pem"}}}});
+    for (const Identity& trusted : {identity, intermediate.Own()}) {
+        WriteText(InRoot("part.pem"), trusted.Pem());
+        EXPECT_EQ("body", Get(server.Url("/a"))->GetBody());
+        EXPECT_TRUE(Verify(Environment(server))) << LogTexts("3").back();
+    }
+
+    WriteText(InRoot("part.pem"), identity.Pem());
+    const WebServer sibling(intermediate.Issue());
+    EXPECT_THAT(Refusal(Environment(sibling)), HasSubstr("unable to get local issuer certificate"));
 }
 
 TEST_F(CertTest, TrustStoreThatCannotBeReadIsARefusal)

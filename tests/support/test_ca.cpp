@@ -41,6 +41,24 @@ std::shared_ptr<X509> MakeCertificate(const CertificateWish& wish, EVP_PKEY* key
     return certificate;
 }
 
+// One that signs itself where nobody is above it.
+Identity MakeAuthority(const std::string& name, const Identity* above)
+{
+    CertificateWish wish;
+    wish.subject = name;
+    Identity identity;
+    identity.key = MakeKey(false);
+    identity.certificate = MakeCertificate(wish, identity.key.get());
+    X509* const own = identity.certificate.get();
+    const Identity& issuer = above == nullptr ? identity : *above;
+    X509_set_issuer_name(own, X509_get_subject_name(issuer.certificate.get()));
+    AddExtension(own, issuer.certificate.get(), NID_basic_constraints, "critical,CA:TRUE");
+    AddExtension(own, issuer.certificate.get(), NID_key_usage, "critical,keyCertSign");
+    AddExtension(own, issuer.certificate.get(), NID_subject_key_identifier, "hash");
+    X509_sign(own, issuer.key.get(), EVP_sha256());
+    return identity;
+}
+
 } // namespace
 
 std::string Identity::Pem() const
@@ -53,17 +71,13 @@ std::string Identity::Pem() const
 }
 
 TestCa::TestCa(const std::string& name)
+    : m_identity(MakeAuthority(name, nullptr))
 {
-    CertificateWish wish;
-    wish.subject = name;
-    m_identity.key = MakeKey(false);
-    m_identity.certificate = MakeCertificate(wish, m_identity.key.get());
-    X509* const own = m_identity.certificate.get();
-    X509_set_issuer_name(own, X509_get_subject_name(own));
-    AddExtension(own, own, NID_basic_constraints, "critical,CA:TRUE");
-    AddExtension(own, own, NID_key_usage, "critical,keyCertSign");
-    AddExtension(own, own, NID_subject_key_identifier, "hash");
-    X509_sign(own, m_identity.key.get(), EVP_sha256());
+}
+
+TestCa::TestCa(const std::string& name, const TestCa& above)
+    : m_identity(MakeAuthority(name, &above.m_identity))
+{
 }
 
 Identity TestCa::Issue(const CertificateWish& wish) const

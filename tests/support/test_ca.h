@@ -29,6 +29,9 @@ class TestCa {
 public:
     explicit TestCa(const std::string& name = "Test CA");
 
+    /// One below another, which signs its certificate.
+    TestCa(const std::string& name, const TestCa& above);
+
     Identity Issue(const CertificateWish& wish) const;
     Identity Issue() const { return Issue(CertificateWish()); }
 
