@@ -46,22 +46,29 @@ int WriteNewFile(const std::string& path, std::string_view text, const Look& loo
     return error;
 }
 
-int Replace(const std::string& path, std::string_view text, const Look& look)
+// As WriteBeside.
+int WriteTemporary(const std::string& path, std::string_view text, const Look& look, std::string& temporary)
 {
     constexpr int MOST_NAMES = 100;
-    std::string temporary = TemporaryName(path);
-    int error = WriteNewFile(temporary, text, look);
-    for (int i = 0; i < MOST_NAMES && error == EEXIST; ++i) { // left by a process with our number that was killed
+    int error = EEXIST;
+    for (int i = 0; i <= MOST_NAMES && error == EEXIST; ++i) { // left by a process with our number that was killed
         temporary = TemporaryName(path);
         error = WriteNewFile(temporary, text, look);
     }
-    if (error == EEXIST) {
+    if (error != 0 && error != EEXIST) {
+        ::unlink(temporary.c_str());
+    }
+    return error;
+}
+
+int Replace(const std::string& path, std::string_view text, const Look& look)
+{
+    std::string temporary;
+    if (const int error = WriteTemporary(path, text, look, temporary); error != 0) {
         return error;
     }
-    if (error == 0 && ::rename(temporary.c_str(), path.c_str()) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        const int error = errno;
         ::unlink(temporary.c_str());
         return error;
     }
@@ -166,6 +173,11 @@ bool IsOtherThanFile(const std::string& path)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+int WriteBeside(const std::string& path, std::string_view text, unsigned int mode, std::string& temporary)
+{
+    return WriteTemporary(path, text, {mode, false, std::nullopt}, temporary);
 }
 
 int ReplaceFile(const std::string& path, std::string_view text, unsigned int mode)

@@ -24,6 +24,10 @@ std::optional<std::string> ReadFileIfThere(const std::string& path);
 /// are followed.
 bool IsOtherThanFile(const std::string& path);
 
+/// Writes `text` to a new file beside `path`, with mode `mode` whatever the process's mask, flushes it to the disk, and
+/// tells its name in `temporary`. No file that was there is touched, and on failure none is left.
+int WriteBeside(const std::string& path, std::string_view text, unsigned int mode, std::string& temporary);
+
 /// Replaces the file at `path` by one with `text` and mode `mode`, whatever the process's mask: a reader finds either
 /// the old file or the new one, whole, and so does one after a power failure. On failure the old file stands, and no
 /// other is left.

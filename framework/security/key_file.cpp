@@ -97,16 +97,6 @@ bool Generate(std::string& text)
     return true;
 }
 
-int WriteNew(const std::string& path, const std::string& text)
-{
-    const Base::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, KEY_MODE));
-    if (!file.IsOpen() || ::fchmod(file.Get(), KEY_MODE) != 0) { // the process's umask may have taken bits away
-        return errno;
-    }
-    const int error = Base::WriteWhole(file.Get(), text);
-    return error != 0 || ::fsync(file.Get()) == 0 ? error : errno;
-}
-
 } // namespace
 
 Key::~Key()
@@ -151,14 +141,14 @@ bool CreateKey(const std::string& path, std::string& problem)
     }
     // Written apart and then given its name, which fails when there is one: nobody ever reads half a key, and a key
     // that is there already is never replaced.
-    const std::string temporary = Base::TemporaryName(path);
+    std::string temporary;
     Base::MakeParentDirectory(path);
-    int error = WriteNew(temporary, text);
-    if (error == 0 && ::link(temporary.c_str(), path.c_str()) != 0) {
-        error = errno;
+    int error = Base::WriteBeside(path, text, KEY_MODE, temporary);
+    if (error == 0) {
+        error = ::link(temporary.c_str(), path.c_str()) == 0 || errno == EEXIST ? 0 : errno;
+        ::unlink(temporary.c_str());
     }
-    ::unlink(temporary.c_str());
-    if (error != 0 && error != EEXIST) {
+    if (error != 0) {
         problem = "The key file " + path + " cannot be made: " + Base::ErrorText(error);
         return false;
     }

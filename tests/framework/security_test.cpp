@@ -229,6 +229,19 @@ TEST_F(SecurityTest, KeyFileThatHoldsNoKeyIsRefused)
     }
 }
 
+TEST_F(SecurityTest, WhatAKilledProcessLeftBesideTheKeyDoesNotKeepItFromBeingMade)
+{
+    std::vector<std::string> leftOvers;
+    for (const std::string number : {"1", "2", "3"}) { // the first names that a process with this number tries
+        leftOvers.push_back(KeyPath() + "." + std::to_string(::getpid()) + "-" + number + ".tmp");
+        WriteText(leftOvers.back(), "another's");
+    }
+    EXPECT_EQ("x", Decrypt(Encrypt("x")));
+    for (const std::string& leftOver : leftOvers) {
+        EXPECT_EQ("another's", ReadText(leftOver));
+    }
+}
+
 TEST_F(SecurityTest, KeyThatCannotBeMadeIsAnErrorWithTheReason)
 {
     WriteText(InRoot("blocker"), "");
