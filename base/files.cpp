@@ -9,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
@@ -167,6 +168,24 @@ std::optional<std::string> ReadFileIfThere(const std::string& path)
         ThrowErrno("cannot read", path);
     }
     return text;
+}
+
+int WriteWithoutSigpipe(int descriptor, std::string_view text)
+{
+    sigset_t brokenPipe;
+    sigset_t before;
+    sigset_t pending;
+    ::sigemptyset(&brokenPipe);
+    ::sigaddset(&brokenPipe, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &brokenPipe, &before);
+    ::sigpending(&pending);
+    const int error = WriteWhole(descriptor, text);
+    if (error == EPIPE && ::sigismember(&pending, SIGPIPE) == 0) { // what was pending before is somebody else's
+        const timespec noWait = {};
+        ::sigtimedwait(&brokenPipe, nullptr, &noWait);
+    }
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return error;
 }
 
 bool IsOtherThanFile(const std::string& path)

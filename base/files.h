@@ -16,6 +16,9 @@ int ReadToEnd(int descriptor, std::size_t limit, std::string& text);
 /// Writes all of `text`.
 int WriteWhole(int descriptor, std::string_view text);
 
+/// The same; a pipe whose reader has gone is EPIPE, and raises no SIGPIPE, whatever the program made of that signal.
+int WriteWithoutSigpipe(int descriptor, std::string_view text);
+
 /// The whole file; nothing when there is no such file. Throws std::runtime_error naming the file and why when it is
 /// there but cannot be read.
 std::optional<std::string> ReadFileIfThere(const std::string& path);

@@ -49,7 +49,7 @@ void WriteToStandardError(std::string line)
 {
     line = Base::Printable(line); // a terminal may stand behind it, and texts of the array in it
     line += '\n';
-    Base::WriteWhole(STDERR_FILENO, line);
+    Base::WriteWithoutSigpipe(STDERR_FILENO, line); // it may be a pipe, and the program's signals are not the log's
 }
 
 } // namespace

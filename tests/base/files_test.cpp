@@ -1,3 +1,4 @@
+#include "base/descriptor.h"
 #include "base/files.h"
 #include "tests/support/files.h"
 
@@ -36,6 +37,37 @@ protected:
         }
         std::sort(names.begin(), names.end());
         return names;
+    }
+
+    static bool IsSigpipePending()
+    {
+        sigset_t pending;
+        ::sigpending(&pending);
+        return ::sigismember(&pending, SIGPIPE) == 1;
+    }
+
+    static bool IsSigpipeBlocked()
+    {
+        sigset_t mask;
+        ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+        return ::sigismember(&mask, SIGPIPE) == 1;
+    }
+
+    static void BlockSigpipe()
+    {
+        sigset_t mask;
+        ::sigemptyset(&mask);
+        ::sigaddset(&mask, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &mask, nullptr);
+    }
+
+    /// A pipe's end for writing, whose reader has gone.
+    static Base::Descriptor BrokenPipe()
+    {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(0, ::pipe2(ends, O_CLOEXEC));
+        ::close(ends[0]);
+        return Base::Descriptor(ends[1]);
     }
 
     static struct stat StatusOf(const std::string& path)
@@ -86,6 +118,34 @@ TEST_F(FilesTest, ReadToEndStopsAtItsLimit)
         EXPECT_EQ(limit == 20000 ? 0 : EFBIG, Base::ReadToEnd(file, limit, text));
         ::close(file);
     }
+}
+
+TEST_F(FilesTest, WriteWithoutSigpipeLeavesTheProgramAliveAndItsMaskAsItWas)
+{
+    EXPECT_EQ(EPIPE, InChild([] {
+                  std::signal(SIGPIPE, SIG_DFL);
+                  const int error = Base::WriteWithoutSigpipe(BrokenPipe().Get(), "text");
+                  return IsSigpipeBlocked() ? 255 : error;
+              }));
+}
+
+TEST_F(FilesTest, WriteWithoutSigpipeLeavesAProgramThatBlocksTheSignalNoneOfItsOwn)
+{
+    EXPECT_EQ(EPIPE, InChild([] {
+                  BlockSigpipe();
+                  const int error = Base::WriteWithoutSigpipe(BrokenPipe().Get(), "text");
+                  return IsSigpipePending() || !IsSigpipeBlocked() ? 255 : error;
+              }));
+}
+
+TEST_F(FilesTest, WriteWithoutSigpipeTakesNoneThatWasPendingBefore)
+{
+    EXPECT_EQ(EPIPE, InChild([] {
+                  BlockSigpipe();
+                  std::raise(SIGPIPE);
+                  const int error = Base::WriteWithoutSigpipe(BrokenPipe().Get(), "text");
+                  return IsSigpipePending() ? error : 255;
+              }));
 }
 
 TEST_F(FilesTest, ReplaceFileGivesExactlyTheMode)

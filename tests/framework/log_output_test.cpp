@@ -43,6 +43,16 @@ protected:
         all.insert(all.end(), arguments.begin(), arguments.end());
         return RunToEnd(all, variables);
     }
+
+    /// The status of a probe whose standard error is a pipe that nobody reads.
+    int ProbeWithoutReader(const std::vector<std::string>& arguments) const
+    {
+        std::vector<std::string> all = {"/bin/sh", "-c",
+                                        R"(test -p "$0" || mkfifo "$0"; exec 3<>"$0" 2>"$0" 3<&-; exec "$@")",
+                                        InRoot("pipe"), ProbePath()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return RunToEnd(all).status;
+    }
 };
 
 TEST_F(LogOutputTest, LinesBelowTheLevelAreNotWritten)
@@ -198,6 +208,18 @@ TEST_F(LogOutputTest, FullDiskIsSaidOnceAndNothingBreaks)
     EXPECT_EQ(0, result.status);
     EXPECT_THAT(result.errors, testing::MatchesRegex("The log file /dev/full cannot be written, lines are lost: "
                                                      "[^\n]*No space left on device\n"));
+}
+
+// Whoever read standard error has gone; the program that logs goes on.
+TEST_F(LogOutputTest, StandardErrorWithoutAReaderEndsNobody)
+{
+    WriteText(InRoot("blocker"), "a file where a directory should be");
+    Configure({{"Log", {{"File", "blocker/test.log"}}}});
+    EXPECT_EQ(0, ProbeWithoutReader({"log", "4", "lost"}));
+
+    Configure({{"Log", {{"Console", "true"}}}});
+    EXPECT_EQ(0, ProbeWithoutReader({"log", "4", "first", "second"}));
+    EXPECT_THAT(Texts(LogPath()), ElementsAre("first", "second"));
 }
 
 TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
