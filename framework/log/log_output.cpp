@@ -145,6 +145,7 @@ void LogOutput::WriteToFile(const std::string& line)
     try {
         m_file->log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
         m_file->flush(); // a line is in the file when it is written, whatever becomes of the process
+        m_isLossSaid = false;
     } catch (const std::exception& error) {
         LoseFile(error.what());
     }
@@ -175,13 +176,12 @@ void LogOutput::OpenFile()
         m_file =
             std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);
         m_file->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
-        m_isLossSaid = false;
     } catch (const std::exception& failure) {
         LoseFile(failure.what());
     }
 }
 
-// The lines are lost until the file can be opened again; that is said once.
+// The lines are lost until one can be written again; that is said once.
 void LogOutput::LoseFile(const std::string& reason)
 {
     m_file.reset();

@@ -210,6 +210,31 @@ TEST_F(LogOutputTest, FullDiskIsSaidOnceAndNothingBreaks)
                                                      "[^\n]*No space left on device\n"));
 }
 
+// A full disk lets the file be opened each time that it is tried again.
+TEST_F(LogOutputTest, DiskThatStaysFullIsSaidOnce)
+{
+    const std::string full = ">/dev/full";
+    std::filesystem::create_directory(InRoot("log"));
+    const Base::ProgramResult result =
+        Probe({"log-through-link", LogPath(), full, "first", full, "second", full, "third"});
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.errors, testing::MatchesRegex("The log file [^\n]*No space left on device\n"));
+}
+
+TEST_F(LogOutputTest, DiskThatIsFullAgainIsSaidAgain)
+{
+    const std::string full = ">/dev/full";
+    std::filesystem::create_directory(InRoot("log"));
+    const Base::ProgramResult result = Probe(
+        {"log-through-link", LogPath(), full, "first", ">" + InRoot("roomy.log"), "second", full, "third", "fourth"});
+
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.errors, testing::MatchesRegex("The log file [^\n]*No space left on device\n"
+                                                     "The log file [^\n]*No space left on device\n"));
+    EXPECT_THAT(Texts(InRoot("roomy.log")), ElementsAre("second"));
+}
+
 // Whoever read standard error has gone; the program that logs goes on.
 TEST_F(LogOutputTest, StandardErrorWithoutAReaderEndsNobody)
 {

@@ -2,8 +2,10 @@
 
 #include "common/framework/config_reader.h"
 #include "common/framework/log_proxy.h"
+#include "tests/framework/probe/movable_clock.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <new>
 
@@ -57,6 +59,22 @@ int Probe::Log(const Words& words)
 {
     for (std::size_t index = 1; index < words.size(); ++index) {
         Say(std::stoi(words[0]), words[index]);
+    }
+    return 0;
+}
+
+int Probe::LogThroughLink(const Words& words)
+{
+    const std::string& link = words.at(0);
+    for (std::size_t index = 1; index < words.size(); ++index) {
+        const std::string& step = words[index];
+        if (step.at(0) == '>') {
+            std::filesystem::remove(link);
+            std::filesystem::create_symlink(step.substr(1), link);
+            LetPass(std::chrono::seconds(11)); // longer than until a lost file is tried again
+        } else {
+            Say(1, step);
+        }
     }
     return 0;
 }
