@@ -21,10 +21,22 @@ bool OutputCollector::ReadOnce()
         return false;
     }
     const auto size = static_cast<std::size_t>(count);
-    const std::size_t kept = std::min(size, m_limit - m_text.size());
-    m_text.append(buffer.data(), kept);
-    m_dropped += size - kept;
+    m_dropped += size - Keep({buffer.data(), size});
     return true;
+}
+
+// Returns how much of it there was room for.
+std::size_t OutputCollector::Keep(std::string_view text)
+{
+    text = text.substr(0, m_limit.bytes - m_text.size());
+    std::size_t kept = 0;
+    while (kept < text.size() && m_lineEnds < m_limit.lines) {
+        const std::size_t lineEnd = text.find('\n', kept);
+        m_lineEnds += lineEnd == std::string_view::npos ? 0 : 1;
+        kept = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
+    }
+    m_text.append(text.substr(0, kept));
+    return kept;
 }
 
 void OutputCollector::ReadRest()

@@ -17,8 +17,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t MAX_OUTPUT_BYTES = 16 * 1024 * 1024; // of each stream
-constexpr std::size_t MAX_STATUS_BYTES = 16;
+constexpr OutputLimit OUTPUT_LIMIT = {16 * 1024 * 1024, 100'000}; // of each stream
+constexpr OutputLimit STATUS_LIMIT = {16, 1};
 
 // Between the interrupt and the kill. An iscsiadm that is killed outright leaves the lock of its node database behind,
 // for which every later one waits half a minute before it gives up; an interrupted one takes the lock away.
@@ -75,9 +75,9 @@ public:
     ShellWatch(ChildProcess& child, std::chrono::seconds timeLimit)
         : m_child(child)
         , m_limit(child, timeLimit)
-        , m_output(child.Pipes().output, MAX_OUTPUT_BYTES)
-        , m_error(child.Pipes().error, MAX_OUTPUT_BYTES)
-        , m_status(child.Pipes().status, MAX_STATUS_BYTES)
+        , m_output(child.Pipes().output, OUTPUT_LIMIT)
+        , m_error(child.Pipes().error, OUTPUT_LIMIT)
+        , m_status(child.Pipes().status, STATUS_LIMIT)
     {
     }
 
@@ -152,8 +152,10 @@ private:
     static void SayDropped(const OutputCollector& collector, const std::string& stream, std::vector<std::string>& lines)
     {
         if (collector.DroppedBytes() > 0) {
-            lines.push_back(stream + " was longer than " + std::to_string(MAX_OUTPUT_BYTES) + " bytes; " +
-                            std::to_string(collector.DroppedBytes()) + " bytes were dropped");
+            const std::string limit = collector.IsAtLineLimit() ? std::to_string(OUTPUT_LIMIT.lines) + " lines"
+                                                                : std::to_string(OUTPUT_LIMIT.bytes) + " bytes";
+            lines.push_back(stream + " was longer than " + limit + "; " + std::to_string(collector.DroppedBytes()) +
+                            " bytes were dropped");
         }
     }
 

@@ -152,4 +152,15 @@ TEST_F(ShellLimitsTest, OutputBeyondTheLimitIsDroppedAndSaid)
     EXPECT_EQ("Standard error was longer than 16777216 bytes; 10 bytes were dropped", result.err[2]);
 }
 
+TEST_F(ShellLimitsTest, LinesBeyondTheLimitAreDroppedAndSaid)
+{
+    Configure({});
+    const ShellOutcome result = Shell("yes '' | head -n 100000; seq 100002 >&2");
+    EXPECT_EQ(0, result.status);
+    EXPECT_THAT(result.out, SizeIs(100'000));
+    ASSERT_THAT(result.err, SizeIs(100'001));
+    EXPECT_EQ("100000", result.err[99'999]);
+    EXPECT_EQ("Standard error was longer than 100000 lines; 14 bytes were dropped", result.err[100'000]);
+}
+
 } // namespace
