@@ -1,19 +1,12 @@
 #include "framework/log/log_output.h"
 
-#include "base/descriptor.h"
+#include "base/file_lock.h"
 #include "base/files.h"
 #include "base/printable_text.h"
 
-#include <spdlog/details/log_msg.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/rotating_file_sink.h>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +17,7 @@ namespace Framework {
 
 namespace {
 
-constexpr std::int64_t REOPEN_SECONDS = 10;
+constexpr std::int64_t RETRY_SECONDS = 10;
 
 // Moves in steps of a few milliseconds, and costs no system call.
 std::int64_t MonotonicSeconds() noexcept
@@ -85,7 +78,9 @@ void LogOutput::Apply(const ConfigValues& values)
         m_maxFiles = maxFiles;
         m_file.reset();
         m_isLossSaid = false;
+        m_isGrowthSaid = false;
         m_nextOpenSeconds = 0;
+        m_nextRenameSeconds = 0;
     }
     m_isConsoleOn = values.Of(SettingId::LogConsole).number != 0;
     const auto level = static_cast<int>(values.Of(SettingId::LogLevel).number);
@@ -98,8 +93,7 @@ void LogOutput::Apply(const ConfigValues& values)
 // Of several programs that share the file, one renames it when it is full; the others follow to the new one.
 void LogOutput::LeaveRenamedFile()
 {
-    struct stat named = {};
-    if (m_file != nullptr && ::stat(m_path.c_str(), &named) == 0 && m_fileId != FileId(named.st_dev, named.st_ino)) {
+    if (m_file != nullptr && m_file->LookAt(m_path) == LogFile::Named::AnotherFile) {
         m_file.reset();
         m_nextOpenSeconds = 0;
     }
@@ -112,10 +106,11 @@ void LogOutput::Write(const LogRecord& record) noexcept
         if (record.level < threshold.load(std::memory_order_relaxed)) {
             return; // nobody else wants it
         }
-        const std::string line = FormatForFile(record);
+        std::string line = FormatForFile(record);
         const std::lock_guard<std::mutex> guard(m_mutex);
         WriteToConsole(record, line);
         if (!m_path.empty() && record.level >= m_fileLevel) {
+            line += '\n';
             WriteToFile(line);
         }
     } catch (const std::exception&) {
@@ -142,9 +137,11 @@ void LogOutput::WriteToFile(const std::string& line)
     if (m_file == nullptr) {
         return;
     }
+    if (m_file->WouldExceed(m_maxBytes, line.size())) {
+        BeginNewFile(line.size());
+    }
     try {
-        m_file->log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
-        m_file->flush(); // a line is in the file when it is written, whatever becomes of the process
+        m_file->Append(line);
         m_isLossSaid = false;
     } catch (const std::exception& error) {
         LoseFile(error.what());
@@ -157,27 +154,39 @@ void LogOutput::OpenFile()
     if (now < m_nextOpenSeconds) {
         return;
     }
-    m_nextOpenSeconds = now + REOPEN_SECONDS;
-    // The sink would sleep and try again several times when it cannot open the file; whether it can is known first.
-    Base::MakeParentDirectory(m_path);
-    const Base::Descriptor probe(::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
-    if (!probe.IsOpen()) {
-        LoseFile(Base::ErrorText(errno));
+    m_nextOpenSeconds = now + RETRY_SECONDS;
+    try {
+        m_file = std::make_unique<LogFile>(m_path);
+    } catch (const std::exception& error) {
+        LoseFile(error.what());
+    }
+}
+
+// One of the programs that share the file renames it. While one does so, and where that cannot be, the lines go on into
+// the file that is there: no line waits for another program, and none is lost.
+void LogOutput::BeginNewFile(std::size_t lineBytes)
+{
+    const std::int64_t now = MonotonicSeconds();
+    if (now < m_nextRenameSeconds) {
         return;
     }
     try {
-        spdlog::file_event_handlers handlers;
-        handlers.after_open = [this](const spdlog::filename_t&, std::FILE* file) {
-            ::fcntl(::fileno(file), F_SETFD, FD_CLOEXEC);
-            struct stat opened = {};
-            ::fstat(::fileno(file), &opened);
-            m_fileId = FileId(opened.st_dev, opened.st_ino);
-        };
-        m_file =
-            std::make_shared<spdlog::sinks::rotating_file_sink_st>(m_path, m_maxBytes, m_maxFiles, false, handlers);
-        m_file->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
-    } catch (const std::exception& failure) {
-        LoseFile(failure.what());
+        Base::MakeParentDirectory(m_path); // it may have been taken away with all that is in it
+        Base::FileLock lock(m_path + ".lock");
+        if (!lock.TryLock()) {
+            return;
+        }
+        if (m_file->LookAt(m_path) == LogFile::Named::ThisFile && m_file->WouldExceed(m_maxBytes, lineBytes)) {
+            SetLogFileAside(m_path, m_maxFiles);
+        }
+        m_file = std::make_unique<LogFile>(m_path);
+        m_isGrowthSaid = false;
+    } catch (const std::exception& error) {
+        m_nextRenameSeconds = now + RETRY_SECONDS;
+        if (!m_isGrowthSaid) {
+            m_isGrowthSaid = true;
+            WriteToStandardError("The log file " + m_path + " grows beyond its limit: " + error.what());
+        }
     }
 }
 

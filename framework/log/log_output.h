@@ -4,10 +4,9 @@
 #include "framework/config/config_values.h"
 #include "framework/config/current_config.h"
 #include "framework/log/listeners.h"
+#include "framework/log/log_file.h"
 #include "framework/log/log_record.h"
 #include "framework/support/immortal.h"
-
-#include <spdlog/sinks/sink.h>
 
 #include <atomic>
 #include <cstdint>
@@ -15,7 +14,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 
 namespace Framework {
 
@@ -54,11 +52,10 @@ private:
     void Apply(const ConfigValues& values);                                    // requires m_mutex
     void LeaveRenamedFile();                                                   // requires m_mutex
     void OpenFile();                                                           // requires m_mutex
+    void BeginNewFile(std::size_t lineBytes);                                  // requires m_mutex
     void WriteToFile(const std::string& line);                                 // requires m_mutex
     void WriteToConsole(const LogRecord& record, const std::string& fileLine); // requires m_mutex
     void LoseFile(const std::string& reason);                                  // requires m_mutex
-
-    using FileId = std::pair<std::uint64_t, std::uint64_t>; ///< device and inode
 
     static constexpr int NO_LEVEL = 1000; ///< above every level: nothing goes there
 
@@ -70,15 +67,16 @@ private:
 
     const int m_personLevel; // least level for the console in a person's form; NO_LEVEL is none
     std::mutex m_mutex;
-    int m_fileLevel = NO_LEVEL;                  // guarded by m_mutex
-    bool m_isConsoleOn = false;                  // guarded by m_mutex
-    std::string m_path;                          // guarded by m_mutex; empty for no file
-    std::size_t m_maxBytes = 0;                  // guarded by m_mutex
-    std::size_t m_maxFiles = 0;                  // guarded by m_mutex
-    std::int64_t m_nextOpenSeconds = 0;          // guarded by m_mutex; monotonic clock; when a lost file is tried again
-    bool m_isLossSaid = false;                   // guarded by m_mutex
-    std::shared_ptr<spdlog::sinks::sink> m_file; // guarded by m_mutex; null while there is none
-    FileId m_fileId;                             // guarded by m_mutex; of m_file
+    int m_fileLevel = NO_LEVEL;           // guarded by m_mutex
+    bool m_isConsoleOn = false;           // guarded by m_mutex
+    std::string m_path;                   // guarded by m_mutex; empty for no file
+    std::size_t m_maxBytes = 0;           // guarded by m_mutex
+    std::size_t m_maxFiles = 0;           // guarded by m_mutex
+    std::int64_t m_nextOpenSeconds = 0;   // guarded by m_mutex; monotonic clock; when a lost file is tried again
+    std::int64_t m_nextRenameSeconds = 0; // guarded by m_mutex; the same for one that could not be renamed
+    bool m_isLossSaid = false;            // guarded by m_mutex
+    bool m_isGrowthSaid = false;          // guarded by m_mutex
+    std::unique_ptr<LogFile> m_file;      // guarded by m_mutex; null while there is none
 };
 
 } // namespace Framework

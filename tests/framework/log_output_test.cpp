@@ -1,14 +1,17 @@
+#include "base/descriptor.h"
+#include "base/files.h"
 #include "common/framework/config_reader.h"
-#include "common/framework/log_proxy.h"
 
-#include "tests/framework/support/framework_test.h"
-#include "tests/framework/support/probe.h"
+#include "tests/framework/support/file_log_test.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,38 +22,15 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-void Log(int level, const std::string& text)
-{
-    LogProxy(level, "Test", 0, "Log", __LINE__) << 0 << text;
-}
-
-class LogOutputTest : public FrameworkTest {
+class LogOutputTest : public FileLogTest {
 protected:
-    std::vector<std::string> Texts(const std::string& file) const
-    {
-        std::vector<std::string> texts;
-        std::istringstream lines(ReadText(file));
-        for (std::string line; std::getline(lines, line);) {
-            texts.push_back(SplitLogLine(line).text);
-        }
-        return texts;
-    }
-
-    Base::ProgramResult Probe(const std::vector<std::string>& arguments,
-                              const std::vector<std::string>& variables = {}) const
-    {
-        std::vector<std::string> all = {ProbePath()};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return RunToEnd(all, variables);
-    }
-
     /// The status of a probe whose standard error is a pipe that nobody reads.
     int ProbeWithoutReader(const std::vector<std::string>& arguments) const
     {
-        std::vector<std::string> all = {"/bin/sh", "-c",
-                                        R"(test -p "$0" || mkfifo "$0"; exec 3<>"$0" 2>"$0" 3<&-; exec "$@")",
-                                        InRoot("pipe"), ProbePath()};
-        all.insert(all.end(), arguments.begin(), arguments.end());
+        std::vector<std::string> all = {
+            "/bin/sh", "-c", R"(test -p "$0" || mkfifo "$0"; exec 3<>"$0" 2>"$0" 3<&-; exec "$@")", InRoot("pipe")};
+        const std::vector<std::string> words = ProbeWords(arguments);
+        all.insert(all.end(), words.begin(), words.end());
         return RunToEnd(all).status;
     }
 };
@@ -245,6 +225,23 @@ TEST_F(LogOutputTest, StandardErrorWithoutAReaderEndsNobody)
     Configure({{"Log", {{"Console", "true"}}}});
     EXPECT_EQ(0, ProbeWithoutReader({"log", "4", "first", "second"}));
     EXPECT_THAT(Texts(LogPath()), ElementsAre("first", "second"));
+}
+
+TEST_F(LogOutputTest, PipeWithoutAReaderAsTheFileEndsNobody)
+{
+    std::filesystem::create_directory(InRoot("log"));
+    ASSERT_EQ(0, ::mkfifo(LogPath().c_str(), 0600));
+    Base::Descriptor reader(::open(LogPath().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Log(1, "read");
+    std::string text;
+    EXPECT_EQ(EAGAIN, Base::ReadToEnd(reader.Get(), 1000, text));
+    EXPECT_EQ("read\n", SplitLogLine(text).text);
+
+    reader.Close();
+    testing::internal::CaptureStderr();
+    Log(1, "lost");
+    EXPECT_EQ("The log file " + LogPath() + " cannot be written, lines are lost: Broken pipe\n",
+              testing::internal::GetCapturedStderr());
 }
 
 TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
