@@ -21,10 +21,7 @@ std::uint64_t NumberOf(const Json::Value& record, const char* member)
     return std::stoull(record[member].asString());
 }
 
-} // namespace
-
-LunFiles::LunFiles(std::string folder, const Inventory& inventory)
-    : m_inventory(inventory)
+std::string MakeFolder(const std::string& folder)
 {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
@@ -32,7 +29,16 @@ LunFiles::LunFiles(std::string folder, const Inventory& inventory)
         throw std::runtime_error("cannot use the folder " + folder +
                                  " for the LUNs' contents: " + (error ? error.message() : "it is not a folder"));
     }
-    m_folder = std::filesystem::canonical(folder).string(); // targets have other working folders
+    return std::filesystem::canonical(folder).string(); // targets have other working folders
+}
+
+} // namespace
+
+LunFiles::LunFiles(const std::string& folder, const Inventory& inventory)
+    : m_folder(MakeFolder(folder))
+    , m_use("the folder " + m_folder, m_folder + "/lock")
+    , m_inventory(inventory)
+{
 }
 
 BackedLun LunFiles::Open(std::uint64_t lun) const

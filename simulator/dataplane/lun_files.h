@@ -2,6 +2,7 @@
 #define ZAVSIM_DATAPLANE_LUN_FILES_H
 
 #include "simulator/array/inventory.h"
+#include "simulator/array/sole_use.h"
 
 #include <cstdint>
 #include <string>
@@ -19,18 +20,19 @@ struct BackedLun {
 /// The contents of the array's LUNs: sparse files of the LUNs' sizes in one folder, "lun-0", "lun-1", …
 ///
 /// Files are made as they are needed and stay, so that a LUN keeps its content when it goes and comes again. The
-/// inventory must outlive it. Any thread may call.
+/// inventory must outlive it. The file "lock" there keeps other simulators from the folder. Any thread may call.
 class LunFiles {
 public:
-    /// Makes the folder when it is missing. Throws std::runtime_error naming it.
-    LunFiles(std::string folder, const Inventory& inventory);
+    /// Makes the folder when it is missing. Throws std::runtime_error naming it, also when another simulator uses it.
+    LunFiles(const std::string& folder, const Inventory& inventory);
 
     /// The LUN and its file, made when it is missing. Throws std::runtime_error naming the file, also when what is
     /// there has another size.
     BackedLun Open(std::uint64_t lun) const;
 
 private:
-    std::string m_folder;
+    const std::string m_folder;
+    const SoleUse m_use;
     const Inventory& m_inventory;
 };
 

@@ -281,5 +281,20 @@ TEST_F(DataPlaneTest, DaemonThatIsNotThereKeepsItFromStarting)
     }
 }
 
+TEST_F(DataPlaneTest, SecondSimulatorWithTheFolderIsRefusedAndTheFirstOnesDisksStay)
+{
+    const Node node = Prepare(NODE);
+    AddLun(node, "3");
+    IscsiDisk disk = LogIn(NODE, here);
+    try {
+        ZavSim::Simulation second(options);
+        FAIL() << "two simulators on one folder";
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ("another simulator uses the folder " + folder.File("data"), std::string(error.what()));
+    }
+    EXPECT_THAT(disk.ReportLuns(), ElementsAre(0, 1));
+    EXPECT_THAT(Discover(NODE, there), SizeIs(1));
+}
+
 } // namespace
 } // namespace ZavSimTest

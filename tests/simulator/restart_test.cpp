@@ -74,5 +74,19 @@ TEST_F(RestartTest, FolderThatCannotBeWrittenShowsAtTheStart)
     EXPECT_THROW(Start(), std::runtime_error);
 }
 
+TEST_F(RestartTest, SecondSimulatorWithTheStateFileIsRefusedAndChangesNothing)
+{
+    Client()->Make("host", "kept");
+    const std::string saved = folder.Read("state.json");
+    options.onlinePorts = {"2100000000000001"}; // which the second would save
+    try {
+        ZavSim::Simulation second(options);
+        FAIL() << "two simulators on one state file";
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ("another simulator uses the state file " + folder.File("state.json"), std::string(error.what()));
+    }
+    EXPECT_EQ(saved, folder.Read("state.json"));
+}
+
 } // namespace
 } // namespace ZavSimTest

@@ -92,7 +92,9 @@ TEST_F(StateFileTest, SaveIsForTheOwnerAloneAndLeavesNoTemporaryFile)
 
 TEST_F(StateFileTest, SaveIntoAMissingFolderNamesTheFile)
 {
+    std::filesystem::create_directory(folder.File("no"));
     const StateFile lost(folder.File("no/state"), "S1");
+    std::filesystem::remove_all(folder.File("no"));
     try {
         lost.Save(state);
         FAIL() << "saved";
