@@ -38,10 +38,12 @@ HttpAnswer Failure(const Refusal& refusal)
     return Envelope(Json::Value(), static_cast<std::int64_t>(refusal.GetCode()), refusal.what());
 }
 
-void SetCookie(HttpAnswer& answer, const Session& session)
+void SetCookie(HttpAnswer& answer, const HttpRequest& request, const Session& session)
 {
+    // Over plain HTTP a client that minds Secure would never send the cookie back.
+    const bool isTls = request.listener.rfind("https", 0) == 0;
     answer.headers.emplace_back("Set-Cookie", std::string(COOKIE_NAME) + "=" + session.cookie +
-                                                  "; Path=/deviceManager; Secure; HttpOnly");
+                                                  "; Path=/deviceManager; " + (isTls ? "Secure; " : "") + "HttpOnly");
 }
 
 /// The values of all cookies with the session's name, in every Cookie header.
@@ -108,7 +110,7 @@ HttpAnswer ArrayService::Login(const HttpRequest& request)
     data["iBaseToken"] = session.token;
     data["username"] = session.user;
     HttpAnswer answer = Success(data);
-    SetCookie(answer, session);
+    SetCookie(answer, request, session);
     answer.session = session.number;
     return answer;
 }
@@ -133,7 +135,7 @@ HttpAnswer ArrayService::CallLoggedIn(const HttpRequest& request, const Target& 
         };
         answer = Success(CallResource(call));
         if (request.method == "PUT") {
-            SetCookie(answer, session); // clients of the array take the session's cookie afresh from these
+            SetCookie(answer, request, session); // clients of the array take the session's cookie afresh from these
         }
     } catch (const Refusal& refusal) {
         answer = Failure(refusal);

@@ -21,7 +21,15 @@ TEST_F(ArrayLoginTest, LoginGivesDeviceIdTokenAndCookie)
     EXPECT_EQ("0", reply.json["error"]["description"].asString());
     EXPECT_EQ("ZAVSIM0000000001", reply.Data()["deviceid"].asString());
     EXPECT_THAT(reply.Data()["iBaseToken"].asString(), MatchesRegex("[0-9a-f]{48}"));
-    EXPECT_THAT(reply.Cookie(), MatchesRegex("session=[0-9a-f]{48}; Path=/deviceManager; Secure; HttpOnly"));
+    EXPECT_THAT(reply.Cookie(), MatchesRegex("session=[0-9a-f]{48}; Path=/deviceManager; HttpOnly"));
+}
+
+TEST_F(ArrayLoginTest, LoginOverTlsKeepsTheCookieThere)
+{
+    options.listen = {{true, "127.0.0.1", 0}};
+    Start();
+    EXPECT_THAT(ArrayClient(Url()).Login().Cookie(),
+                MatchesRegex("session=[0-9a-f]{48}; Path=/deviceManager; Secure; HttpOnly"));
 }
 
 TEST_F(ArrayLoginTest, LoginWithAWrongPasswordOrUserIsRefusedAlike)
