@@ -43,8 +43,7 @@ void Deliver(const Fault& /*fault*/, HttpAnswer& answer)
 
 void AnnounceWrongLength(const Fault& fault, HttpAnswer& answer)
 {
-    const auto size = static_cast<std::int64_t>(answer.body.size());
-    answer.delivery.lengthError = std::max(fault.bytes == 0 ? 1 : fault.bytes, -size);
+    answer.delivery.lengthError = fault.bytes == 0 ? 1 : fault.bytes;
 }
 
 void Drip(const Fault& fault, HttpAnswer& answer)

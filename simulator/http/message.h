@@ -48,7 +48,7 @@ struct Delivery {
 
     Part part = Part::All; ///< of head and body; of Half, head and half the body
     End end = End::AsAgreed;
-    std::int64_t lengthError = 0;              ///< announced length less the real one
+    std::int64_t lengthError = 0;              ///< announced length, which is 0 at least, less the real one
     std::size_t pieceBytes = 0;                ///< 0: in one go
     std::chrono::milliseconds pieceInterval{}; ///< between two pieces
 };

@@ -5,12 +5,19 @@
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/http/serializer.hpp>
 
+#include <algorithm>
+
 namespace ZavSim {
 
 namespace {
 
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
+
+bool MayHaveBody(http::status status)
+{
+    return status != http::status::no_content && status != http::status::not_modified;
+}
 
 } // namespace
 
@@ -39,9 +46,11 @@ WireResponse ToWire(HttpAnswer& answer, const WireRequest& request)
     }
     response.set(http::field::content_type, answer.contentType);
     response.keep_alive(request.keep_alive());
-    const auto size = static_cast<std::int64_t>(answer.body.size());
-    response.content_length(static_cast<std::uint64_t>(size + answer.delivery.lengthError));
-    if (request.method() != http::verb::head) {
+    if (response.result() != http::status::no_content) {
+        const std::int64_t announced = static_cast<std::int64_t>(answer.body.size()) + answer.delivery.lengthError;
+        response.content_length(static_cast<std::uint64_t>(std::max(announced, std::int64_t(0))));
+    }
+    if (request.method() != http::verb::head && MayHaveBody(response.result())) {
         response.body() = std::move(answer.body);
     }
     return response;

@@ -1,3 +1,4 @@
+#include "tests/simulator/support/raw_connection.h"
 #include "tests/simulator/support/running_simulation.h"
 
 #include <gmock/gmock.h>
@@ -265,6 +266,32 @@ TEST_F(FaultsOverHttpTest, ListShowsWhatIsLeftAndDeleteTakesItAway)
     EXPECT_EQ(200, client->Get("lun/count").status);
     Admin("DELETE", "faults");
     EXPECT_EQ(0U, Admin("GET", "faults").json.size());
+}
+
+TEST_F(FaultsOverHttpTest, LengthFarBelowTheRealOneIsNone)
+{
+    const std::string target = "/deviceManager/rest/" + client->device + "/lun?range=[0-16]";
+    const Headers headers{{"Cookie", client->cookie}, {"iBaseToken", client->token}, {"Accept-Encoding", "gzip"}};
+    ASSERT_EQ("gzip", client->Http().Send("GET", target, headers).Header("Content-Encoding"));
+    Inject(R"({"kind":"wrong-length","bytes":-100000})");
+    EXPECT_EQ("0", client->Http().Send("GET", target, headers).Header("Content-Length"));
+}
+
+class StatusWithoutBodyTest : public FaultsOverHttpTest, public ::testing::WithParamInterface<int> {};
+
+INSTANTIATE_TEST_SUITE_P(Statuses, StatusWithoutBodyTest, ::testing::Values(204, 304));
+
+TEST_P(StatusWithoutBodyTest, StatusThatHasNoBodyLeavesTheConnectionInOrder)
+{
+    Inject(R"({"kind":"status","status":)" + std::to_string(GetParam()) + R"(,"target":"system"})");
+    const RawConnection connection(Url());
+    connection.Send("GET /deviceManager/rest/x/system/ HTTP/1.1\r\nHost: a\r\n\r\n"
+                    "GET /deviceManager/rest/x/lun HTTP/1.1\r\nHost: a\r\n\r\n");
+    const std::string answers = connection.ReceiveUntil("\"error\"");
+    const std::size_t second = answers.find("\r\n\r\n") + 4;
+    EXPECT_THAT(answers, ::testing::StartsWith("HTTP/1.1 " + std::to_string(GetParam()) + " "));
+    EXPECT_THAT(answers.substr(second), ::testing::StartsWith("HTTP/1.1 200 OK"));
+    EXPECT_EQ(GetParam() == 304, answers.substr(0, second).find("Content-Length") != std::string::npos);
 }
 
 } // namespace
