@@ -15,7 +15,8 @@ enum class Treatment {
     Ignored, ///< no system sees it
 };
 
-/// How long a request that a fault hits is left alone before; it ends when the client goes away.
+/// How long a request that a fault hits is left alone before. It ends when the client resets the connection; where it
+/// has no end of its own, also when the client ends its sending.
 enum class Pause {
     None,
     Duration,       ///< the fault's duration

@@ -221,13 +221,15 @@ private:
     {
         Transport().expires_never();
         m_isWaiting = true;
+        m_isWaitEndless = wait.isEndless;
         m_timer.expires_at(wait.isEndless ? asio::steady_timer::time_point::max()
                                           : asio::steady_timer::clock_type::now() + wait.limit);
         m_timer.async_wait(Next(&StreamConnection::OnWaited));
         WatchPeer();
     }
 
-    /// Reads ahead, so that the peer's end shows. What it sends meanwhile stays for later.
+    /// Reads ahead, so that the peer's end shows. What it sends meanwhile stays for later; one that sends more than
+    /// anybody keeps is no longer watched.
     void WatchPeer()
     {
         m_isWatching = true;
@@ -243,11 +245,11 @@ private:
         m_isWatching = false;
         if (!m_isWaiting) {
             Answer();
-        } else if (error) {
-            m_timer.cancel();
-        } else if (m_buffer.size() < MOST_READ_AHEAD) {
+        } else if (!error && m_buffer.size() < MOST_READ_AHEAD) {
             WatchPeer();
-        }
+        } else if (m_isWaitEndless || (error && error != asio::error::eof)) {
+            m_timer.cancel();
+        } // else the wait goes on: who has ended its sending may still want the answer
     }
 
     void OnWaited(const Error& /*error*/)
@@ -453,6 +455,7 @@ private:
     WireRequest m_request;
     Exchange m_exchange;
     bool m_isWaiting = false;
+    bool m_isWaitEndless = false;
     bool m_isWatching = false;
     bool m_isAnswering = false;
     std::shared_ptr<EventQueue> m_events; ///< null but for a connection that sends events

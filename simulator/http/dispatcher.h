@@ -16,7 +16,7 @@ struct Exchange {
     std::uint64_t number = 0;      ///< the journal's; 0: not observed
     std::optional<Fault> fault;
 
-    /// How long whoever carries the request waits between Begin and Finish. Less when the client goes away.
+    /// How long whoever carries the request waits between Begin and Finish. Less when the client leaves.
     struct Wait {
         bool isEndless = false;
         std::chrono::milliseconds limit{0};

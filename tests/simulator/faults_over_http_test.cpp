@@ -294,5 +294,45 @@ TEST_P(StatusWithoutBodyTest, StatusThatHasNoBodyLeavesTheConnectionInOrder)
     EXPECT_EQ(GetParam() == 304, answers.substr(0, second).find("Content-Length") != std::string::npos);
 }
 
+TEST_F(FaultsOverHttpTest, DelayIsTheSameForAClientThatHasEndedItsSending)
+{
+    Inject(R"({"kind":"delay","milliseconds":150})");
+    const RawConnection connection(Url());
+    connection.Send("GET /deviceManager/rest/x/lun HTTP/1.1\r\nHost: a\r\n\r\n");
+    connection.EndSending();
+    EXPECT_THAT(connection.ReceiveUntil("\"error\""), ::testing::HasSubstr("\"error\""));
+    EXPECT_GE(LastEntry()["durationMs"].asInt(), 150);
+}
+
+/// An address that serves one connection, so that the next client is served when that has ended; and one to steer by.
+class LonelyConnectionTest : public FaultsOverHttpTest {
+protected:
+    LonelyConnectionTest()
+    {
+        client.reset();
+        options.listen = {{false, "127.0.0.1", 0}, {false, "::1", 0}};
+        options.server.connections = 1;
+        Start();
+    }
+
+    void InjectHere(const std::string& fault) { EXPECT_EQ(200, Steer("faults", fault).status); }
+
+    Reply Steer(const std::string& resource, const std::string& body)
+    {
+        return ArrayClient(Url(1)).Raw("POST", "/zavsim/" + resource, body);
+    }
+
+    const std::string request = "GET /deviceManager/rest/x/lun HTTP/1.1\r\nHost: a\r\n\r\n";
+    const std::string endlessDrip = R"({"kind":"drip","milliseconds":3600000})";
+};
+
+TEST_F(LonelyConnectionTest, SilenceEndsForAClientThatSendsOnAndOn)
+{
+    InjectHere(R"({"kind":"silent"})");
+    const RawConnection connection(Url());
+    connection.Send(request + std::string(65536, 'x'));
+    EXPECT_CODE(Code::Success, ArrayClient(Url()).Login());
+}
+
 } // namespace
 } // namespace ZavSimTest

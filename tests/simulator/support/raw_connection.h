@@ -36,6 +36,16 @@ public:
         EXPECT_EQ(static_cast<ssize_t>(text.size()), ::send(m_socket, text.data(), text.size(), MSG_NOSIGNAL));
     }
 
+    /// Sends no more, and goes on receiving.
+    void EndSending() const { EXPECT_EQ(0, ::shutdown(m_socket, SHUT_WR)); }
+
+    /// Until something is there to be received.
+    void AwaitBytes() const
+    {
+        char byte = 0;
+        EXPECT_EQ(1, ::recv(m_socket, &byte, 1, MSG_PEEK));
+    }
+
     /// All that comes until `end` was among it or the server closed.
     std::string ReceiveUntil(const std::string& end) const
     {
