@@ -74,7 +74,7 @@ public:
     void End() override
     {
         asio::post(m_stream.get_executor(), [self = this->shared_from_this()] {
-            if (!self->m_isAnswering) {
+            if (!self->m_isAnswering || self->m_delivery.pieceInterval.count() > 0) { // which might take for ever
                 self->Break();
             }
         });
@@ -289,7 +289,21 @@ private:
         }
         m_bytes = BytesOf(m_response, m_delivery);
         m_sent = 0;
+        if (m_delivery.pieceInterval.count() > 0) {
+            WatchForReset();
+        }
         SendPiece({});
+    }
+
+    /// Sees the peer leave between two pieces. One that only ends its sending still gets them.
+    void WatchForReset()
+    {
+        Transport().socket().async_wait(tcp::socket::wait_error, [self = this->weak_from_this()](const Error& error) {
+            const auto connection = self.lock();
+            if (connection && !error) {
+                connection->Break();
+            }
+        });
     }
 
     void SendPiece(const Error& error)

@@ -334,5 +334,26 @@ TEST_F(LonelyConnectionTest, SilenceEndsForAClientThatSendsOnAndOn)
     EXPECT_CODE(Code::Success, ArrayClient(Url()).Login());
 }
 
+TEST_F(LonelyConnectionTest, DripEndsWhenItsAddressGoesDown)
+{
+    InjectHere(endlessDrip);
+    const RawConnection connection(Url());
+    connection.Send(request);
+    EXPECT_EQ("H", connection.ReceiveUntil("H"));
+    EXPECT_EQ(200, Steer("listeners", R"({"url":")" + Url() + R"(","listening":false})").status);
+    EXPECT_EQ("", connection.ReceiveUntil("X"));
+}
+
+TEST_F(LonelyConnectionTest, DripEndsWhenItsClientLeaves)
+{
+    InjectHere(endlessDrip);
+    {
+        const RawConnection connection(Url());
+        connection.Send(request);
+        connection.AwaitBytes(); // which are not received: the system resets the connection
+    }
+    EXPECT_CODE(Code::Success, ArrayClient(Url()).Login());
+}
+
 } // namespace
 } // namespace ZavSimTest
