@@ -49,6 +49,14 @@ void DeclareDataPlane(CLI::App& app, DataPlaneOptions& options)
     app.add_option("--configfs", options.configfs, "Where the kernel's configuration file system is mounted");
 }
 
+std::string CheckedPortName(const std::string& option, const std::string& name)
+{
+    if (!IsPortName(name)) {
+        throw std::invalid_argument(option + ": an FC port name must be 16 hexadecimal digits, not \"" + name + "\"");
+    }
+    return CanonicalId(Kind::FcInitiator, name);
+}
+
 void CompleteDataPlane(DataPlaneOptions& options, const ArrayShape& shape)
 {
     if (options.kind != "tgt") {
@@ -62,11 +70,7 @@ void CompleteDataPlane(DataPlaneOptions& options, const ArrayShape& shape)
                                     "other where their contents are");
     }
     for (std::string& port : options.fcTargets) {
-        if (!IsPortName(port)) {
-            throw std::invalid_argument("--fc-target: an FC port name must be 16 hexadecimal digits, not \"" + port +
-                                        "\"");
-        }
-        port = CanonicalId(Kind::FcInitiator, port);
+        port = CheckedPortName("--fc-target", port);
     }
     if (options.kind == "tgt") {
         CompleteTgt(options, shape);

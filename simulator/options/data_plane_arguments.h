@@ -4,6 +4,8 @@
 #include "simulator/array/inventory.h"
 #include "simulator/dataplane/data_plane.h"
 
+#include <string>
+
 namespace CLI {
 class App;
 }
@@ -11,6 +13,9 @@ class App;
 namespace ZavSim {
 
 void DeclareDataPlane(CLI::App& app, DataPlaneOptions& options);
+
+/// The FC port name in its final form. Throws std::invalid_argument naming the option.
+std::string CheckedPortName(const std::string& option, const std::string& name);
 
 /// Checks the options against each other and against the service addresses, and puts them into their final form.
 /// Throws std::invalid_argument naming the option.

@@ -95,6 +95,9 @@ void Complete(Options& options, const RawOptions& raw)
     options.shape.managementAddresses = HostsOf(options.listen);
     CheckServiceAddresses(options.shape.serviceAddresses);
     CompleteDataPlane(options.dataPlane, options.shape);
+    for (std::string& port : options.onlinePorts) {
+        port = CheckedPortName("--fc-online", port);
+    }
     if (options.shape.serial.empty() || options.shape.serial.find_first_of("/?#% ") != std::string::npos) {
         throw std::invalid_argument(
             "--serial: it becomes part of addresses, so it cannot be empty or hold / ? # % or blanks");
