@@ -128,9 +128,8 @@ private:
             Close();
             return;
         }
-        m_parser.emplace();
-        m_parser->body_limit(Limits().bodyBytes);
-        if (m_buffer.size() > 0) {
+        DropBlankLines();
+        if (m_buffer.size() > 1) { // a lone CR may be half a blank line
             ReadHead();
             return;
         }
@@ -142,17 +141,31 @@ private:
                                  });
     }
 
+    /// Blank lines before a request are no part of it.
+    void DropBlankLines()
+    {
+        const auto startsWithOne = [this] {
+            const auto* const bytes = static_cast<const char*>(m_buffer.data().data());
+            return m_buffer.size() > 1 && bytes[0] == '\r' && bytes[1] == '\n';
+        };
+        while (startsWithOne()) {
+            m_buffer.consume(2);
+        }
+    }
+
     void OnFirstBytes(const Error& error)
     {
         if (error) {
             Close();
         } else {
-            ReadHead();
+            AwaitRequest();
         }
     }
 
     void ReadHead()
     {
+        m_parser.emplace();
+        m_parser->body_limit(Limits().bodyBytes);
         Transport().expires_after(Limits().transfer);
         http::async_read_header(m_stream, m_buffer, *m_parser, Next(&StreamConnection::OnHead));
     }

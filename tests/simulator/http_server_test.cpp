@@ -235,5 +235,18 @@ TEST_F(HttpServerTest, AddressInUseIsNamedWithTheReason)
     }
 }
 
+TEST_F(HttpServerTest, BlankLinesBeforeARequestAreNoneOfIt)
+{
+    Start();
+    const std::string request = "GET /zavsim/listeners HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+    const RawConnection connection(Url());
+    connection.Send("\r\n\r\n" + request);
+    EXPECT_THAT(connection.ReceiveUntil("listening"), HasSubstr("HTTP/1.1 200 OK"));
+    for (const char byte : "\r\n" + request) {
+        connection.Send(std::string(1, byte));
+    }
+    EXPECT_THAT(connection.ReceiveUntil("listening"), HasSubstr("HTTP/1.1 200 OK"));
+}
+
 } // namespace
 } // namespace ZavSimTest
