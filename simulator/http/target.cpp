@@ -16,6 +16,16 @@ std::vector<std::string> Split(const std::string& text, char separator)
     return pieces;
 }
 
+std::string_view WithoutAuthority(std::string_view target)
+{
+    const std::size_t scheme = target.find("://");
+    if (scheme == std::string_view::npos || target.find_first_of("/?") < scheme) {
+        return target;
+    }
+    const std::size_t path = target.find('/', scheme + 3);
+    return path == std::string_view::npos ? "/" : target.substr(path);
+}
+
 std::optional<std::string> DecodePercent(const std::string& text)
 {
     std::string decoded;

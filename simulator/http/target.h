@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ZavSim {
@@ -14,6 +15,9 @@ struct Target {
     std::vector<std::string> pieces; ///< of the path without its leading slash
     std::map<std::string, std::string> query;
 };
+
+/// Path and query alone of a target that has the whole address, "http://host/path"; any other as it is.
+std::string_view WithoutAuthority(std::string_view target);
 
 /// Nothing when a '%' is not followed by two hexadecimal digits.
 std::optional<std::string> DecodePercent(const std::string& text);

@@ -1,6 +1,7 @@
 #include "simulator/http/wire_message.h"
 
 #include "simulator/http/http_date.h"
+#include "simulator/http/target.h"
 
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/http/serializer.hpp>
@@ -25,7 +26,8 @@ HttpRequest FromWire(WireRequest& request)
 {
     HttpRequest own;
     own.method = std::string(request.method_string());
-    own.target = std::string(request.target());
+    const auto target = request.target();
+    own.target = WithoutAuthority({target.data(), target.size()});
     for (const auto& field : request) {
         own.headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
     }

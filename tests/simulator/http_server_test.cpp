@@ -248,5 +248,16 @@ TEST_F(HttpServerTest, BlankLinesBeforeARequestAreNoneOfIt)
     EXPECT_THAT(connection.ReceiveUntil("listening"), HasSubstr("HTTP/1.1 200 OK"));
 }
 
+TEST_F(HttpServerTest, WholeAddressOfARequestNamesTheSameAsItsPath)
+{
+    Start();
+    const RawConnection connection(Url());
+    connection.Send("GET " + Url() + "/zavsim/listeners HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    EXPECT_THAT(connection.ReceiveUntil("listening"), HasSubstr("HTTP/1.1 200 OK"));
+    connection.Send("DELETE " + Url() + "/deviceManager/rest/x/sessions HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    EXPECT_THAT(connection.ReceiveUntil("\"error\""), HasSubstr("HTTP/1.1 200 OK"));
+    EXPECT_EQ("/deviceManager/rest/x/sessions", Admin("GET", "journal").json["entries"][0]["target"].asString());
+}
+
 } // namespace
 } // namespace ZavSimTest
