@@ -79,7 +79,8 @@ void Acceptor::Forget(Connection& connection)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     m_connections.erase(&connection);
-    if (m_toldAt != 0 && m_connections.size() <= m_toldAt / 2 && !m_isClosed) {
+    const bool isLimitMetByEach = m_limits.connections <= 2; // and its end by each that goes: told once for all
+    if (m_toldAt != 0 && m_connections.size() <= m_toldAt / 2 && !isLimitMetByEach && !m_isClosed) {
         std::cerr << "zavsim: " + m_url + ": connections are taken at once again\n" << std::flush;
         m_toldAt = 0;
     }

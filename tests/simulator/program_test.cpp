@@ -161,6 +161,21 @@ TEST_F(ProgramTest, ConnectionLimitIsToldOnceEachTimeItIsMet)
     }
 }
 
+TEST_F(ProgramTest, LimitOfOneConnectionIsToldOnceForAllThatComeAndGo)
+{
+    Process zavsim({ZAVSIM_PROGRAM, "--listen", "http://127.0.0.1:0", "--connections", "1"});
+    zavsim.AwaitOutput("\n");
+    const std::string url = UrlOf(zavsim);
+    const std::string told = "zavsim: " + url +
+                             ": 1 connections are open, the limit: more of them wait until one ends; --connections "
+                             "allows more\n";
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_CODE(Code::Success, ArrayClient(url).Login());
+    }
+    zavsim.Signal(SIGTERM);
+    EXPECT_EQ(told, zavsim.Finish().errors);
+}
+
 TEST_F(ProgramTest, WantOfDescriptorsIsToldAsWell)
 {
     namespace asio = boost::asio;
