@@ -61,8 +61,9 @@ Simulation::Simulation(const Options& options, const Clock& clock)
 
 Simulation::~Simulation()
 {
+    m_listeners.StopAll();
+    m_threads.Stop(); // a request that is being carried out may look at the listeners until then
     m_listeners.Clear();
-    m_threads.Stop();
 }
 
 void Simulation::AddListeners(const std::vector<ListenAddress>& addresses, Dispatcher& dispatcher,

@@ -40,7 +40,7 @@ private:
     ClusterSystem m_cluster;
     Journal m_journal;
     FaultPlan m_faults;
-    ListenerSet m_listeners; // above its users, which look at it; emptied first, in the destructor
+    ListenerSet m_listeners; // above its users, which look at it; emptied in the destructor, once nobody does
     ArrayService m_arrayService;
     ClusterService m_clusterService;
     AdminService m_adminService;

@@ -16,6 +16,13 @@ void ListenerSet::StartAll()
     }
 }
 
+void ListenerSet::StopAll()
+{
+    for (const auto& listener : m_listeners) {
+        listener->Stop();
+    }
+}
+
 void ListenerSet::Clear()
 {
     m_listeners.clear();

@@ -17,7 +17,10 @@ public:
     /// Starts all in their order. Throws what Listener::Start throws; those before the failing one then listen.
     void StartAll();
 
-    /// Stops all and forgets them.
+    /// Stops all.
+    void StopAll();
+
+    /// Stops all and forgets them, once no other thread looks at them.
     void Clear();
 
     const std::vector<std::unique_ptr<Listener>>& All() const noexcept { return m_listeners; }

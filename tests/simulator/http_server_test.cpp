@@ -235,6 +235,42 @@ TEST_F(HttpServerTest, AddressInUseIsNamedWithTheReason)
     }
 }
 
+TEST_F(HttpServerTest, EndWaitsForThoseWhoLookAtTheAddresses)
+{
+    constexpr int ROUNDS = 20;
+    constexpr int CONNECTIONS = 8;
+    constexpr std::size_t ADDRESSES = 64;
+    std::string requests;
+    for (int i = 0; i < 500; ++i) {
+        requests += "GET /zavsim/listeners HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+    }
+    options.listen.assign(ADDRESSES, options.listen.front());
+    for (int round = 0; round < ROUNDS; ++round) {
+        Start();
+        std::vector<std::unique_ptr<RawConnection>> connections;
+        std::vector<std::thread> clients;
+        for (int i = 0; i < CONNECTIONS; ++i) {
+            connections.push_back(std::make_unique<RawConnection>(Url(ADDRESSES - 1))); // the last to close
+            connections.back()->Send(requests);
+        }
+        std::atomic<int> served{0};
+        for (const auto& connection : connections) {
+            clients.emplace_back([&served, &connection] {
+                connection->ReceiveUntil("listening");
+                ++served;
+                connection->ReceiveUntil("until the end");
+            });
+        }
+        while (served < CONNECTIONS) {
+            std::this_thread::yield();
+        }
+        simulation.reset();
+        for (std::thread& client : clients) {
+            client.join();
+        }
+    }
+}
+
 TEST_F(HttpServerTest, BlankLinesBeforeARequestAreNoneOfIt)
 {
     Start();
