@@ -1,6 +1,7 @@
 #include "simulator/http/journal.h"
 
 #include "simulator/http/masking.h"
+#include "simulator/json/json_io.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -46,6 +47,15 @@ void AddAnswer(Json::Value& record, std::chrono::nanoseconds duration, const Htt
     }
 }
 
+/// The record with its body in it; not under the lock, as it takes a while.
+void AddBody(Json::Value& record, const std::string& body)
+{
+    if (!body.empty()) {
+        std::string ignored;
+        record["body"] = ParseJson(body, ignored).value_or(Json::Value());
+    }
+}
+
 } // namespace
 
 std::uint64_t Journal::Begin(const HttpRequest& request)
@@ -59,11 +69,9 @@ std::uint64_t Journal::Begin(const HttpRequest& request)
     record["connection"] = Json::UInt64(request.connection);
     record["method"] = request.method;
     record["target"] = MaskTarget(request.target);
-    const Json::Value body = MaskBody(request);
-    if (!body.isNull()) {
-        record["body"] = body;
-    }
+    std::string body = MaskBody(request);
     Json::Value told;
+    std::string toldBody;
     std::uint64_t number = 0;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
@@ -71,15 +79,17 @@ std::uint64_t Journal::Begin(const HttpRequest& request)
         record["number"] = Json::UInt64(number);
         if (m_events.IsWatched()) {
             told = record;
+            toldBody = body;
         }
-        m_entries.push_back({number, begin, std::move(record), 0});
+        m_entries.push_back({number, begin, std::move(record), std::move(body), 0});
         if (m_entries.size() > m_capacity) {
             m_bodyBytes -= m_entries.front().bodyBytes;
             m_entries.pop_front();
         }
-        CountBody(m_entries.back(), std::min(request.body.size(), SHOWN_BODY_BYTES));
+        CountBody(m_entries.back(), m_entries.back().body.size());
     }
     if (!told.isNull()) {
+        AddBody(told, toldBody);
         m_events.Publish("request", told);
     }
     return number;
@@ -89,6 +99,7 @@ void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::str
 {
     const auto end = std::chrono::steady_clock::now();
     Json::Value told;
+    std::string toldBody;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         Entry* const entry = Find(number);
@@ -102,9 +113,11 @@ void Journal::End(std::uint64_t number, const HttpAnswer& answer, const std::str
         }
         if (m_events.IsWatched()) {
             told = entry->record;
+            toldBody = entry->body;
         }
     }
     if (!told.isNull()) {
+        AddBody(told, toldBody);
         m_events.Publish("answer", told);
     }
 }
@@ -126,15 +139,16 @@ void Journal::CountBody(Entry& entry, std::size_t bytes)
         Entry& oldest = *Find(m_firstWithBody++);
         m_bodyBytes -= oldest.bodyBytes;
         oldest.bodyBytes = 0;
-        oldest.record.removeMember("body");
+        oldest.body = std::string(); // clear() would keep the memory
         oldest.record.removeMember("answer");
     }
 }
 
 Json::Value Journal::Since(std::uint64_t since, std::size_t most) const
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
     Json::Value answer(Json::objectValue);
+    std::vector<std::string> bodies; // of the entries
+    std::unique_lock<std::mutex> guard(m_lock);
     answer["last"] = Json::UInt64(m_last);
     const std::uint64_t oldest = m_entries.empty() ? m_last + 1 : m_entries.front().number;
     const std::uint64_t seen = std::max(since, m_cleared);
@@ -144,7 +158,12 @@ Json::Value Journal::Since(std::uint64_t since, std::size_t most) const
     for (const Entry& entry : m_entries) {
         if (entry.number > std::max(since, newest)) {
             answer["entries"].append(entry.record);
+            bodies.push_back(entry.body);
         }
+    }
+    guard.unlock();
+    for (std::size_t i = 0; i < bodies.size(); ++i) {
+        AddBody(answer["entries"][static_cast<Json::ArrayIndex>(i)], bodies[i]);
     }
     return answer;
 }

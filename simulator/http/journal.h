@@ -49,7 +49,8 @@ private:
         std::uint64_t number;
         std::chrono::steady_clock::time_point begin;
         Json::Value record;
-        std::size_t bodyBytes;
+        std::string body;      ///< of the request, as masked JSON text, which takes a fraction of what its value does
+        std::size_t bodyBytes; ///< with the answer's
     };
 
     Entry* Find(std::uint64_t number);               // requires m_lock

@@ -3,8 +3,6 @@
 
 #include "simulator/http/message.h"
 
-#include <json/value.h>
-
 #include <string>
 
 namespace ZavSim {
@@ -12,9 +10,10 @@ namespace ZavSim {
 /// How much of one body is shown.
 constexpr std::size_t SHOWN_BODY_BYTES = 16384;
 
-/// What may be shown of a request's body: its JSON with the values of passwords, tokens and cookies replaced, at any
-/// depth; of a body that is not JSON, or too long, only its length. Null for an empty body.
-Json::Value MaskBody(const HttpRequest& request);
+/// What may be shown of a request's body, as the text of a JSON value: its JSON with the values of passwords, tokens
+/// and cookies replaced, at any depth; of a body that is not JSON, or too long, only its length. Empty for an empty
+/// body.
+std::string MaskBody(const HttpRequest& request);
 
 /// The same of an answer's body, as text: its beginning when it is too long. Text that is no sound JSON shows nothing
 /// of a value that follows the name of a secret, either.
