@@ -201,7 +201,9 @@ HttpAnswer AdminService::Watch()
     }
     answer.contentType = "text/event-stream";
     answer.headers = {{"Cache-Control", "no-store"}};
-    answer.events->Push(EventText("hello", Json::objectValue)); // so that a client sees at once that it is heard
+    Json::Value hello(Json::objectValue);
+    hello["run"] = m_run;
+    answer.events->Push(EventText("hello", hello)); // so that a client sees at once that it is heard
     return answer;
 }
 

@@ -9,6 +9,9 @@
 #include "simulator/http/listener_set.h"
 #include "simulator/http/target.h"
 
+#include <chrono>
+#include <string>
+
 namespace ZavSim {
 
 /// What steers the simulator from outside: journal, faults, listeners, and the array and the cluster behind their
@@ -26,6 +29,7 @@ public:
         , m_journal(journal)
         , m_faults(faults)
         , m_listeners(listeners)
+        , m_run(std::to_string(std::chrono::system_clock::now().time_since_epoch().count()))
     {
     }
 
@@ -66,6 +70,7 @@ private:
     Journal& m_journal;
     FaultPlan& m_faults;
     ListenerSet& m_listeners;
+    const std::string m_run; ///< tells this run of the simulator from others
 };
 
 } // namespace ZavSim

@@ -179,6 +179,18 @@ class PageTest(stage.BrowserTest):
         self.all("#entries .entry")[0].click()
         self.assertIn("It was not kept", self.text("#entries .detail"))
 
+    def test_a_simulator_that_was_started_anew_begins_its_journal_anew(self):
+        for _ in range(3):
+            self.array.rest("GET", "lun/count")
+        until("its requests", lambda: len(self.rows()) == 4)
+        self.array.end()
+        self.array.start()
+        until("the page finds back", lambda: self.text("#connection") == "live")
+        until("what was there is gone", lambda: stage.calmly(self.rows) == [])
+        self.array.log_in()
+        until("what comes is there", lambda: len(self.rows()) == 1)
+        self.browser.get_log("browser")  # the browser tells of the connections that failed
+
     # ---- the switches
 
     def test_a_fault_that_is_flipped_acts_on_zavctl(self):

@@ -53,14 +53,17 @@ class Array:
         self.addresses = [own_address(), own_address()]
         self.service = own_address()
         self.page = f"https://{self.addresses[1]}:{PORT}"
-        log = self.folder / "zavsim.log"
         listen = [word for address in self.addresses for word in ("--listen", f"https://{address}:{PORT}")]
-        with log.open("w") as output:
-            self.process = subprocess.Popen(
-                [PROGRAMS / "zavsim", *listen, "--service", self.service, "--luns", str(luns), "--serial", serial,
-                 "--ca", str(self.folder / "ca"), *arguments], stdout=output, stderr=subprocess.STDOUT)
-        until("zavsim listens", lambda: self.page in log.read_text())
+        self.command = [PROGRAMS / "zavsim", *listen, "--service", self.service, "--luns", str(luns), "--serial", serial,
+                        "--ca", str(self.folder / "ca"), *arguments]
+        self.start()
         self.trust = ssl.create_default_context(cafile=str(self.folder / "ca" / "ca.pem"))
+
+    def start(self):
+        log = self.folder / "zavsim.log"
+        with log.open("w") as output:
+            self.process = subprocess.Popen(self.command, stdout=output, stderr=subprocess.STDOUT)
+        until("zavsim listens", lambda: self.page in log.read_text())
         self.session = {}
 
     def send(self, method, path, body=None, headers=None):

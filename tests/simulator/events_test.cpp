@@ -33,7 +33,9 @@ public:
         const std::size_t end = m_received.find("\r\n\r\n") + 4;
         head = m_received.substr(0, end);
         m_received.erase(0, end);
-        EXPECT_EQ("hello", Next().name);
+        const Event hello = Next();
+        EXPECT_EQ("hello", hello.name);
+        run = hello.data["run"].asString();
     }
 
     Event Next()
@@ -66,6 +68,7 @@ public:
     }
 
     std::string head;
+    std::string run; ///< of the simulator that answers
 
 private:
     RawConnection m_connection;
@@ -92,6 +95,15 @@ TEST_F(EventsTest, ComeAsAStreamThatNothingKeeps)
     EXPECT_THAT(reader.head,
                 AllOf(HasSubstr("Content-Type: text/event-stream\r\n"), HasSubstr("Cache-Control: no-store\r\n"),
                       HasSubstr("Connection: close\r\n"), Not(HasSubstr("Content-Length"))));
+}
+
+TEST_F(EventsTest, BeginWithWhatTellsOneRunFromAnother)
+{
+    const std::string run = EventReader(Url()).run;
+    EXPECT_NE("", run);
+    EXPECT_EQ(run, EventReader(Url()).run);
+    Start();
+    EXPECT_NE(run, EventReader(Url()).run);
 }
 
 TEST_F(EventsTest, TellEachRequestWhenItComesAndWhenItIsAnswered)

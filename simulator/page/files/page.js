@@ -101,12 +101,18 @@ async function begin() {
   showPools(inventory.pools);
   makeFaultForm(kinds);
   const journal = new Journal(codes);
+  let run;
   listen({
     connection(state, words) {
       byId("connection").dataset.state = state;
       byId("connection").textContent = words;
     },
-    hello() {
+    hello(told) {
+      if (run !== undefined && run !== told.run) {
+        location.reload(); // a simulator that was started anew counts its requests anew
+        return;
+      }
+      run = told.run;
       journal.catchUp();
       refresh("objects", "faults", "listeners", "sessions");
     },
