@@ -224,6 +224,11 @@ class PageTest(stage.BrowserTest):
         self.one("#fault-form [name=target]").send_keys("[")
         self.one("#fault-form .go").click()
         until("the reason is told", lambda: "is not a regular expression" in self.text("#trouble"))
+        self.array.make("host", "h")
+        self.await_box("host h: has no initiator, in no host group")
+        self.assertIn("is not a regular expression", self.text("#trouble"), "what is asked meanwhile does not hide it")
+        self.flip("Answer with HTTP status 503")
+        self.assertFalse(self.one("#trouble").is_displayed(), "what succeeds does")
         self.browser.get_log("browser")  # the browser tells of each answer that refuses
 
     def test_an_address_is_taken_down_and_put_up(self):

@@ -2,23 +2,39 @@
 
 import { byId } from "/zavsim/page/dom.js";
 
-// The answer's JSON. What is refused is told on the page, and is undefined.
+const SILENCE = "no answer";
+let told; // what the trouble that is told is about: a request, or SILENCE
+
+function tell(about, words) {
+  told = about;
+  byId("trouble").textContent = words;
+  byId("trouble").hidden = false;
+}
+
+function tellNoMore() {
+  told = undefined;
+  byId("trouble").hidden = true;
+}
+
+// The answer's JSON. What is refused is told on the page, and is undefined. It stays told until the same is no longer
+// refused, or something else is changed: the page asks for much by itself.
 export async function ask(method, resource, body) {
-  const trouble = byId("trouble");
+  const request = `${method} ${resource}`;
   try {
     const answer = await fetch("/zavsim/" + resource, {
       method, cache: "no-store", body: body === undefined ? undefined : JSON.stringify(body),
     });
     const json = await answer.json();
     if (answer.ok) {
-      trouble.hidden = true;
+      if (method !== "GET" || told === request || told === SILENCE) {
+        tellNoMore();
+      }
       return json;
     }
-    trouble.textContent = `Refused: ${json.error}`;
+    tell(request, `Refused: ${json.error}`);
   } catch {
-    trouble.textContent = "The simulator does not answer at this address.";
+    tell(SILENCE, "The simulator does not answer at this address.");
   }
-  trouble.hidden = false;
   return undefined;
 }
 
