@@ -231,6 +231,15 @@ class PageTest(stage.BrowserTest):
         self.assertFalse(self.one("#trouble").is_displayed(), "what succeeds does")
         self.browser.get_log("browser")  # the browser tells of each answer that refuses
 
+    def test_a_narrower_fault_is_not_the_switch_s_own(self):
+        fault = {"kind": "status", "status": 503, "count": 0}
+        for narrower in ({"method": "PUT"}, {"skip": 3}):
+            self.array.admin("POST", "faults", {**fault, **narrower})
+        until("both are shown", lambda: len(self.all("#faults li")) == 2)
+        self.assertEqual("false", self.switch("Answer with HTTP status 503").get_attribute("aria-checked"))
+        self.flip("Answer with HTTP status 503")
+        self.assertEqual(3, len(self.array.admin("GET", "faults")))
+
     def test_an_address_is_taken_down_and_put_up(self):
         other = self.array.page.replace(self.array.addresses[1], self.array.addresses[0])
         self.flip(other)

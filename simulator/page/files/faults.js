@@ -19,9 +19,10 @@ const HINTS = {
   answer: "JSON", description: "Injected fault",
 };
 
+// One that hits fewer requests is another.
 const isThat = (inForce, fault) =>
-  Object.entries(fault).every(([name, value]) => inForce[name] === value) && inForce.target === fault.target &&
-  inForce.probability === 1;
+  Object.entries(fault).every(([name, value]) => inForce[name] === value) && inForce.probability === 1 &&
+  ["method", "target", "skip"].every((name) => inForce[name] === fault[name]);
 
 function inWords(fault) {
   const { kind, number, hits, count, target, method, ...rest } = fault;
