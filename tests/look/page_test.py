@@ -254,6 +254,15 @@ class PageTest(stage.BrowserTest):
         self.press(Keys.ESCAPE)
         self.assertTrue(all(each["listening"] for each in self.array.admin("GET", "listeners")))
 
+    def test_idle_times_go_on_whatever_is_asked(self):
+        self.array.log_in()
+        self.array.log_in()
+
+        def idle_times():
+            self.array.rest("GET", "lun/count")
+            return self.texts("#sessions tbody td:last-child")
+        until("the first session is idle", lambda: len(idle_times()) == 2 and idle_times()[0] != "0 s")
+
     def test_sessions_are_shown_and_ended(self):
         self.assertIn("Nobody is logged in", self.text("#sessions"))
         self.array.log_in()

@@ -10,6 +10,7 @@ import { graphOf } from "/zavsim/page/objects.js";
 import { Picture, verdict } from "/zavsim/page/picture.js";
 
 const AFTER = 150; // milliseconds in which changes are gathered before they are asked for
+const IDLE_EVERY = 5000; // milliseconds after which the sessions' idle times are asked for, which no event tells
 
 const now = { objects: null, faults: [], listeners: [] };
 const luns = new Map();
@@ -133,8 +134,13 @@ async function begin() {
       journal.catchUp(); // it may have been cleared
       refresh("objects", "faults", "listeners", "sessions");
     },
-    heartbeat: () => refresh("objects", "listeners", "sessions"),
+    heartbeat: () => refresh("objects", "listeners"),
   });
+  setInterval(() => {
+    if (byId("connection").dataset.state === "live") {
+      refresh("sessions");
+    }
+  }, IDLE_EVERY);
 }
 
 begin();
