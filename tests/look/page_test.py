@@ -254,6 +254,14 @@ class PageTest(stage.BrowserTest):
         self.press(Keys.ESCAPE)
         self.assertTrue(all(each["listening"] for each in self.array.admin("GET", "listeners")))
 
+    def test_the_last_address_is_not_taken_down_unasked(self):
+        other = self.array.page.replace(self.array.addresses[1], self.array.addresses[0])
+        self.flip(other)
+        self.switch(self.array.page).click()
+        until("the page asks", lambda: self.one("#confirm").is_displayed())
+        self.assertIn("No other address listens", self.text("#confirm"))
+        self.press(Keys.ESCAPE)
+
     def test_idle_times_go_on_whatever_is_asked(self):
         self.array.log_in()
         self.array.log_in()

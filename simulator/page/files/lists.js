@@ -3,18 +3,26 @@
 import { ask } from "/zavsim/page/api.js";
 import { byId, bytes, confirmed, html, replace, toggle } from "/zavsim/page/dom.js";
 
-async function switchAddress(url, listening) {
-  const isOurs = url === location.origin;
-  if (isOurs && !listening && !(await confirmed(`This page comes from ${url}. Once it is down, only another address puts it up again.`,
-    "Take it down"))) {
-    return;
+// Why an address should not be taken down unasked; undefined for none. The page may have been opened by another name of
+// it than the simulator's.
+function objectionTo(url, listeners) {
+  if (!listeners.some((each) => each.listening && each.url !== url)) {
+    return `No other address listens. Once ${url} is down, only a new start of the simulator puts it up again.`;
   }
-  await ask("POST", "listeners", { url, listening });
+  return url === location.origin ? `This page comes from ${url}. Once it is down, only another address puts it up again.`
+    : undefined;
+}
+
+async function switchAddress(url, listening, listeners) {
+  const objection = listening ? undefined : objectionTo(url, listeners);
+  if (objection === undefined || (await confirmed(objection, "Take it down"))) {
+    await ask("POST", "listeners", { url, listening });
+  }
 }
 
 export function showAddresses(listeners) {
   replace(byId("addresses"), ...listeners.map(({ url, listening }) => html("li", {},
-    toggle(url, url, listening, (on) => switchAddress(url, on)),
+    toggle(url, url, listening, (on) => switchAddress(url, on, listeners)),
     html("span", { class: listening ? "quiet" : "bad" }, listening ? (url === location.origin ? "this page" : "") : "down"))));
 }
 
