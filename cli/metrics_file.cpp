@@ -34,13 +34,14 @@ RoundMetrics::ArrayResult::Array Describe(const ArrayLogin& login, const Standin
     if (!sessions) {
         return array;
     }
-    array.sessions.emplace();
+    RoundMetrics::ArrayResult::Array::Sessions counts;
     for (const IscsiSession& session : *sessions) {
         if (session.IsWithOneOf(login.Device().storageIps)) {
             const std::string state = IscsiSessions::StateOf(session);
-            ++(state.empty() || state == "LOGGED_IN" ? array.sessions->up : array.sessions->down);
+            ++(state.empty() || state == "LOGGED_IN" ? counts.up : counts.down);
         }
     }
+    array.sessions = counts;
     return array;
 }
 
