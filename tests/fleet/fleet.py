@@ -182,12 +182,13 @@ class Fleet:
         self.said += ended.stdout
         return ended.returncode, ended.stdout
 
-    def keep_password(self, password):
-        """In the vault, as an operator does."""
-        vault = self.examples / "group_vars/backup_nodes/vault.yml"
-        vault.unlink(missing_ok=True)
-        run("ansible-vault", "encrypt", "--output", vault, input=f"vault_product_storage_password: {json.dumps(password)}\n",
-            text=True, env=self.environment, stderr=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+    def open_vault(self, line, password):
+        """Runs a line that opens the vault in an editor, on a terminal, as an operator does; what he leaves there is the password."""
+        text = self.work / "vault-text"
+        text.write_text(f"vault_product_storage_password: {json.dumps(password)}\n")
+        run("script", "--quiet", "--return", "--command", line, "/dev/null", cwd=self.examples,
+            env={**self.environment, "EDITOR": f"cp {text}"}, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+        text.unlink()
 
 
 def recap(output):

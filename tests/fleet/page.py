@@ -31,12 +31,23 @@ class Page:
         self.sections = dict(zip(parts[1::2], parts[2::2]))
         self.played = set()
 
+    def lines(self, section):
+        """The commands of its sh blocks, which are shown without what they print."""
+        blocks = re.findall(r"^```sh\n(.*?)^```", self.sections[section], re.MULTILINE | re.DOTALL)
+        return [line for block in blocks for line in block.splitlines()]
+
     def commands(self, section):
         """What its console blocks show, as pairs of command and output."""
         for block in re.findall(r"^```console\n(.*?)^```", self.sections[section], re.MULTILINE | re.DOTALL):
             for part in re.split(r"^\$ ", block, flags=re.MULTILINE)[1:]:
                 command, _, output = part.partition("\n")
                 yield command, output
+
+    def follow(self, section, run):
+        """Runs the commands of its sh blocks, whatever they print."""
+        self.played.add(section)
+        for line in self.lines(section):
+            run(line)
 
     def play(self, section, run):
         """Runs each command; the outputs. One that prints something else than is shown is an error that shows both."""
@@ -50,4 +61,5 @@ class Page:
         return outputs
 
     def unplayed(self):
-        return [section for section in self.sections if section not in self.played and any(self.commands(section))]
+        return [section for section in self.sections
+                if section not in self.played and (any(self.commands(section)) or self.lines(section))]
