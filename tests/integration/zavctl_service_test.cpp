@@ -1,4 +1,5 @@
 #include "tests/integration/stage.h"
+#include "tests/support/console_blocks.h"
 #include "tests/support/notify_socket.h"
 
 #include <gmock/gmock.h>
@@ -12,6 +13,7 @@
 #include <sstream>
 
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Not;
@@ -62,6 +64,20 @@ protected:
             }
         }
         return "no line with " + text;
+    }
+
+    /// What a line of the manual's journal reads like here; "…" stands for the rest of a word or line.
+    static std::string PatternOf(std::string line, const std::string& env, const Array& array)
+    {
+        line = std::regex_replace(line, std::regex("Vendrix_[A-Za-z0-9_-]+"), "Vendrix_NAME");
+        for (const char* const special : {"(", ")", "."}) {
+            boost::replace_all(line, special, std::string("\\") + special);
+        }
+        boost::replace_all(line, "Vendrix_NAME", "Vendrix_[A-Za-z0-9_-]{22}");
+        boost::replace_all(line, "env\\.json", env);
+        boost::replace_all(line, "10\\.20\\.0\\.1", array.Options().managementIps[0]);
+        boost::replace_all(line, "…", ".*");
+        return line;
     }
 
     const NotifySocket m_socket{Directory() + "/notify"};
@@ -168,6 +184,12 @@ TEST_F(ZavctlServiceTest, EachLineOfTheJournalStandsForItself)
                 AllOf(StartsWith("<3>"), HasSubstr(env + ": "), HasSubstr(": Connection refused (libcurl 7)"),
                       HasSubstr("; remedy: nothing listens there: check address and port")));
     EXPECT_EQ("<5>recovered: " + env, LineWith(lines, "recovered: ")) << "the journal has the time";
+    std::istringstream shown(ConsoleBlocks::Block(MANUAL_FOLDER "/monitoring.md", "journal"));
+    unsigned int told = 0;
+    for (std::string line; std::getline(shown, line); ++told) {
+        EXPECT_THAT(lines, Contains(MatchesRegex(PatternOf(line, env, array)))) << "shown in docs/monitoring.md";
+    }
+    EXPECT_EQ(3U, told);
 }
 
 TEST_F(ZavctlServiceTest, StandardErrorThatIsElsewhereReadsAsAlways)
