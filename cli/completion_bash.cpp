@@ -9,14 +9,14 @@ namespace Completion {
 namespace {
 
 // The rest of the script is the table of what may stand where.
-constexpr const char* HEAD = R"(# What bash offers behind zavctl; made by "zavctl completion bash".
+constexpr const char* BASH_HEAD = R"(# What bash offers behind zavctl; made by "zavctl completion bash".
 
 # Sets `words` to what may stand at a place: names, FILE, or TEXT for what nobody can foresee.
 _zavctl_words()
 {
     case $1 in
 )";
-constexpr const char* TAIL = R"(        *) words='' ;;
+constexpr const char* BASH_TAIL = R"(        *) words='' ;;
     esac
 }
 
@@ -102,14 +102,14 @@ std::string ForBash(const Command& program)
     for (const Command* const command : All(program)) {
         Enter(*command, table);
     }
-    std::string script = HEAD;
+    std::string script = BASH_HEAD;
     for (const auto& [words, places] : table) {
         if (!words.empty()) {
             script += "        '" + boost::join(places, "' | \\\n            '") + "')\n            words='" + words +
                       "' ;;\n";
         }
     }
-    return script + TAIL;
+    return script + BASH_TAIL;
 }
 
 } // namespace Completion

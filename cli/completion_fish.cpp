@@ -6,7 +6,7 @@ namespace Completion {
 
 namespace {
 
-constexpr const char* HEAD = R"(# What fish offers behind zavctl; made by "zavctl completion fish".
+constexpr const char* FISH_HEAD = R"(# What fish offers behind zavctl; made by "zavctl completion fish".
 )";
 constexpr const char* FUNCTION = R"(
 # Whether the words so far lead to this command.
@@ -93,8 +93,8 @@ std::string ForFish(const Command& program)
         }
         lines += "\n" + Lines(*command);
     }
-    return HEAD + ("\nset -g __zavctl_commands" + commands) + "\nset -g __zavctl_options_with_value" + options + "\n" +
-           FUNCTION + lines;
+    return FISH_HEAD + ("\nset -g __zavctl_commands" + commands) + "\nset -g __zavctl_options_with_value" + options +
+           "\n" + FUNCTION + lines;
 }
 
 } // namespace Completion

@@ -7,11 +7,11 @@ namespace Completion {
 
 namespace {
 
-constexpr const char* HEAD = R"(#compdef zavctl
+constexpr const char* ZSH_HEAD = R"(#compdef zavctl
 # What zsh offers behind zavctl; made by "zavctl completion zsh".
 )";
 // The file is either found by its name on $fpath, and then is the function's body, or was sourced.
-constexpr const char* TAIL = R"(
+constexpr const char* ZSH_TAIL = R"(
 if [[ $funcstack[1] == _zavctl ]]; then
     _zavctl "$@"
 else
@@ -111,11 +111,11 @@ std::string Function(const Command& command)
 
 std::string ForZsh(const Command& program)
 {
-    std::string script = HEAD;
+    std::string script = ZSH_HEAD;
     for (const Command* const command : All(program)) {
         script += Function(*command);
     }
-    return script + TAIL;
+    return script + ZSH_TAIL;
 }
 
 } // namespace Completion

@@ -32,7 +32,7 @@ std::string WordsOf(const Lines& err, int code)
 }
 
 // Runs iscsiadm for one session.
-void Run(const std::string& options, const IscsiSession& session, const std::string& what)
+void RunIscsiadm(const std::string& options, const IscsiSession& session, const std::string& what)
 {
     Lines out;
     Lines err;
@@ -121,8 +121,8 @@ std::vector<std::string> UsesOf(const IscsiSession& session)
 
 void End(const IscsiSession& session)
 {
-    Run("-u", session, "it does not end");
-    Run("-o delete", session, "its node record stays");
+    RunIscsiadm("-u", session, "it does not end");
+    RunIscsiadm("-o delete", session, "its node record stays");
 }
 
 } // namespace IscsiSessions
