@@ -1,13 +1,10 @@
 """How a node hangs on its array, as `zavctl status` shows it in a terminal and a browser, and the array's page beside it."""
-import fcntl
 import html
 import json
 import os
-import pty
 import re
-import struct
+import shlex
 import subprocess
-import termios
 import unittest
 
 from selenium.webdriver.common.by import By
@@ -19,34 +16,30 @@ COLORS = {"31": "#f28b82", "32": "#81c995", "33": "#fdd663"}
 
 
 def shown_in_a_terminal(node, *words, columns=120):
-    """What a terminal of so many columns gets, escape sequences included."""
-    ours, theirs = pty.openpty()
-    fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 50, columns, 0, 0))
-    with subprocess.Popen([node.zavctl, *words], env={**node.settings, "TERM": "xterm"}, stdin=subprocess.DEVNULL,
-                          stdout=theirs, stderr=subprocess.DEVNULL):
-        os.close(theirs)
-        shown = b""
-        try:
-            while part := os.read(ours, 65536):
-                shown += part
-        except OSError:
-            pass  # a terminal ends so
-    os.close(ours)
-    return shown.decode().replace("\r\n", "\n")
+    """What stands in a terminal of so many columns, with the sequences of its colours."""
+    tmux = ["tmux", "-u", "-L", f"look-{os.getpid()}", "-f", "/dev/null"]
+    command = shlex.join([str(node.zavctl), *words]) + " 2>/dev/null; tmux wait-for -S shown; read line"
+    environment = {**node.settings, "LC_ALL": "C.UTF-8"}
+    subprocess.run([*tmux, "new-session", "-d", "-x", str(columns), "-y", "50", command], env=environment, check=True)
+    try:
+        subprocess.run([*tmux, "wait-for", "shown"], check=True, timeout=60)
+        return subprocess.run([*tmux, "capture-pane", "-e", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout.rstrip() + "\n"
+    finally:
+        subprocess.run([*tmux, "kill-server"], check=True)
 
 
 def as_page(shown):
     """What a terminal shows, as a page."""
-    page = ""
+    page, color = "", "inherit"
     for part in re.split(r"(\x1b\[[0-9;]*m)", shown):
         look = re.fullmatch(r"\x1b\[([0-9;]*)m", part)
         if not look:
-            page += html.escape(part)
+            page += f"<span style='color:{color}'>{html.escape(part)}</span>"
             continue
-        color = next((COLORS[each] for each in look[1].split(";") if each in COLORS), "inherit")
-        page += f"</span><span style='color:{color}'>"
+        for code in look[1].split(";"):
+            color = "inherit" if code in ("", "0", "39") else COLORS.get(code, color)
     return ("<meta charset=utf-8><body style='background:#16181c;color:#d8dade;margin:16px'>"
-            f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'><span>{page}</span></pre>")
+            f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'>{page}</pre>")
 
 
 class StatusTest(stage.BrowserTest):
