@@ -70,9 +70,13 @@ function(product_storage_precompiled target)
         <sstream> <stdexcept> <string> <string_view> <vector>)
 endfunction()
 
-# Sources that are costly each by what they include, and cheap together: a few are compiled as one. What their unnamed
-# namespaces hold then bears names that differ. No source relies on it: the clang build does without.
+# Sources that are costly each by what they include, and cheap together: a few are compiled as one, and the symbols that a
+# debugger reads name functions and lines, not locals. What their unnamed namespaces hold then bears names that differ. No
+# source relies on it: the clang build does without.
 option(PRODUCT_STORAGE_UNITY "Compile some sources together, which is faster" ON)
 function(product_storage_together target most)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ${PRODUCT_STORAGE_UNITY} UNITY_BUILD_BATCH_SIZE ${most})
+    if(PRODUCT_STORAGE_UNITY)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${most})
+        target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g1>)
+    endif()
 endfunction()
