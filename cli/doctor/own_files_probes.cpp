@@ -177,10 +177,13 @@ std::set<std::string> OtherRecordFolders()
         }
     };
     add(GetVendrixRootPath("zavctl", 0));
-    boost::system::error_code error;
-    for (fs::directory_iterator each(own.parent_path().parent_path(), error), end; !error && each != end;
-         each.increment(error)) {
-        add(each->path());
+    add("/usr"); // of a program in /usr/bin
+    add("/usr/local");
+    for (const fs::path& neighbours : {own.parent_path().parent_path(), fs::path("/opt")}) {
+        boost::system::error_code error;
+        for (fs::directory_iterator each(neighbours, error), end; !error && each != end; each.increment(error)) {
+            add(each->path());
+        }
     }
     return folders;
 }
@@ -193,7 +196,7 @@ Findings LookAtKey(const Patient& patient, const std::string& /*part*/)
     if (found.problem.empty() || (found.isMissing && !patient.HasEnvironment())) {
         return {}; // a node that knows no array needs none
     }
-    const std::string path = OwnFiles::Setting("Security", "KeyFile");
+    const std::string path = OwnFiles::SettingText("Security", "KeyFile");
     std::string command;
     if (found.isMissing) {
         command = Edit::WithNewPassword(patient, true);
@@ -220,7 +223,7 @@ Findings LookAtOwnFiles(const Patient& /*patient*/, const std::string& /*part*/)
                 {Severity::Error, failure.what(), RemedyFor(failure.what(), failure.Code()), "", failure.Code()});
         }
     }
-    const std::string log = OwnFiles::Setting("Log", "File");
+    const std::string log = OwnFiles::SettingText("Log", "File");
     if (!log.empty()) {
         LookAtFile(LOG, log, findings);
     }
@@ -231,7 +234,7 @@ Findings LookAtSpace(const Patient& /*patient*/, const std::string& /*part*/)
 {
     constexpr std::uintmax_t LITTLE = 16UL * 1024 * 1024; // a log that grows to its full size needs as much
     const std::map<std::string, std::string> kept = {{OwnFiles::RecordFolder(), "records and journal"},
-                                                     {FolderOf(OwnFiles::Setting("Log", "File")), "the log"}};
+                                                     {FolderOf(OwnFiles::SettingText("Log", "File")), "the log"}};
     Findings findings;
     for (const auto& [folder, what] : kept) {
         struct statvfs space = {};
