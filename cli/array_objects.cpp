@@ -37,14 +37,11 @@ std::string AssociatedResource(const ObjectKind& kind, const std::string& id, co
            "&ASSOCIATEOBJTYPE=" + std::string(kind.type) + "&ASSOCIATEOBJID=" + Base::PercentEncode(id);
 }
 
-// What says nothing of the object that was asked for: no answer, or one that a later try may not get.
+// What says nothing of the object that was asked for, or cannot be read.
 bool IsNoAnswer(int code)
 {
-    constexpr std::array<int, 8> CODES = {ResultCode::FAILED,        ResultCode::TRANSPORT_ERROR,
-                                          ArrayCode::SESSION_LAPSED, ArrayCode::REQUEST_TIMED_OUT,
-                                          ArrayCode::INTERNAL_ERROR, ArrayCode::CONNECTION_FAILED,
-                                          ArrayCode::SYSTEM_BUSY,    ArrayCode::SYSTEM_NOT_READY};
-    return std::find(CODES.begin(), CODES.end(), code) != CODES.end();
+    return code == ResultCode::FAILED ||
+           std::find(RETRYABLE_CODES.begin(), RETRYABLE_CODES.end(), code) != RETRYABLE_CODES.end();
 }
 
 } // namespace

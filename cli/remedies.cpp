@@ -1,5 +1,7 @@
 #include "cli/remedies.h"
 
+#include "common/result_codes.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -41,21 +43,22 @@ constexpr const char* NO_INTERFACE = "what answers there is no management interf
                                      "and port in the environment";
 
 constexpr std::array<CodeRow, 43> BY_CODE = {{
-    {-401, "the session lapsed: run the command again"},
-    {-408, "the array did not finish in time: look at its load, then run the command again"},
-    {-500, "the array failed within: look at its alarms, then run the command again"},
-    {-1000, "a connection within the array failed: look at its alarms, then run the command again"},
-    {1073745412, CHANGED_MEANWHILE}, // the host is not in the host group
-    {1073804552, CHANGED_MEANWHILE}, // the host group is not in the mapping view
-    {1073804554, CHANGED_MEANWHILE}, // the LUN group is not in the mapping view
-    {1077936861, MADE_ANEW},         // no such LUN group
-    {1077937498, MADE_ANEW},         // no such host
-    {1077937500, MADE_ANEW},         // no such host group
-    {1077948996, CHANGED_MEANWHILE}, // not in the LUN group
-    {1077949006, BUSY},
-    {1077949067, "the array is not ready yet: run the command again in a few minutes"},
-    {1077950342, CHANGED_MEANWHILE}, // the initiator is not on the host
-    {1077951819, MADE_ANEW},         // no such mapping view
+    {ArrayCode::SESSION_LAPSED, "the session lapsed: run the command again"},
+    {ArrayCode::REQUEST_TIMED_OUT, "the array did not finish in time: look at its load, then run the command again"},
+    {ArrayCode::INTERNAL_ERROR, "the array failed within: look at its alarms, then run the command again"},
+    {ArrayCode::CONNECTION_FAILED,
+     "a connection within the array failed: look at its alarms, then run the command again"},
+    {ArrayCode::HOST_NOT_IN_HOST_GROUP, CHANGED_MEANWHILE},
+    {ArrayCode::HOST_GROUP_NOT_IN_MAP_VIEW, CHANGED_MEANWHILE},
+    {ArrayCode::LUN_GROUP_NOT_IN_MAP_VIEW, CHANGED_MEANWHILE},
+    {ArrayCode::LUN_GROUP_GONE, MADE_ANEW},
+    {ArrayCode::HOST_GONE, MADE_ANEW},
+    {ArrayCode::HOST_GROUP_GONE, MADE_ANEW},
+    {ArrayCode::MEMBER_NOT_IN_LUN_GROUP, CHANGED_MEANWHILE},
+    {ArrayCode::SYSTEM_BUSY, BUSY},
+    {ArrayCode::SYSTEM_NOT_READY, "the array is not ready yet: run the command again in a few minutes"},
+    {ArrayCode::INITIATOR_NOT_ON_HOST, CHANGED_MEANWHILE},
+    {ArrayCode::MAP_VIEW_GONE, MADE_ANEW},
     // those of the simulated array
     {1090519041, WRONG_USER},
     {1090519042, TOO_MANY_SESSIONS},

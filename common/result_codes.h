@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_COMMON_RESULT_CODES_H
 #define PRODUCT_STORAGE_COMMON_RESULT_CODES_H
 
+#include <array>
+
 /// Results of the REST operations that are this library's own. Any other value is the array's error code, unchanged.
 namespace ResultCode {
 
@@ -32,5 +34,10 @@ constexpr int INITIATOR_NOT_ON_HOST = 1077950342;      // 0x40403786
 constexpr int MAP_VIEW_GONE = 1077951819;              // 0x40403D4B
 
 } // namespace ArrayCode
+
+/// Results that say nothing of what was asked for: no answer, or one that a later try may not get.
+inline constexpr std::array<int, 7> RETRYABLE_CODES = {
+    ResultCode::TRANSPORT_ERROR, ArrayCode::SYSTEM_NOT_READY,  ArrayCode::SYSTEM_BUSY,   ArrayCode::REQUEST_TIMED_OUT,
+    ArrayCode::INTERNAL_ERROR,   ArrayCode::CONNECTION_FAILED, ArrayCode::SESSION_LAPSED};
 
 #endif

@@ -35,9 +35,7 @@ ZavStorageDiskLib* ZavStorageDiskLib::GetInstance()
 }
 
 ZavStorageDiskLib::ZavStorageDiskLib()
-    : retryable_error_codes{ResultCode::TRANSPORT_ERROR,  ArrayCode::SYSTEM_NOT_READY, ArrayCode::SYSTEM_BUSY,
-                            ArrayCode::REQUEST_TIMED_OUT, ArrayCode::INTERNAL_ERROR,   ArrayCode::CONNECTION_FAILED,
-                            ArrayCode::SESSION_LAPSED}
+    : retryable_error_codes(RETRYABLE_CODES.begin(), RETRYABLE_CODES.end())
     , device_set_operator(DeviceSetOperator::GetDeviceSetOperator())
 {
 }
