@@ -43,8 +43,7 @@ void SaveFile(const std::string& path, std::string_view text, unsigned int mode)
 /// file that may not be opened for writing is not replaced, mode, owner and group stay. A file that is not there gets
 /// `newMode` less the process's mask. Where the file cannot be replaced, because its folder may not gain files, because
 /// it is a mount of its own, or because it is no regular file, its owner cannot be kept or its name leaves no room for
-/// another's, it is written in place: then
-/// a crash or a full disk may leave a part.
+/// another's, it is written in place: then a crash or a full disk may leave a part.
 int RewriteFile(const std::string& path, std::string_view text, unsigned int newMode);
 
 /// Makes the directory of the file `path` and those above it. Where that fails, opening the file tells why.

@@ -26,8 +26,8 @@ NodeFacts NodeFacts::Read()
     facts.configuration = ConfigReader::getFile();
     facts.recordFolder = OwnFiles::RecordFolder();
     facts.records = OwnFiles::RecordsIn(facts.recordFolder);
-    facts.log = OwnFiles::Setting("Log", "File");
-    facts.keyFile = OwnFiles::Setting("Security", "KeyFile");
+    facts.log = OwnFiles::SettingText("Log", "File");
+    facts.keyFile = OwnFiles::SettingText("Security", "KeyFile");
     const NodeKey::Finding key = NodeKey::LookAt();
     facts.keyState = key.problem.empty() ? "usable" : key.problem;
     return facts;

@@ -42,7 +42,7 @@ std::string DeviceIdOf(const std::string& recordPath)
     return boost::erase_last_copy(fs::path(recordPath).filename().string(), RECORD_ENDING);
 }
 
-std::string Setting(const std::string& section, const std::string& key)
+std::string SettingText(const std::string& section, const std::string& key)
 {
     std::vector<ConfigReader::Setting> settings;
     ConfigReader::check(settings);

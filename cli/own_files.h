@@ -17,7 +17,7 @@ std::vector<std::string> RecordsIn(const std::string& folder);
 std::string DeviceIdOf(const std::string& recordPath);
 
 /// A setting as it holds now, with paths made absolute; empty where there is none.
-std::string Setting(const std::string& section, const std::string& key);
+std::string SettingText(const std::string& section, const std::string& key);
 
 } // namespace OwnFiles
 

@@ -48,9 +48,8 @@ struct DeviceOperate::HostChoice {
 // The one place that decides which host an initiator goes to, and which ids the later host group gets of it:
 //  - one that has a host already stays there. That host joins the group, and is recorded as not ours to delete;
 //  - one without goes to the node's host, made here first when it is to be (`create`). That host joins the group at
-//  once
-//    with iSCSI; with FC when all port names are through (SetInitiatorInfo), because a node whose ports are all offline
-//    is reached by iSCSI, perhaps as another host.
+//    once with iSCSI; with FC when all port names are through (SetInitiatorInfo), because a node whose ports are all
+//    offline is reached by iSCSI, perhaps as another host.
 // False when the host could not be made. `goesTo` is empty for an initiator that stays where it is.
 bool DeviceOperate::PlaceInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
                                    const HostChoice& host, const std::string& parentId, std::string& goesTo)

@@ -13,8 +13,8 @@ struct ZavRestApi::Call {
     std::string_view operation; ///< the name under which shared code logs
     std::string method;
     std::string resource; ///< behind `/deviceManager/rest/<device id>/`
-    std::vector<std::pair<std::string, std::string>> query =
-        {};                ///< key=value, in this order, behind "?" when there are any
+    /// key=value, in this order, behind "?" when there are any.
+    std::vector<std::pair<std::string, std::string>> query = {};
     std::string body = {}; ///< JSON
     bool parseCookie = false;
 

@@ -201,7 +201,7 @@ void Fill(const Contents& contents, const Patient& patient, const std::vector<To
     if (OwnJournal::IsKept()) {
         contents.AddFile("san-journal", OwnJournal::Path());
     }
-    const std::string log = OwnFiles::Setting("Log", "File");
+    const std::string log = OwnFiles::SettingText("Log", "File");
     if (!log.empty()) {
         contents.AddFile("log-tail.txt", log);
     }

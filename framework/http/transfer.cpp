@@ -1,5 +1,6 @@
 #include "framework/http/transfer.h"
 
+#include "base/host_port.h"
 #include "framework/http/plain_headers.h"
 #include "framework/http/scheme_memory.h"
 
@@ -28,11 +29,9 @@ constexpr long RECEIVE_BUFFER_BYTES = 4 * 1024;
 constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
 
 // The certificate must name the server as an alternative name: what stands in its subject alone does not count.
-bool RequireName(SSL_CTX* context, std::string host)
+bool RequireName(SSL_CTX* context, const std::string& server)
 {
-    if (!host.empty() && host.front() == '[') {
-        host = host.substr(1, host.size() - 2);
-    }
+    const std::string host = Base::BareHost(server);
     X509_VERIFY_PARAM* const wanted = SSL_CTX_get0_param(context);
     X509_VERIFY_PARAM_set_hostflags(wanted, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
     return X509_VERIFY_PARAM_set1_ip_asc(wanted, host.c_str()) == 1 ||

@@ -16,8 +16,8 @@ struct JournalEntry {
     std::string device; ///< the array's device id
     std::string kind;   ///< "host", "host group", "LUN group" or "mapping view"; "iSCSI session"
     std::string name;   ///< of a session: its target
-    std::string
-        id; ///< of a session: its portal; empty when the outcome is not known: it may be there under this name, or not
+    /// Of a session: its portal. Empty when the outcome is not known: it may be there under this name, or not.
+    std::string id;
 
     /// Seconds since the epoch, as Standing tells: when it was made, or was set out to be.
     std::int64_t time = 0;

@@ -1,16 +1,15 @@
 #include "common/framework/shell_runner.h"
 
+#include "base/program.h"
 #include "framework/config/current_config.h"
 #include "framework/shell/command_template.h"
 #include "framework/shell/shell_run.h"
 
 #include <boost/algorithm/string/join.hpp>
-#include <boost/algorithm/string/predicate.hpp>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <exception>
 #include <string>
 
@@ -31,21 +30,12 @@ std::string SearchPath(const std::vector<std::string>& ownFolders, const char* i
 // parameters.
 std::vector<std::string> Environment(const ConfigValues& config, const std::vector<std::string>& params)
 {
-    std::vector<std::string> variables;
-    const char* inheritedPath = nullptr;
-    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-        if (boost::starts_with(*variable, "PATH=")) {
-            inheritedPath = *variable + 5;
-        } else if (!boost::starts_with(*variable, "LC_ALL=")) {
-            variables.emplace_back(*variable);
-        }
-    }
-    variables.push_back("PATH=" + SearchPath(config.Of(SettingId::ShellPath).paths, inheritedPath));
-    variables.emplace_back("LC_ALL=C");
+    std::vector<std::string> variables = {
+        "PATH=" + SearchPath(config.Of(SettingId::ShellPath).paths, std::getenv("PATH")), "LC_ALL=C"};
     for (std::size_t index = 0; index < params.size(); ++index) {
         variables.push_back(ParameterVariable(index) + "=" + params[index]);
     }
-    return variables;
+    return Base::EnvironmentWith(variables);
 }
 
 // Why the command cannot be run; empty when it can.
