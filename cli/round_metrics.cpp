@@ -5,8 +5,9 @@
 
 namespace {
 
-/// Every cause for which a round may leave a node unprepared. All are told from the start, at 0: a counter that appears
-/// with its first failure shows no increase.
+/// Every cause for which a round may leave a node unprepared. All are told from the first round on, those that it did
+/// not fail for at 0: a counter that appears with its first failure shows no increase. One that failed in the first
+/// round appears at 1, and shows none either; the gauge of the cause tells that round as any other.
 constexpr std::array<std::pair<ExitCode, const char*>, 9> CAUSES = {{{ExitCode::NotFound, "not_found"},
                                                                      {ExitCode::Foreign, "foreign"},
                                                                      {ExitCode::LoginRefused, "login_refused"},
@@ -33,6 +34,14 @@ Labels Joined(Labels labels, const Labels& more)
 {
     labels.insert(labels.end(), more.begin(), more.end());
     return labels;
+}
+
+template <typename Value>
+void TellByCause(Exposition& out, const std::string& name, const Labels& labels, const Value& valueOf)
+{
+    for (const auto& [code, cause] : CAUSES) {
+        out.Sample(name, Joined(labels, {{"cause", cause}}), valueOf(cause));
+    }
 }
 
 std::string BoundText(double bound)
@@ -75,21 +84,20 @@ struct RoundMetrics::Family {
     void (*tell)(Exposition& out, const std::string& name, const Labels& labels, const Standing& standing);
 };
 
-// Those with samples for each array.
-const std::vector<RoundMetrics::Family>& RoundMetrics::ArrayFamilies()
+// What rounds came to on each array.
+const std::vector<RoundMetrics::Family>& RoundMetrics::OutcomeFamilies()
 {
     static const std::vector<Family> families = {
-        {"product_storage_array_info", "gauge", "The array of an environment; the value is always 1.",
-         [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
-             if (each.last.array) {
-                 const Labels more = {{"url", each.last.array->url}, {"device_key", each.last.array->deviceKey}};
-                 out.Sample(name, Joined(labels, more), 1);
-             }
-         }},
         {"product_storage_prepared", "gauge",
          "1 where this node was rightly prepared on the array at the end of the last round, else 0.",
          [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
              out.Sample(name, labels, each.last.failure ? 0 : 1);
+         }},
+        {"product_storage_unprepared", "gauge",
+         "1 at the cause for which the last round did not leave this node prepared on the array, else 0.",
+         [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
+             const std::string last = each.last.failure ? CauseOf(*each.last.failure) : "";
+             TellByCause(out, name, labels, [&last](const std::string& cause) { return cause == last ? 1U : 0U; });
          }},
         {"product_storage_drift", "gauge",
          "1 where the last round found broken on the array or this node what it does not mend, else 0.",
@@ -104,9 +112,29 @@ const std::vector<RoundMetrics::Family>& RoundMetrics::ArrayFamilies()
         {"product_storage_failures_total", "counter",
          "Rounds that did not leave this node prepared on the array, by cause.",
          [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
-             for (const auto& [code, cause] : CAUSES) {
+             TellByCause(out, name, labels, [&each](const std::string& cause) {
                  const auto count = each.failures.find(cause);
-                 out.Sample(name, Joined(labels, {{"cause", cause}}), count == each.failures.end() ? 0 : count->second);
+                 return count == each.failures.end() ? 0 : count->second;
+             });
+         }},
+        {"product_storage_last_success_timestamp_seconds", "gauge",
+         "When a round last left this node prepared on the array; 0 where none has since the program began.",
+         [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
+             out.Sample(name, labels, static_cast<std::uint64_t>(each.success));
+         }},
+    };
+    return families;
+}
+
+// What is known of each array once somebody logged in.
+const std::vector<RoundMetrics::Family>& RoundMetrics::ArrayFamilies()
+{
+    static const std::vector<Family> families = {
+        {"product_storage_array_info", "gauge", "The array of an environment; the value is always 1.",
+         [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
+             if (each.last.array) {
+                 const Labels more = {{"url", each.last.array->url}, {"device_key", each.last.array->deviceKey}};
+                 out.Sample(name, Joined(labels, more), 1);
              }
          }},
         {"product_storage_iscsi_sessions", "gauge",
@@ -123,13 +151,18 @@ const std::vector<RoundMetrics::Family>& RoundMetrics::ArrayFamilies()
                  out.Sample(name, labels, each.last.array->serviceAddresses);
              }
          }},
-        {"product_storage_last_success_timestamp_seconds", "gauge",
-         "When a round last left this node prepared on the array; 0 where none has since the program began.",
-         [](Exposition& out, const std::string& name, const Labels& labels, const Standing& each) {
-             out.Sample(name, labels, static_cast<std::uint64_t>(each.success));
-         }},
     };
     return families;
+}
+
+void RoundMetrics::TellArrays(Exposition& out, const std::vector<Family>& families) const
+{
+    for (const Family& family : families) {
+        out.Family(family.name, family.type, family.help);
+        for (const auto& [environment, standing] : m_arrays) {
+            family.tell(out, family.name, {{"environment", environment}}, standing);
+        }
+    }
 }
 
 void RoundMetrics::TellRounds(Exposition& out) const
@@ -158,12 +191,8 @@ std::string RoundMetrics::Text() const
     const std::string build = "product_storage_build_info";
     out.Family(build, "gauge", "The program that wrote this; the value is always 1.");
     out.Sample(build, {{"version", PRODUCT_STORAGE_VERSION}}, 1);
-    for (const Family& family : ArrayFamilies()) {
-        out.Family(family.name, family.type, family.help);
-        for (const auto& [environment, standing] : m_arrays) {
-            family.tell(out, family.name, {{"environment", environment}}, standing);
-        }
-    }
+    TellArrays(out, OutcomeFamilies());
+    TellArrays(out, ArrayFamilies());
     TellRounds(out);
     if (m_interval) {
         const std::string interval = "product_storage_watch_interval_seconds";

@@ -63,7 +63,9 @@ private:
     };
     struct Family;
 
+    static const std::vector<Family>& OutcomeFamilies();
     static const std::vector<Family>& ArrayFamilies();
+    void TellArrays(Exposition& out, const std::vector<Family>& families) const;
     void TellRounds(Exposition& out) const;
 
     static constexpr std::array<double, 9> BOUNDS = {0.5, 1, 2.5, 5, 10, 30, 60, 120, 300};

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Key;
 using ::testing::Not;
@@ -65,6 +66,34 @@ TEST(RoundMetricsTest, FailuresAreCountedByCauseAndAllCausesStandFromTheStart)
     EXPECT_EQ(0, Of(metrics, "drift", {{"environment", "b.json"}}));
     EXPECT_EQ(1000, Of(metrics, "last_success_timestamp_seconds", {{"environment", "a.json"}}));
     EXPECT_EQ(0, Of(metrics, "last_success_timestamp_seconds", {{"environment", "b.json"}})) << "none yet";
+}
+
+TEST(RoundMetricsTest, CauseOfTheLastRoundStandsUntilAnotherRoundSaysOtherwise)
+{
+    RoundMetrics metrics(60);
+    const auto causes = [&metrics](const std::string& environment) {
+        std::vector<std::string> standing;
+        const ExpositionReader read(metrics.Text());
+        for (const std::string cause : {"not_found", "foreign", "login_refused", "unusable", "unreachable", "refused",
+                                        "drift", "no_permission", "internal"}) {
+            const double value =
+                read.Value("product_storage_unprepared", {{"environment", environment}, {"cause", cause}});
+            EXPECT_THAT(value, testing::AnyOf(0, 1)) << cause;
+            if (value == 1) {
+                standing.push_back(cause);
+            }
+        }
+        return standing;
+    };
+    metrics.Add({1000, 1, {Failed("a.json", ExitCode::LoginRefused), Prepared("b.json")}});
+    EXPECT_THAT(causes("a.json"), ElementsAre("login_refused")) << "told by the first round already";
+    EXPECT_THAT(causes("b.json"), ElementsAre());
+    metrics.Add({1060, 1, {Failed("a.json", ExitCode::Unreachable), Failed("b.json", ExitCode::Drift)}});
+    EXPECT_THAT(causes("a.json"), ElementsAre("unreachable"));
+    EXPECT_THAT(causes("b.json"), ElementsAre("drift"));
+    metrics.Add({1120, 1, {Prepared("a.json"), Failed("b.json", ExitCode::Usage)}});
+    EXPECT_THAT(causes("a.json"), ElementsAre());
+    EXPECT_THAT(causes("b.json"), ElementsAre("internal")) << "of a code that is in no list";
 }
 
 TEST(RoundMetricsTest, ArrayOfWhichNothingIsKnownYetHasNoSessions)

@@ -91,7 +91,9 @@ TEST_F(ZavctlMetricsTest, OneOfTwoArraysThatFailsIsToldWithItsCause)
     const ExpositionReader metrics = Read();
     EXPECT_EQ(1, Of(metrics, "prepared", env));
     EXPECT_EQ(0, Of(metrics, "failures_total", env, {{"cause", "login_refused"}}));
+    EXPECT_EQ(0, Of(metrics, "unprepared", env, {{"cause", "login_refused"}}));
     EXPECT_EQ(0, Of(metrics, "prepared", other));
+    EXPECT_EQ(1, Of(metrics, "unprepared", other, {{"cause", "login_refused"}}));
     EXPECT_EQ(1, Of(metrics, "failures_total", other, {{"cause", "login_refused"}}));
     EXPECT_EQ(0, Of(metrics, "last_success_timestamp_seconds", other));
 }
@@ -125,6 +127,23 @@ TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
     zavctl->Signal(SIGTERM);
     zavctl->Wait();
     EXPECT_EQ(1, Of(Read(), "prepared", env)) << "the last round's stays";
+}
+
+TEST_F(ZavctlMetricsTest, WatchTellsARefusedLoginUntilItIsPutRight)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string right = ReadText(env);
+    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
+    Await("unprepared", env, 1, {{"cause", "login_refused"}});
+    WriteText(env, right);
+    Await("unprepared", env, 0, {{"cause", "login_refused"}});
+    EXPECT_EQ(1, Of(Read(), "prepared", env));
+    EXPECT_EQ(1, Of(Read(), "failures_total", env, {{"cause", "login_refused"}})) << "it was not repeated";
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
 }
 
 TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
