@@ -78,7 +78,7 @@ const char* ColourOf(Standing standing)
         return "#c62828";
     case Standing::Unrecorded:
     case Standing::Down:
-        return "#b26a00";
+        return "#9a5b00";
     case Standing::Sound:
         break;
     }
@@ -160,8 +160,8 @@ void AddToHtml(const PictureItem& item, std::string& html)
 }
 
 constexpr const char* STYLE = R"(
-:root { color-scheme: light dark; --line: #9aa0a6; --sound: #2e7d32; --bad: #c62828; --doubt: #b26a00; --soft: #5f6368; }
-@media (prefers-color-scheme: dark) {
+:root { color-scheme: light dark; --line: #9aa0a6; --sound: #2e7d32; --bad: #c62828; --doubt: #9a5b00; --soft: #5f6368; }
+@media screen and (prefers-color-scheme: dark) {
   :root { --line: #70757a; --sound: #81c995; --bad: #f28b82; --doubt: #fdd663; --soft: #9aa0a6; }
 }
 body { font: 15px/1.45 system-ui, sans-serif; margin: 2rem auto; max-width: 62rem; padding: 0 1rem; }
@@ -186,7 +186,7 @@ ul ul > li:not(:last-child)::after { content: ""; position: absolute; left: -.8r
 .item > span.mark { display: block; }
 .missing .mark, .foreign .mark, .verdict.bad { color: var(--bad); font-weight: 600; }
 .doubtful .mark { color: var(--doubt); font-weight: 600; }
-@media print { body { margin: 0; max-width: none; } .item { break-inside: avoid; } }
+@media print { :root { color-scheme: light; } body { margin: 0; max-width: none; } .item { break-inside: avoid; } }
 )";
 
 } // namespace

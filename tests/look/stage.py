@@ -193,9 +193,16 @@ def show_as(browser, width=1280, height=1000, dark=False, calm=False):
     """What kind of screen the browser says it has."""
     browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride",
                             {"width": width, "height": height, "deviceScaleFactor": 1, "mobile": False})
-    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [
+    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "", "features": [
         {"name": "prefers-color-scheme", "value": "dark" if dark else "light"},
         {"name": "prefers-reduced-motion", "value": "reduce" if calm else "no-preference"}]})
+
+
+def show_on_paper(browser, width=794, dark=False):
+    """A sheet of A4, as the browser prints on it: 96 pixels are an inch."""
+    show_as(browser, width, 1123, dark)
+    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print", "features": [
+        {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}]})
 
 
 def calmly(look):
@@ -255,6 +262,12 @@ def contrast(browser, selector):
         return color;""", selector)
     levels = sorted((luminance(browser, selector, "color"), _relative_luminance(behind)))
     return (levels[1] + 0.05) / (levels[0] + 0.05)
+
+
+def contrast_on_white(browser, selector):
+    """The least that any such element's text has."""
+    return 1.05 / (max(_relative_luminance(color) for color in browser.execute_script(
+        "return [...document.querySelectorAll(arguments[0])].map(each => getComputedStyle(each).color)", selector)) + 0.05)
 
 
 def temporary_folder():

@@ -43,7 +43,8 @@ def as_page(shown):
 
 
 class StatusTest(stage.BrowserTest):
-    """A node that is prepared, one that drifted, and one whose place somebody else took; each leaves its pictures."""
+    """A node that is prepared, one that drifted, one with another host in its group, and one whose place somebody else took;
+    each leaves its pictures."""
 
     def setUp(self):
         super().setUp()
@@ -95,6 +96,7 @@ class StatusTest(stage.BrowserTest):
                     self.assertGreaterEqual(stage.contrast(self.browser, selector), 4.5, f"{selector}{name}")
             self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"),
                                  how.get("width", 900), f"nothing is wider than the screen{name}")
+        self.print_page(state)
         self.assertEqual([], self.browser.execute_script(
             "return performance.getEntriesByType('resource').map(each => each.name)"), "no address but its own")
 
@@ -110,6 +112,18 @@ class StatusTest(stage.BrowserTest):
             self.assertTrue(any(each in mark for mark in marks), f"{each} in {marks}")
         return plain
 
+    def print_page(self, state):
+        """Looks at the page as it lies on white paper, whatever the screen is."""
+        for dark in (False, True):
+            stage.show_on_paper(self.browser, dark=dark)
+            for selector in ("h1", ".verdict", ".kind", ".name", ".detail", ".state", ".mark"):
+                if self.browser.find_elements(By.CSS_SELECTOR, selector):
+                    self.assertGreaterEqual(stage.contrast_on_white(self.browser, selector), 4.5, f"{selector} on paper")
+            self.assertLessEqual(self.browser.execute_script("return document.documentElement.scrollWidth"), 794,
+                                 "nothing is wider than the sheet")
+        stage.show_on_paper(self.browser)
+        stage.take_picture(self.browser, f"status-{state}-html-print", width=794)
+
     def test_prepared(self):
         plain = self.take("prepared", [])
         for each in ("missing", "foreign", "not recorded", "down"):
@@ -120,6 +134,13 @@ class StatusTest(stage.BrowserTest):
         self.array.admin("DELETE", "objects/mappingview/" + self.only("mappingview"))
         self.take("drifted", ["missing: the array has none of this id"])
         self.assertEqual(10, self.status("json").returncode)
+
+    def test_another_host(self):
+        other = self.array.make("host", "hv-04")
+        self.array.rest("POST", "host/associate", {"TYPE": "14", "ID": self.only("hostgroup"), "ASSOCIATEOBJTYPE": "21",
+                                                   "ASSOCIATEOBJID": other})
+        self.take("doubtful", ["not recorded: in this node's host group"])
+        self.assertEqual(0, self.status("json").returncode, "it takes nothing from this node")
 
     def test_foreign_owner(self):
         other = self.array.make("host", "hv-04")
