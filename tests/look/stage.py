@@ -2,6 +2,7 @@
 
 LOOK_PROGRAMS names the folder of the programs, LOOK_PICTURES the folder that pictures go to.
 """
+import html
 import itertools
 import json
 import os
@@ -23,6 +24,7 @@ PROGRAMS = pathlib.Path(os.environ["LOOK_PROGRAMS"]).resolve()
 PICTURES = pathlib.Path(os.environ["LOOK_PICTURES"]).resolve()
 PORT = 8088
 MOST_SECONDS = 20
+COLORS = {"31": "#f28b82", "32": "#81c995", "33": "#fdd663"}
 
 _numbers = itertools.count(1)
 
@@ -155,26 +157,36 @@ class Node:
                        capture_output=True, check=False)
 
 
-def open_browser():
-    """A headless Chromium that trusts the simulator's certificates."""
+def open_browser(logs):
+    """A headless Chromium that trusts the simulator's certificates and keeps such logs."""
     options = webdriver.ChromeOptions()
     for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars"):
         options.add_argument(argument)
     options.accept_insecure_certs = True
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    options.set_capability("goog:loggingPrefs", {log: "ALL" for log in logs})
     browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
     browser.set_page_load_timeout(MOST_SECONDS)
     return browser
 
 
-class BrowserTest(unittest.TestCase):
-    """An array of its own for each test, and one browser for all of them."""
+class ScreenTest(unittest.TestCase):
+    """One browser for all tests of a class."""
+
+    LOGS = ["browser"]
 
     @classmethod
     def setUpClass(cls):
         PICTURES.mkdir(parents=True, exist_ok=True)
-        cls.browser = open_browser()
+        cls.browser = open_browser(cls.LOGS)
         cls.addClassCleanup(cls.browser.quit)
+
+    def setUp(self):
+        self.addCleanup(show_as, self.browser)
+        show_as(self.browser)
+
+
+class BrowserTest(ScreenTest):
+    """An array of its own for each test."""
 
     def setUp(self):
         folder = temporary_folder()
@@ -182,8 +194,7 @@ class BrowserTest(unittest.TestCase):
         self.array = Array(folder.name, *self.array_arguments())
         self.addCleanup(self.array.end)
         self.addCleanup(self.browser.get, "about:blank")  # before the array ends
-        self.addCleanup(show_as, self.browser)
-        show_as(self.browser)
+        super().setUp()
 
     def array_arguments(self):
         return []
@@ -203,6 +214,28 @@ def show_on_paper(browser, width=794, dark=False):
     show_as(browser, width, 1123, dark)
     browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print", "features": [
         {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}]})
+
+
+def as_page(shown):
+    """What a terminal shows, as a page."""
+    page, look = "", {}
+    for part in re.split(r"(\x1b\[[0-9;]*m)", shown):
+        codes = re.fullmatch(r"\x1b\[([0-9;]*)m", part)
+        if not codes:
+            style = ";".join(f"{name}:{value}" for name, value in look.items())
+            page += f'<span style="{style}">{html.escape(part)}</span>'
+            continue
+        for code in codes[1].split(";"):
+            if code in ("", "0"):
+                look = {}
+            elif code in ("1", "22"):
+                look["font-weight"] = "bold" if code == "1" else "normal"
+            elif code in ("4", "24"):
+                look["text-decoration"] = "underline" if code == "4" else "none"
+            elif code in COLORS or code == "39":
+                look["color"] = COLORS.get(code, "inherit")
+    return ("<meta charset=utf-8><body style='background:#16181c;color:#d8dade;margin:16px'>"
+            f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'>{page}</pre>")
 
 
 def calmly(look):

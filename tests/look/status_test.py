@@ -1,5 +1,4 @@
 """How a node hangs on its array, as `zavctl status` shows it in a terminal and a browser, and the array's page beside it."""
-import html
 import json
 import os
 import re
@@ -12,9 +11,6 @@ from selenium.webdriver.common.by import By
 import stage
 from stage import until
 
-COLORS = {"31": "#f28b82", "32": "#81c995", "33": "#fdd663"}
-
-
 def shown_in_a_terminal(node, *words, columns=120):
     """What stands in a terminal of so many columns, with the sequences of its colours."""
     tmux = ["tmux", "-u", "-L", f"look-{os.getpid()}", "-f", "/dev/null"]
@@ -26,20 +22,6 @@ def shown_in_a_terminal(node, *words, columns=120):
         return subprocess.run([*tmux, "capture-pane", "-e", "-p"], check=True, stdout=subprocess.PIPE, text=True).stdout.rstrip() + "\n"
     finally:
         subprocess.run([*tmux, "kill-server"], check=True)
-
-
-def as_page(shown):
-    """What a terminal shows, as a page."""
-    page, color = "", "inherit"
-    for part in re.split(r"(\x1b\[[0-9;]*m)", shown):
-        look = re.fullmatch(r"\x1b\[([0-9;]*)m", part)
-        if not look:
-            page += f"<span style='color:{color}'>{html.escape(part)}</span>"
-            continue
-        for code in look[1].split(";"):
-            color = "inherit" if code in ("", "0", "39") else COLORS.get(code, color)
-    return ("<meta charset=utf-8><body style='background:#16181c;color:#d8dade;margin:16px'>"
-            f"<pre style='font:14px/1.35 DejaVu Sans Mono,monospace'>{page}</pre>")
 
 
 class StatusTest(stage.BrowserTest):
@@ -74,7 +56,7 @@ class StatusTest(stage.BrowserTest):
         """Looks at the state in each form, in which each of `words` is told."""
         shown = shown_in_a_terminal(self.node, "-q", "status", "--env", str(self.node.environment))
         plain = re.sub(r"\x1b\[[0-9;]*m", "", shown)
-        self.show_file("terminal.html", as_page(shown))
+        self.show_file("terminal.html", stage.as_page(shown))
         stage.show_as(self.browser, height=200)
         stage.take_picture(self.browser, f"status-{state}-terminal", width=1100)
 
