@@ -144,6 +144,15 @@ std::optional<std::vector<ArrayObject>> ArrayObjects::All(const ObjectKind& kind
     return areListed ? std::optional(std::move(objects)) : std::nullopt;
 }
 
+std::vector<ArrayObject> ArrayObjects::Listed(const ObjectKind& kind)
+{
+    auto objects = All(kind);
+    if (!objects) {
+        throw Failure(ExitCode::Refused, m_url + ": the array does not list its " + std::string(kind.words) + "s");
+    }
+    return std::move(*objects);
+}
+
 bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take)
 {
     std::string lastFirst; // of the page before

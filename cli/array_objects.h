@@ -79,6 +79,9 @@ public:
     /// All objects of a kind; nothing when the array does not list them.
     std::optional<std::vector<ArrayObject>> All(const ObjectKind& kind);
 
+    /// The same for whom a list that is refused is not an empty one: throws Failure, Refused, naming it.
+    std::vector<ArrayObject> Listed(const ObjectKind& kind);
+
     /// Hands them on page by page, until `take` has enough and gives false. False when the array does not list them.
     bool EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take);
 

@@ -261,12 +261,11 @@ std::vector<Leftovers::Object> Leftovers::OfOthers()
 {
     std::vector<Object> others;
     for (const MadeKind& made : MADE_KINDS) {
-        for (const ArrayObject& each : m_array.All(*made.kind).value_or(std::vector<ArrayObject>())) {
-            const bool isOurs = std::any_of(m_objects.begin(), m_objects.end(), [&](const Object& object) {
-                return IsKind(*object.kind, *made.kind) && object.id == each.id;
-            });
-            if (each.name.rfind(GENERATED_PREFIX, 0) == 0 && !isOurs && !IsRecorded(*made.kind, each.id, each.name)) {
-                others.push_back({made.kind, each.id, each.name, {}});
+        for (const ArrayObject& each : m_array.Listed(*made.kind)) {
+            const Object object = {made.kind, each.id, each.name, {}};
+            if (each.name.rfind(GENERATED_PREFIX, 0) == 0 && !Has(object) &&
+                !IsRecorded(*made.kind, each.id, each.name)) {
+                others.push_back(object);
             }
         }
     }

@@ -42,7 +42,7 @@ public:
     bool Has(const Object& object) const;
 
     /// Objects that bear the prefix of names that the library generates, and are named by neither record nor journal:
-    /// another node's, most likely.
+    /// another node's, most likely. Throws Failure, Refused, when the array does not list a kind of them.
     std::vector<Object> OfOthers();
 
     /// What this node's initiators hang on without record or journal naming it: their hosts, the groups of these, their

@@ -311,6 +311,23 @@ TEST_F(ZavctlLeftoversTest, OrphansAreToldApartAndLeft)
     EXPECT_THAT(m_array.Ids("hostgroup"), UnorderedElementsAre("1", "2", "3"));
 }
 
+TEST_F(ZavctlLeftoversTest, ListThatTheArrayRefusesIsNotTakenForAnEmptyOne)
+{
+    ASSERT_EQ(0, Init().status);
+    const std::string cause = m_array.Url() + ": the array does not list its mapping views\n";
+    Fault(
+        R"("kind": "code", "code": 42, "description": "licence", "method": "GET", "target": "mappingview.range", "count": 0)");
+    const Base::ProgramResult orphans = RunZavctl({"orphans", "--env", m_env});
+    EXPECT_EQ(9, orphans.status);
+    EXPECT_THAT(orphans.errors, AllOf(HasSubstr(cause), Not(HasSubstr("no orphans"))));
+    for (const char* const option : {"--dry-run", "--yes"}) {
+        const Base::ProgramResult tidy = Tidy(option);
+        EXPECT_EQ(9, tidy.status) << option;
+        EXPECT_THAT(tidy.errors, AllOf(HasSubstr(cause), Not(HasSubstr("nothing of this node is left over"))));
+    }
+    ExpectWholeChain();
+}
+
 TEST_F(ZavctlLeftoversTest, IdleObjectOfAnotherNodeGoesWhenItIsNamed)
 {
     ASSERT_EQ(0, Init().status);
