@@ -84,7 +84,8 @@ public:
             m_picture.faults.emplace_back("this node has no initiator on the array");
         }
         if (!m_hasPath && m_whySessionsAreUnknown.empty()) {
-            m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
+            m_picture.faults.emplace_back("this node has no online FC port and no "
+                                          "iSCSI session with the array");
         }
         return std::move(m_picture);
     }
@@ -126,7 +127,8 @@ private:
         }
     }
 
-    // Needed are the recorded ports, and the iSCSI name where it is recorded, or none of this node's ports is.
+    // Needed are the recorded ports, and the iSCSI name where it is recorded, or
+    // none of this node's ports is.
     bool IsNeeded(const std::string& initiator) const
     {
         const std::set<std::string> recorded = RecordedPorts(m_record);
@@ -169,6 +171,8 @@ private:
         return false;
     }
 
+    // One session is path enough; another address without one is a path less
+    // where iSCSI is what the node uses.
     void AddSessions(PictureItem& initiator)
     {
         if (!m_whySessionsAreUnknown.empty()) {
@@ -201,7 +205,11 @@ private:
                 PictureItem& item = without.emplace_back();
                 item.kind = "portal";
                 item.id = address;
-                item.state = "no session";
+                if (IsNeeded(initiator.id)) {
+                    Mark(item, Standing::Missing, "no session stands with it");
+                } else {
+                    item.state = "no session";
+                }
             }
         }
         std::move(without.begin(), without.end(), std::back_inserter(initiator.parts));
@@ -248,7 +256,8 @@ private:
         }
     }
 
-    // On this node's host: its own of former days, or another machine's, which sees this node's LUNs by it.
+    // On this node's host: its own of former days, or another machine's, which
+    // sees this node's LUNs by it.
     void AddStranger(PictureItem& initiator)
     {
         if (initiator.id == m_record.iscsiInitiatorName || RecordedPorts(m_record).count(initiator.id) != 0) {

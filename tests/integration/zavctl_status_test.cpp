@@ -13,6 +13,9 @@ using ::testing::StartsWith;
 
 namespace {
 
+constexpr const char* WWPN = "2100000000000001";
+constexpr int FIRST_OF_TWO = 10; // service addresses of another array
+
 /// How a node hangs on its array, looked at from both ends.
 class ZavctlStatusTest : public Stage {
 protected:
@@ -20,7 +23,7 @@ protected:
         : m_array(StartArray())
         , m_env(EnvironmentFileOf(m_array))
     {
-        StartTargets(m_array.Options().serviceIps);
+        StartTargets({m_array.Options().serviceIps[0], Address(FIRST_OF_TWO), Address(FIRST_OF_TWO + 1)});
     }
 
     void Prepare()
@@ -29,6 +32,24 @@ protected:
         ASSERT_EQ(0, init.status) << init.errors;
         m_array.Operate("POST", "lungroup/associate",
                         R"({"TYPE":"256","ID":"1","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"3"})");
+    }
+
+    /// Another array, on whose first service address a session stands.
+    const Array& PrepareOnTwoAddresses()
+    {
+        ArrayOptions options;
+        options.serviceIps = {Address(FIRST_OF_TWO), Address(FIRST_OF_TWO + 1)};
+        const Array& array = StartArray(options);
+        const Base::ProgramResult init = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
+        EXPECT_EQ(0, init.status) << init.errors;
+        return array;
+    }
+
+    void PlugFcPort(const std::string& state, bool isSeenByTheArray) const
+    {
+        SetFcPorts({std::string("0x") + WWPN});
+        WriteText(Directory() + "/node/fc_host/host0/port_state", state + "\n");
+        m_array.SetFcPortOnline(WWPN, isSeenByTheArray);
     }
 
     Base::ProgramResult Status(const std::string& form) { return RunZavctl({"status", "--env", m_env, "-o", form}); }
@@ -130,11 +151,39 @@ TEST_F(ZavctlStatusTest, NameThatThisNodeHadOnceIsNoFaultAndItsNewOneIsMissed)
                                                                  "machine's by now, or nobody's\n"));
 }
 
+TEST_F(ZavctlStatusTest, AddressWithoutASessionIsMissedBesideOneThatStandsAndIsNoFault)
+{
+    const Array& array = PrepareOnTwoAddresses();
+    const std::vector<std::string>& addresses = array.Options().serviceIps;
+    const Base::ProgramResult status = RunZavctl({"status", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(0, status.status) << status.errors;
+    EXPECT_THAT(status.output, HasSubstr("│  ├─ session " + addresses[0] + ":3260  up\n│  └─ portal " + addresses[1] +
+                                         "  missing: no session stands with it\n"));
+    EXPECT_EQ(0, RunZavctl({"check", "--env", EnvironmentFileOf(array)}).status);
+    RunToEnd({ProgramPath("node/iscsiadm"), "-m", "node", "-u"});
+    const Base::ProgramResult cut = RunZavctl({"check", "--env", EnvironmentFileOf(array)});
+    EXPECT_EQ(10, cut.status);
+    EXPECT_THAT(cut.errors,
+                HasSubstr(": this node is not rightly prepared: this node has no online FC port and no iSCSI "
+                          "session with the array\n"))
+        << "one fault for all addresses";
+}
+
+TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoSession)
+{
+    PlugFcPort("Online", true);
+    Prepare();
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(0, status.status) << status.errors;
+    EXPECT_THAT(status.output, HasSubstr("└─ portal " + m_array.Options().serviceIps[0] + "  no session\n"));
+}
+
 TEST_F(ZavctlStatusTest, NodeThatWasNeverPreparedLacksAll)
 {
     const Base::ProgramResult status = Status("table");
     EXPECT_EQ(10, status.status);
-    EXPECT_THAT(status.output, HasSubstr("  missing: the array does not have it\n│  └─ portal "));
+    EXPECT_THAT(status.output, HasSubstr("  missing: the array does not have it\n│  └─ portal " +
+                                         m_array.Options().serviceIps[0] + "  missing: no session stands with it\n"));
     for (const char* const kind : {"host", "host group", "mapping view", "LUN group"}) {
         EXPECT_THAT(status.output, HasSubstr("└─ " + std::string(kind) + "  missing: none is recorded\n"));
     }
