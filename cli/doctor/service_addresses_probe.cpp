@@ -1,6 +1,8 @@
 #include "base/host_port.h"
+#include "cli/device_record.h"
 #include "cli/doctor/probes.h"
 #include "cli/iscsi_sessions.h"
+#include "cli/node_shell.h"
 #include "common/framework/http_client.h"
 
 #include <algorithm>
@@ -19,12 +21,20 @@ struct Portal {
     std::string address;
     bool takesConnections;
     bool hasSession;
+    std::string lost; ///< the kernel's word for a session there that is not logged in; empty: none
 };
 
-bool HasSession(const std::string& address, const std::vector<IscsiSession>& sessions)
+Portal PortalOf(const std::string& address, bool takesConnections, const std::vector<IscsiSession>& sessions)
 {
-    return std::any_of(sessions.begin(), sessions.end(),
-                       [&address](const IscsiSession& session) { return session.IsAt(address); });
+    Portal portal = {address, takesConnections, false, ""};
+    for (const IscsiSession& session : sessions) {
+        if (session.IsAt(address)) {
+            const std::string state = IscsiSessions::StateOf(session);
+            portal.hasSession = true;
+            portal.lost = state.empty() || state == "LOGGED_IN" ? portal.lost : state;
+        }
+    }
+    return portal;
 }
 
 // Side by side, so that several that say nothing cost no more than one.
@@ -41,9 +51,50 @@ std::vector<Portal> LookAtAll(const std::vector<std::string>& addresses)
     const std::vector<IscsiSession> sessions = IscsiSessions::Standing();
     std::vector<Portal> portals;
     for (std::size_t i = 0; i < addresses.size(); ++i) {
-        portals.push_back({addresses[i], connections[i].get(), HasSession(addresses[i], sessions)});
+        portals.push_back(PortalOf(addresses[i], connections[i].get(), sessions));
     }
     return portals;
+}
+
+Finding DeadPortal(const Portal& portal, Severity severity)
+{
+    return {severity,
+            "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) + " takes no connection; " +
+                (portal.hasSession ? "a session that stands there is lost with the next failure"
+                                   : "no session stands with it"),
+            "check the way there from this node, and that the array's iSCSI service runs; ip route get " +
+                Base::BareHost(portal.address) + " tells by which port it goes",
+            "", ExitCode::Unreachable};
+}
+
+Finding LostSession(const Portal& portal)
+{
+    return {
+        Severity::Warning,
+        "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
+            " takes connections, and the kernel has the session with it as " + portal.lost,
+        "iscsid logs in again within seconds; where it stays so, see by journalctl -u iscsid what the array's target "
+        "says to that",
+        "", ExitCode::Drift};
+}
+
+// The command is the library's own way in, which goes to the first address that takes it and no further.
+Finding UnusedPortal(const Portal& portal)
+{
+    const std::string address = NodeShell::Word(portal.address);
+    return {Severity::Warning,
+            "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
+                " takes connections, and no session stands with it: the node lacks that path when another fails",
+            "log in there, too, which zavctl init does at one address only; each LUN is here once more then, and "
+            "multipath has to join its disks",
+            "iscsiadm -m discovery --op=new -t st -p " + address + " && iscsiadm -m node -p " + address + " -l",
+            ExitCode::Drift};
+}
+
+// Of a node that was prepared there, with iSCSI.
+bool UsesIscsi(const std::string& deviceId)
+{
+    return !DeviceRecord(deviceId).Message().iscsiInitiatorName.empty();
 }
 
 } // namespace
@@ -57,18 +108,17 @@ Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*par
     const std::vector<Portal> portals = LookAtAll(login->Device().storageIps);
     const bool isAnyReached =
         std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.takesConnections; });
+    const bool isAnyUsed =
+        std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.hasSession; }) &&
+        UsesIscsi(login->DeviceId());
     Findings findings;
     for (const Portal& portal : portals) {
         if (!portal.takesConnections) {
-            findings.push_back({isAnyReached ? Severity::Warning : SeverityOfIscsi(),
-                                "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
-                                    " takes no connection; " +
-                                    (portal.hasSession ? "a session that stands there is lost with the next failure"
-                                                       : "no session stands with it"),
-                                "check the way there from this node, and that the array's iSCSI service runs; ip route "
-                                "get " +
-                                    Base::BareHost(portal.address) + " tells by which port it goes",
-                                "", ExitCode::Unreachable});
+            findings.push_back(DeadPortal(portal, isAnyReached ? Severity::Warning : SeverityOfIscsi()));
+        } else if (!portal.lost.empty()) {
+            findings.push_back(LostSession(portal));
+        } else if (isAnyUsed && !portal.hasSession) {
+            findings.push_back(UnusedPortal(portal));
         }
     }
     return findings;

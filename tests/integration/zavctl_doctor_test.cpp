@@ -61,9 +61,13 @@ public:
         WriteText(Directory() + "/password", std::string(PASSWORD) + "\n");
     }
 
-    void Prepare(const std::vector<std::string>& further = {})
+    void Prepare(const std::vector<std::string>& further = {}, int serviceAddresses = 1)
     {
+        constexpr int FIRST_SERVICE_ADDRESS = 8;
         ArrayOptions options;
+        for (int i = 0; i < serviceAddresses; ++i) {
+            options.serviceIps.push_back(Address(FIRST_SERVICE_ADDRESS + i));
+        }
         options.managementIps = {Address(0), Address(1)};
         options.further = further;
         m_array = &StartArray(options);
@@ -194,6 +198,7 @@ struct Planted : NamedRow {
     Act behind = [](DoctorStage&) {};      ///< what the world does after the command
     bool needsRoot = false;                ///< files of other users are planted
     std::vector<std::string> further = {}; ///< of the array
+    int serviceAddresses = 1;
 };
 
 Act ChangeMode(std::string (DoctorStage::*file)() const, mode_t mode)
@@ -364,6 +369,16 @@ const std::vector<Planted> PLANTED = {
      "this node has no online FC port and no iSCSI session with the array",
      "zavctl init --env ",
      10},
+    {{"SecondServiceAddressHasNoSession"},
+     [](DoctorStage&) {}, // init logs in at the first
+     "warning",
+     ":3260 takes connections, and no session stands with it",
+     "iscsiadm -m discovery --op=new -t st -p ",
+     3,
+     [](DoctorStage&) {},
+     false,
+     {},
+     2},
     {{"NodeIsAClone"},
      [](DoctorStage& stage) {
          stage.PutStrangerOnHost();
@@ -405,7 +420,7 @@ TEST_P(ZavctlDoctorFaultTest, IsNamedWithTheCommandThatMendsIt)
     if (planted.needsRoot && ::geteuid() != 0) {
         GTEST_SKIP() << "needs files of another user";
     }
-    ASSERT_NO_FATAL_FAILURE(Prepare(planted.further));
+    ASSERT_NO_FATAL_FAILURE(Prepare(planted.further, planted.serviceAddresses));
     ASSERT_NO_FATAL_FAILURE(planted.plant(*this));
     const Base::ProgramResult sick = Doctor();
     const std::string command = CommandOf(sick.output, planted.severity, planted.seen);
@@ -727,6 +742,55 @@ TEST_F(ZavctlDoctorTest, ServiceAddressThatTakesNoConnectionIsToldUntilItDoes)
     ASSERT_EQ(0, RunToEnd(targets).status);
     EXPECT_EQ("all well\n", RunZavctl({"doctor", "--env", env}).output);
     RunToEnd({ProgramPath("zavsim-target"), "stop", "--folder", Directory() + "/more"});
+}
+
+TEST_F(ZavctlDoctorTest, PreparedNodeIsNotSentToLogInAgainByInit)
+{
+    Prepare({}, 2);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", Env()}).status);
+    const Base::ProgramResult sick = Doctor();
+    EXPECT_EQ(
+        "warning: service address " + Address(9) +
+            ":3260 takes connections, and no session stands with it: the node lacks that path when another fails\n"
+            "  log in there, too, which zavctl init does at one address only; each LUN is here once more then, and "
+            "multipath has to join its disks\n"
+            "  $ iscsiadm -m discovery --op=new -t st -p " +
+            Address(9) + " && iscsiadm -m node -p " + Address(9) + " -l\n",
+        sick.output);
+    EXPECT_EQ(3, sick.status);
+}
+
+TEST_F(ZavctlDoctorTest, AddressesOfAnArrayThatIsReachedByFcNeedNoSession)
+{
+    ArrayOptions options;
+    options.serviceIps = {Address(8), Address(9)};
+    const Array& array = StartArray(options);
+    StartTargets(options.serviceIps);
+    SetFcPorts({std::string("0x") + WWPN});
+    array.SetFcPortOnline(WWPN, true);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    EXPECT_EQ("all well\n", RunZavctl({"doctor", "--env", env}).output);
+}
+
+TEST_F(ZavctlDoctorTest, SessionThatTheKernelLostIsAWarning)
+{
+    const Process::Arguments apart = {"unshare", "--mount", "--map-root-user"};
+    Process::Arguments attempt = apart;
+    attempt.insert(attempt.end(), {"mount", "-t", "tmpfs", "none", "/sys/class"});
+    if (RunToEnd(attempt).status != 0) {
+        GTEST_SKIP() << "no file system may be mounted here";
+    }
+    Prepare();
+    Process::Arguments words = apart;
+    words.insert(words.end(), {"sh", "-c",
+                               "mount -t tmpfs none /sys/class && mkdir -p /sys/class/iscsi_session/session1 && "
+                               "echo FAILED >/sys/class/iscsi_session/session1/state && \"$0\" doctor --env \"$1\"",
+                               ProductPath("bin/zavctl"), Env()});
+    const Base::ProgramResult sick = RunToEnd(words);
+    EXPECT_THAT(sick.output, HasSubstr("warning: service address " + Address(8) +
+                                       ":3260 takes connections, and the kernel has the session with it as FAILED\n"));
+    EXPECT_EQ(10, sick.status) << "it was the only path: " << sick.output;
 }
 
 TEST_F(ZavctlDoctorTest, ArrayThatDoesNotAnswerAtAllIsAnError)
