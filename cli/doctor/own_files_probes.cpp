@@ -105,17 +105,18 @@ void LookAtRights(const Rule& rule, const std::string& path, const struct stat& 
     }
 }
 
-void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
+// False where an error is told, behind which nothing else about the file is worth a word.
+bool LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
 {
     struct stat status = {};
     struct stat folder = {};
     if (::stat(path.c_str(), &status) != 0 || ::stat(FolderOf(path).c_str(), &folder) != 0) {
-        return; // it is not there yet, or whoever needs it tells why it cannot be had
+        return true; // it is not there yet, or whoever needs it tells why it cannot be had
     }
     const bool isStream = S_ISCHR(status.st_mode) || S_ISFIFO(status.st_mode);
     if (!S_ISREG(status.st_mode) && !(rule.mayBeStream && isStream)) {
         findings.push_back(NoRegularFile(rule, path, status.st_mode));
-        return;
+        return false;
     }
     if (S_ISREG(status.st_mode)) {
         LookAtRights(rule, path, status, folder, findings);
@@ -124,7 +125,9 @@ void LookAtFile(const Rule& rule, const std::string& path, Findings& findings)
         const int error = errno;
         findings.push_back({Severity::Error, Naming(rule, path) + " cannot be written: " + Base::ErrorText(error),
                             RemedyFor("", ExitCodeOfFile(error)), "", ExitCodeOfFile(error)});
+        return false;
     }
+    return true;
 }
 
 // Whether all can be read and written, as a command asks before it makes anything.
@@ -211,11 +214,11 @@ Findings LookAtOwnFiles(const Patient& /*patient*/, const std::string& /*part*/)
 {
     Findings findings;
     for (const std::string& record : OwnFiles::RecordsIn(OwnFiles::RecordFolder())) {
-        LookAtFile(RECORD, record, findings);
-        RequireUsable(record, findings);
+        if (LookAtFile(RECORD, record, findings)) {
+            RequireUsable(record, findings);
+        }
     }
-    if (OwnJournal::IsKept()) {
-        LookAtFile(JOURNAL, OwnJournal::Path(), findings);
+    if (OwnJournal::IsKept() && LookAtFile(JOURNAL, OwnJournal::Path(), findings)) {
         try {
             OwnJournal::RequireWritable();
         } catch (const Failure& failure) {

@@ -602,6 +602,34 @@ TEST_F(ZavctlDoctorTest, WhatIsNeitherFileNorFolderIsNotToBeMoved)
     EXPECT_EQ(7, sick.status);
 }
 
+TEST_F(ZavctlDoctorTest, RecordThatIsNoFileIsToldOnce)
+{
+    Prepare();
+    const std::string record = Record();
+    const auto expectTold = [&](const std::string& told) {
+        const Base::ProgramResult sick = RunZavctl({"doctor"});
+        EXPECT_EQ("error: the record " + record + " is no regular file\n  move away what stands there\n" + told,
+                  sick.output);
+        EXPECT_EQ(7, sick.status);
+    };
+    fs::remove(record);
+    ASSERT_EQ(0, ::mkfifo(record.c_str(), 0600));
+    expectTold("");
+    fs::remove(record);
+    fs::create_directory(record);
+    expectTold("  $ mv " + record + " " + record + ".old\n");
+}
+
+TEST_F(ZavctlDoctorTest, JournalThatIsNoFileIsToldOnce)
+{
+    Prepare();
+    fs::remove(Journal());
+    fs::create_directory(Journal());
+    EXPECT_EQ("error: the journal " + Journal() + " is no regular file\n  move away what stands there\n  $ mv " +
+                  Journal() + " " + Journal() + ".old\n",
+              RunZavctl({"doctor"}).output);
+}
+
 TEST_F(ZavctlDoctorTest, AddressThatTakesConnectionsAndSaysNothingIsToldAsThat)
 {
     Prepare();
