@@ -4,6 +4,7 @@
 #include "cli/array_objects.h"
 #include "cli/device_record.h"
 #include "cli/failure.h"
+#include "cli/fc_ports.h"
 #include "cli/iscsi_sessions.h"
 #include "cli/local_disks.h"
 #include "cli/node_initiators.h"
@@ -84,13 +85,15 @@ public:
             m_picture.faults.emplace_back("this node has no initiator on the array");
         }
         if (!m_hasPath && m_whySessionsAreUnknown.empty()) {
-            m_picture.faults.emplace_back("this node has no online FC port and no "
-                                          "iSCSI session with the array");
+            m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
         }
         return std::move(m_picture);
     }
 
 private:
+    /// Where an initiator of this node's is.
+    enum class Place { Unknown, Elsewhere, Ours };
+
     void Mark(PictureItem& item, Standing standing, const std::string& why)
     {
         item.standing = standing;
@@ -105,15 +108,8 @@ private:
 
     void AddInitiators(PictureItem& root)
     {
-        for (const std::string& port : m_initiators.ports) {
-            PictureItem& item = root.parts.emplace_back(ItemOf(FC_INITIATOR, port));
-            std::string errorText;
-            const bool isInPlace = LookAtInitiator(item, FC_INITIATOR);
-            const bool isOnline = m_api->IsOnlineFCInitiator(port, errorText) == 0;
-            if (!isOnline && item.standing == Standing::Sound) {
-                Mark(item, Standing::Down, "the array does not see it online");
-            }
-            m_hasPath = m_hasPath || (isInPlace && isOnline);
+        for (const FcPort& port : FcPorts::Look(m_initiators.ports)) {
+            AddFcPort(root.parts.emplace_back(ItemOf(FC_INITIATOR, port.name)), port.state);
         }
         if (!m_initiators.iqn.empty()) {
             PictureItem& item = root.parts.emplace_back(ItemOf(ISCSI_INITIATOR, m_initiators.iqn));
@@ -127,8 +123,22 @@ private:
         }
     }
 
-    // Needed are the recorded ports, and the iSCSI name where it is recorded, or
-    // none of this node's ports is.
+    // `link` is the kernel's word for the port's state. What the array does not have, it cannot miss.
+    void AddFcPort(PictureItem& item, const std::string& link)
+    {
+        const Place place = LookAtInitiator(item, FC_INITIATOR);
+        std::string errorText;
+        const bool isOnline = place != Place::Unknown && m_api->IsOnlineFCInitiator(item.id, errorText) == 0;
+        if (!isOnline && place != Place::Unknown && item.standing == Standing::Sound) {
+            Mark(item, Standing::Down, "the array does not see it online");
+        }
+        if (!link.empty()) {
+            item.state = link + " here" + (item.state.empty() ? "" : ", " + item.state);
+        }
+        m_hasPath = m_hasPath || (place == Place::Ours && isOnline);
+    }
+
+    // Needed are the recorded ports, and the iSCSI name where it is recorded, or none of this node's ports is.
     bool IsNeeded(const std::string& initiator) const
     {
         const std::set<std::string> recorded = RecordedPorts(m_record);
@@ -138,8 +148,7 @@ private:
                 std::none_of(m_initiators.ports.begin(), m_initiators.ports.end(), isRecorded));
     }
 
-    // True when it is on a host of this node's.
-    bool LookAtInitiator(PictureItem& item, const ObjectKind& kind)
+    Place LookAtInitiator(PictureItem& item, const ObjectKind& kind)
     {
         const bool isNeeded = IsNeeded(item.id);
         const auto lack = [&](const std::string& why) {
@@ -152,7 +161,9 @@ private:
         const auto found = m_objects.Find(kind, item.id);
         if (!found) {
             lack("the array does not have it");
-        } else if (found->parentId.empty()) {
+            return Place::Unknown;
+        }
+        if (found->parentId.empty()) {
             lack("it is on no host of the array");
         } else if (found->parentId != m_record.hostId && !Contains(m_hostsOfGroup, found->parentId)) {
             const std::string why = "it is on host " + found->parentId + ", which is not this node's";
@@ -166,13 +177,12 @@ private:
         } else {
             item.state = "on host " + found->parentId;
             m_isAnyInPlace = true;
-            return true;
+            return Place::Ours;
         }
-        return false;
+        return Place::Elsewhere;
     }
 
-    // One session is path enough; another address without one is a path less
-    // where iSCSI is what the node uses.
+    // One session is path enough; another address without one is a path less where iSCSI is what the node uses.
     void AddSessions(PictureItem& initiator)
     {
         if (!m_whySessionsAreUnknown.empty()) {
@@ -256,8 +266,7 @@ private:
         }
     }
 
-    // On this node's host: its own of former days, or another machine's, which
-    // sees this node's LUNs by it.
+    // On this node's host: its own of former days, or another machine's, which sees this node's LUNs by it.
     void AddStranger(PictureItem& initiator)
     {
         if (initiator.id == m_record.iscsiInitiatorName || RecordedPorts(m_record).count(initiator.id) != 0) {

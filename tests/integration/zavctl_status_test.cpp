@@ -178,6 +178,32 @@ TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoSession)
     EXPECT_THAT(status.output, HasSubstr("└─ portal " + m_array.Options().serviceIps[0] + "  no session\n"));
 }
 
+TEST_F(ZavctlStatusTest, FcPortIsToldAsTheKernelAndTheArrayHaveIt)
+{
+    PlugFcPort("Online", true);
+    Prepare();
+    const std::string port = std::string("├─ FC initiator ") + WWPN;
+    const Base::ProgramResult online = Status("table");
+    EXPECT_EQ(0, online.status) << online.errors;
+    EXPECT_THAT(online.output, HasSubstr(port + "  Online here, on host 1\n"));
+
+    PlugFcPort("Linkdown", false);
+    const Base::ProgramResult offline = Status("table");
+    EXPECT_EQ(10, offline.status) << "no path is left";
+    EXPECT_THAT(offline.output,
+                HasSubstr(port + "  Linkdown here, on host 1  down: the array does not see it online\n"));
+}
+
+TEST_F(ZavctlStatusTest, FcPortThatTheArrayDoesNotHaveIsNotDownThere)
+{
+    Prepare();
+    PlugFcPort("Linkdown", false);
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(0, status.status) << status.errors;
+    EXPECT_THAT(status.output,
+                HasSubstr(std::string("├─ FC initiator ") + WWPN + "  Linkdown here, the array does not have it\n"));
+}
+
 TEST_F(ZavctlStatusTest, NodeThatWasNeverPreparedLacksAll)
 {
     const Base::ProgramResult status = Status("table");
