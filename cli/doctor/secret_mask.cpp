@@ -8,6 +8,8 @@
 
 #include <boost/algorithm/string/replace.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <regex>
 #include <sstream>
 
@@ -17,7 +19,28 @@ namespace {
 
 constexpr const char* MASK = "***";
 constexpr std::size_t LONGEST_LINE = 16384; // of those that the matcher's stack is sure to bear
-constexpr std::size_t SHORTEST = 4;         // a shorter one stands in any text by chance
+constexpr std::size_t SHORT = 4;            // less than that stands within words by chance
+
+bool IsOfWord(const std::string& text, std::size_t position)
+{
+    return position < text.size() &&
+           (std::isalnum(static_cast<unsigned char>(text[position])) != 0 || text[position] == '_');
+}
+
+// Where it is no piece of a longer word.
+std::string MaskAsWord(const std::string& text, const std::string& secret)
+{
+    std::string masked;
+    std::size_t done = 0;
+    for (std::size_t found = text.find(secret); found != std::string::npos;) {
+        const std::size_t end = found + secret.size();
+        const bool isPiece = (found != 0 && IsOfWord(text, found - 1)) || IsOfWord(text, end);
+        masked += text.substr(done, found - done) + (isPiece ? text.substr(found, 1) : MASK);
+        done = isPiece ? found + 1 : end;
+        found = text.find(secret, done);
+    }
+    return masked + text.substr(done);
+}
 
 // As the inside of a JSON text.
 std::string InJson(const std::string& text)
@@ -58,9 +81,10 @@ SecretMask::~SecretMask()
 
 void SecretMask::Know(const std::string& secret)
 {
-    if (secret.size() >= SHORTEST) {
-        for (const std::string& form : {secret, InJson(secret), Base::PercentEncode(secret)}) {
-            m_known.push_back(form);
+    const auto isLonger = [](const std::string& one, const std::string& other) { return one.size() > other.size(); };
+    for (const std::string& form : {secret, InJson(secret), Base::PercentEncode(secret)}) {
+        if (!form.empty() && std::find(m_known.begin(), m_known.end(), form) == m_known.end()) {
+            m_known.insert(std::upper_bound(m_known.begin(), m_known.end(), form, isLonger), form);
         }
     }
 }
@@ -68,7 +92,11 @@ void SecretMask::Know(const std::string& secret)
 std::string SecretMask::Mask(std::string text) const
 {
     for (const std::string& secret : m_known) {
-        boost::replace_all(text, secret, MASK);
+        if (secret.size() < SHORT) {
+            text = MaskAsWord(text, secret);
+        } else {
+            boost::replace_all(text, secret, MASK);
+        }
     }
     return MaskByName(text);
 }

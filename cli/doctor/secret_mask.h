@@ -17,13 +17,14 @@ public:
     /// Wipes what it knows.
     ~SecretMask();
 
-    /// `secret` is masked from now on, as it is and as JSON has it.
+    /// `secret` is masked from now on, as it is and as JSON and addresses have it; one of less than four characters
+    /// only where it is no piece of a longer word, so that the text can still be read.
     void Know(const std::string& secret);
 
     std::string Mask(std::string text) const;
 
 private:
-    std::vector<std::string> m_known;
+    std::vector<std::string> m_known; // the longest first: one may stand in another
 };
 
 } // namespace Doctor
