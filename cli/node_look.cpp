@@ -182,7 +182,7 @@ private:
         return Place::Elsewhere;
     }
 
-    // One session is path enough; another address without one is a path less where iSCSI is what the node uses.
+    // One session is what init sees to; where none stands and iSCSI is what the node uses, each address lacks one.
     void AddSessions(PictureItem& initiator)
     {
         if (!m_whySessionsAreUnknown.empty()) {
@@ -215,11 +215,13 @@ private:
                 PictureItem& item = without.emplace_back();
                 item.kind = "portal";
                 item.id = address;
-                if (IsNeeded(initiator.id)) {
-                    Mark(item, Standing::Missing, "no session stands with it");
-                } else {
-                    item.state = "no session";
-                }
+                item.state = "no session";
+            }
+        }
+        if (initiator.parts.empty() && IsNeeded(initiator.id)) {
+            for (PictureItem& item : without) {
+                item.state.clear();
+                Mark(item, Standing::Missing, "no session stands with it");
             }
         }
         std::move(without.begin(), without.end(), std::back_inserter(initiator.parts));

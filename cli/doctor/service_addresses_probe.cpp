@@ -1,8 +1,6 @@
 #include "base/host_port.h"
-#include "cli/device_record.h"
 #include "cli/doctor/probes.h"
 #include "cli/iscsi_sessions.h"
-#include "cli/node_shell.h"
 #include "common/framework/http_client.h"
 
 #include <algorithm>
@@ -78,25 +76,6 @@ Finding LostSession(const Portal& portal)
         "", ExitCode::Drift};
 }
 
-// The command is the library's own way in, which goes to the first address that takes it and no further.
-Finding UnusedPortal(const Portal& portal)
-{
-    const std::string address = NodeShell::Word(portal.address);
-    return {Severity::Warning,
-            "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
-                " takes connections, and no session stands with it: the node lacks that path when another fails",
-            "log in there, too, which zavctl init does at one address only; each LUN is here once more then, and "
-            "multipath has to join its disks",
-            "iscsiadm -m discovery --op=new -t st -p " + address + " && iscsiadm -m node -p " + address + " -l",
-            ExitCode::Drift};
-}
-
-// Of a node that was prepared there, with iSCSI.
-bool UsesIscsi(const std::string& deviceId)
-{
-    return !DeviceRecord(deviceId).Message().iscsiInitiatorName.empty();
-}
-
 } // namespace
 
 Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*part*/)
@@ -108,17 +87,12 @@ Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*par
     const std::vector<Portal> portals = LookAtAll(login->Device().storageIps);
     const bool isAnyReached =
         std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.takesConnections; });
-    const bool isAnyUsed =
-        std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.hasSession; }) &&
-        UsesIscsi(login->DeviceId());
     Findings findings;
     for (const Portal& portal : portals) {
         if (!portal.takesConnections) {
             findings.push_back(DeadPortal(portal, isAnyReached ? Severity::Warning : SeverityOfIscsi()));
         } else if (!portal.lost.empty()) {
             findings.push_back(LostSession(portal));
-        } else if (isAnyUsed && !portal.hasSession) {
-            findings.push_back(UnusedPortal(portal));
         }
     }
     return findings;
