@@ -32,9 +32,9 @@ class Page:
         self.played = set()
 
     def lines(self, section):
-        """The commands of its sh blocks, which are shown without what they print."""
+        """The commands of its sh blocks, which are shown without what they print; but for the one that plays the page."""
         blocks = re.findall(r"^```sh\n(.*?)^```", self.sections[section], re.MULTILINE | re.DOTALL)
-        return [line for block in blocks for line in block.splitlines()]
+        return [line for block in blocks for line in block.splitlines() if line != "./dev fleet"]
 
     def commands(self, section):
         """What its console blocks show, as pairs of command and output."""
