@@ -30,12 +30,12 @@ std::string SearchPath(const std::vector<std::string>& ownFolders, const char* i
 // parameters.
 std::vector<std::string> Environment(const ConfigValues& config, const std::vector<std::string>& params)
 {
-    std::vector<std::string> variables = {
-        "PATH=" + SearchPath(config.Of(SettingId::ShellPath).paths, std::getenv("PATH")), "LC_ALL=C"};
+    const std::string path = "PATH=" + SearchPath(config.Of(SettingId::ShellPath).paths, std::getenv("PATH"));
+    std::vector<std::string> variables = Base::EnvironmentWith({path, "LC_ALL=C"});
     for (std::size_t index = 0; index < params.size(); ++index) {
         variables.push_back(ParameterVariable(index) + "=" + params[index]);
     }
-    return Base::EnvironmentWith(variables);
+    return variables; // the parameters, which may be secrets, in no second place
 }
 
 // Why the command cannot be run; empty when it can.
