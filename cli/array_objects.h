@@ -21,6 +21,8 @@ struct ObjectKind {
     std::string_view resource; ///< in the array's addresses: "hostgroup"
     std::string_view type;     ///< in its parameters
     int goneCode;              ///< how the array says that there is none of the id; 0: by any refusal
+
+    bool operator==(const ObjectKind& other) const { return resource == other.resource; }
 };
 
 inline constexpr ObjectKind LUN = {"LUN", "lun", ObjectType::LUN, 0};

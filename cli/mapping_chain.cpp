@@ -50,11 +50,6 @@ void PutOntoHost(CDeviceManager& manager, HANDLERTYPE type, const std::string& i
     }
 }
 
-bool IsKind(const ObjectKind& one, const ObjectKind& other)
-{
-    return one.resource == other.resource;
-}
-
 /// By the SAN library, on the session that stands.
 class ArrayMender : public ChainMender {
 public:
@@ -140,7 +135,7 @@ void MappingChain::MendOrFail()
 void MappingChain::CheckObject(const ObjectKind& kind, const std::string& id, const std::string& name)
 {
     if (id.empty()) {
-        Break("no " + std::string(kind.words) + " is recorded" + (IsKind(kind, HOST) ? WhyThereIsNone() : ""));
+        Break("no " + std::string(kind.words) + " is recorded" + (kind == HOST ? WhyThereIsNone() : ""));
         return;
     }
     const auto object = m_objects.Find(kind, id);
@@ -223,7 +218,7 @@ void MappingChain::CheckInitiator(const ObjectKind& kind, const std::string& id)
         return;
     }
     Mend(Naming(kind, id) + " on host " + m_record.hostId, [&](CDeviceManager& manager) {
-        if (IsKind(kind, ISCSI_INITIATOR)) {
+        if (kind == ISCSI_INITIATOR) {
             PutOntoHost<CIscsiInitiatorHandler, IscsiInitiatorMO>(manager, HANDLER_ISCSI_INITIATOR, id,
                                                                   m_record.hostId);
         } else {

@@ -184,7 +184,7 @@ void PlannedManager::Found(const ObjectKind& kind, const ArrayObject& initiator)
 void PlannedManager::Joined(const ObjectKind& member, const std::string& memberId, const ObjectKind& container,
                             const std::string& containerId)
 {
-    if (container.resource == HOST.resource) {
+    if (container == HOST) {
         m_array.Place(member, memberId, containerId);
     } else {
         m_array.Join(container, containerId, member, memberId);

@@ -37,11 +37,6 @@ std::string HoldingOf(const ObjectKind& member, const std::string& id)
     return "holds " + std::string(member.words) + " " + id;
 }
 
-bool IsKind(const ObjectKind& one, const ObjectKind& other)
-{
-    return one.resource == other.resource;
-}
-
 } // namespace
 
 Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record, Gone gone)
@@ -98,14 +93,14 @@ void Leftovers::LookFor(Gone gone)
 bool Leftovers::IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const
 {
     return std::any_of(MADE_KINDS.begin(), MADE_KINDS.end(), [&](const MadeKind& made) {
-        return IsKind(*made.kind, kind) && m_record.*made.name == name && (id.empty() || m_record.*made.id == id);
+        return *made.kind == kind && m_record.*made.name == name && (id.empty() || m_record.*made.id == id);
     });
 }
 
 bool Leftovers::Has(const Object& object) const
 {
     return std::any_of(m_objects.begin(), m_objects.end(), [&object](const Object& each) {
-        return IsKind(*each.kind, *object.kind) && each.id == object.id && each.name == object.name;
+        return *each.kind == *object.kind && each.id == object.id && each.name == object.name;
     });
 }
 
@@ -114,7 +109,7 @@ bool Leftovers::IsMine(const ObjectKind& kind, const std::string& id) const
     return std::any_of(m_entries.begin(), m_entries.end(),
                        [&](const OwnJournal::Entry& entry) { return entry.kind == kind.words && entry.id == id; }) ||
            std::any_of(m_objects.begin(), m_objects.end(), // whose ids the journal may not know
-                       [&](const Object& object) { return IsKind(*object.kind, kind) && object.id == id; });
+                       [&](const Object& object) { return *object.kind == kind && object.id == id; });
 }
 
 bool Leftovers::IsOwnGroup(const std::string& hostGroupId) const
@@ -143,12 +138,12 @@ void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vect
             }
         }
     };
-    if (IsKind(kind, LUN_GROUP)) {
+    if (kind == LUN_GROUP) {
         add(LUN, m_array.Associated(kind, id, LUN));
         add(SNAPSHOT, m_array.Associated(kind, id, SNAPSHOT));
-    } else if (IsKind(kind, HOST_GROUP)) {
+    } else if (kind == HOST_GROUP) {
         add(HOST, m_array.Associated(kind, id, HOST), m_record.hostId);
-    } else if (IsKind(kind, HOST)) {
+    } else if (kind == HOST) {
         add(ISCSI_INITIATOR, m_array.Initiators(ISCSI_INITIATOR, id));
         add(FC_INITIATOR, m_array.Initiators(FC_INITIATOR, id));
         for (const std::string& group : m_array.Associated(HOST, id, HOST_GROUP)) {
@@ -175,7 +170,7 @@ std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId
 // The recorded group of a kind that another view holds as well.
 bool Leftovers::IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId)
 {
-    if (group != (IsKind(kind, LUN_GROUP) ? m_record.lunGroupId : m_record.hostGroupId) || m_record.mapViewId.empty() ||
+    if (group != (kind == LUN_GROUP ? m_record.lunGroupId : m_record.hostGroupId) || m_record.mapViewId.empty() ||
         m_record.mapViewId == otherViewId) {
         return false;
     }
@@ -214,13 +209,13 @@ std::vector<std::string> Leftovers::TiesOf(const ObjectKind& kind, const std::st
     const auto addAssociated = [&](const ObjectKind& other, const char* verb) {
         add(other, m_array.Associated(kind, id, other), verb);
     };
-    if (IsKind(kind, MAPPING_VIEW)) {
+    if (kind == MAPPING_VIEW) {
         addAssociated(HOST_GROUP, "holds ");
         addAssociated(LUN_GROUP, "holds ");
-    } else if (IsKind(kind, HOST_GROUP)) {
+    } else if (kind == HOST_GROUP) {
         addAssociated(HOST, "holds ");
         addAssociated(MAPPING_VIEW, "is in ");
-    } else if (IsKind(kind, LUN_GROUP)) {
+    } else if (kind == LUN_GROUP) {
         addAssociated(LUN, "holds ");
         addAssociated(SNAPSHOT, "holds ");
         addAssociated(MAPPING_VIEW, "is in ");
@@ -237,12 +232,12 @@ std::vector<std::string> Leftovers::TiesOf(const ObjectKind& kind, const std::st
 std::vector<std::string> Leftovers::UsesOf(const ObjectKind& kind, const std::string& id)
 {
     std::vector<std::string> uses;
-    if (IsKind(kind, MAPPING_VIEW)) {
+    if (kind == MAPPING_VIEW) {
         AddHeldByGroups(id, uses);
         return uses;
     }
     AddHeld(kind, id, uses);
-    if (IsKind(kind, HOST)) {
+    if (kind == HOST) {
         return uses;
     }
     for (const std::string& view : m_array.Associated(kind, id, MAPPING_VIEW)) {
@@ -275,8 +270,8 @@ std::vector<Leftovers::Object> Leftovers::OfOthers()
 // `by` tells what ties it to this node.
 void Leftovers::AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied)
 {
-    const bool isKnown = std::any_of(
-        tied.begin(), tied.end(), [&](const Object& object) { return IsKind(*object.kind, kind) && object.id == id; });
+    const bool isKnown = std::any_of(tied.begin(), tied.end(),
+                                     [&](const Object& object) { return *object.kind == kind && object.id == id; });
     const auto object = isKnown ? std::nullopt : m_array.Find(kind, id);
     if (object && !IsMine(kind, id) && !IsRecorded(kind, id, object->name)) {
         tied.push_back({&kind, id, object->name, {by}});
@@ -340,10 +335,10 @@ void Leftovers::RemoveIdleOneOfOthers(const Object& object)
         throw Failure(ExitCode::Foreign, naming + " stays: it " + ties.front() + " by now");
     }
     std::string errorText;
-    const int code = IsKind(*object.kind, MAPPING_VIEW) ? m_api->DeleteMapView(object.id, errorText)
-                     : IsKind(*object.kind, HOST_GROUP) ? m_api->DeleteHostGroup(object.id, errorText)
-                     : IsKind(*object.kind, LUN_GROUP)  ? m_api->DeleteLunGroup(object.id, errorText)
-                                                        : m_api->DeleteHost(object.id, errorText);
+    const int code = *object.kind == MAPPING_VIEW ? m_api->DeleteMapView(object.id, errorText)
+                     : *object.kind == HOST_GROUP ? m_api->DeleteHostGroup(object.id, errorText)
+                     : *object.kind == LUN_GROUP  ? m_api->DeleteLunGroup(object.id, errorText)
+                                                  : m_api->DeleteHost(object.id, errorText);
     if (code != ResultCode::OK) {
         throw Failure(ExitCodeOf(code), naming + " cannot be deleted" + ReasonOf(errorText, code));
     }
@@ -376,14 +371,14 @@ void Leftovers::Remove(const Object& object)
             require(remove(each), "take " + std::string(member.words) + " " + each + " out of");
         }
     };
-    if (IsKind(*object.kind, MAPPING_VIEW)) {
+    if (*object.kind == MAPPING_VIEW) {
         takeOut(HOST_GROUP, [&](auto& group) { return m_api->RemoveHostGroup(group, object.id, errorText); });
         takeOut(LUN_GROUP, [&](auto& group) { return m_api->RemoveLunGroup(group, object.id, errorText); });
         require(m_api->DeleteMapView(object.id, errorText), "delete");
-    } else if (IsKind(*object.kind, HOST_GROUP)) {
+    } else if (*object.kind == HOST_GROUP) {
         takeOut(HOST, [&](auto& host) { return m_api->RemoveHost(host, object.id, errorText); });
         require(m_api->DeleteHostGroup(object.id, errorText), "delete");
-    } else if (IsKind(*object.kind, LUN_GROUP)) {
+    } else if (*object.kind == LUN_GROUP) {
         takeOut(LUN, [&](auto& lun) { return m_api->RemoveLunFromLunGroup(object.id, lun, errorText); });
         takeOut(SNAPSHOT, [&](auto& each) { return m_api->RemoveSnapshotFromLunGroup(object.id, each, errorText); });
         require(m_api->DeleteLunGroup(object.id, errorText), "delete");
