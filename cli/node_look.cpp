@@ -6,11 +6,11 @@
 #include "cli/failure.h"
 #include "cli/fc_ports.h"
 #include "cli/iscsi_sessions.h"
+#include "cli/leftovers.h"
 #include "cli/local_disks.h"
 #include "cli/node_initiators.h"
 #include "cli/recorded_objects.h"
 #include "cli/report.h"
-#include "cli/tidy.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/algorithm/string/join.hpp>

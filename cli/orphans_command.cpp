@@ -3,9 +3,9 @@
 #include "cli/array_login.h"
 #include "cli/device_record.h"
 #include "cli/environment_file.h"
+#include "cli/leftovers.h"
 #include "cli/options.h"
 #include "cli/report.h"
-#include "cli/tidy.h"
 
 #include <boost/algorithm/string/join.hpp>
 

@@ -3,6 +3,7 @@
 #include "cli/device_record.h"
 #include "cli/failure.h"
 #include "cli/host_adoption.h"
+#include "cli/leftovers.h"
 #include "cli/mapping_chain.h"
 #include "cli/node_check.h"
 #include "cli/node_lock.h"
@@ -10,7 +11,6 @@
 #include "cli/provenance.h"
 #include "cli/record_correction.h"
 #include "cli/report.h"
-#include "cli/tidy.h"
 #include "disklib/zav_storage_disk_lib.h"
 
 namespace Preparation {

@@ -5,10 +5,10 @@
 #include "cli/device_record.h"
 #include "cli/environment_file.h"
 #include "cli/failure.h"
+#include "cli/leftovers.h"
 #include "cli/node_lock.h"
 #include "cli/options.h"
 #include "cli/report.h"
-#include "cli/tidy.h"
 
 #include <boost/algorithm/string/join.hpp>
 

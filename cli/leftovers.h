@@ -1,5 +1,5 @@
-#ifndef PRODUCT_STORAGE_CLI_TIDY_H
-#define PRODUCT_STORAGE_CLI_TIDY_H
+#ifndef PRODUCT_STORAGE_CLI_LEFTOVERS_H
+#define PRODUCT_STORAGE_CLI_LEFTOVERS_H
 
 #include "cli/array_login.h"
 #include "cli/array_objects.h"
@@ -63,19 +63,23 @@ public:
     void RemoveIdleOneOfOthers(const Object& object);
 
 private:
+    // Finding them.
     void LookFor(Gone gone);
     bool IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const;
+    bool IsMine(const ObjectKind& kind, const std::string& id) const;
+    void AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied);
+    std::string UrlAnd(const ObjectKind& kind, const std::string& id) const;
+
+    // What they are used for.
+    static std::string HoldingOf(const ObjectKind& member, const std::string& id);
     std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
     std::vector<std::string> UsesOrDoubt(const ObjectKind& kind, const std::string& id);
-    void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
-    bool IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId);
-    std::vector<std::string> TiesOf(const ObjectKind& kind, const std::string& id);
-    std::string UrlAnd(const ObjectKind& kind, const std::string& id) const;
-    void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
-    bool IsOwnGroup(const std::string& hostGroupId) const;
-    void AddTied(const ObjectKind& kind, const std::string& id, const std::string& by, std::vector<Object>& tied);
-    bool IsMine(const ObjectKind& kind, const std::string& id) const;
     std::vector<std::string> UsesOfHostByOthers(const std::string& hostId);
+    std::vector<std::string> TiesOf(const ObjectKind& kind, const std::string& id);
+    void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
+    void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
+    bool IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId);
+    bool IsOwnGroup(const std::string& hostGroupId) const;
 
     const ArrayLogin& m_login;
     const boost::shared_ptr<ZavRestApi> m_api;
