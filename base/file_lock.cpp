@@ -30,9 +30,9 @@ FileLock::~FileLock()
     ::flock(m_file.Get(), LOCK_UN);
 }
 
-bool FileLock::TryLock()
+bool FileLock::Take(int operation)
 {
-    while (::flock(m_file.Get(), LOCK_EX | LOCK_NB) != 0) {
+    while (::flock(m_file.Get(), operation) != 0) {
         if (errno == EWOULDBLOCK) {
             return false;
         }
@@ -41,6 +41,16 @@ bool FileLock::TryLock()
         }
     }
     return true;
+}
+
+bool FileLock::TryLock()
+{
+    return Take(LOCK_EX | LOCK_NB);
+}
+
+void FileLock::Lock()
+{
+    Take(LOCK_EX);
 }
 
 bool FileLock::LockWithin(std::chrono::milliseconds limit)

@@ -25,10 +25,15 @@ public:
     /// False when somebody else holds it. Throws std::runtime_error where the file system knows no locks.
     bool TryLock();
 
+    /// Waits for it, however long somebody else holds it. Throws as TryLock does.
+    void Lock();
+
     /// Waits for it for at most `limit`; false when somebody else held it all the while.
     bool LockWithin(std::chrono::milliseconds limit);
 
 private:
+    bool Take(int operation); // as flock has it
+
     std::string m_path;
     Descriptor m_file;
 };

@@ -3,8 +3,6 @@
 #include "base/files.h"
 #include "simulator/json/json_io.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -117,17 +115,9 @@ NodeStore::NodeStore(std::string folder)
 }
 
 NodeStore::Lock::Lock(const NodeStore& store)
+    : m_lock(store.m_folder + "/lock")
 {
-    const std::string path = store.m_folder + "/lock";
-    m_file = Base::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, FILE_MODE));
-    if (!m_file.IsOpen()) {
-        Base::ThrowErrno("cannot write", path);
-    }
-    while (::flock(m_file.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            Base::ThrowErrno("cannot lock", path);
-        }
-    }
+    m_lock.Lock();
 }
 
 std::vector<NodeRecord> NodeStore::LoadNodes() const

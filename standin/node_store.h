@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_STANDIN_NODE_STORE_H
 #define ZAVSIM_STANDIN_NODE_STORE_H
 
-#include "base/descriptor.h"
+#include "base/file_lock.h"
 #include "standin/portal.h"
 #include "standin/process_identity.h"
 
@@ -40,7 +40,7 @@ public:
         explicit Lock(const NodeStore& store);
 
     private:
-        Base::Descriptor m_file;
+        Base::FileLock m_lock;
     };
 
     std::vector<NodeRecord> LoadNodes() const;

@@ -1,10 +1,8 @@
 #include "simulator/http/certificate_folder.h"
 
-#include "base/descriptor.h"
+#include "base/file_lock.h"
 #include "base/files.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -19,22 +17,7 @@ namespace {
 constexpr unsigned FOLDER_MODE = 0755;
 constexpr unsigned CERTIFICATE_MODE = 0644;
 constexpr unsigned KEY_MODE = 0600;
-
-/// Keeps other processes out of the folder; released with the descriptor.
-Base::Descriptor LockFolder(const std::string& folder)
-{
-    const std::string path = folder + "/lock";
-    Base::Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, KEY_MODE));
-    if (!lock.IsOpen()) {
-        Base::ThrowErrno("cannot write", path);
-    }
-    while (::flock(lock.Get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            Base::ThrowErrno("cannot lock", path);
-        }
-    }
-    return lock;
-}
+constexpr const char* LOCK_NAME = "/lock"; // keeps other processes out of the folder
 
 void Store(const Identity& identity, const std::string& certificatePath, const std::string& keyPath)
 {
@@ -65,7 +48,8 @@ Identity LoadOrMakeAuthority(const std::string& folder)
     if (::mkdir(folder.c_str(), FOLDER_MODE) != 0 && errno != EEXIST) {
         Base::ThrowErrno("cannot make the folder", folder);
     }
-    const Base::Descriptor lock = LockFolder(folder);
+    Base::FileLock lock(folder + LOCK_NAME);
+    lock.Lock();
     auto authority = LoadIfThere(folder + "/ca.pem", folder + "/ca.key");
     if (!authority) {
         authority = MakeAuthority();
@@ -90,7 +74,8 @@ Identity CertificateFolder::LoadOrMakeServer(const std::string& address) const
     std::string name = address;
     std::replace(name.begin(), name.end(), ':', '_'); // an IPv6 address as a file name that every tool takes
     const std::string base = m_folder + "/server-" + name;
-    const Base::Descriptor lock = LockFolder(m_folder);
+    Base::FileLock lock(m_folder + LOCK_NAME);
+    lock.Lock();
     try {
         auto server = LoadIfThere(base + ".pem", base + ".key");
         if (server && IsUsableFor(*server, m_authority, address)) {

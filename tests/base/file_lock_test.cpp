@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -76,6 +77,23 @@ TEST_F(FileLockTest, WaitEndsWhenTheHolderDoes)
     first.reset();
     waiter.join();
     EXPECT_TRUE(isHeld);
+}
+
+TEST_F(FileLockTest, WaitWithoutALimitEndsWhenTheHolderDoes)
+{
+    auto first = std::make_unique<Base::FileLock>(m_path);
+    Base::FileLock second(m_path);
+    ASSERT_TRUE(first->TryLock());
+    std::atomic<bool> isHeld = false;
+    std::thread waiter([&] {
+        second.Lock();
+        isHeld = true;
+    });
+    EXPECT_FALSE(isHeld);
+    first.reset();
+    waiter.join();
+    EXPECT_TRUE(isHeld);
+    EXPECT_FALSE(Base::FileLock(m_path).TryLock());
 }
 
 TEST_F(FileLockTest, LockEndsWithItsObjectAlsoWhileAForkedProcessLives)
