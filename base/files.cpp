@@ -1,7 +1,5 @@
 #include "base/files.h"
 
-#include "base/descriptor.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -115,6 +113,12 @@ std::string FollowLinks(const std::string& path)
 }
 
 } // namespace
+
+Descriptor OpenForReading(const std::string& path, Links links)
+{
+    return Descriptor(
+        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | (links == Links::Refused ? O_NOFOLLOW : 0)));
+}
 
 int ReadToEnd(int descriptor, std::size_t limit, std::string& text)
 {

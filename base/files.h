@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_BASE_FILES_H
 #define PRODUCT_STORAGE_BASE_FILES_H
 
+#include "base/descriptor.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -8,6 +10,12 @@
 
 /// Whole files. Operations that return an `int` give 0 or the error number.
 namespace Base {
+
+enum class Links { Followed, Refused };
+
+/// Opens the file for reading, without waiting where it is a pipe that nobody writes to. When that fails, the
+/// descriptor is not open and errno tells why: ELOOP for a link at `path` itself that is refused.
+Descriptor OpenForReading(const std::string& path, Links links = Links::Followed);
 
 /// Reads from `descriptor` to its end; EFBIG when there are more than `limit` bytes. `text` receives what was read,
 /// after an error too.

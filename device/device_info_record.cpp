@@ -1,6 +1,5 @@
 #include "device/device_info_record.h"
 
-#include "base/descriptor.h"
 #include "base/files.h"
 #include "base/printable_text.h"
 #include "common/device_keys.h"
@@ -13,7 +12,6 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/lock_guard.hpp>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -169,10 +167,10 @@ std::string LockFileBeside(const std::string& path)
 void ReadLines(const std::string& path, std::string& content)
 {
     content.clear();
-    // Without waiting for a writer of a pipe; and what is no regular file has no lines.
-    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Base::Descriptor file = Base::OpenForReading(path);
     struct stat status = {};
-    if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
+    const bool isFile = file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
+    if (isFile) {                                                                      // what is none has no lines
         Base::ReadToEnd(file.Get(), std::numeric_limits<std::size_t>::max(), content); // as far as it can be read
         content.erase(std::remove(content.begin(), content.end(), '\n'), content.end());
     }

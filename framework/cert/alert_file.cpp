@@ -1,6 +1,5 @@
 #include "framework/cert/alert_file.h"
 
-#include "base/descriptor.h"
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
@@ -12,7 +11,6 @@
 
 #include <openssl/evp.h>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <boost/algorithm/hex.hpp>
@@ -100,7 +98,7 @@ bool Parse(const std::string& text, Json::Value& alerts)
 int Read(const std::string& path, Json::Value& alerts)
 {
     alerts = Json::Value(Json::arrayValue);
-    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Base::Descriptor file = Base::OpenForReading(path);
     if (!file.IsOpen()) {
         return errno == ENOENT ? 0 : errno;
     }

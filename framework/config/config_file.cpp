@@ -1,11 +1,9 @@
 #include "framework/config/config_file.h"
 
-#include "base/descriptor.h"
 #include "base/files.h"
 #include "framework/support/executable_root.h"
 #include "framework/support/immortal.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -71,8 +69,7 @@ FileState LookAtFile(const char* path)
 void ReadConfigText(const std::string& path, std::string& text, FileState& state)
 {
     text.clear();
-    const Base::Descriptor file(
-        ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // not to wait for a pipe's writer
+    const Base::Descriptor file = Base::OpenForReading(path);
     struct stat status = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0) {
         state = FailedState(errno);

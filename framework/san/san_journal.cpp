@@ -116,7 +116,7 @@ void Apply(const std::string& state, const JournalEntry& entry, std::vector<Jour
 // Requires the lock.
 std::vector<JournalEntry> Read(const std::string& path)
 {
-    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Base::Descriptor file = Base::OpenForReading(path, Base::Links::Refused);
     if (!file.IsOpen()) {
         if (errno == ENOENT) {
             return {};

@@ -1,6 +1,5 @@
 #include "framework/security/key_file.h"
 
-#include "base/descriptor.h"
 #include "base/files.h"
 #include "base/secret.h"
 #include "common/framework/random_bytes.h"
@@ -9,7 +8,6 @@
 
 #include <boost/algorithm/hex.hpp>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -106,8 +104,7 @@ Key::~Key()
 
 KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)
 {
-    // Without waiting for a pipe's writer, and without following a link that others may have laid.
-    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Base::Descriptor file = Base::OpenForReading(path, Base::Links::Refused); // others may have laid one
     if (!file.IsOpen()) {
         const int error = errno;
         problem = "The key file " + path +
