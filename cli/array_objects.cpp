@@ -3,6 +3,7 @@
 #include "base/percent_encoding.h"
 #include "cli/failure.h"
 #include "common/result_codes.h"
+#include "rest/inventory_json.h"
 #include "rest/secret_request.h"
 #include "rest/zav_rest_api.h"
 
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr std::size_t PAGE = 100;
-constexpr std::uint64_t STANDARD_SECTOR = 512; // bytes
 
 std::string Text(const Json::Value& data, const char* name)
 {
@@ -124,7 +124,7 @@ std::vector<MappedLun> ArrayObjects::Luns(const std::string& lunGroupId)
     for (const Json::Value& each : List(AssociatedResource(LUN_GROUP, lunGroupId, LUN))) {
         const std::uint64_t sector = Number(each, "SECTORSIZE");
         luns.push_back({Text(each, "ID"), Text(each, "NAME"), Text(each, "WWN"),
-                        Number(each, "CAPACITY") * (sector == 0 ? STANDARD_SECTOR : sector)});
+                        Number(each, "CAPACITY") * (sector == 0 ? InventoryJson::DEFAULT_SECTOR_SIZE : sector)});
     }
     return luns;
 }

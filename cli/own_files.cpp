@@ -1,6 +1,7 @@
 #include "cli/own_files.h"
 
 #include "common/framework/config_reader.h"
+#include "device/device_info_record.h"
 #include "device/device_set_operator.h"
 
 #include <boost/algorithm/string/erase.hpp>
@@ -13,12 +14,6 @@ namespace fs = boost::filesystem;
 
 namespace OwnFiles {
 
-namespace {
-
-constexpr const char* RECORD_ENDING = "-info.conf";
-
-} // namespace
-
 std::string RecordFolder()
 {
     return fs::path(DeviceSetOperator::GetDeviceSetOperator()->GetDeviceInfoCfgFile("x")).parent_path().string();
@@ -29,7 +24,7 @@ std::vector<std::string> RecordsIn(const std::string& folder)
     std::vector<std::string> records;
     boost::system::error_code error;
     for (fs::directory_iterator each(folder, error), end; !error && each != end; each.increment(error)) {
-        if (boost::ends_with(each->path().filename().string(), RECORD_ENDING)) {
+        if (boost::ends_with(each->path().filename().string(), DeviceInfoRecord::FILE_ENDING)) {
             records.push_back(each->path().string());
         }
     }
@@ -39,7 +34,7 @@ std::vector<std::string> RecordsIn(const std::string& folder)
 
 std::string DeviceIdOf(const std::string& recordPath)
 {
-    return boost::erase_last_copy(fs::path(recordPath).filename().string(), RECORD_ENDING);
+    return boost::erase_last_copy(fs::path(recordPath).filename().string(), DeviceInfoRecord::FILE_ENDING);
 }
 
 std::string SettingText(const std::string& section, const std::string& key)

@@ -149,7 +149,7 @@ std::string FileOf(std::string_view operation, const std::string& key)
     std::string path;
     try {
         const boost::filesystem::path program = boost::filesystem::system_complete(programPath);
-        path = program.parent_path().parent_path().string() + "/conf/" + key + "-info.conf";
+        path = program.parent_path().parent_path().string() + "/conf/" + key + FILE_ENDING;
     } catch (const boost::filesystem::filesystem_error& error) {
         PS_LOG_AS(operation, 4) << error.what();
         // Without the key in its name: the file's top-level members keep the arrays apart.

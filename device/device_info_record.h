@@ -45,6 +45,9 @@ std::vector<std::string> KeysOfWhatIsOnTheArray();
 /// has 1 to 200 bytes of UTF-8, and neither '/' nor a control character among them.
 bool CanNameAFile(const std::string& key);
 
+/// How a record's file is named behind its device id.
+inline constexpr const char* FILE_ENDING = "-info.conf";
+
 /// `conf/<key>-info.conf` in the folder above the running program's; where that cannot be told, the product root's
 /// conf/deviceinfo.conf, which all arrays share. Logged for `operation`.
 std::string FileOf(std::string_view operation, const std::string& key);

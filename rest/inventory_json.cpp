@@ -15,8 +15,6 @@ namespace InventoryJson {
 
 namespace {
 
-constexpr std::uint64_t DEFAULT_SECTOR_SIZE = 512; // bytes
-
 // What the records are made of, sorted by name.
 constexpr std::array<std::string_view, 9> POOL_MEMBERS = {
     "DESCRIPTION",      "HEALTHSTATUS",     "ID", "NAME", "SECTORSIZE", "USAGETYPE", "USERCONSUMEDCAPACITY",
