@@ -2,7 +2,7 @@
 
 #include "base/program.h"
 #include "base/spawn.h"
-#include "framework/shell/running_commands.h"
+#include "framework/shell/command_groups.h"
 #include "framework/support/immortal.h"
 
 #include <fcntl.h>
@@ -80,7 +80,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     std::vector<std::string> arguments = {"sh", "-c", SCRIPT, "/bin/sh", command};
     std::vector<std::string> variables = environment;
     result = ECANCELED; // unless it is started
-    const pid_t pid = Immortal<RunningCommands>().Add(command, [&]() -> pid_t {
+    const pid_t pid = Immortal<CommandGroups>().Add(command, [&]() -> pid_t {
         pid_t started = -1;
         result = ::posix_spawn(&started, "/bin/sh", actions.Get(), attributes.Get(), Base::CTexts(arguments).data(),
                                Base::CTexts(variables).data());
@@ -96,7 +96,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
 
 ChildProcess::~ChildProcess()
 {
-    Immortal<RunningCommands>().Remove(m_group);
+    Immortal<CommandGroups>().Remove(m_group);
     if (m_group != -1 && !m_isReaped) { // left by an exception: nobody will look at it any more
         SignalGroup(SIGKILL);
         Reap();

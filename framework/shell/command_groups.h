@@ -1,5 +1,5 @@
-#ifndef PRODUCT_STORAGE_FRAMEWORK_SHELL_RUNNING_COMMANDS_H
-#define PRODUCT_STORAGE_FRAMEWORK_SHELL_RUNNING_COMMANDS_H
+#ifndef PRODUCT_STORAGE_FRAMEWORK_SHELL_COMMAND_GROUPS_H
+#define PRODUCT_STORAGE_FRAMEWORK_SHELL_COMMAND_GROUPS_H
 
 #include <sys/types.h>
 
@@ -13,7 +13,7 @@
 namespace Framework {
 
 /// The process groups of the commands that run now. Any thread may call.
-class RunningCommands {
+class CommandGroups {
 public:
     /// Calls `start`, which gives the process group of `command` or -1, and keeps that; -1 without a call once all were
     /// ended.
