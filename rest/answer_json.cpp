@@ -8,6 +8,21 @@
 
 namespace AnswerJson {
 
+namespace {
+
+template <typename Number>
+bool Convert(const std::string& text, Number& number)
+{
+    Number converted = 0; // which a conversion that fails leaves in pieces
+    if (!boost::conversion::try_lexical_convert(text, converted)) {
+        return false;
+    }
+    number = converted;
+    return true;
+}
+
+} // namespace
+
 bool FindVerdict(const Json::Value& root, const char* member, Verdict& verdict)
 {
     const Json::Value* const told = JsonText::FindMember(root, member);
@@ -68,9 +83,14 @@ bool AppendText(const Json::Value& element, const char* name, std::vector<std::s
     return true;
 }
 
-std::uint64_t DecodeUnsigned64(const std::string& text)
+bool ToNumber(const std::string& text, std::uint32_t& number)
 {
-    return boost::lexical_cast<std::uint64_t>(text);
+    return Convert(text, number);
+}
+
+bool ToNumber(const std::string& text, std::uint64_t& number)
+{
+    return Convert(text, number);
 }
 
 } // namespace AnswerJson

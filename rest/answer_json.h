@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-/// What the answers of array and cluster have in common, read without a side effect. What is called Find… throws
-/// nothing and tells by its result; anything else throws a std::exception whose text names the member.
+/// What the answers of array and cluster have in common, read without a side effect. What is called Find… or To…
+/// throws nothing and tells by its result; anything else throws a std::exception whose text names the member.
 namespace AnswerJson {
 
 /// The verdict that an answer carries.
@@ -42,8 +42,10 @@ std::string MemberText(const Json::Value& element, const char* name);
 /// is null has none. Throws as MemberText does.
 bool AppendText(const Json::Value& element, const char* name, std::vector<std::string>& texts);
 
-/// A decimal text as an unsigned number; throws on anything else.
-std::uint64_t DecodeUnsigned64(const std::string& text);
+/// True, with `number` set, when `text` is decimal digits that fit; a sign may stand before them, and "-" counts
+/// backwards from the width. False, with `number` unchanged, for anything else.
+bool ToNumber(const std::string& text, std::uint32_t& number);
+bool ToNumber(const std::string& text, std::uint64_t& number);
 
 } // namespace AnswerJson
 

@@ -1,8 +1,7 @@
 #include "rest/inventory_json.h"
 
 #include "common/json_text.h"
-
-#include <boost/lexical_cast.hpp>
+#include "rest/answer_json.h"
 
 #include <algorithm>
 #include <array>
@@ -77,7 +76,7 @@ public:
             }
         }
         const std::string text = Text(name); // not digits alone: a sign is allowed, and a number that is no text
-        if (!boost::conversion::try_lexical_convert(text, number)) {
+        if (!AnswerJson::ToNumber(text, number)) {
             throw std::invalid_argument(std::string(name) + " is not a number: \"" + text + "\"");
         }
         return number;

@@ -6,8 +6,6 @@
 #include "rest/inventory_json.h"
 #include "rest/zav_rest_call.h"
 
-#include <exception>
-
 namespace {
 
 const std::string LOG_MODULE = "ZavRestApi";
@@ -34,9 +32,7 @@ int ZavRestApi::GetLunCount(std::uint64_t& count, std::string& errorText)
     if (result != ResultCode::OK) {
         return result;
     }
-    try {
-        count = AnswerJson::DecodeUnsigned64(text);
-    } catch (const std::exception&) {
+    if (!AnswerJson::ToNumber(text, count)) {
         PS_LOG(4) << "Throw a exception.";
         return ResultCode::FAILED;
     }

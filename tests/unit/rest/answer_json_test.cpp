@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -97,6 +99,23 @@ TEST_F(AnswerJsonEnvelopeTest, FindVerdictLeavesTheOutputOfAMalformedOne)
         EXPECT_FALSE(AnswerJson::FindVerdict(FromText(json), "error", error)) << json;
         EXPECT_EQ(1, error.code);
         EXPECT_EQ("before", error.description);
+    }
+}
+
+TEST(AnswerJsonNumberTest, ToNumberTakesDigitsWithASignAndNothingElse)
+{
+    std::uint64_t wide = 0;
+    EXPECT_TRUE(AnswerJson::ToNumber("18446744073709551615", wide));
+    EXPECT_EQ(18446744073709551615U, wide);
+    std::uint32_t narrow = 0;
+    EXPECT_TRUE(AnswerJson::ToNumber("+7", narrow));
+    EXPECT_EQ(7U, narrow);
+    EXPECT_TRUE(AnswerJson::ToNumber("-1", narrow)) << "which counts backwards from the width";
+    EXPECT_EQ(4294967295U, narrow);
+    for (const char* const other : {"", " 1", "1 ", "1x", "0x1", "1.0", "--1", "4294967296"}) {
+        narrow = 5;
+        EXPECT_FALSE(AnswerJson::ToNumber(other, narrow)) << other;
+        EXPECT_EQ(5U, narrow) << other;
     }
 }
 
