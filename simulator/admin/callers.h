@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_ADMIN_CALLERS_H
 #define ZAVSIM_ADMIN_CALLERS_H
 
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 namespace ZavSim {
 

@@ -2,7 +2,7 @@
 #define ZAVSIM_ARRAY_PARAMETERS_H
 
 #include "simulator/array/kinds.h"
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <json/value.h>
 

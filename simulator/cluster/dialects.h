@@ -2,7 +2,7 @@
 #define ZAVSIM_CLUSTER_DIALECTS_H
 
 #include "simulator/cluster/cluster_codes.h"
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <json/value.h>
 

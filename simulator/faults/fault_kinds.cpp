@@ -1,7 +1,7 @@
 #include "simulator/faults/fault_kinds.h"
 
-#include "simulator/http/http_date.h"
 #include "simulator/json/json_io.h"
+#include "simulator/message/http_date.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -2,7 +2,7 @@
 #define ZAVSIM_FAULTS_FAULT_KINDS_H
 
 #include "simulator/faults/fault.h"
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_HTTP_COMPRESSION_H
 #define ZAVSIM_HTTP_COMPRESSION_H
 
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 namespace ZavSim {
 

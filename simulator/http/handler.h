@@ -2,7 +2,7 @@
 #define ZAVSIM_HTTP_HANDLER_H
 
 #include "simulator/faults/fault.h"
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 namespace ZavSim {
 

@@ -2,7 +2,7 @@
 #define ZAVSIM_HTTP_JOURNAL_H
 
 #include "simulator/http/event_feed.h"
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <json/value.h>
 

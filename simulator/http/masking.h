@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_HTTP_MASKING_H
 #define ZAVSIM_HTTP_MASKING_H
 
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "simulator/http/wire_message.h"
 
-#include "simulator/http/http_date.h"
 #include "simulator/http/target.h"
+#include "simulator/message/http_date.h"
 
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/http/serializer.hpp>

@@ -1,7 +1,7 @@
 #ifndef ZAVSIM_HTTP_WIRE_MESSAGE_H
 #define ZAVSIM_HTTP_WIRE_MESSAGE_H
 
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/parser.hpp>

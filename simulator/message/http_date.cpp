@@ -1,4 +1,4 @@
-#include "simulator/http/http_date.h"
+#include "simulator/message/http_date.h"
 
 #include <array>
 #include <ctime>

@@ -1,5 +1,5 @@
-#ifndef ZAVSIM_HTTP_MESSAGE_H
-#define ZAVSIM_HTTP_MESSAGE_H
+#ifndef ZAVSIM_MESSAGE_MESSAGE_H
+#define ZAVSIM_MESSAGE_MESSAGE_H
 
 #include <json/value.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/http/message.h"
+#include "simulator/message/message.h"
 
 #include "simulator/json/json_io.h"
 

@@ -1,5 +1,5 @@
-#ifndef ZAVSIM_HTTP_HTTP_DATE_H
-#define ZAVSIM_HTTP_HTTP_DATE_H
+#ifndef ZAVSIM_MESSAGE_HTTP_DATE_H
+#define ZAVSIM_MESSAGE_HTTP_DATE_H
 
 #include <chrono>
 #include <string>
