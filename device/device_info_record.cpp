@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <memory>
 
@@ -164,15 +165,15 @@ std::string LockFileBeside(const std::string& path)
     return path.substr(0, path.rfind('/') + 1) + ".device-info.lock";
 }
 
-void ReadLines(const std::string& path, std::string& content)
+void AppendLines(const std::string& path, std::string& content)
 {
-    content.clear();
     const Base::Descriptor file = Base::OpenForReading(path);
     struct stat status = {};
     const bool isFile = file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
-    if (isFile) {                                                                      // what is none has no lines
-        Base::ReadToEnd(file.Get(), std::numeric_limits<std::size_t>::max(), content); // as far as it can be read
-        content.erase(std::remove(content.begin(), content.end(), '\n'), content.end());
+    if (isFile) { // what is none has no lines
+        std::string text;
+        Base::ReadToEnd(file.Get(), std::numeric_limits<std::size_t>::max(), text); // as far as it can be read
+        std::remove_copy(text.begin(), text.end(), std::back_inserter(content), '\n');
     }
     if (content.empty()) {
         content = "{}";

@@ -55,8 +55,8 @@ std::string FileOf(std::string_view operation, const std::string& key);
 /// The file beside the one at `path` whose lock keeps processes from changing records at once.
 std::string LockFileBeside(const std::string& path);
 
-/// The file's lines joined without their ends; "{}" when there are none or all are empty.
-void ReadLines(const std::string& path, std::string& content);
+/// Appends the file's lines, without their ends, to `content`; "{}" when that is empty then.
+void AppendLines(const std::string& path, std::string& content);
 
 /// How a class finds and reads the file; virtual operations of its own stand behind both.
 struct Source {

@@ -30,7 +30,8 @@ std::string DeviceOperate::GetDeviceInfoCfgFile(const std::string& key)
 bool DeviceOperate::ReadConfig(std::string& path, std::string& content)
 {
     PS_TRACE();
-    DeviceInfoRecord::ReadLines(path, content);
+    content.clear();
+    DeviceInfoRecord::AppendLines(path, content);
     return true;
 }
 

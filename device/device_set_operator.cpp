@@ -324,7 +324,7 @@ std::string DeviceSetOperator::GetDeviceInfoCfgFile(const std::string& deviceId)
 bool DeviceSetOperator::ReadConfig(std::string& path, std::string& content)
 {
     PS_TRACE();
-    DeviceInfoRecord::ReadLines(path, content);
+    DeviceInfoRecord::AppendLines(path, content); // unlike DeviceOperate's, which empties it first
     return true;
 }
 

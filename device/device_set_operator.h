@@ -56,7 +56,8 @@ public:
 
     virtual void RemoveDeviceFromMap(const Zav::SessionInfo& session);
 
-    /// Reads the file's lines joined without their ends; "{}" when there is nothing to read. Always true.
+    /// Appends the file's lines, without their ends, to `content`, which becomes "{}" when it is empty then. Always
+    /// true.
     virtual bool ReadConfig(std::string& path, std::string& content);
 
     /// Splits scheme://address[:port]. A port that is missing or no number gives 443 for https, else 0. False only

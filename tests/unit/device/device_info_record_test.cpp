@@ -36,7 +36,7 @@ protected:
     }
 
     std::string m_path = "unset";
-    std::string m_content = "left over from before";
+    std::string m_content;
     Record m_info;
 };
 
@@ -158,6 +158,18 @@ TEST_P(DeviceInfoMissingConfigTest, ReadConfigOfAFolderIsAnEmptyObject)
     m_path = Root();
     EXPECT_TRUE(m_reader->ReadConfig(m_path, m_content));
     EXPECT_EQ("{}", m_content);
+}
+
+TEST_P(DeviceInfoMissingConfigTest, ReadConfigOfTheSetKeepsWhatTheContentHeld)
+{
+    m_path = FilePath();
+    m_content = "left over\n";
+    EXPECT_TRUE(m_reader->ReadConfig(m_path, m_content));
+    EXPECT_EQ(GetParam().kept.empty() ? "{}" : GetParam().kept, m_content);
+    WriteFile("a\nb\n");
+    m_content = "left over\n";
+    EXPECT_TRUE(m_reader->ReadConfig(m_path, m_content));
+    EXPECT_EQ(GetParam().kept + "ab", m_content);
 }
 
 class DeviceInfoReadTest : public DeviceInfoPathTest {};

@@ -55,11 +55,12 @@ private:
 
 struct ReaderKind : NamedRow {
     std::function<std::unique_ptr<InfoReader>()> make;
+    std::string kept; ///< of "left over\n", which the content held before ReadConfig
 };
 
-inline const ReaderKind DEVICE_READER = {{"DeviceOperate"},
-                                         [] { return std::make_unique<InfoReaderOf<DeviceOperate>>(); }};
-inline const ReaderKind SET_READER = {{"DeviceSetOperator"},
-                                      [] { return std::make_unique<InfoReaderOf<DeviceSetOperator>>(); }};
+inline const ReaderKind DEVICE_READER = {
+    {"DeviceOperate"}, [] { return std::make_unique<InfoReaderOf<DeviceOperate>>(); }, ""};
+inline const ReaderKind SET_READER = {
+    {"DeviceSetOperator"}, [] { return std::make_unique<InfoReaderOf<DeviceSetOperator>>(); }, "left over\n"};
 
 #endif
