@@ -12,6 +12,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,7 +84,10 @@ int RemoveFile(const std::string& path)
         return 0;
     }
     struct stat status = {};
-    if (file != nullptr && ::stat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::unlink(file.get()) == 0) {
+    const bool isFile = file != nullptr && ::stat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+    // One that may not be written stays, as when other records are in it.
+    if (isFile && ::faccessat(AT_FDCWD, file.get(), W_OK, AT_EACCESS) == 0 && ::unlink(file.get()) == 0) {
+        Base::SyncParentDirectory(file.get()); // else a power failure would bring back what the array has no more
         return 0;
     }
     return Base::RewriteFile(path, "{}", NEW_FILE_MODE);

@@ -1,6 +1,7 @@
 #include "base/descriptor.h"
 #include "base/files.h"
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +10,6 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,7 +17,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <stdexcept>
 #include <vector>
 
@@ -80,18 +79,6 @@ protected:
     static unsigned int ModeOf(const std::string& path) { return StatusOf(path).st_mode & 07777U; }
 
     /// What `work` gives in a process of its own, whose rights and limits it may change; below 256.
-    static int InChild(const std::function<int()>& work)
-    {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::_exit(work());
-        }
-        int status = -1;
-        EXPECT_EQ(child, ::waitpid(child, &status, 0));
-        EXPECT_TRUE(WIFEXITED(status));
-        return WEXITSTATUS(status);
-    }
-
     TemporaryFolder m_folder;
     const std::string m_path = m_folder.File("file");
 };

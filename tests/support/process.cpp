@@ -1,5 +1,8 @@
 #include "tests/support/process.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
 #include <stdexcept>
@@ -70,6 +73,19 @@ Base::ProgramResult Process::Finish()
 {
     const int status = Wait();
     return {status, Output(), Errors()};
+}
+
+int InChild(const std::function<int()>& work)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = -1;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
+        throw std::runtime_error("a child did not exit");
+    }
+    return WEXITSTATUS(status);
 }
 
 Base::ProgramResult RunToEnd(const Process::Arguments& words, const Process::Arguments& settings,

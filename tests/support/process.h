@@ -45,6 +45,10 @@ private:
     Base::Program m_program;
 };
 
+/// The exit status of a child of this process that does `work`, which gives it. Throws std::runtime_error where it ends
+/// in another way.
+int InChild(const std::function<int()>& work);
+
 /// Runs a program to its end.
 Base::ProgramResult RunToEnd(const Process::Arguments& words, const Process::Arguments& settings = {},
                              const std::string& input = {});

@@ -1,4 +1,5 @@
 #include "device/device_info_record.h"
+#include "tests/support/process.h"
 #include "tests/unit/device/device_test.h"
 #include "tests/unit/device/info_reader.h"
 
@@ -9,7 +10,9 @@
 #include <boost/thread/exceptions.hpp>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <tuple>
 
 using ::testing::Contains;
@@ -399,6 +402,23 @@ TEST_F(DeviceInfoRemoveTest, RemoveOfWhatIsNotThereIsDone)
 {
     RemoveConfFolder();
     EXPECT_TRUE(Remove());
+}
+
+TEST_F(DeviceInfoRemoveTest, RemoveLeavesAFileThatMayNotBeWritten)
+{
+    constexpr uid_t SOMEBODY = 65534;
+    const bool isRoot = ::geteuid() == 0; // who may do everything: the child becomes another user
+    WriteRecord({{"HOSTID", "1"}});
+    const std::string folder = boost::filesystem::path(FilePath()).parent_path().string();
+    for (const std::string& path : {Root(), folder, FilePath()}) {
+        ASSERT_TRUE(!isRoot || ::chown(path.c_str(), SOMEBODY, SOMEBODY) == 0) << path;
+    }
+    ASSERT_EQ(0, ::chmod(FilePath().c_str(), 0444));
+    EXPECT_EQ(EACCES, InChild([&] {
+                  const bool isSomebody = !isRoot || ::setuid(SOMEBODY) == 0;
+                  return isSomebody && !Remove() && m_problem == FilePath() + ": Permission denied" ? EACCES : 0;
+              }));
+    EXPECT_EQ(Record({{"HOSTID", "1"}}), FileRecord());
 }
 
 TEST_F(DeviceInfoRemoveTest, RemoveFromWhatIsNoFileSaysWhyItCannot)
