@@ -48,7 +48,8 @@ bool CanNameAFile(const std::string& key);
 /// How a record's file is named behind its device id.
 inline constexpr const char* FILE_ENDING = "-info.conf";
 
-/// `conf/<key>-info.conf` in the folder above the running program's; where that cannot be told, the product root's
+/// `conf/<key>-info.conf` in the folder above the running program's, or below the root where the system does not tell
+/// the program's path; where it tells no whole one and there is no working directory, the product root's
 /// conf/deviceinfo.conf, which all arrays share. Logged for `operation`.
 std::string FileOf(std::string_view operation, const std::string& key);
 
@@ -72,8 +73,8 @@ Source SourceOf(Class& object)
             [&object](std::string& path, std::string& content) { object.ReadConfig(path, content); }};
 }
 
-// All below throw the thread library's lock error, and the JSON library's error when document or record is no object or
-// a member that is read has no text.
+// All below but IsComplete throw the thread library's lock error, and all the JSON library's error when document or
+// record is no object or a member that is read has no text.
 
 /// ReadInfoFromJson: adds the members of the record to `info`, where a key that is there already keeps its value. False
 /// when the file is no JSON.

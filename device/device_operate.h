@@ -139,8 +139,9 @@ public:
     /// lacks are inserted into it as empty texts, on purpose.
     void SetDeviceMessage(std::map<std::string, std::string>& info);
 
-    /// Records a host that was on the array before: cleanup will leave it. `hostName` receives the array's name; where
-    /// the array does not tell it, the name that the object holds of this host, or else it stays.
+    /// Records a host that was on the array before as not to be deleted, which zavctl's cleanup obeys; CheckInit looks
+    /// for that mark under another key. `hostName` receives the array's name; where the array does not tell it, the
+    /// name that the object holds of this host, or else it stays.
     void UpdateConfigFile(std::string key, const boost::shared_ptr<ZavRestApi>& api, const std::string& hostId,
                           std::string& hostName);
 

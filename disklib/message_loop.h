@@ -37,7 +37,8 @@ private:
 /// Runs closures one at a time on the thread that calls Run, in the order of their due times.
 ///
 /// Any thread posts; one thread runs. The loop sleeps in epoll_wait and is woken through a pipe to itself. Without a
-/// pipe (the process is out of descriptors) it still works by its timeouts, but a post does not wake it.
+/// pipe (the process is out of descriptors) it still works by its timeouts, but a post does not wake it; without an
+/// epoll instance it works as well, and does not sleep.
 /// To stop it: clear `keep_running` under `lock`, call WakeUp, and join the running thread.
 /// The header is installed because ZavStorageDiskLib holds one; none of its functions is exported.
 class MessageLoop {
@@ -48,8 +49,7 @@ public:
         std::uint64_t sequence_num = 0;    ///< posting order
     };
 
-    /// Throws the threading library's resource error when the mutex cannot be made. Failures to make the epoll instance
-    /// or the pipe are not reported; see above.
+    /// Throws the threading library's resource error when the mutex cannot be made.
     MessageLoop() = default;
     MessageLoop(const MessageLoop&) = delete;
     MessageLoop& operator=(const MessageLoop&) = delete;
@@ -57,7 +57,7 @@ public:
     /// Destroys the tasks that are still queued without running them.
     ~MessageLoop();
 
-    /// Makes the descriptors that the loop sleeps on; once, before Run.
+    /// Makes the descriptors that the loop sleeps on; once, before Run. Failures are not reported; see above.
     void OpenDescriptors();
 
     /// Posts `task` to run `delay` milliseconds from now. Any thread. Throws the threading library's lock error.
@@ -76,7 +76,7 @@ public:
     std::vector<PendingTask> delayed_work_queue; // worker only; heap: earliest due first, then posting order
     std::int64_t recent_time = 0;                // worker only; steady clock, nanoseconds
     boost::mutex lock;                           // never held while a task runs
-    std::atomic<bool> keep_running{true};        // written under lock, read by the worker without it
+    std::atomic<bool> keep_running{true};        // read by the worker without lock
     std::uint64_t next_sequence_num = 0;         // guarded by lock
     std::int32_t epoll_fd = -1;
     std::int32_t wakeup_read_fd = -1;

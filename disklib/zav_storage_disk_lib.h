@@ -30,8 +30,8 @@ class ZavRestApi;
 /// last handed out more than five seconds ago; a background thread looks once a second, from the first login on.
 ///
 /// Results of `int` operations are 0, or the code of the failing login (-1 for a local failure). Environments must name
-/// at least one entry in each of their lists but the certificates; where one is missing the operation fails with an
-/// error line that names the list.
+/// at least one entry in each of their lists but those of certificates and of all management addresses; where one is
+/// missing the operation fails with an error line that names the list.
 /// Threads: any thread, any operation. A login, and the logouts of the check, keep other callers waiting.
 class PRODUCT_STORAGE_API ZavStorageDiskLib {
 public:
@@ -53,7 +53,7 @@ public:
 
     /// Logs into the environment's array and tells the URL that works (the first address when none does), user name and
     /// plain password. The caller wipes `password`; what it held before is wiped here. A password that cannot be
-    /// decrypted is empty, and nothing is logged into.
+    /// decrypted is empty, and nothing is logged into. An environment that lacks a list leaves all three as they are.
     virtual void GetDeviceInfoByEnv(const EnvironmentPath& env, std::string& url, std::string& user,
                                     std::string& password);
 
@@ -61,11 +61,13 @@ public:
     virtual void CheckEnvCertForNewMgmtIP(const EnvironmentPath& env, const Zav::DeviceInfo& info);
 
     /// Tries the array's other management addresses in turn. 0 when one took the login: `info.url` is then its URL and
-    /// `api` the session. Otherwise the last code, or -1 when there was none to try, with `info.url` unchanged.
+    /// `api` the session. Otherwise the last code, or -1 when there was none to try, with `info.url` unchanged. The
+    /// other addresses in `info` are the environment's from then on, and so are protocol and port where it names one
+    /// alone. `api` is empty when the last login failed, and as it was when there was none to try.
     virtual int TryToGetAValidMgmtIP(const EnvironmentPath& env, Zav::DeviceInfo& info,
                                      boost::shared_ptr<ZavRestApi>& api, std::string& errMsg);
 
-    /// The node's own LUN group on that array: its id and its name.
+    /// The node's own LUN group on that array: its id and its name. After false `first` may be set all the same.
     virtual bool GetLunGropuInfo(const Zav::DeviceInfo& info, std::string& first, std::string& second);
 
     /// 0 and a logged-in `api`, from the cache or by a new login; a cached one is not tested against the array. On

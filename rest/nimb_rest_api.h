@@ -51,13 +51,15 @@ public:
     /// the resource: a request is built afresh for each SendRequest.
     void BuildReqHeaders(TMSHttpRequest& request);
 
-    /// Up to four attempts. `errorCode` is an input too: -401 has the session renewed before the next attempt.
+    /// Up to four attempts. `errorCode` is an input too: -401 has the session renewed before the next attempt, which
+    /// still bears the token that the request was built with.
     int SendRequest(TMSHttpRequest& request, Json::Value& data, std::string& errorText, int& errorCode);
 
     /// One attempt. 0 whenever an answer with a success status came, whatever its body says.
     int SendAndParseRsp(const TMSHttpRequest& request, Json::Value& data, std::string& errorText, int& errorCode);
 
-    /// Unwrap the two dialects of answers: 0, or -1 with `errorText` and, where the body tells one, `errorCode` set.
+    /// Unwrap the two dialects of answers: 0, or -1 with `errorText` and, where the body tells one, `errorCode` set. A
+    /// refusal of the older dialect that lists no details sets neither.
     int ParseBodyV1(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode);
     int ParseBodyV2(const std::string& body, Json::Value& data, std::string& errorText, int& errorCode);
 
