@@ -3,10 +3,11 @@
 #include "base/files.h"
 #include "base/host_port.h"
 #include "framework/http/tcp_connection.h"
+#include "framework/support/server_name.h"
 
 #include <openssl/x509_vfy.h>
-#include <openssl/x509v3.h>
 
+#include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -40,16 +41,17 @@ std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
                          : "the trust store " + trust.path + " cannot be read: " + Base::TakeOpensslError();
 }
 
-// Has the handshake check that the certificate is made out to `host`.
+bool IsAddress(const std::string& host)
+{
+    in_addr ipv4 = {};
+    return Base::IsIpv6Address(host) || ::inet_pton(AF_INET, host.c_str(), &ipv4) == 1;
+}
+
+// Has the handshake check that the certificate is made out to `host`, and tell the server a name that it goes by.
 bool ExpectHost(SSL* tls, const std::string& host)
 {
-    X509_VERIFY_PARAM* const param = SSL_get0_param(tls);
-    if (X509_VERIFY_PARAM_set1_ip_asc(param, host.c_str()) == 1) {
-        return true;
-    }
-    X509_VERIFY_PARAM_set_hostflags(param, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
-    return X509_VERIFY_PARAM_set1_host(param, host.c_str(), host.size()) == 1 &&
-           SSL_set_tlsext_host_name(tls, host.c_str()) == 1;
+    return RequireServerName(SSL_get0_param(tls), host) &&
+           (IsAddress(host) || SSL_set_tlsext_host_name(tls, host.c_str()) == 1);
 }
 
 /// The handshake over a non-blocking socket. The bytes go through memory, because the TLS library's own writing to a

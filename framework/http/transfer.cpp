@@ -3,6 +3,7 @@
 #include "base/host_port.h"
 #include "framework/http/plain_headers.h"
 #include "framework/http/scheme_memory.h"
+#include "framework/support/server_name.h"
 
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
@@ -27,16 +28,6 @@ constexpr long RECEIVE_BUFFER_BYTES = 4 * 1024;
 
 // Whoever learns the server's key later cannot read what was recorded before. TLS 1.3 has nothing else.
 constexpr const char* FORWARD_SECRET_CIPHERS = "ECDHE+AESGCM:ECDHE+CHACHA20:DHE+AESGCM:DHE+CHACHA20:ECDHE+AES:DHE+AES";
-
-// The certificate must name the server as an alternative name: what stands in its subject alone does not count.
-bool RequireName(SSL_CTX* context, const std::string& server)
-{
-    const std::string host = Base::BareHost(server);
-    X509_VERIFY_PARAM* const wanted = SSL_CTX_get0_param(context);
-    X509_VERIFY_PARAM_set_hostflags(wanted, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
-    return X509_VERIFY_PARAM_set1_ip_asc(wanted, host.c_str()) == 1 ||
-           X509_VERIFY_PARAM_set1_host(wanted, host.c_str(), host.size()) == 1;
-}
 
 void SetTls(CURL* curl, const TlsTrust& trust)
 {
@@ -202,7 +193,8 @@ CURLcode Transfer::OnTlsContext(CURL* /*curl*/, void* context, void* transfer) n
     const Transfer& self = *static_cast<Transfer*>(transfer);
     try {
         const bool isSet = SSL_CTX_set_cipher_list(tls, FORWARD_SECRET_CIPHERS) == 1 &&
-                           (!self.m_server.Trust().isVerified || RequireName(tls, self.m_server.Server().host));
+                           (!self.m_server.Trust().isVerified ||
+                            RequireServerName(SSL_CTX_get0_param(tls), Base::BareHost(self.m_server.Server().host)));
         return isSet ? CURLE_OK : CURLE_SSL_CERTPROBLEM;
     } catch (const std::exception&) {
         return CURLE_OUT_OF_MEMORY;

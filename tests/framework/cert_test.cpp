@@ -76,6 +76,15 @@ TEST_F(CertTest, CertificateOfAForeignAuthorityIsRefused)
     EXPECT_THAT(Refusal(Environment(server)), HasSubstr("unable to get local issuer certificate"));
 }
 
+TEST_F(CertTest, NameInTheSubjectAloneDoesNotCount)
+{
+    CertificateWish wish;
+    wish.subject = "localhost";
+    wish.altNames = "";
+    const WebServer server(m_ca.Issue(wish));
+    EXPECT_THAT(Refusal(Environment(server, "localhost")), HasSubstr("hostname mismatch"));
+}
+
 TEST_F(CertTest, CertificateThatSignedItselfIsRefused)
 {
     const TestCa self("self");
