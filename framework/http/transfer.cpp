@@ -214,11 +214,7 @@ bool Transfer::MaySend()
     if (isFirst || m_request.method == "GET" || m_request.method == "HEAD") {
         return true;
     }
-    try {
-        m_refusal = "the connection broke before an answer, and a " + m_request.method + " is not sent twice";
-    } catch (const std::exception&) {
-        m_refusal.clear(); // out of memory: libcurl's own words must do
-    }
+    m_refusal = Refusal::BrokenBeforeAnswer;
     return false;
 }
 
@@ -238,7 +234,7 @@ std::size_t Transfer::TakeHeadLine(const char* bytes, std::size_t size)
 {
     m_headSize += size;
     if (m_headSize > MAX_HEAD_BYTES) {
-        m_refusal = "the answer's head is longer than " + std::to_string(MAX_HEAD_BYTES) + " bytes";
+        m_refusal = Refusal::HeadTooLong;
         return 0;
     }
     const std::string_view line(bytes, size);
@@ -247,32 +243,54 @@ std::size_t Transfer::TakeHeadLine(const char* bytes, std::size_t size)
         m_response.TakeHeadLine(line);
         return size;
     } catch (const std::exception&) {
-        m_refusal = "there is no memory for the answer";
+        m_refusal = Refusal::NoMemory;
         return 0;
     }
 }
 
 std::size_t Transfer::TakeBody(const char* bytes, std::size_t size)
 {
-    const auto limit = static_cast<std::size_t>(m_config.Of(SettingId::HttpMaxBodyBytes).number);
-    if (size > limit - m_response.BodySize()) {
-        m_refusal = "the answer's body is longer than the " + std::to_string(limit) + " bytes of [Http] MaxBodyBytes";
+    if (size > MostBodyBytes() - m_response.BodySize()) {
+        m_refusal = Refusal::BodyTooLong;
         return 0;
     }
     try {
         m_response.TakeBody(bytes, size);
         return size;
     } catch (const std::exception&) {
-        m_refusal = "there is no memory for the answer";
+        m_refusal = Refusal::NoMemory;
         return 0;
     }
+}
+
+std::size_t Transfer::MostBodyBytes() const
+{
+    return static_cast<std::size_t>(m_config.Of(SettingId::HttpMaxBodyBytes).number);
+}
+
+std::string Transfer::RefusalText() const
+{
+    switch (m_refusal) {
+    case Refusal::None:
+        break;
+    case Refusal::BrokenBeforeAnswer:
+        return "the connection broke before an answer, and a " + m_request.method + " is not sent twice";
+    case Refusal::HeadTooLong:
+        return "the answer's head is longer than " + std::to_string(MAX_HEAD_BYTES) + " bytes";
+    case Refusal::BodyTooLong:
+        return "the answer's body is longer than the " + std::to_string(MostBodyBytes()) +
+               " bytes of [Http] MaxBodyBytes";
+    case Refusal::NoMemory:
+        return "there is no memory for the answer";
+    }
+    return {};
 }
 
 std::string Transfer::WhyItFailed(CURLcode code) const
 {
     std::string text = RequestForMessage(m_request) + " failed: ";
-    if (!m_refusal.empty()) {
-        return text + m_refusal;
+    if (m_refusal != Refusal::None) {
+        return text + RefusalText();
     }
     text += FailureText(m_curl.get(), code, m_error.data());
     long verifyResult = X509_V_OK;

@@ -28,6 +28,9 @@ public:
     bool Perform(Connection& connection, unsigned int timeoutSeconds);
 
 private:
+    /// Why this client itself ended the exchange: a word, of which the text is made when there is memory again.
+    enum class Refusal { None, BrokenBeforeAnswer, HeadTooLong, BodyTooLong, NoMemory };
+
     static CurlHandle MakeHandle(const TlsTrust& trust);
     CURLcode Exchange(CURLM* keeper, unsigned int timeoutSeconds);
     void SetLimits(unsigned int timeoutSeconds);
@@ -36,6 +39,8 @@ private:
     void ForgetRequest();
     CURLcode Run(CURLM* keeper);
     std::string WhyItFailed(CURLcode code) const;
+    std::string RefusalText() const;
+    std::size_t MostBodyBytes() const;
 
     bool MaySend();
     std::size_t TakeHeadLine(const char* bytes, std::size_t size);
@@ -53,7 +58,7 @@ private:
     std::size_t m_headSize = 0;
     bool m_isHeadPlain = true;
     bool m_isSent = false;
-    std::string m_refusal; ///< why this client itself ended the exchange
+    Refusal m_refusal = Refusal::None;
     std::array<char, CURL_ERROR_SIZE> m_error = {};
     CurlHandle m_curl; ///< last, because it points to the others
 };
