@@ -4,6 +4,7 @@
 #include "base/json_writing.h"
 #include "base/printable_text.h"
 #include "base/service_manager.h"
+#include "base/utc_text.h"
 #include "cli/failure.h"
 
 #include <json/writer.h>
@@ -284,12 +285,7 @@ void RunningTime::Run()
 
 std::string Now()
 {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts = {};
-    ::gmtime_r(&now, &parts);
-    std::array<char, sizeof "2026-01-31T23:59:59Z"> text = {};
-    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text.data();
+    return Base::UtcText(std::time(nullptr));
 }
 
 void Print(const std::string& prefix, const std::string& text, Look look)

@@ -3,6 +3,7 @@
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
+#include "base/utc_text.h"
 #include "framework/support/change_lock.h"
 #include "framework/support/log_line.h"
 
@@ -62,16 +63,6 @@ std::string FileName(const std::string& role)
         name += code.data();
     }
     return (name.size() > MAX_NAME_SIZE ? "%" + Sha256Hex(role) : name) + ".json";
-}
-
-std::string Now()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts = {};
-    ::gmtime_r(&now, &parts);
-    std::array<char, 32> text;
-    std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text.data();
 }
 
 bool IsAlert(const Json::Value& alert)
@@ -169,7 +160,7 @@ bool AlertFile::Raise(const std::string& address, const std::string& reason, std
         Json::Value alert;
         alert["address"] = address;
         alert["reason"] = reason;
-        alert["time"] = Now();
+        alert["time"] = Base::UtcText(std::time(nullptr));
         Json::Value changed = Without(alerts, address);
         changed.append(alert);
         return changed;

@@ -1,6 +1,7 @@
 #include "framework/cert/certificate_text.h"
 
 #include "base/openssl_handles.h"
+#include "base/utc_text.h"
 
 #include <openssl/asn1.h>
 #include <openssl/evp.h>
@@ -44,12 +45,7 @@ std::string SerialText(X509* certificate)
 std::string TimeText(const ASN1_TIME* time)
 {
     std::tm parts = {};
-    std::array<char, 32> text;
-    if (ASN1_TIME_to_tm(time, &parts) != 1 ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts) == 0) {
-        return {};
-    }
-    return text.data();
+    return ASN1_TIME_to_tm(time, &parts) == 1 ? Base::UtcText(parts) : std::string();
 }
 
 std::string FingerprintText(const X509* certificate)

@@ -4,6 +4,7 @@
 #include "base/json_reading.h"
 #include "base/json_writing.h"
 #include "base/kept_by_thread.h"
+#include "base/utc_text.h"
 #include "framework/support/change_lock.h"
 #include "framework/support/executable_root.h"
 
@@ -28,26 +29,15 @@ constexpr unsigned int FILE_MODE = 0600;
 constexpr std::size_t BYTES_WORTH_TIDYING = 65536; // from this size on, lines of what is gone are taken out
 constexpr std::size_t MAX_FILE_BYTES = 64ULL * 1024 * 1024;
 
-constexpr const char* TIME_FORMAT = "%Y-%m-%dT%H:%M:%SZ";
-
 constexpr std::string_view INTENDED = "intended";
 constexpr std::string_view MADE = "made";
 constexpr std::string_view DROPPED = "dropped";
 
-std::string UtcText(std::time_t time)
-{
-    std::tm parts = {};
-    ::gmtime_r(&time, &parts);
-    char text[sizeof "2026-01-01T00:00:00Z"] = {};
-    std::strftime(text, sizeof text, TIME_FORMAT, &parts);
-    return text;
-}
-
-// 0 for a text that is none of UtcText.
+// 0 for a text that is none of Base::UtcText.
 std::int64_t SecondsOf(const std::string& text)
 {
     std::tm parts = {};
-    return ::strptime(text.c_str(), TIME_FORMAT, &parts) != nullptr ? ::timegm(&parts) : 0;
+    return ::strptime(text.c_str(), Base::UTC_FORMAT, &parts) != nullptr ? ::timegm(&parts) : 0;
 }
 
 std::string ToLine(std::string_view state, const JournalEntry& entry)
@@ -58,7 +48,7 @@ std::string ToLine(std::string_view state, const JournalEntry& entry)
     object["name"] = entry.name;
     object["id"] = entry.id;
     object["state"] = std::string(state);
-    object["time"] = UtcText(entry.time != 0 ? entry.time : std::time(nullptr));
+    object["time"] = Base::UtcText(entry.time != 0 ? entry.time : std::time(nullptr));
     Json::StreamWriterBuilder builder;
     builder["indentation"] = "";
     return Base::WriteJson(builder, object) + "\n";
