@@ -13,7 +13,7 @@
         return operationName;                                                                                          \
     }(__PRETTY_FUNCTION__)
 
-/// Starts a log line of the enclosing operation, under the module name LOG_MODULE that each source file defines.
+/// Starts a log line of the enclosing operation, under the module name LOG_MODULE that each source file has.
 /// Every line of this library streams the code 0 first.
 #define PS_LOG(level) PS_LOG_AS(PS_OPERATION_NAME(), level)
 

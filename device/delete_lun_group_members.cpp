@@ -2,11 +2,10 @@
 
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "device/log_module.h"
 #include "rest/zav_rest_api.h"
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 int TellGroupIsGone(std::string_view operation)
 {

@@ -2,6 +2,7 @@
 
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "device/log_module.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
@@ -9,8 +10,6 @@
 #include <initializer_list>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 bool IsOneOf(int code, std::initializer_list<int> codes)
 {

@@ -7,6 +7,7 @@
 #include "common/json_text.h"
 #include "common/log.h"
 #include "device/device_operate.h"
+#include "device/log_module.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
@@ -24,8 +25,6 @@
 #include <memory>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not this room's own name: all device code logs as one module
 
 constexpr unsigned int NEW_FILE_MODE = 0640; // less the process's mask
 

@@ -7,15 +7,10 @@
 #include "common/result_codes.h"
 #include "device/delete_resource.h"
 #include "device/device_info_record.h"
+#include "device/log_module.h"
 #include "rest/zav_rest_api.h"
 
 boost::mutex g_infoFileMutext;
-
-namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
-
-} // namespace
 
 DeviceOperate::DeviceOperate() = default;
 

@@ -9,6 +9,7 @@
 #include "common/secret_session.h"
 #include "device/device_info_record.h"
 #include "device/device_operate.h"
+#include "device/log_module.h"
 #include "device/provisioning_lock.h"
 #include "rest/zav_rest_api.h"
 
@@ -22,8 +23,6 @@
 #include <string_view>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator";
 
 constexpr unsigned int GENERATED_NAME_LENGTH = 22; // random characters behind the name's prefix
 constexpr unsigned int DEFAULT_HTTPS_PORT = 443;

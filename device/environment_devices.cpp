@@ -5,14 +5,9 @@
 #include "common/framework/security.h"
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "device/log_module.h"
 #include "disklib/zav_storage_disk_lib.h"
 #include "rest/zav_rest_api.h"
-
-namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator";
-
-} // namespace
 
 std::vector<Zav::DeviceInfo> DeviceSetOperator::GetAllDeviceInfo(const EnvironmentPath& env, bool& ok)
 {

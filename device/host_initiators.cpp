@@ -1,12 +1,11 @@
 #include "common/log.h"
 #include "device/device_operate.h"
+#include "device/log_module.h"
 #include "device/node_commands.h"
 
 #include <boost/algorithm/string/erase.hpp>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 const std::string READ_ISCSI_INITIATOR =
     "cat /etc/iscsi/initiatorname.iscsi | grep InitiatorName= | awk -F '=' '{print $2}'";

@@ -4,6 +4,7 @@
 #include "common/log.h"
 #include "common/result_codes.h"
 #include "device/delete_resource.h"
+#include "device/log_module.h"
 #include "rest/zav_rest_api.h"
 
 #include <boost/make_shared.hpp>
@@ -11,8 +12,6 @@
 #include <algorithm>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 // Any other code, a network failure for one, counts as still there: only the array's own word removes what was made.
 bool IsGone(int code, int goneCode)

@@ -3,13 +3,12 @@
 #include "common/device_keys.h"
 #include "common/log.h"
 #include "common/result_codes.h"
+#include "device/log_module.h"
 #include "rest/zav_rest_api.h"
 
 #include <exception>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 // Lines whose level is not a failure's own are level 1 here, failures of the SAN library included, on purpose: a
 // protocol that does not work out is no error as long as the other one does.

@@ -4,11 +4,10 @@
 #include "common/framework/http_client.h"
 #include "common/log.h"
 #include "device/device_operate.h"
+#include "device/log_module.h"
 #include "device/node_commands.h"
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 const std::string ISCSI_PORT = "3260";
 const std::string DISCOVER_TARGETS = "iscsiadm -m discovery --op=new -t st -p '?'";

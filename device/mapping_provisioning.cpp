@@ -3,12 +3,11 @@
 #include "common/device_keys.h"
 #include "common/log.h"
 #include "device/device_info_record.h"
+#include "device/log_module.h"
 
 #include <exception>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 // Failures of the SAN library, and of looking up its handlers, are level-1 lines of the creation steps, on purpose:
 // what drives them reports the failure of a group or view at level 4, and that of the host as one of the initiators.

@@ -3,10 +3,10 @@
 #include "base/printable_text.h"
 #include "common/framework/shell_runner.h"
 #include "common/log.h"
+#include "device/log_module.h"
 
 namespace {
 
-const std::string LOG_MODULE = "DeviceSetOperator"; // not this room's own name: all device code logs as one module
 const std::string SHELL_MODULE = "ZavStorage_RunShell";
 
 } // namespace

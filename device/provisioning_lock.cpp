@@ -3,12 +3,11 @@
 #include "common/log.h"
 #include "common/time_source.h"
 #include "device/device_info_record.h"
+#include "device/log_module.h"
 
 #include <exception>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 constexpr boost::chrono::seconds PAUSE(1);
 constexpr boost::chrono::minutes LONGEST_WAIT(10);

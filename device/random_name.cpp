@@ -1,12 +1,11 @@
 #include "common/framework/random_bytes.h"
 #include "common/log.h"
 #include "device/device_operate.h"
+#include "device/log_module.h"
 
 #include <string_view>
 
 namespace {
-
-const std::string LOG_MODULE = "DeviceSetOperator"; // not the class's own name: all device code logs as one module
 
 const std::string NAME_PREFIX = "Vendrix_";
 constexpr std::string_view NAME_ALPHABET = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
