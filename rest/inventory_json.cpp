@@ -21,6 +21,18 @@ constexpr std::array<std::string_view, 9> POOL_MEMBERS = {
 constexpr std::array<std::string_view, 8> LUN_MEMBERS = {"ALLOCTYPE", "CAPACITY", "HEALTHSTATUS", "ID",
                                                          "NAME",      "PARENTID", "SECTORSIZE",   "WWN"};
 
+template <std::size_t COUNT>
+constexpr bool IsSorted(const std::array<std::string_view, COUNT>& names)
+{
+    for (std::size_t index = 1; index < COUNT; ++index) {
+        if (!(names[index - 1] < names[index])) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(IsSorted(POOL_MEMBERS) && IsSorted(LUN_MEMBERS));
+
 /// The members of one element that a record is made of. The element has its own sorted by name, too, so that one walk
 /// finds all of them: to look up each would take a fifth of what reading the whole page takes.
 template <std::size_t COUNT>
@@ -92,7 +104,8 @@ private:
 
     const Json::Value* Find(std::string_view name) const
     {
-        return m_values[static_cast<std::size_t>(std::find(m_names.begin(), m_names.end(), name) - m_names.begin())];
+        const auto found = std::find(m_names.begin(), m_names.end(), name);
+        return found == m_names.end() ? nullptr : m_values[static_cast<std::size_t>(found - m_names.begin())];
     }
 
     const std::array<std::string_view, COUNT>& m_names;
