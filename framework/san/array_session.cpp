@@ -16,17 +16,24 @@ namespace Framework {
 
 namespace {
 
-// The array's codes that do not say whether it did what it was asked, or say that it will later.
-constexpr std::array<Json::Int64, 5> UNSETTLED_CODES = {
-    -408,       // its own request timed out
-    -500,       // an internal error
-    -1000,      // a connection within it failed
-    1077949006, // it is busy
-    1077949067, // it is not ready
-};
-constexpr int REQUEST_TIMED_OUT = 408; // of HTTP, as those below
+/// The array's codes that do not say whether it did what it was asked, or say that it will later.
+namespace ArrayCode {
+constexpr Json::Int64 REQUEST_TIMED_OUT = -408;
+constexpr Json::Int64 INTERNAL_ERROR = -500;
+constexpr Json::Int64 CONNECTION_FAILED = -1000; // within it
+constexpr Json::Int64 SYSTEM_BUSY = 1077949006;
+constexpr Json::Int64 SYSTEM_NOT_READY = 1077949067;
+} // namespace ArrayCode
+
+constexpr std::array<Json::Int64, 5> UNSETTLED_CODES = {ArrayCode::REQUEST_TIMED_OUT, ArrayCode::INTERNAL_ERROR,
+                                                        ArrayCode::CONNECTION_FAILED, ArrayCode::SYSTEM_BUSY,
+                                                        ArrayCode::SYSTEM_NOT_READY};
+
+namespace HttpStatus {
+constexpr int REQUEST_TIMED_OUT = 408;
 constexpr int TOO_MANY_REQUESTS = 429;
 constexpr int SERVER_FAILURES = 500; // these and all above
+} // namespace HttpStatus
 
 /// A request that wipes its headers, the session's secrets, when it is released.
 struct SessionRequest : TMSHttpRequest {
@@ -139,7 +146,8 @@ Json::Value ArraySession::Call(const std::string& what, const std::string& metho
     if (!response->IsSuccess()) {
         const int status = response->GetHttpStatusCode();
         const std::string text = what + " failed: " + response->GetHttpStatusText();
-        if (status == REQUEST_TIMED_OUT || status == TOO_MANY_REQUESTS || status >= SERVER_FAILURES) {
+        if (status == HttpStatus::REQUEST_TIMED_OUT || status == HttpStatus::TOO_MANY_REQUESTS ||
+            status >= HttpStatus::SERVER_FAILURES) {
             throw ArrayUnsettled(text); // of a proxy's 502 or 504 nobody knows what the array did
         }
         throw ArrayError(text);
