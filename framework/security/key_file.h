@@ -27,7 +27,7 @@ private:
 enum class KeyResult { Ok, Missing, Refused };
 
 /// Reads the key at `path`: 64 hexadecimal digits in a regular file of mode 0600 that belongs to this process's user.
-/// Anything else is refused, with what is wrong in `problem`.
+/// Missing when nothing is there. Anything else is refused, with what is wrong in `problem`.
 KeyResult ReadKey(const std::string& path, Key& key, std::string& problem);
 
 /// Makes a new key at `path`, and the directories above it. Of several processes that try at once, one makes the key;

@@ -14,7 +14,6 @@ namespace {
 constexpr std::string_view VERSION = "AES256GCM.1.";
 constexpr std::size_t NONCE_SIZE = 12;
 constexpr std::size_t TAG_SIZE = 16;
-constexpr std::size_t MAX_PLAIN_SIZE = 1024 * 1024; // far above any credential; keeps all sizes in an int
 
 unsigned char* Bytes(std::string& text)
 {

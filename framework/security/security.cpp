@@ -47,7 +47,11 @@ std::string Encrypt(const std::string& plain, std::string& cipher)
     if (result != KeyResult::Ok) {
         return problem;
     }
-    return Seal(key, plain, cipher) ? std::string() : "The text cannot be encrypted: it is too long";
+    if (plain.size() > MAX_PLAIN_SIZE) {
+        return "The text cannot be encrypted: it is too long";
+    }
+    return Seal(key, plain, cipher) ? std::string()
+                                    : "The text cannot be encrypted: OpenSSL or the random numbers fail";
 }
 
 } // namespace
