@@ -105,13 +105,15 @@ public:
     /// false when it cannot be written.
     virtual bool WriteInfoToJson(const std::string& key, std::map<std::string, std::string>& info);
 
+    /// Makes the mapping view of a LUN group, the first, and a host group.
     virtual bool SetMapViewInfo(std::string key, CDeviceManager* manager, const std::string& name,
                                 const std::string& firstGroupId, const std::string& secondGroupId);
 
     /// Adds the node's initiators to a host on the array: by FC when a port is online, else by iSCSI. `hostIds`
-    /// receives every host that carries one. A host is only ever made under the name that `hostName` came with; where
-    /// an initiator has a host already, `hostName` receives that one's name. After false the three outputs tell what
-    /// was found and made until then: `hostId` and `hostIds` so that a host that stands is used and not made again.
+    /// receives every host that carries one, but a given one whose ports are all offline where iSCSI has another. A
+    /// host is only ever made under the name that `hostName` came with; where an initiator has a host already,
+    /// `hostName` receives that one's name. After false the three outputs tell what was found and made until then:
+    /// `hostId` and `hostIds` so that a host that stands is used and not made again.
     virtual bool SetInitiatorInfo(std::string key, CDeviceManager* manager, const std::vector<std::string>& targetIps,
                                   std::string& hostId, std::string& hostName, std::set<std::string>& hostIds,
                                   bool createHost, const boost::shared_ptr<ZavRestApi>& api);

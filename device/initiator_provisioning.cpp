@@ -48,7 +48,7 @@ struct DeviceOperate::HostChoice {
 //  - one that has a host already stays there. That host joins the group, and is recorded as not ours to delete;
 //  - one without goes to the node's host, made here first when it is to be (`create`). That host joins the group at
 //    once with iSCSI; with FC when all port names are through (SetInitiatorInfo), because a node whose ports are all
-//    offline is reached by iSCSI, perhaps as another host.
+//    offline is reached by iSCSI, perhaps as another host. One that was made for such ports joins all the same.
 // False when the host could not be made. `goesTo` is empty for an initiator that stays where it is.
 bool DeviceOperate::PlaceInitiator(const InitiatorKind& kind, const std::string& key, CDeviceManager* manager,
                                    const HostChoice& host, const std::string& parentId, std::string& goesTo)

@@ -97,7 +97,8 @@ private:
     PRODUCT_STORAGE_LOCAL bool StartCheckThread(); // requires lock
     PRODUCT_STORAGE_LOCAL void EndIdleThread();    // requires lock
     PRODUCT_STORAGE_LOCAL static void TellToStop(MessageLoop& loop);
-    PRODUCT_STORAGE_LOCAL void AwaitJoins(boost::unique_lock<boost::recursive_mutex>& guard);
+    PRODUCT_STORAGE_LOCAL void
+    AwaitJoins(boost::unique_lock<boost::recursive_mutex>& guard); // requires lock, in `guard`
 
     QenThread check_thread;                  // guarded by lock
     std::map<std::string, Session> sessions; // guarded by lock

@@ -51,8 +51,8 @@ private:
 };
 
 /// The operation's own name out of the compiler's full signature text: "int ZavRestApi::Logout(std::string&)" gives
-/// "Logout". A lambda bears the name of the operation that it stands in, and is "lambda" outside of any. The result
-/// points into `signature` or is a text that lives as long as the program.
+/// "Logout". What a lambda is called is the provider's choice. The result points into `signature` or is a text that
+/// lives as long as the program.
 PRODUCT_FRAMEWORK_API std::string_view GetFunctionName(std::string_view signature) noexcept;
 
 /// A number that each thread of the product holds for itself; 0 in a thread that never set it.

@@ -5,6 +5,7 @@
 // What the compilers write differently is a lambda and the unnamed namespace:
 //   g++:    {anonymous}::Array::Login(int) const::<lambda(auto:1)> mutable [with auto:1 = int]
 //   clang:  auto (anonymous namespace)::Array::Login(int)::(anonymous class)::operator()(auto) [x:auto = int]
+// A lambda bears the name of the operation that it stands in, and is "lambda" outside of any.
 // Of an operation whose return type or own name has a parameter list in it (a function pointer, a conversion) some part
 // of the text is given.
 
