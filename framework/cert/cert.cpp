@@ -5,8 +5,7 @@
 #include "framework/cert/certificate_text.h"
 #include "framework/cert/server_certificate.h"
 #include "framework/config/current_config.h"
-
-#include "common/framework/log_proxy.h"
+#include "framework/support/log_line.h"
 
 #include <exception>
 
@@ -44,8 +43,7 @@ void RaiseAlert(const ConfigValues& config, const std::string& role, const std::
 {
     std::string problem;
     if (!AlertFile(config.Of(SettingId::CertAlertDir).text, role).Raise(address, reason, problem)) {
-        LogProxy(static_cast<int>(severity_level::Error), MODULE, requestId, GetFunctionName(__func__), __LINE__)
-            << 0 << problem;
+        FRAMEWORK_LOG_FOR(severity_level::Error, MODULE, requestId) << problem;
     }
 }
 
@@ -73,9 +71,8 @@ bool Cert::VerifyCertForEnv(const EnvironmentPath& env, EnvironmentPath& result,
         result.add_certificates(info.pem());
         return true;
     }
-    LogProxy(static_cast<int>(severity_level::Warning), component, requestId, GetFunctionName(__PRETTY_FUNCTION__),
-             __LINE__)
-        << 0 << "The certificate of " << (isAsked ? server.Server() : "the environment")
+    FRAMEWORK_LOG_FOR(severity_level::Warning, component, requestId)
+        << "The certificate of " << (isAsked ? server.Server() : "the environment")
         << " is not trusted: " << shown.problem << (info.subject().empty() ? "" : "; it is that of " + info.subject());
     if (raiseAlert && isAsked) {
         RaiseAlert(*config, role, env.management_ips(0), shown.problem, requestId);
@@ -93,8 +90,6 @@ void Cert::ResumeAlertForEnv(std::string address, const std::string& role, const
         problem = error.what();
     }
     if (!isCleared) {
-        LogProxy(static_cast<int>(severity_level::Error), MODULE, requestId, GetFunctionName(__PRETTY_FUNCTION__),
-                 __LINE__)
-            << 0 << problem;
+        FRAMEWORK_LOG_FOR(severity_level::Error, MODULE, requestId) << problem;
     }
 }

@@ -14,8 +14,6 @@ std::string GetVendrixRootPath(const std::string& module, const unsigned long& r
     } catch (const std::exception&) {
         return root; // out of memory; the directory above the executable's is the best guess
     }
-    LogProxy(static_cast<int>(severity_level::Periodic), module, requestId, GetFunctionName(__PRETTY_FUNCTION__),
-             __LINE__)
-        << 0 << "The product's root is " << root;
+    FRAMEWORK_LOG_FOR(severity_level::Periodic, module, requestId) << "The product's root is " << root;
     return root;
 }

@@ -4,6 +4,7 @@
 #include "framework/config/current_config.h"
 #include "framework/shell/command_template.h"
 #include "framework/shell/shell_run.h"
+#include "framework/support/log_line.h"
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -86,8 +87,8 @@ int runShellCmdWithOutput(const severity_level& level, const std::string& module
     out.swap(result.output);
     err.swap(result.error);
     const auto duration = std::chrono::steady_clock::now() - start;
-    LogProxy(static_cast<int>(level), module, requestId, GetFunctionName(__func__), __LINE__)
-        << 0 << "Ran \"" << command << "\": status " << result.status << ", " << out.size() << " lines of output, "
+    FRAMEWORK_LOG_FOR(level, module, requestId)
+        << "Ran \"" << command << "\": status " << result.status << ", " << out.size() << " lines of output, "
         << err.size() << " of error, " << std::chrono::duration_cast<std::chrono::milliseconds>(duration).count()
         << " ms.";
     return result.status;

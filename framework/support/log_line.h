@@ -12,10 +12,11 @@ inline constexpr std::string_view LOG_MODULE = "ProductFramework";
 
 } // namespace Framework
 
-/// Starts a log line of the enclosing operation, on behalf of the request that the calling thread works on.
-#define FRAMEWORK_LOG(level)                                                                                           \
-    LogProxy(static_cast<int>(severity_level::level), Framework::LOG_MODULE, TSP_RequestID.get(),                      \
-             GetFunctionName(__PRETTY_FUNCTION__), __LINE__)                                                           \
-        << 0
+/// Starts a log line of the enclosing operation for whoever asked: his module and request.
+#define FRAMEWORK_LOG_FOR(level, module, requestId)                                                                    \
+    LogProxy(static_cast<int>(level), (module), (requestId), GetFunctionName(__PRETTY_FUNCTION__), __LINE__) << 0
+
+/// The same in the framework's own name, on behalf of the request that the calling thread works on.
+#define FRAMEWORK_LOG(level) FRAMEWORK_LOG_FOR(severity_level::level, Framework::LOG_MODULE, TSP_RequestID.get())
 
 #endif
