@@ -35,6 +35,13 @@ constexpr int MAP_VIEW_GONE = 1077951819;              // 0x40403D4B
 
 } // namespace ArrayCode
 
+/// Whether a check's result says that the object is gone (`goneCode`), or is another's by now. Any other code, a
+/// network failure for one, counts as still there: only the array's own word has what was made removed, or made anew.
+constexpr bool IsGoneOrAnothers(int result, int goneCode)
+{
+    return result == goneCode || result == ResultCode::NAME_MISMATCH;
+}
+
 /// Results that say nothing of what was asked for: no answer, or one that a later try may not get.
 inline constexpr std::array<int, 7> RETRYABLE_CODES = {
     ResultCode::TRANSPORT_ERROR, ArrayCode::SYSTEM_NOT_READY,  ArrayCode::SYSTEM_BUSY,   ArrayCode::REQUEST_TIMED_OUT,

@@ -115,7 +115,7 @@ int DeleteResource::RemoveMembers(const MemberKind& kind, const DeviceMessage& m
     // Whose group it is, is asked before it loses anything, and when it cannot be listed.
     std::string checkText;
     const int checked = api->CheckLunGroup(lunGroupId, message.lunGroupName, checkText);
-    if (checked == ArrayCode::LUN_GROUP_GONE || checked == ResultCode::NAME_MISMATCH) {
+    if (IsGoneOrAnothers(checked, ArrayCode::LUN_GROUP_GONE)) {
         return TellGroupIsGone(kind.removeOperation);
     }
     if (listed != ResultCode::OK) {

@@ -65,7 +65,7 @@ int DeleteResource::CheckAndDeleteMapView(const DeviceMessage& message, const bo
     PS_TRACE_WORDS("Enter CheckAndDeleteMapView!", "End CheckAndDeleteMapView!");
     int result = message.mapViewId.empty() ? ArrayCode::MAP_VIEW_GONE // what has no id was never made
                                            : api->CheckMapView(message.mapViewId, message.mapViewName, errorText);
-    if (IsOneOf(result, {ArrayCode::MAP_VIEW_GONE, ResultCode::NAME_MISMATCH})) {
+    if (IsGoneOrAnothers(result, ArrayCode::MAP_VIEW_GONE)) {
         PS_LOG(4) << "The mapview has not exist";
         return ResultCode::OK;
     }
@@ -97,7 +97,7 @@ int DeleteResource::CheckAndDeleteHostGroup(const DeviceMessage& message, const 
     int result = message.hostGroupId.empty()
                      ? ArrayCode::HOST_GROUP_GONE
                      : api->CheckHostGroup(message.hostGroupId, message.hostGroupName, errorText);
-    if (IsOneOf(result, {ArrayCode::HOST_GROUP_GONE, ResultCode::NAME_MISMATCH})) {
+    if (IsGoneOrAnothers(result, ArrayCode::HOST_GROUP_GONE)) {
         PS_LOG(1) << "The HostGroup has not exist!";
         return ResultCode::OK;
     }
@@ -135,7 +135,7 @@ int DeleteResource::CheckAndDeleteHost(const DeviceMessage& message, const boost
         PS_LOG(2) << "ISADD2HOSTGROUP: TRUE, NO NEED TO DELET HOST"; // so spelt
         return ResultCode::OK;
     }
-    if (IsOneOf(result, {ArrayCode::HOST_GONE, ResultCode::NAME_MISMATCH})) {
+    if (IsGoneOrAnothers(result, ArrayCode::HOST_GONE)) {
         PS_LOG(1) << "The Host has not exist!";
         return ResultCode::OK;
     }
@@ -198,7 +198,7 @@ int DeleteResource::CheckAndDeleteLunGroup(const DeviceMessage& message, const b
     PS_TRACE_WORDS("Enter CheckAndDeleteLunGroup!", "End CheckAndDeleteLunGroup!");
     int result = message.lunGroupId.empty() ? ArrayCode::LUN_GROUP_GONE
                                             : api->CheckLunGroup(message.lunGroupId, message.lunGroupName, errorText);
-    if (IsOneOf(result, {ArrayCode::LUN_GROUP_GONE, ResultCode::NAME_MISMATCH})) {
+    if (IsGoneOrAnothers(result, ArrayCode::LUN_GROUP_GONE)) {
         PS_LOG(1) << "The LUN_GROUP has not exist!";
         return ResultCode::OK;
     }

@@ -11,16 +11,6 @@
 
 #include <algorithm>
 
-namespace {
-
-// Any other code, a network failure for one, counts as still there: only the array's own word removes what was made.
-bool IsGone(int code, int goneCode)
-{
-    return code == goneCode || code == ResultCode::NAME_MISMATCH;
-}
-
-} // namespace
-
 int CheckContain(std::string text, std::vector<std::string>& list)
 {
     return std::find(list.begin(), list.end(), text) != list.end() ? 1 : 0;
@@ -107,20 +97,23 @@ bool DeviceOperate::CheckInitSub(const Zav::SessionInfo& /*session*/, const boos
     const DeviceMessage& message = m_deviceMessage;
     std::string errorText;
     bool isAddedToHostGroup = false; // not looked at here
-    if (IsGone(api->CheckHost(message.hostId, message.hostName, errorText, isAddedToHostGroup), ArrayCode::HOST_GONE)) {
+    if (IsGoneOrAnothers(api->CheckHost(message.hostId, message.hostName, errorText, isAddedToHostGroup),
+                         ArrayCode::HOST_GONE)) {
         PS_LOG(4) << "The Host has been deleted!";
         return false;
     }
-    if (IsGone(api->CheckHostGroup(message.hostGroupId, message.hostGroupName, errorText),
-               ArrayCode::HOST_GROUP_GONE)) {
+    if (IsGoneOrAnothers(api->CheckHostGroup(message.hostGroupId, message.hostGroupName, errorText),
+                         ArrayCode::HOST_GROUP_GONE)) {
         PS_LOG(4) << "The HostGroup has been deleted!";
         return false;
     }
-    if (IsGone(api->CheckLunGroup(message.lunGroupId, message.lunGroupName, errorText), ArrayCode::LUN_GROUP_GONE)) {
+    if (IsGoneOrAnothers(api->CheckLunGroup(message.lunGroupId, message.lunGroupName, errorText),
+                         ArrayCode::LUN_GROUP_GONE)) {
         PS_LOG(4) << "The LunGroup has been deleted!";
         return false;
     }
-    if (IsGone(api->CheckMapView(message.mapViewId, message.mapViewName, errorText), ArrayCode::MAP_VIEW_GONE)) {
+    if (IsGoneOrAnothers(api->CheckMapView(message.mapViewId, message.mapViewName, errorText),
+                         ArrayCode::MAP_VIEW_GONE)) {
         PS_LOG(4) << "The MapView has been deleted!";
         return false;
     }
