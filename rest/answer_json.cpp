@@ -57,17 +57,26 @@ Finding FindOptionalText(const Json::Value& data, const char* name, std::string&
     return FindText(data, name, text) ? Finding::Found : Finding::Malformed;
 }
 
-std::string MemberText(const Json::Value& element, const char* name)
+std::string TextOf(const Json::Value* member, std::string_view name)
 {
-    if (!element.isObject()) {
-        throw std::invalid_argument(std::string("element is not an object, looking for ") + name);
-    }
     std::string text;
-    const Json::Value* const member = JsonText::FindMember(element, name);
     if (member != nullptr && !JsonText::ToText(*member, text)) {
         throw std::invalid_argument(std::string(name) + " is not a text");
     }
     return text;
+}
+
+void RequireObject(const Json::Value& element, std::string_view name)
+{
+    if (!element.isObject()) {
+        throw std::invalid_argument("element is not an object, looking for " + std::string(name));
+    }
+}
+
+std::string MemberText(const Json::Value& element, const char* name)
+{
+    RequireObject(element, name);
+    return TextOf(JsonText::FindMember(element, name), name);
 }
 
 bool AppendText(const Json::Value& element, const char* name, std::vector<std::string>& texts)

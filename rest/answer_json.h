@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What the answers of array and cluster have in common, read without a side effect. What is called Find… or To…
@@ -33,6 +34,12 @@ enum class Finding {
 
 /// Sets `text` when found and leaves it alone otherwise.
 Finding FindOptionalText(const Json::Value& data, const char* name, std::string& text);
+
+/// The text of a member called `name`; empty for null, an absent one. Throws when it is an object or array.
+std::string TextOf(const Json::Value* member, std::string_view name);
+
+/// Throws when `element` is no object, in which `name` is looked for.
+void RequireObject(const Json::Value& element, std::string_view name);
 
 /// The text of `element`'s member `name`; empty when the member is absent. Throws when `element` is no object or the
 /// member is an object or array.

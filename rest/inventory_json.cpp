@@ -1,6 +1,5 @@
 #include "rest/inventory_json.h"
 
-#include "common/json_text.h"
 #include "rest/answer_json.h"
 
 #include <algorithm>
@@ -42,9 +41,7 @@ public:
     Members(const Json::Value& element, const std::array<std::string_view, COUNT>& names)
         : m_names(names)
     {
-        if (!element.isObject()) {
-            throw std::invalid_argument("element is not an object, looking for ID");
-        }
+        AnswerJson::RequireObject(element, "ID");
         std::size_t index = 0;
         const auto end = element.end();
         for (auto member = element.begin(); member != end; ++member) {
@@ -64,15 +61,7 @@ public:
     bool Has(std::string_view name) const { return Find(name) != nullptr; }
 
     /// Empty when the member is absent. Throws when it is an object or array.
-    std::string Text(std::string_view name) const
-    {
-        std::string text;
-        const Json::Value* const value = Find(name);
-        if (value != nullptr && !JsonText::ToText(*value, text)) {
-            throw std::invalid_argument(std::string(name) + " is not a text");
-        }
-        return text;
-    }
+    std::string Text(std::string_view name) const { return AnswerJson::TextOf(Find(name), name); }
 
     template <typename Value>
     Value Number(std::string_view name) const
