@@ -32,10 +32,10 @@ std::string ProtocolText(int protocol)
 
 std::vector<std::string> OtherManagementIps(const EnvironmentPath& env)
 {
-    const std::string first = env.management_ips().empty() ? "" : env.management_ips(0);
+    const auto& own = env.management_ips();
     std::vector<std::string> others;
     for (const std::string& address : env.all_management_ips()) {
-        if (!address.empty() && address != first) {
+        if (!address.empty() && (own.empty() || address != own.Get(0))) {
             others.push_back(address);
         }
     }

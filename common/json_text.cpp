@@ -111,13 +111,11 @@ std::string WriteWithSecret(Json::Value root, const std::string& name, const std
 
 void WipeTexts(Json::Value& root) noexcept
 {
-    if (root.isString()) {
-        const char* begin = nullptr;
-        const char* end = nullptr;
-        if (root.getString(&begin, &end)) {
-            // The JSON library has no way to overwrite a text where it stands; the bytes are the value's own.
-            Secret::WipeBytes(const_cast<char*>(begin), static_cast<std::size_t>(end - begin)); // NOLINT(*-const-cast)
-        }
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    if (root.getString(&begin, &end)) { // it is a text
+        // The JSON library has no way to overwrite a text where it stands; the bytes are the value's own.
+        Secret::WipeBytes(const_cast<char*>(begin), static_cast<std::size_t>(end - begin)); // NOLINT(*-const-cast)
         return;
     }
     if (root.isArray() || root.isObject()) {
