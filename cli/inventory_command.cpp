@@ -71,7 +71,7 @@ void PrintTables(ArrayInventory& array, const std::string& url, const InventoryO
 }
 
 // One object; its LUNs are written as they come, one a line.
-void PrintJson(ArrayInventory& array, const std::string& url, const InventoryOptions& options)
+ExitCode PrintJson(ArrayInventory& array, const std::string& url, const InventoryOptions& options, LogTail& log)
 {
     const ArrayInventory::System system = array.ReadSystem();
     Json::Value head = ToJson(system);
@@ -82,22 +82,24 @@ void PrintJson(ArrayInventory& array, const std::string& url, const InventoryOpt
         head["pools"].append(ToJson(pool));
     }
     ListOutput output(Report::Format::Json, head, "luns", {});
-    array.EachLunPage(system.lunCount, options.pageSize, [&output](const std::vector<Zav::LunInfo>& luns) {
-        output.Print(ToJsonList(luns));
+    const auto readLuns = [&] {
+        array.EachLunPage(system.lunCount, options.pageSize, [&output](const std::vector<Zav::LunInfo>& luns) {
+            output.Print(ToJsonList(luns));
+            return true;
+        });
         return true;
-    });
-    output.End();
+    };
+    return output.PrintAll(readLuns, log);
 }
 
-ExitCode RunInventory(const InventoryOptions& options)
+ExitCode RunInventory(const InventoryOptions& options, LogTail& log)
 {
     const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     ArrayInventory array(login);
     if (options.format == Report::Format::Json) {
-        PrintJson(array, login.Device().url, options);
-    } else {
-        PrintTables(array, login.Device().url, options);
+        return PrintJson(array, login.Device().url, options, log);
     }
+    PrintTables(array, login.Device().url, options);
     return ExitCode::Done;
 }
 
@@ -117,6 +119,6 @@ void AddInventoryCommand(CLI::App& app, Run& run)
                           "zavctl inventory --env env.json -o json | jq '.luns[].name'"});
     command->callback([options, &run] {
         Options::CompleteEnvironment(options->environmentPath);
-        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunInventory(*options); };
+        run = [options](LogTail& log, StopSignals& /*signals*/) { return RunInventory(*options, log); };
     });
 }

@@ -4,7 +4,6 @@
 #include "cli/array_login.h"
 #include "cli/array_objects.h"
 #include "cli/environment_file.h"
-#include "cli/explanation.h"
 #include "cli/failure.h"
 #include "cli/list_filter.h"
 #include "cli/list_output.h"
@@ -246,28 +245,18 @@ ExitCode RunList(const ListKind& kind, const ListOptions& options, LogTail& log)
     head["url"] = login.Device().url;
     ListOutput output(options.format, head, kind.command, kind.columns);
     Sieve sieve(output, filter, LimitOf(kind, options));
-    Json::Value tail;
-    try {
-        const bool hasDetails =
-            options.format != Report::Format::Table || (kind.detail != nullptr && filter.Names(kind.detail));
-        kind.read(login, {hasDetails, [&sieve](const Objects& objects) { return sieve.Take(objects); }});
-    } catch (const Failure& failure) {
-        if (options.format != Report::Format::Json || !output.HasBegun()) {
-            throw;
-        }
-        const Explanation explanation = Explain(failure, log.Take()); // told within the one object
-        tail["complete"] = false;
-        tail["error"] = ToJson(explanation);
-        output.End(tail);
-        Tell(explanation);
-        return explanation.exit;
-    }
-    tail["complete"] = !sieve.IsCut();
-    output.End(tail);
-    if (sieve.IsCut()) {
+    const bool hasDetails =
+        options.format != Report::Format::Table || (kind.detail != nullptr && filter.Names(kind.detail));
+    const ExitCode code = output.PrintAll(
+        [&] {
+            kind.read(login, {hasDetails, [&sieve](const Objects& objects) { return sieve.Take(objects); }});
+            return !sieve.IsCut();
+        },
+        log);
+    if (code == ExitCode::Done && sieve.IsCut()) {
         Report::Tell("there are more; --all lists all");
     }
-    return ExitCode::Done;
+    return code;
 }
 
 void AddList(CLI::App& app, Run& run, const ListKind& kind)

@@ -1,6 +1,8 @@
 #include "cli/list_output.h"
 
 #include "base/json_writing.h"
+#include "cli/explanation.h"
+#include "cli/failure.h"
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -68,6 +70,26 @@ void ListOutput::End(const Json::Value& tail)
     } else if (!m_hasAny) {
         PrintRows({});
     }
+}
+
+ExitCode ListOutput::PrintAll(const std::function<bool()>& read, LogTail& log)
+{
+    Json::Value tail;
+    try {
+        tail["complete"] = read();
+    } catch (const Failure& failure) {
+        if (m_format != Report::Format::Json || !m_hasBegun) {
+            throw;
+        }
+        const Explanation explanation = Explain(failure, log.Take());
+        tail["complete"] = false;
+        tail["error"] = ToJson(explanation);
+        End(tail);
+        Tell(explanation);
+        return explanation.exit;
+    }
+    End(tail);
+    return ExitCode::Done;
 }
 
 void ListOutput::Begin()

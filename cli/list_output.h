@@ -1,11 +1,14 @@
 #ifndef PRODUCT_STORAGE_CLI_LIST_OUTPUT_H
 #define PRODUCT_STORAGE_CLI_LIST_OUTPUT_H
 
+#include "cli/exit_code.h"
+#include "cli/log_tail.h"
 #include "cli/report.h"
 
 #include <json/value.h>
 #include <json/writer.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,12 +29,13 @@ public:
     /// Prints further objects of the list.
     void Print(const std::vector<Json::Value>& objects);
 
-    /// Whether anything of it is on standard output already.
-    bool HasBegun() const noexcept { return m_hasBegun; }
-
     /// Prints what is to stand behind the list, `tail`, which holds the members that are known then alone. A list
     /// without any object is a heading, or an empty list.
     void End(const Json::Value& tail = Json::Value(Json::objectValue));
+
+    /// Has `read` print the list, and ends it with whether it is complete, as `read` gives. A Failure in the middle of
+    /// JSON is told within the one object, and its exit code given; any other is thrown on.
+    ExitCode PrintAll(const std::function<bool()>& read, LogTail& log);
 
 private:
     void Begin();

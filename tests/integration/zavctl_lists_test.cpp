@@ -165,6 +165,21 @@ TEST_F(ZavctlListsTest, FailureInTheMiddleOfAListStandsInItsOneObject)
     EXPECT_THAT(nothing["error"]["cause"].asString(), EndsWith("not now (43)"));
 }
 
+TEST_F(ZavctlListsTest, FailureInTheMiddleOfAnInventoryStandsInItsOneObject)
+{
+    EXPECT_TRUE(ParseJsonText(List("inventory", {"-o", "json"}).output)["complete"].asBool());
+    m_array.AddFault(R"({"kind": "code", "code": 42, "description": "no way", "target": "lun\\?range=\\[500"})");
+    const Base::ProgramResult inventory = List("inventory", {"-o", "json"});
+    EXPECT_EQ(9, inventory.status);
+    const Json::Value answer = ParseJsonText(inventory.output);
+    EXPECT_EQ(m_array.Options().serial, answer["serial_number"].asString());
+    EXPECT_EQ(500U, answer["luns"].size());
+    EXPECT_FALSE(answer["complete"].asBool());
+    EXPECT_THAT(answer["error"]["cause"].asString(), EndsWith("cannot read the LUNs from 500: no way (42)"));
+    EXPECT_EQ("42", answer["error"]["code"].asString());
+    EXPECT_THAT(inventory.errors, HasSubstr("no way (42)\nzavctl: remedy: "));
+}
+
 TEST_F(ZavctlListsTest, SystemPoolsAndPortsAreThoseOfTheInventory)
 {
     const Json::Value inventory = ParseJsonText(List("inventory", {"-o", "json"}).output);
