@@ -54,15 +54,21 @@ ArrayObjects::Answer ArrayObjects::Get(const std::string& resource)
     Answer answer = {};
     answer.code = m_api.SendAndParseRsp(request, answer.data, answer.errorText, false);
     if (IsNoAnswer(answer.code)) {
-        Fail(resource, answer.errorText, answer.code);
+        Fail(resource, answer);
     }
     return answer;
 }
 
-void ArrayObjects::Fail(const std::string& resource, const std::string& errorText, int code) const
+void ArrayObjects::Fail(const std::string& resource, const Answer& answer) const
 {
-    throw Failure(ExitCodeOf(code), m_url + ": cannot read " + resource + ": " +
-                                        (errorText.empty() ? "no answer that can be read" : errorText));
+    throw Failure(ExitCodeOf(answer.code),
+                  m_url + ": cannot read " + resource + ReasonOf(answer.errorText, answer.code));
+}
+
+// Of an answer that is none to what was asked for; the array gave no code.
+void ArrayObjects::FailOfContent(const std::string& resource, const std::string& problem) const
+{
+    throw Failure(ExitCode::Refused, m_url + ": cannot read " + resource + ": " + problem);
 }
 
 // One that has no id and name is no object: nothing could be told of it.
@@ -70,7 +76,7 @@ ArrayObject ArrayObjects::ToObject(const std::string& resource, const Json::Valu
 {
     ArrayObject object = {Text(data, "ID"), Text(data, "NAME"), Text(data, "PARENTID")};
     if (object.id.empty() || !data.isMember("NAME")) {
-        Fail(resource, "the answer names no object");
+        FailOfContent(resource, "the answer names no object");
     }
     return object;
 }
@@ -83,7 +89,7 @@ std::optional<ArrayObject> ArrayObjects::Find(const ObjectKind& kind, const std:
         return ToObject(resource, answer.data);
     }
     if (kind.goneCode != 0 && answer.code != kind.goneCode) {
-        Fail(resource, answer.errorText);
+        Fail(resource, answer);
     }
     return std::nullopt;
 }
@@ -93,11 +99,11 @@ Json::Value ArrayObjects::List(const std::string& resource)
 {
     Answer answer = Get(resource);
     if (answer.code != ResultCode::OK) {
-        Fail(resource, answer.errorText);
+        Fail(resource, answer);
     }
     for (const Json::Value& each : answer.data) {
         if (Text(each, "ID").empty()) {
-            Fail(resource, "the answer lists what has no id");
+            FailOfContent(resource, "the answer lists what has no id");
         }
     }
     return std::move(answer.data);
@@ -169,7 +175,7 @@ bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(con
         }
         const bool isLast = page.size() < PAGE;
         if (!isLast && page.front().id == lastFirst) {
-            Fail(resource, "the array gives the same page of its list again and again");
+            FailOfContent(resource, "the array gives the same page of its list again and again");
         }
         if (!take(page) || isLast) {
             return true;

@@ -94,7 +94,8 @@ private:
         std::string errorText;
     };
     Answer Get(const std::string& resource);
-    [[noreturn]] void Fail(const std::string& resource, const std::string& errorText, int code = 0) const;
+    [[noreturn]] void Fail(const std::string& resource, const Answer& answer) const;
+    [[noreturn]] void FailOfContent(const std::string& resource, const std::string& problem) const;
     ArrayObject ToObject(const std::string& resource, const Json::Value& data) const;
     Json::Value List(const std::string& resource);
     std::vector<std::string> Ids(const std::string& resource);

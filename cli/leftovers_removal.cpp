@@ -47,8 +47,8 @@ void Leftovers::Remove(const Object& object)
     const std::string naming = entry.kind + " " + object.id;
     const auto require = [&](int code, const std::string& what) {
         if (code != ResultCode::OK) {
-            throw Failure(ExitCodeOf(code), m_login.Device().url + ": cannot " + what + " " + naming + ": " +
-                                                (errorText.empty() ? "code " + std::to_string(code) : errorText));
+            throw Failure(ExitCodeOf(code),
+                          m_login.Device().url + ": cannot " + what + " " + naming + ReasonOf(errorText, code));
         }
     };
     const auto takeOut = [&](const ObjectKind& member, const auto& remove) {

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/filesystem/operations.hpp>
+
 #include <csignal>
 
 using ::testing::HasSubstr;
@@ -85,6 +87,35 @@ TEST_F(ZavctlArrayFailuresTest, LimitOfMappingViews)
              "create mapping view \"NAME\": \"The number of mapping views has reached its limit\" (1090519100)",
          "the array holds no more of these: zavctl tidy --dry-run lists what this node made there and does not use, "
          "zavctl tidy takes it apart; else have the array's administrator make room"});
+}
+
+TEST_F(ZavctlArrayFailuresTest, ArrayThatIsTooBusyToSayWhatItHas)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    array.AddFault(R"({"kind": "code", "code": 1077949006, "description": "busy", "target": "iscsi_initiator/"})");
+    ExpectEnding({"hosts", "--env", env},
+                 {9, array.Url() + ": cannot read iscsi_initiator/iqn.2020-01.local.node%3A01: busy (1077949006)",
+                  "the array is busy: run the command again in a few minutes"});
+    array.Operate("POST", "host", R"({"NAME": "somebody", "TYPE": "21"})");
+    array.AddFault(R"({"kind": "code", "code": 1090519045, "description": "what?", "target": "initiator\\?PARENTID"})");
+    const Base::ProgramResult hosts = RunZavctl({"hosts", "--env", env, "-o", "json"});
+    const Json::Value error = ParseJsonText(hosts.output)["error"];
+    EXPECT_THAT(error["cause"].asString(), HasSubstr("cannot read fc_initiator?PARENTID=1: what? (1090519045)"));
+    EXPECT_EQ("1090519045", error["code"].asString()) << "of a list, too";
+}
+
+TEST_F(ZavctlArrayFailuresTest, ArrayThatIsTooBusyToDeleteWhatIsLeft)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    boost::filesystem::remove(ZavctlRecordPath(array));
+    array.AddFault(R"({"kind": "code", "code": 1077949006, "description": "busy", "method": "DELETE", )"
+                   R"("target": "mappingview/1"})");
+    ExpectEnding({"tidy", "--env", env, "--yes"}, {9, array.Url() + ": cannot delete mapping view 1: busy (1077949006)",
+                                                   "the array is busy: run the command again in a few minutes"});
 }
 
 TEST_F(ZavctlArrayFailuresTest, NameOfNothing)
