@@ -46,6 +46,18 @@ bool IsNoAnswer(int code)
 
 } // namespace
 
+bool ArraySeesOnline(ZavRestApi& api, const std::string& url, const std::string& wwpn)
+{
+    std::string errorText;
+    const int code = api.IsOnlineFCInitiator(wwpn, errorText);
+    // An answer that was read, and says that the port is not online, fails without a text.
+    if (code != ResultCode::OK && (code != ResultCode::FAILED || !errorText.empty())) {
+        throw Failure(ExitCodeOf(code), url + ": cannot read whether " + std::string(FC_INITIATOR.words) + " " + wwpn +
+                                            " is online" + ReasonOf(errorText, code));
+    }
+    return code == ResultCode::OK;
+}
+
 ArrayObjects::Answer ArrayObjects::Get(const std::string& resource)
 {
     SecretRequest request;

@@ -51,6 +51,10 @@ struct MappedLun {
     std::uint64_t capacity = 0; ///< bytes
 };
 
+/// Whether the array sees this node's FC port online. Throws Failure naming the port when no answer came that says
+/// either way; `url` names the array in it.
+bool ArraySeesOnline(ZavRestApi& api, const std::string& url, const std::string& wwpn);
+
 /// What stands on an array, read by the library's client. Each operation throws Failure naming what could not be read
 /// when no answer came that says either way. A derived class may see more than stands there. One thread at a time.
 class ArrayObjects {

@@ -15,14 +15,14 @@
 namespace {
 
 // A port that the array sees is a path only when it is on a host of the recorded group.
-bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, ArrayObjects& objects, const std::string& hostGroupId)
+bool HasOnlineFcPort(DeviceOperate& device, ZavRestApi& api, ArrayObjects& objects, const std::string& url,
+                     const std::string& hostGroupId)
 {
     std::vector<std::string> wwpns;
     device.GetFCInitor(wwpns);
-    std::string errorText;
     return std::any_of(wwpns.begin(), wwpns.end(), [&](const std::string& wwpn) {
         const auto port = objects.Find(FC_INITIATOR, wwpn);
-        if (!port || port->parentId.empty() || api.IsOnlineFCInitiator(wwpn, errorText) != 0) {
+        if (!port || port->parentId.empty() || !ArraySeesOnline(api, url, wwpn)) {
             return false;
         }
         const std::vector<std::string> hosts = objects.Associated(HOST_GROUP, hostGroupId, HOST);
@@ -64,10 +64,10 @@ void RequireConnectedNode(const ArrayLogin& login)
 void RequirePath(const ArrayLogin& login, DeviceOperate& device, ZavRestApi& api, ArrayObjects& objects,
                  const std::string& hostGroupId)
 {
+    const std::string& url = login.Device().url;
     const std::vector<std::string>& serviceIps = login.Device().storageIps;
-    if (!HasOnlineFcPort(device, api, objects, hostGroupId) && !IsLoggedIntoOneOf(device, serviceIps)) {
-        throw Failure::OfLibrary(login.Device().url +
-                                     ": this node has no online FC port and no iSCSI session with any of " +
+    if (!HasOnlineFcPort(device, api, objects, url, hostGroupId) && !IsLoggedIntoOneOf(device, serviceIps)) {
+        throw Failure::OfLibrary(url + ": this node has no online FC port and no iSCSI session with any of " +
                                      (serviceIps.empty() ? "no addresses" : boost::join(serviceIps, ", ")),
                                  ExitCode::Drift);
     }

@@ -127,8 +127,7 @@ private:
     void AddFcPort(PictureItem& item, const std::string& link)
     {
         const Place place = LookAtInitiator(item, FC_INITIATOR);
-        std::string errorText;
-        const bool isOnline = place != Place::Unknown && m_api->IsOnlineFCInitiator(item.id, errorText) == 0;
+        const bool isOnline = place != Place::Unknown && ArraySeesOnline(*m_api, m_login.Device().url, item.id);
         if (!isOnline && place != Place::Unknown && item.standing == Standing::Sound) {
             Mark(item, Standing::Down, "the array does not see it online");
         }

@@ -124,9 +124,8 @@ std::vector<FcPort> FcPorts()
 bool IsMissed(const ArrayLogin& login, const std::string& wwpn)
 {
     const auto api = login.Api();
-    std::string errorText;
-    return ArrayObjects(*api, login.Device().url).Find(FC_INITIATOR, wwpn) &&
-           api->IsOnlineFCInitiator(wwpn, errorText) != 0;
+    const std::string& url = login.Device().url;
+    return ArrayObjects(*api, url).Find(FC_INITIATOR, wwpn) && !ArraySeesOnline(*api, url, wwpn);
 }
 
 void AddStrangersIn(const PictureItem& item, std::set<std::string>& faults)

@@ -4,6 +4,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <algorithm>
+
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
@@ -206,6 +208,31 @@ TEST_F(ZavctlStatusTest, FcPortThatTheArrayDoesNotHaveIsNotDownThere)
     EXPECT_EQ(0, status.status) << status.errors;
     EXPECT_THAT(status.output,
                 HasSubstr(std::string("├─ FC initiator ") + WWPN + "  Linkdown here, the array does not have it\n"));
+}
+
+TEST_F(ZavctlStatusTest, FcPortOfWhichTheArrayDoesNotSayWhetherItSeesItIsNotToldAsDown)
+{
+    PlugFcPort("Online", true);
+    Prepare();
+    const std::string port = std::string("fc_initiator/") + WWPN;
+    const auto ending = [&](const char* command, const std::string& letThrough) {
+        m_array.AddFault(R"({"kind": "code", "code": 1077949006, "description": "busy", "target": ")" + port +
+                         R"($", "skip": )" + letThrough + "}");
+        return RunZavctl({command, "--env", m_env});
+    };
+    const auto isTold = ::testing::AllOf(
+        ::testing::Field(&Base::ProgramResult::status, 9),
+        ::testing::Field(&Base::ProgramResult::errors,
+                         HasSubstr("zavctl: " + m_array.Url() + ": cannot read whether FC initiator " + WWPN +
+                                   " is online: busy (1077949006)\nzavctl: remedy: the array is busy")));
+    EXPECT_THAT(ending("status", "1"), isTold) << "behind the question where the port is";
+    EXPECT_THAT(ending("check", "1"), isTold);
+    m_array.ClearJournal();
+    ASSERT_EQ(0, RunZavctl({"init", "--env", m_env}).status);
+    const std::vector<std::string> requests = m_array.Requests();
+    const auto looks = std::count(requests.begin(), requests.end(), "GET " + port);
+    ASSERT_LT(1, looks);
+    EXPECT_THAT(ending("init", std::to_string(looks - 1)), isTold) << "the last of its looks at the port";
 }
 
 TEST_F(ZavctlStatusTest, NodeThatWasNeverPreparedLacksAll)
