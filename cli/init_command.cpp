@@ -6,6 +6,7 @@
 #include "cli/metrics_file.h"
 #include "cli/options.h"
 #include "cli/preparation.h"
+#include "cli/refused_logins.h"
 #include "cli/watch.h"
 
 #include <algorithm>
@@ -82,7 +83,9 @@ std::vector<Target> ReadTargets(const std::vector<std::string>& paths, MetricsFi
     std::transform(paths.begin(), paths.end(), std::back_inserter(names), NameOfEnvironment);
     try {
         for (std::size_t i = 0; i < paths.size(); ++i) {
-            targets.push_back({paths[i], names[i], ReadEnvironment(paths[i]), nullptr, std::nullopt});
+            std::string inputs = RefusedLogins::InputsOf(paths[i]); // first: what changes from here on is new
+            targets.push_back(
+                {paths[i], names[i], std::move(inputs), ReadEnvironment(paths[i]), nullptr, std::nullopt});
         }
     } catch (const Failure& failure) {
         metrics.EndRound(names, failure.Code());

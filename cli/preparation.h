@@ -17,8 +17,9 @@ namespace Preparation {
 
 /// One array to prepare this node on.
 struct Target {
-    std::string path; ///< of the environment
-    std::string name; ///< as it is told
+    std::string path;   ///< of the environment
+    std::string name;   ///< as it is told
+    std::string inputs; ///< what the login goes by, as RefusedLogins::InputsOf told before `env` was read
     EnvironmentPath env;
     std::unique_ptr<ArrayLogin> login;  ///< none until it succeeded
     std::optional<Explanation> refusal; ///< why it is held back: neither logged in nor prepared

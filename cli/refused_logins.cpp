@@ -7,7 +7,9 @@
 #include "common/framework/config_reader.h"
 
 #include <exception>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 namespace {
 
@@ -22,20 +24,18 @@ std::string TextOf(const std::string& path)
     }
 }
 
-// Standard input has no more to say.
-std::string InputsOf(const Preparation::Target& target)
+// Standard input and pipes have no more to say.
+bool CanBeReadOnce(const std::string& path)
 {
-    return TextOf(ConfigReader::getFile()) + (target.path == STANDARD_INPUT ? "" : TextOf(target.path));
+    std::error_code ignored;
+    return path == STANDARD_INPUT || std::filesystem::is_other(path, ignored);
 }
 
 } // namespace
 
-RefusedLogins::RefusedLogins(Targets& targets)
-    : m_targets(targets)
+std::string RefusedLogins::InputsOf(const std::string& path)
 {
-    for (const Preparation::Target& target : m_targets) {
-        m_inputs[&target] = InputsOf(target);
-    }
+    return TextOf(ConfigReader::getFile()) + (CanBeReadOnce(path) ? "" : TextOf(path));
 }
 
 void RefusedLogins::HoldBack(const Preparation::Outcome& outcome)
@@ -67,12 +67,12 @@ bool RefusedLogins::LetGoWhatChanged()
 
 bool RefusedLogins::LetGo(Preparation::Target& target, Unreadable& unreadable)
 {
-    const std::string inputs = InputsOf(target);
-    if (inputs == m_inputs[&target] || (inputs == unreadable.inputs && unreadable.isTold)) {
+    const std::string inputs = InputsOf(target.path);
+    if (inputs == target.inputs || (inputs == unreadable.inputs && unreadable.isTold)) {
         return false;
     }
     try {
-        if (target.path != STANDARD_INPUT) {
+        if (!CanBeReadOnce(target.path)) {
             target.env = ReadEnvironment(target.path);
         }
     } catch (const Failure& failure) {
@@ -83,7 +83,7 @@ bool RefusedLogins::LetGo(Preparation::Target& target, Unreadable& unreadable)
         }
         return false;
     }
-    m_inputs[&target] = inputs;
+    target.inputs = inputs;
     target.refusal.reset();
     target.login.reset(); // by what the environment said before
     return true;

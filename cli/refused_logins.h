@@ -13,8 +13,15 @@ class RefusedLogins {
 public:
     using Targets = std::vector<Preparation::Target>;
 
-    /// `targets`, as their environments are now, must outlive it.
-    explicit RefusedLogins(Targets& targets);
+    /// What a login by the environment at `path` goes by: the texts of environment and configuration as they are now.
+    /// An environment that can be read once, such as standard input, has no part in it.
+    static std::string InputsOf(const std::string& path);
+
+    /// `targets` must outlive it.
+    explicit RefusedLogins(Targets& targets)
+        : m_targets(targets)
+    {
+    }
 
     /// Holds back those whose login was refused in this round.
     void HoldBack(const Preparation::Outcome& outcome);
@@ -36,7 +43,6 @@ private:
     bool LetGo(Preparation::Target& target, Unreadable& unreadable);
 
     Targets& m_targets;
-    std::map<const Preparation::Target*, std::string> m_inputs; ///< what each target's last login went by
     std::map<const Preparation::Target*, Unreadable> m_held;
 };
 

@@ -158,6 +158,23 @@ TEST_F(ZavctlTest, WatchDoesNotRepeatARefusedLoginAsItIs)
     EXPECT_EQ(0, zavctl->Wait());
 }
 
+TEST_F(ZavctlTest, WatchSeesWhatWasPutRightWhileItLoggedIn)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string env = EnvironmentFileOf(array);
+    const std::string right = ReadText(env);
+    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    array.AddFault(R"({"kind": "delay", "milliseconds": 1500, "method": "POST", "target": "sessions"})");
+    const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitError("logging into the array");
+    WriteText(env, right);
+    zavctl->AwaitError("waiting for another environment or configuration");
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
 TEST_F(ZavctlTest, WatchGoesOnWithTheOthersWhileOneRefusesItsLogin)
 {
     const Array& good = StartArray();
