@@ -3,19 +3,21 @@
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
+#include "base/printable_text.h"
 #include "cli/failure.h"
 
 #include <google/protobuf/util/json_util.h>
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <system_error>
 #include <vector>
@@ -39,22 +41,28 @@ std::string ReadStandardInput()
     return text;
 }
 
-// Where the JSON itself is broken, as "line 3, column 5: Syntax error: value, object or array expected."; empty where
-// it is not. What protobuf says of that is a picture of the text.
+// "line 3, column 5: Syntax error: value, object or array expected.", of the JSON library's "* Line 3, Column 5", which
+// has the rest on the next line. That may quote all of a text of any length: its beginning is enough.
+std::string FirstComplaint(const std::string& problem)
+{
+    const std::size_t begin = problem.find("Line ");
+    std::istringstream lines(problem.substr(std::min(begin, problem.size())));
+    std::string place;
+    std::string complaint;
+    if (!std::getline(lines, place) || !std::getline(lines, complaint)) {
+        return problem;
+    }
+    return boost::to_lower_copy(place) + ": " + Base::PrintableLines({boost::trim_copy(complaint)});
+}
+
+// Where the JSON itself is broken; empty where it is not. What protobuf says of that is a picture of the text.
 std::string BrokenJson(const std::string& text)
 {
-    static const std::regex FIRST("\\* Line ([0-9]+), Column ([0-9]+)\\s+([^\n]*)");
     ::Json::CharReaderBuilder settings;
     ::Json::CharReaderBuilder::strictMode(&settings.settings_);
     ::Json::Value root;
     std::string problem;
-    if (Base::JsonReader(settings).Read(text, root, &problem)) {
-        return {};
-    }
-    std::smatch match;
-    return std::regex_search(problem, match, FIRST)
-               ? "line " + match[1].str() + ", column " + match[2].str() + ": " + match[3].str()
-               : problem;
+    return Base::JsonReader(settings).Read(text, root, &problem) ? "" : FirstComplaint(problem);
 }
 
 std::string ToText(const std::string& entry)

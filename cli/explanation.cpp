@@ -208,16 +208,19 @@ std::string CodeIn(const std::string& cause)
     return last;
 }
 
-// The first url of the cause, else the first path.
+// The first url of the cause, else the first path. The library's matcher goes as deep as a match is long, and a cause
+// may hold words of an array that have no end: no place is longer than what is looked at.
 std::string PlaceIn(const std::string& cause)
 {
+    constexpr std::size_t LONGEST = 4096;
+    const std::string front = cause.substr(0, LONGEST);
     static const std::regex url("https?://(\\[[0-9A-Fa-f:.%]+\\]|[^\\]\\[ ,:/]+)(:[0-9]+)?");
     static const std::regex path("(^| )(/[^ :]+)");
     std::smatch match;
-    if (std::regex_search(cause, match, url)) {
+    if (std::regex_search(front, match, url)) {
         return match[0];
     }
-    return std::regex_search(cause, match, path) ? match[2].str() : "";
+    return std::regex_search(front, match, path) ? match[2].str() : "";
 }
 
 // A file that cannot be used because this user may not is told as that, whoever found it.

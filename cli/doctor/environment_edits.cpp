@@ -9,10 +9,13 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
 
 #include <algorithm>
 #include <regex>
+#include <sstream>
 #include <vector>
 
 namespace Doctor::Edit {
@@ -27,11 +30,16 @@ struct Substitution {
 
 using Substitutions = std::vector<Substitution>;
 
-// What sed makes of the environment's text.
+// What sed makes of the environment's text. Where a line is longer than the library's matcher, which goes as deep as a
+// match is long, is sure to bear, nothing is tried, and no command comes of it.
 std::string Changed(const Patient& patient, const Substitutions& substitutions)
 {
+    constexpr std::size_t LONGEST_LINE = 16384;
     std::vector<std::string> lines;
     boost::split(lines, patient.environmentText, boost::is_any_of("\n"));
+    if (std::any_of(lines.begin(), lines.end(), [](const std::string& line) { return line.size() > LONGEST_LINE; })) {
+        return patient.environmentText;
+    }
     for (const Substitution& each : substitutions) {
         const std::regex pattern(each.pattern, std::regex::basic);
         for (std::string& line : lines) {
@@ -64,6 +72,21 @@ std::string Literal(const std::string& address)
         literal += (each == '.' || each == '[' ? "\\" : "") + std::string(1, each);
     }
     return literal;
+}
+
+// Whether a line has these two words at its beginning, with any blanks before each.
+bool HasLine(const std::string& text, const std::string& word, const std::string& next)
+{
+    const auto isBlank = boost::is_any_of(" \t");
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        boost::trim_left_if(line, isBlank);
+        if (boost::starts_with(line, word) &&
+            boost::starts_with(boost::trim_left_copy_if(line.substr(word.size()), isBlank), next)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -118,13 +141,10 @@ std::string WithSetting(const std::string& section, const std::string& key, cons
     const std::string path = ConfigReader::getFile();
     const std::string file = NodeShell::Word(path);
     const std::string text = Base::ReadFileIfThere(path).value_or("");
-    const auto has = [&text](const std::string& line) {
-        return std::regex_search(text, std::regex("(^|\\n)[ \\t]*" + line));
-    };
-    if (has(key + "[ \\t]*=")) {
+    if (HasLine(text, key, "=")) {
         return Sed("s/^[ \\t]*" + key + "[ \\t]*=.*/" + key + " = " + value + "/", file);
     }
-    if (has("\\[" + section + "\\]")) {
+    if (HasLine(text, "[" + section + "]", "")) {
         return Sed("/^[ \\t]*\\[" + section + "\\]/a " + key + " = " + value, file);
     }
     const bool hasOpenEnd = !text.empty() && text.back() != '\n';

@@ -44,6 +44,32 @@ TEST_F(BadInputTest, EnvironmentFileThatIsNoSuchMessageIsNamedWithThePlace)
     EXPECT_THAT(outcome.errors, HasSubstr("managementIp: Cannot find field"));
 }
 
+TEST_F(BadInputTest, NumberWithoutAnEndIsNamedByItsPlaceAndItsBeginning)
+{
+    const std::string path = Directory() + "/env.json";
+    WriteText(path, "{\"ports\": [" + std::string(200000, '1') + "]}");
+    for (const Process::Arguments& command :
+         {Process::Arguments{"env", "check", path}, Process::Arguments{"init", "--env", path, "-o", "json"}}) {
+        const Base::ProgramResult outcome = RunZavctl(command);
+        EXPECT_EQ(7, outcome.status);
+        EXPECT_THAT(outcome.errors, HasSubstr(path + ": line 1, column 12: '1111"));
+        EXPECT_THAT(outcome.errors, HasSubstr("1111...\n"));
+    }
+}
+
+TEST_F(BadInputTest, WordsOfTheArrayMayBeOfAnyLength)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    for (const std::string& place : {std::string("https://"), std::string("/")}) {
+        array.AddFault(R"({"kind": "code", "code": 42, "description": "see )" + place + std::string(200000, 'a') +
+                       R"(", "target": "sessions", "count": 1})");
+        const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", env, "-o", "json"});
+        EXPECT_EQ(9, outcome.status) << place;
+        EXPECT_EQ("42", ParseJsonText(outcome.output)["error"]["code"].asString());
+    }
+}
+
 TEST_F(BadInputTest, CauseIsToldWithoutALogFileAsWell)
 {
     const Array& array = StartArray();

@@ -657,6 +657,19 @@ TEST_F(ZavctlDoctorTest, CommandThatWouldChangeNothingIsNotPrinted)
               unsealed.output);
 }
 
+TEST_F(ZavctlDoctorTest, LinesMayBeOfAnyLength)
+{
+    const std::string blanks(200000, ' ');
+    Prepare({"--luns", "60000"});
+    ChangeEnv("\"protocols\": [0]", "\"protocols\":" + blanks + "[0]");
+    WriteText(Configuration(), blanks + "\n" + ReadText(Configuration()));
+    EXPECT_THAT(Doctor().output, HasSubstr("DosRequestCount = 120"));
+    ChangeEnv(blanks + "[0]", blanks + "[1]");
+    EXPECT_THAT(Doctor().output, AllOf(HasSubstr("the environment says http, and the port speaks https\n"
+                                                 "  have https in the environment"),
+                                       Not(HasSubstr("\n  $ "))));
+}
+
 TEST_F(ZavctlDoctorTest, ArrayThatFallsSilentIsAFindingAndLeavesNothingBehind)
 {
     Prepare();
