@@ -17,6 +17,23 @@ namespace {
 
 constexpr std::chrono::seconds TURN_OF_THE_FIRST{2}; // a user must not be locked, nor all wait for one that is dead
 
+/// Does what is to be done where a scope is left, whatever it is left by.
+template <typename Work>
+class AtEnd {
+public:
+    explicit AtEnd(Work work)
+        : m_work(std::move(work))
+    {
+    }
+
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+    ~AtEnd() { m_work(); }
+
+private:
+    const Work m_work;
+};
+
 } // namespace
 
 Logins::Logins(std::string name, EnvironmentPath env, Clock::time_point deadline)
@@ -31,13 +48,12 @@ std::optional<Logins::Failed> Logins::Try(const std::string& address)
 {
     std::string password;
     const Secret::ScopedWipe wipePassword(password);
-    std::optional<Failed> failed;
+    const AtEnd countOff([&] { CountOff(address); }); // which the others wait for
     if (MayTry(address) && Environment::MissingList(m_env) == nullptr &&
         SecuritySS::ZelkDecryptInfo(m_env.encrypted_passwords(0), password)) {
-        failed = LogInAt(address, password);
+        return LogInAt(address, password);
     }
-    CountOff(address);
-    return failed;
+    return std::nullopt;
 }
 
 // The first address goes first: what it says of user and password holds for all.
@@ -74,16 +90,22 @@ std::optional<Logins::Failed> Logins::LogInAt(const std::string& address, const 
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_deviceIds[address] = session.deviceId;
-        if (std::exchange(m_isKept, true)) {
+        if (m_login != nullptr || std::exchange(m_isKeeping, true)) {
             return std::nullopt;
         }
     }
+    const AtEnd isOver([this] { // where nothing came of it, the next address may
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isKeeping = false;
+    });
     try {
         const auto login = std::make_shared<const ArrayLogin>(m_name, env);
         const std::lock_guard<std::mutex> guard(m_lock);
         m_login = login;
         m_changed.notify_all();
     } catch (const Failure& failure) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_isRefused = m_isRefused || failure.Code() == ExitCode::LoginRefused;
         return Failed{failure.what(), failure.Code()};
     }
     return std::nullopt;

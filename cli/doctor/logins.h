@@ -24,7 +24,7 @@ public:
     }
 };
 
-/// Logs in at each management address, and keeps a login at the first that takes it for all who ask the array. An array
+/// Logs in at each management address, and keeps a login at the first that bears it for all who ask the array. An array
 /// that refuses user and password is not tried again at another address: it might lock the user. Any thread may call.
 class Logins {
 public:
@@ -58,7 +58,6 @@ public:
 private:
     bool MayTry(const std::string& address);
     std::optional<Failed> LogInAt(const std::string& address, const std::string& password);
-    void Keep(const std::string& address);
     void CountOff(const std::string& address);
 
     const std::string m_name;
@@ -70,7 +69,7 @@ private:
     bool m_isFirstOver = false;                     // guarded by m_lock
     bool m_isTrying = false;                        // guarded by m_lock; a login is under way
     bool m_isRefused = false;                       // guarded by m_lock
-    bool m_isKept = false;                          // guarded by m_lock; by somebody, who may be at it yet
+    bool m_isKeeping = false;                       // guarded by m_lock; somebody is at the login that is kept
     std::shared_ptr<const ArrayLogin> m_login;      // guarded by m_lock
     std::map<std::string, std::string> m_deviceIds; // guarded by m_lock
 };

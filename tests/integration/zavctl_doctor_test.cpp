@@ -680,6 +680,17 @@ TEST_F(ZavctlDoctorTest, ArrayThatFallsSilentIsAFindingAndLeavesNothingBehind)
     EXPECT_EQ(0U, TheArray().SessionCount());
 }
 
+TEST_F(ZavctlDoctorTest, ArrayIsAskedThroughTheNextAddressWhereTheFirstBearsNoLogin)
+{
+    Prepare();
+    TheArray().DeleteBehindBack("mappingview", "1");
+    TheArray().AddFault(R"({"kind": "code", "code": 42, "description": "not here", "target": "eth_port"})");
+    const Base::ProgramResult sick = Doctor();
+    EXPECT_THAT(sick.output, HasSubstr(Address(0) + ":8088 does not tell its service addresses: not here (42)\n"));
+    EXPECT_THAT(sick.output, HasSubstr("the array has none of this id")) << "what nobody asks is not found";
+    EXPECT_EQ(0U, TheArray().SessionCount());
+}
+
 TEST_F(ZavctlDoctorTest, LoginThatTakesTooLongIsToldByWhateverWaitedForIt)
 {
     Prepare();
