@@ -161,7 +161,7 @@ void AddDoctorCommand(CLI::App& app, Run& run)
     Options::AddFormat(*command, options->format);
     CLI::Option* const bundle =
         command->add_option("--bundle", options->bundlePath, "Pack what support needs into a compressed archive");
-    bundle->option_text("FILE");
+    bundle->option_text("FILE")->check(Options::RefuseEmpty);
     command->add_flag("--overwrite", options->mayOverwrite, "Replace that file where it is there already")
         ->needs(bundle);
     Options::AddExamples(

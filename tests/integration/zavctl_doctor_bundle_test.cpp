@@ -123,6 +123,14 @@ TEST_F(ZavctlDoctorBundleTest, IsItsOwnersAloneAndReplacesNothingUnasked)
     EXPECT_EQ(2, RunZavctl({"doctor", "--overwrite"}).status);
 }
 
+TEST_F(ZavctlDoctorBundleTest, EmptyNameIsRefused)
+{
+    const Base::ProgramResult outcome = RunZavctl({"doctor", "--env", m_env, "--bundle", ""});
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("", outcome.output);
+    EXPECT_THAT(outcome.errors, HasSubstr("--bundle: names no file"));
+}
+
 TEST_F(ZavctlDoctorBundleTest, ReplacesNothingButAFile)
 {
     ASSERT_EQ(0, ::mkfifo(Bundle().c_str(), 0600));
