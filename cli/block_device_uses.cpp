@@ -1,8 +1,7 @@
 #include "cli/block_device_uses.h"
 
-#include "base/files.h"
+#include "cli/kernel_file.h"
 
-#include <boost/algorithm/string/trim.hpp>
 #include <boost/filesystem.hpp>
 
 #include <fcntl.h>
@@ -29,13 +28,6 @@ std::vector<fs::path> EntriesOf(const fs::path& folder)
     return entries;
 }
 
-std::string WordIn(const fs::path& file)
-{
-    std::string word = Base::ReadFileIfThere(file.string()).value_or("");
-    boost::trim(word);
-    return word;
-}
-
 /// A disk or one of its partitions.
 struct Device {
     std::string name;
@@ -45,11 +37,11 @@ struct Device {
 std::vector<Device> DeviceAndPartitions(const std::string& disk)
 {
     const fs::path folder = "/sys/block/" + disk;
-    std::vector<Device> devices = {{disk, WordIn(folder / "dev")}};
+    std::vector<Device> devices = {{disk, ReadKernelFile((folder / "dev").string())}};
     for (const fs::path& entry : EntriesOf(folder)) {
         const std::string name = entry.filename().string();
         if (name.rfind(disk, 0) == 0) {
-            devices.push_back({name, WordIn(entry / "dev")});
+            devices.push_back({name, ReadKernelFile((entry / "dev").string())});
         }
     }
     return devices;
@@ -110,7 +102,7 @@ void AddProcesses(const std::vector<Device>& devices, std::vector<std::string>& 
     for (const fs::path& process : EntriesOf("/proc")) {
         const std::string id = process.filename().string();
         if (id.find_first_not_of("0123456789") == std::string::npos && HasOpen(process, devices)) {
-            uses.push_back("is open in process " + id + " (" + WordIn(process / "comm") + ")");
+            uses.push_back("is open in process " + id + " (" + ReadKernelFile((process / "comm").string()) + ")");
         }
     }
 }

@@ -4,12 +4,12 @@
 #include "base/printable_text.h"
 #include "cli/block_device_uses.h"
 #include "cli/failure.h"
+#include "cli/kernel_file.h"
 #include "common/framework/shell_runner.h"
 
 #include <boost/filesystem.hpp>
 
 #include <algorithm>
-#include <fstream>
 #include <regex>
 
 namespace fs = boost::filesystem;
@@ -102,10 +102,7 @@ std::vector<IscsiSession> Standing()
 
 std::string StateOf(const IscsiSession& session)
 {
-    std::ifstream file("/sys/class/iscsi_session/session" + std::to_string(session.number) + "/state");
-    std::string state;
-    file >> state;
-    return state;
+    return ReadKernelFile("/sys/class/iscsi_session/session" + std::to_string(session.number) + "/state");
 }
 
 std::vector<std::string> UsesOf(const IscsiSession& session)

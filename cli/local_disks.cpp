@@ -1,11 +1,12 @@
 #include "cli/local_disks.h"
 
+#include "cli/kernel_file.h"
+
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem.hpp>
 
 #include <algorithm>
-#include <fstream>
 
 namespace fs = boost::filesystem;
 
@@ -25,9 +26,8 @@ std::map<std::string, std::vector<std::string>> LocalDisks::ByWwn(const std::str
     std::map<std::string, std::vector<std::string>> disks;
     boost::system::error_code error;
     for (fs::directory_iterator each(folder, error), end; !error && each != end; each.increment(error)) {
-        std::ifstream file((each->path() / "device/wwid").string());
-        std::string wwn;
-        if (file >> wwn) {
+        const std::string wwn = ReadKernelFile((each->path() / "device/wwid").string());
+        if (!wwn.empty()) {
             disks[PlainWwn(wwn)].push_back(each->path().filename().string());
         }
     }
