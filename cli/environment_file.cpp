@@ -1,5 +1,6 @@
 #include "cli/environment_file.h"
 
+#include "base/descriptor.h"
 #include "base/files.h"
 #include "base/json_reading.h"
 #include "base/json_writing.h"
@@ -13,13 +14,11 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/trim.hpp>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
-#include <sstream>
-#include <system_error>
 #include <vector>
 
 namespace {
@@ -31,12 +30,12 @@ Failure Unreadable(const std::string& path, const std::string& reason, int error
     return {ExitCodeOfFile(error), "environment " + NameOfEnvironment(path) + ": " + reason};
 }
 
-std::string ReadStandardInput()
+std::string ReadInput(int descriptor, const std::string& path)
 {
     std::string text;
-    const int error = Base::ReadToEnd(STDIN_FILENO, LONGEST_INPUT, text);
+    const int error = Base::ReadToEnd(descriptor, LONGEST_INPUT, text);
     if (error != 0) {
-        throw Unreadable(STANDARD_INPUT, Base::ErrorText(error), error);
+        throw Unreadable(path, Base::ErrorText(error), error);
     }
     return text;
 }
@@ -102,17 +101,14 @@ std::string NameOfEnvironment(const std::string& path)
 std::string ReadEnvironmentText(const std::string& path)
 {
     if (path == STANDARD_INPUT) {
-        return ReadStandardInput();
+        return ReadInput(STDIN_FILENO, path);
     }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file || errno != 0) {
+    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC)); // a shell's <(...) is waited for
+    if (!file.IsOpen()) {
         const int error = errno;
-        throw Unreadable(path, error != 0 ? std::generic_category().message(error) : "cannot be read", error);
+        throw Unreadable(path, Base::ErrorText(error), error);
     }
-    return text.str();
+    return ReadInput(file.Get(), path);
 }
 
 std::string ParseEnvironment(const std::string& text, EnvironmentPath& env)

@@ -58,6 +58,23 @@ TEST_F(ZavctlEnvironmentTest, StandardInputThatHoldsNoEnvironmentIsNamed)
     EXPECT_THAT(RunZavctl({"init", "--env", "-"}).errors, HasSubstr("zavctl: environment standard input: it is empty"));
 }
 
+TEST_F(ZavctlEnvironmentTest, FileThatNeverEndsIsRefused)
+{
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", "/dev/zero"});
+    EXPECT_EQ(7, outcome.status);
+    EXPECT_THAT(outcome.errors,
+                StartsWith("zavctl: environment /dev/zero: File too large\nzavctl: remedy: correct the file"));
+}
+
+TEST_F(ZavctlEnvironmentTest, ShellMayHandOverWhatAnotherProgramPrints)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const Base::ProgramResult outcome = RunToEnd({"bash", "-c", "exec \"$0\" inventory --env <(cat \"$1\")",
+                                                  ProductPath("bin/zavctl"), EnvironmentFileOf(array)});
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+}
+
 TEST_F(ZavctlEnvironmentTest, StandardInputIsReadOnceOnly)
 {
     ExpectRefusal(RunZavctl({"init", "--env", "-", "--env", "-"}, "{}"),
