@@ -1,5 +1,6 @@
 #include "cli/watchdog_feeder.h"
 
+#include "base/printable_text.h"
 #include "cli/report.h"
 
 WatchdogFeeder::WatchdogFeeder(const Base::ServiceManager& manager)
@@ -42,7 +43,7 @@ void WatchdogFeeder::Feed(std::chrono::microseconds interval)
             const std::string cause =
                 "this watch hangs: " + m_step + " takes longer than it may; last step: " + Report::LastStep();
             Report::Tell("warning: " + cause, Report::Look::Warning);
-            m_manager.Tell("STATUS=" + cause);
+            m_manager.Tell("STATUS=" + Base::Printable(cause));
         }
         if (!m_isBroken) {
             m_manager.Tell("WATCHDOG=1");

@@ -1,4 +1,6 @@
 #include "cli/watchdog_feeder.h"
+
+#include "cli/report.h"
 #include "tests/support/files.h"
 #include "tests/support/notify_socket.h"
 
@@ -6,6 +8,7 @@
 
 #include <cstdlib>
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -62,6 +65,17 @@ TEST_F(WatchdogFeederTest, WorkThatHangsIsToldOnceAndFedNoMore)
     manager.Tell("END");
     EXPECT_EQ("END", m_socket.Receive());
     EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("warning: this watch hangs: a round"));
+}
+
+TEST_F(WatchdogFeederTest, StepThatNamesTextOfOthersIsOneLineOfTheStatus)
+{
+    const Base::ServiceManager manager;
+    ::testing::internal::CaptureStderr();
+    Report::Step("asking an array that calls itself a\nWATCHDOG=1");
+    WatchdogFeeder feeder(manager);
+    feeder.Promise(std::chrono::milliseconds(0), "a round");
+    EXPECT_THAT(m_socket.Receive(), EndsWith("calls itself a\\x0aWATCHDOG=1"));
+    ::testing::internal::GetCapturedStderr();
 }
 
 TEST_F(WatchdogFeederTest, WorkThatGoesOnIsFedAgain)
