@@ -8,6 +8,7 @@
 #include "cli/doctor/report_json.h"
 #include "cli/doctor/secret_mask.h"
 #include "cli/failure.h"
+#include "cli/farewell.h"
 #include "cli/node_shell.h"
 #include "cli/own_files.h"
 #include "cli/own_journal.h"
@@ -29,9 +30,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <utility>
 
 namespace fs = boost::filesystem;
@@ -47,29 +51,37 @@ constexpr std::chrono::seconds LIMIT_OF_THE_ARRAY{5};
 constexpr std::chrono::seconds LIMIT_OF_THE_TOOLS{5};
 constexpr const char* FOLDER = "zavctl-doctor";
 
-/// A folder of our own, which nobody else can look into, for as long as it takes.
+/// A folder of our own, which nobody else can look into, for as long as it takes. It goes when a signal ends us, too.
 class WorkFolder {
 public:
-    WorkFolder()
+    WorkFolder() = default;
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+    ~WorkFolder() { Remove(); }
+
+    const fs::path& Path() const { return m_path; }
+
+private:
+    static fs::path Make()
     {
         std::string path = (fs::temp_directory_path() / "zavctl-XXXXXX").string();
         if (::mkdtemp(path.data()) == nullptr) {
             throw Failure(ExitCode::Unusable, path + ": " + Base::ErrorText(errno));
         }
-        m_path = path;
+        return path;
     }
-    WorkFolder(const WorkFolder&) = delete;
-    WorkFolder& operator=(const WorkFolder&) = delete;
-    ~WorkFolder()
+
+    // Whoever fills it may add a file meanwhile.
+    void Remove() const
     {
         boost::system::error_code error;
-        fs::remove_all(m_path, error);
+        do {
+            fs::remove_all(m_path, error);
+        } while (error == boost::system::errc::directory_not_empty);
     }
 
-    const fs::path& Path() const { return m_path; }
-
-private:
-    fs::path m_path;
+    const fs::path m_path = Make();
+    const Farewell m_farewell{[this] { Remove(); }}; // last: it uses the other
 };
 
 // Nothing where there is no session any more.
@@ -216,13 +228,16 @@ void Fill(const Contents& contents, const Patient& patient, const std::vector<To
 
 std::string Packed(const fs::path& folder)
 {
-    const Base::ProgramResult tar = Base::RunProgram(
-        {"tar", "--create", "--gzip", "--owner=0", "--group=0", "--directory", folder.string(), FOLDER}, {},
-        LIMIT_OF_TAR);
-    if (tar.status != 0) {
-        throw Failure(ExitCode::Unusable, "tar: " + tar.errors);
+    Base::Program tar({"tar", "--create", "--gzip", "--owner=0", "--group=0", "--directory", folder.string(), FOLDER});
+    const Farewell ended([&tar] { tar.Signal(SIGKILL); });
+    const std::optional<int> status = tar.WaitFor(LIMIT_OF_TAR);
+    if (!status) {
+        throw std::runtime_error("tar did not end within " + std::to_string(LIMIT_OF_TAR.count()) + " seconds");
     }
-    return tar.output;
+    if (*status != 0) {
+        throw Failure(ExitCode::Unusable, "tar: " + tar.Errors());
+    }
+    return tar.Output();
 }
 
 // A file that came meanwhile is not overwritten either. No part is left.

@@ -8,6 +8,9 @@
 
 #include <sys/stat.h>
 
+#include <csignal>
+#include <cstdlib>
+
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -179,6 +182,25 @@ TEST_F(ZavctlDoctorBundleTest, ToolThatHangsKeepsNoBundleFromBeingMade)
     EXPECT_THAT(Packed("versions.txt"),
                 AllOf(HasSubstr("\n$ uname -srvm\nLinux "), HasSubstr("\n$ iscsiadm --version\nno end within 5 s\n"),
                       HasSubstr("\n$ iscsiadm -m session\nno end within 5 s\n")));
+}
+
+TEST_F(ZavctlDoctorBundleTest, SignalLeavesNothingOfWhatWasToBePacked)
+{
+    const std::string work = Directory() + "/work";
+    fs::create_directory(work);
+    const std::string tar = Directory() + "/tools/tar";
+    WriteText(tar, "#!/bin/sh\necho $$ >" + Directory() + "/child\nexec sleep 60\n");
+    ASSERT_EQ(0, ::chmod(tar.c_str(), 0700));
+    Process zavctl({ProductPath("bin/zavctl"), "doctor", "--bundle", Bundle()},
+                   {"TMPDIR=" + work, "PATH=" + Directory() + "/tools:" + std::getenv("PATH")});
+    WaitUntil("tar", [this] { return !ReadText(Directory() + "/child").empty(); });
+    EXPECT_FALSE(fs::is_empty(work));
+    zavctl.Signal(SIGTERM);
+    EXPECT_EQ(128 + SIGTERM, zavctl.Wait());
+    EXPECT_TRUE(fs::is_empty(work));
+    EXPECT_FALSE(fs::exists(Bundle()));
+    const int child = std::stoi(ReadText(Directory() + "/child"));
+    WaitUntil("tar's end", [child] { return ::kill(child, 0) != 0; });
 }
 
 TEST_F(ZavctlDoctorBundleTest, FindingsAreToldAlsoWhereThereCanBeNoBundle)
