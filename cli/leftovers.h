@@ -3,6 +3,7 @@
 
 #include "cli/array_login.h"
 #include "cli/array_objects.h"
+#include "cli/node_initiators.h"
 #include "cli/own_journal.h"
 #include "common/records.h"
 
@@ -55,7 +56,8 @@ public:
 
     /// Takes one apart, when it still bears its name and is in no use that `object` does not tell: its associations,
     /// then the object itself; members stay. A host goes with this node's own initiators; one that has others, or is in
-    /// a group of others, is left. Throws Failure naming what refused.
+    /// a group of others, is left. What somebody puts there meanwhile is not taken out: the array refuses the deletion.
+    /// Throws Failure naming what refused.
     void Remove(const Object& object);
 
     /// Deletes one that OneOfOthers gave, and nothing else: it has to hold nothing and to be in nothing, still. Throws
@@ -71,15 +73,30 @@ private:
     std::string UrlAnd(const ObjectKind& kind, const std::string& id) const;
 
     // What they are used for.
+    struct Member {
+        const ObjectKind* kind;
+        std::string id;
+    };
+    using Members = std::vector<Member>;
+    using Initiators = std::vector<NodeInitiators::Name>;
     static std::string HoldingOf(const ObjectKind& member, const std::string& id);
-    std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id);
+    Members MembersOf(const ObjectKind& kind, const std::string& id);
+    std::vector<std::string> UsesOf(const ObjectKind& kind, const std::string& id, const Members& members);
     std::vector<std::string> UsesOrDoubt(const ObjectKind& kind, const std::string& id);
-    std::vector<std::string> UsesOfHostByOthers(const std::string& hostId);
+    std::vector<std::string> UsesOfHostByOthers(const std::string& hostId, const Initiators& own);
     std::vector<std::string> TiesOf(const ObjectKind& kind, const std::string& id);
-    void AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses);
-    void AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses);
+    void AddHeld(const Members& members, std::vector<std::string>& uses) const;
+    void AddHeldByGroups(const std::string& viewId, const Members& groups, std::vector<std::string>& uses);
+    void AddUsesOfHost(const std::string& hostId, std::vector<std::string>& uses);
     bool IsUsedByRecordedView(const ObjectKind& kind, const std::string& group, const std::string& otherViewId);
     bool IsOwnGroup(const std::string& hostGroupId) const;
+
+    // Taking them apart.
+    struct Removal;
+    void RemoveView(const Removal& removal);
+    void RemoveHostGroup(const Removal& removal);
+    void RemoveLunGroup(const Removal& removal);
+    void RemoveHost(const Removal& removal);
 
     const ArrayLogin& m_login;
     const boost::shared_ptr<ZavRestApi> m_api;

@@ -2,10 +2,28 @@
 
 #include "cli/failure.h"
 #include "common/result_codes.h"
-#include "device/delete_resource.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
+#include <functional>
+
+/// One that is being taken apart.
+struct Leftovers::Removal {
+    const std::string& id;
+    const Members& members;                                               ///< as they were when its uses were looked at
+    std::string& errorText;                                               ///< of the last request
+    const std::function<void(int code, const std::string& what)> require; ///< throws Failure for any code but OK
+
+    template <typename Remove>
+    void TakeOut(const ObjectKind& kind, const Remove& remove) const
+    {
+        for (Member each : members) {
+            if (*each.kind == kind) {
+                require(remove(each.id), "take " + std::string(kind.words) + " " + each.id + " out of");
+            }
+        }
+    }
+};
 
 // The array refuses to delete what somebody has put to use meanwhile.
 void Leftovers::RemoveIdleOneOfOthers(const Object& object)
@@ -37,7 +55,8 @@ void Leftovers::Remove(const Object& object)
         OwnJournal::Drop(entry);
         return;
     }
-    for (const std::string& use : UsesOf(*object.kind, object.id)) {
+    const Members members = MembersOf(*object.kind, object.id);
+    for (const std::string& use : UsesOf(*object.kind, object.id, members)) {
         if (std::find(object.inUse.begin(), object.inUse.end(), use) == object.inUse.end()) {
             throw Failure(ExitCode::Foreign,
                           m_login.Device().url + ": " + entry.kind + " " + object.id + " stays: it " + use + " by now");
@@ -51,31 +70,63 @@ void Leftovers::Remove(const Object& object)
                           m_login.Device().url + ": cannot " + what + " " + naming + ReasonOf(errorText, code));
         }
     };
-    const auto takeOut = [&](const ObjectKind& member, const auto& remove) {
-        for (std::string& each : m_array.Associated(*object.kind, object.id, member)) {
-            require(remove(each), "take " + std::string(member.words) + " " + each + " out of");
-        }
-    };
+    const Removal removal = {object.id, members, errorText, require};
     if (*object.kind == MAPPING_VIEW) {
-        takeOut(HOST_GROUP, [&](auto& group) { return m_api->RemoveHostGroup(group, object.id, errorText); });
-        takeOut(LUN_GROUP, [&](auto& group) { return m_api->RemoveLunGroup(group, object.id, errorText); });
-        require(m_api->DeleteMapView(object.id, errorText), "delete");
+        RemoveView(removal);
     } else if (*object.kind == HOST_GROUP) {
-        takeOut(HOST, [&](auto& host) { return m_api->RemoveHost(host, object.id, errorText); });
-        require(m_api->DeleteHostGroup(object.id, errorText), "delete");
+        RemoveHostGroup(removal);
     } else if (*object.kind == LUN_GROUP) {
-        takeOut(LUN, [&](auto& lun) { return m_api->RemoveLunFromLunGroup(object.id, lun, errorText); });
-        takeOut(SNAPSHOT, [&](auto& each) { return m_api->RemoveSnapshotFromLunGroup(object.id, each, errorText); });
-        require(m_api->DeleteLunGroup(object.id, errorText), "delete");
+        RemoveLunGroup(removal);
     } else {
-        const std::vector<std::string> uses = UsesOfHostByOthers(object.id);
-        if (!uses.empty()) { // initiators of others are not this command's to move
-            throw Failure(ExitCode::Foreign, m_login.Device().url + ": " + naming + " stays: it " + uses.front());
-        }
-        for (std::string& group : m_array.Associated(HOST, object.id, HOST_GROUP)) {
-            require(m_api->RemoveHost(object.id, group, errorText), "take out of host group " + group);
-        }
-        require(DeleteResource().DeleteHost(object.id, m_api), "delete"); // behind its initiators
+        RemoveHost(removal);
     }
     OwnJournal::Drop(entry);
+}
+
+void Leftovers::RemoveView(const Removal& removal)
+{
+    removal.TakeOut(HOST_GROUP,
+                    [&](auto& group) { return m_api->RemoveHostGroup(group, removal.id, removal.errorText); });
+    removal.TakeOut(LUN_GROUP,
+                    [&](auto& group) { return m_api->RemoveLunGroup(group, removal.id, removal.errorText); });
+    removal.require(m_api->DeleteMapView(removal.id, removal.errorText), "delete");
+}
+
+void Leftovers::RemoveHostGroup(const Removal& removal)
+{
+    removal.TakeOut(HOST, [&](auto& host) { return m_api->RemoveHost(host, removal.id, removal.errorText); });
+    removal.require(m_api->DeleteHostGroup(removal.id, removal.errorText), "delete");
+}
+
+void Leftovers::RemoveLunGroup(const Removal& removal)
+{
+    removal.TakeOut(LUN, [&](auto& lun) { return m_api->RemoveLunFromLunGroup(removal.id, lun, removal.errorText); });
+    removal.TakeOut(SNAPSHOT, [&](auto& snapshot) {
+        return m_api->RemoveSnapshotFromLunGroup(removal.id, snapshot, removal.errorText);
+    });
+    removal.require(m_api->DeleteLunGroup(removal.id, removal.errorText), "delete");
+}
+
+// Only this node's own is taken off it, whatever the array tells by then.
+void Leftovers::RemoveHost(const Removal& removal)
+{
+    const Initiators own = NodeInitiators::Read().All();
+    const std::vector<std::string> uses = UsesOfHostByOthers(removal.id, own);
+    if (!uses.empty()) { // initiators of others are not this command's to move
+        throw Failure(ExitCode::Foreign, UrlAnd(HOST, removal.id) + " stays: it " + uses.front());
+    }
+    for (const std::string& group : m_array.Associated(HOST, removal.id, HOST_GROUP)) {
+        if (IsOwnGroup(group)) {
+            removal.require(m_api->RemoveHost(removal.id, group, removal.errorText), "take out of host group " + group);
+        }
+    }
+    for (const auto& [kind, id] : own) {
+        const std::vector<std::string> there = m_array.Initiators(*kind, removal.id);
+        if (std::find(there.begin(), there.end(), id) != there.end()) {
+            removal.require(*kind == ISCSI_INITIATOR ? m_api->RemoveIscsiInitiator(id, removal.errorText)
+                                                     : m_api->RemoveFCInitiator(id, removal.errorText),
+                            "take " + std::string(kind->words) + " " + id + " out of");
+        }
+    }
+    removal.require(m_api->DeleteHost(removal.id, removal.errorText), "delete");
 }

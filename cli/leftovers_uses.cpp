@@ -1,7 +1,6 @@
 #include "cli/leftovers.h"
 
 #include "cli/failure.h"
-#include "cli/node_initiators.h"
 
 #include <algorithm>
 
@@ -19,44 +18,61 @@ bool Leftovers::IsOwnGroup(const std::string& hostGroupId) const
 std::vector<std::string> Leftovers::UsesOrDoubt(const ObjectKind& kind, const std::string& id)
 {
     try {
-        return UsesOf(kind, id);
+        return UsesOf(kind, id, MembersOf(kind, id));
     } catch (const Failure& failure) {
         return {failure.what()};
     }
 }
 
-// What an object holds that somebody else put there: LUNs, hosts, initiators.
-void Leftovers::AddHeld(const ObjectKind& kind, const std::string& id, std::vector<std::string>& uses)
+// What a group or a view holds, whoever put it there.
+Leftovers::Members Leftovers::MembersOf(const ObjectKind& kind, const std::string& id)
 {
-    const auto add = [&uses](const ObjectKind& member, const std::vector<std::string>& ids,
-                             const std::string& own = {}) {
-        for (const std::string& each : ids) {
-            if (each != own) {
-                uses.push_back(HoldingOf(member, each));
-            }
+    Members members;
+    const auto add = [&](const ObjectKind& member) {
+        for (const std::string& each : m_array.Associated(kind, id, member)) {
+            members.push_back({&member, each});
         }
     };
-    if (kind == LUN_GROUP) {
-        add(LUN, m_array.Associated(kind, id, LUN));
-        add(SNAPSHOT, m_array.Associated(kind, id, SNAPSHOT));
+    if (kind == MAPPING_VIEW) {
+        add(LUN_GROUP);
+        add(HOST_GROUP);
     } else if (kind == HOST_GROUP) {
-        add(HOST, m_array.Associated(kind, id, HOST), m_record.hostId);
-    } else if (kind == HOST) {
-        add(ISCSI_INITIATOR, m_array.Initiators(ISCSI_INITIATOR, id));
-        add(FC_INITIATOR, m_array.Initiators(FC_INITIATOR, id));
-        for (const std::string& group : m_array.Associated(HOST, id, HOST_GROUP)) {
-            if (!IsOwnGroup(group)) {
-                uses.push_back("is in host group " + group + ", which this node did not make");
-            }
+        add(HOST);
+    } else if (kind == LUN_GROUP) {
+        add(LUN);
+        add(SNAPSHOT);
+    }
+    return members;
+}
+
+// The members of a group that somebody else put there.
+void Leftovers::AddHeld(const Members& members, std::vector<std::string>& uses) const
+{
+    for (const Member& each : members) {
+        if (!(*each.kind == HOST && each.id == m_record.hostId)) {
+            uses.push_back(HoldingOf(*each.kind, each.id));
         }
     }
 }
 
-std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId)
+void Leftovers::AddUsesOfHost(const std::string& hostId, std::vector<std::string>& uses)
 {
-    const std::vector<NodeInitiators::Name> own = NodeInitiators::Read().All();
+    for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
+        for (const std::string& each : m_array.Initiators(kind, hostId)) {
+            uses.push_back(HoldingOf(kind, each));
+        }
+    }
+    for (const std::string& group : m_array.Associated(HOST, hostId, HOST_GROUP)) {
+        if (!IsOwnGroup(group)) {
+            uses.push_back("is in host group " + group + ", which this node did not make");
+        }
+    }
+}
+
+std::vector<std::string> Leftovers::UsesOfHostByOthers(const std::string& hostId, const Initiators& own)
+{
     std::vector<std::string> uses;
-    AddHeld(HOST, hostId, uses);
+    AddUsesOfHost(hostId, uses);
     const auto isOwn = [&own](const std::string& use) {
         return std::any_of(own.begin(), own.end(),
                            [&use](const NodeInitiators::Name& name) { return use == HoldingOf(*name.kind, name.id); });
@@ -81,16 +97,11 @@ bool Leftovers::IsUsedByRecordedView(const ObjectKind& kind, const std::string& 
 }
 
 // A recorded group goes on to be used by the recorded view, where that stands and holds it.
-void Leftovers::AddHeldByGroups(const std::string& viewId, std::vector<std::string>& uses)
+void Leftovers::AddHeldByGroups(const std::string& viewId, const Members& groups, std::vector<std::string>& uses)
 {
-    for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, LUN_GROUP)) {
-        if (!IsUsedByRecordedView(LUN_GROUP, group, viewId)) {
-            AddHeld(LUN_GROUP, group, uses);
-        }
-    }
-    for (const std::string& group : m_array.Associated(MAPPING_VIEW, viewId, HOST_GROUP)) {
-        if (!IsUsedByRecordedView(HOST_GROUP, group, viewId)) {
-            AddHeld(HOST_GROUP, group, uses);
+    for (const Member& group : groups) {
+        if (!IsUsedByRecordedView(*group.kind, group.id, viewId)) {
+            AddHeld(MembersOf(*group.kind, group.id), uses);
         }
     }
 }
@@ -125,24 +136,25 @@ std::vector<std::string> Leftovers::TiesOf(const ObjectKind& kind, const std::st
     return ties;
 }
 
-// Signs that it is not idle. A group is in use as well when a view is that holds it: by taking this node's host out of
-// it, or LUNs, what that view maps would be lost.
-std::vector<std::string> Leftovers::UsesOf(const ObjectKind& kind, const std::string& id)
+// Signs that it is not idle, with the members that MembersOf gave. A group is in use as well when a view is that holds
+// it: by taking this node's host out of it, or LUNs, what that view maps would be lost.
+std::vector<std::string> Leftovers::UsesOf(const ObjectKind& kind, const std::string& id, const Members& members)
 {
     std::vector<std::string> uses;
     if (kind == MAPPING_VIEW) {
-        AddHeldByGroups(id, uses);
+        AddHeldByGroups(id, members, uses);
         return uses;
     }
-    AddHeld(kind, id, uses);
     if (kind == HOST) {
+        AddUsesOfHost(id, uses);
         return uses;
     }
+    AddHeld(members, uses);
     for (const std::string& view : m_array.Associated(kind, id, MAPPING_VIEW)) {
         if (view == m_record.mapViewId) {
             uses.push_back("is in mapping view " + view + ", which is recorded");
         } else if (IsMine(MAPPING_VIEW, view)) {
-            AddHeldByGroups(view, uses);
+            AddHeldByGroups(view, MembersOf(MAPPING_VIEW, view), uses);
         } else {
             uses.push_back("is in mapping view " + view + ", which the journal does not name");
         }

@@ -444,6 +444,38 @@ TEST_F(ZavctlLeftoversTest, TidyLeavesAHostThatHoldsSomebodyElsesInitiatorAndEnd
     EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
 }
 
+TEST_F(ZavctlLeftoversTest, HostThatComesIntoAGroupWhileThatIsTakenApartStaysThere)
+{
+    ASSERT_EQ(0, Init().status);
+    boost::filesystem::remove(ZavctlRecordPath(m_array));
+    m_array.DeleteBehindBack("mappingview", "1");
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"1","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"2"})");
+    // Whoever looked for what is left over, and for its uses, saw this node's host alone.
+    Fault(
+        R"("kind": "answer", "answer": {"data": [{"ID": "1"}], "error": {"code": 0, "description": "0"}}, "method": "GET", "target": "/host/associate.*OBJTYPE=14&", "count": 3)");
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(9, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr("cannot delete host group 1"));
+    EXPECT_THAT(m_array.Members("hostgroup", "1", "host"), ElementsAre("2"));
+}
+
+TEST_F(ZavctlLeftoversTest, InitiatorThatComesOntoAHostWhileThatIsTakenApartStaysThere)
+{
+    ASSERT_EQ(0, Init().status);
+    boost::filesystem::remove(ZavctlRecordPath(m_array));
+    m_array.Operate("POST", "iscsi_initiator", R"({"TYPE":"222","ID":"iqn.2020-01.another.node"})");
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                    R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"1","ID":"iqn.2020-01.another.node"})");
+    Fault(
+        R"("kind": "answer", "answer": {"data": [{"ID": ")" + std::string(NODE_IQN) +
+        R"("}], "error": {"code": 0, "description": "0"}}, "method": "GET", "target": "/iscsi_initiator.PARENTID=1", "count": 4)");
+    const Base::ProgramResult tidy = Tidy("--yes");
+    EXPECT_EQ(9, tidy.status) << tidy.errors;
+    EXPECT_THAT(tidy.errors, HasSubstr("cannot delete host 1"));
+    EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre("iqn.2020-01.another.node"));
+}
+
 TEST_F(ZavctlLeftoversTest, SeveralAtOnceMakeNothingTwice)
 {
     std::vector<std::unique_ptr<Process>> several;
