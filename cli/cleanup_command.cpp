@@ -16,6 +16,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -47,10 +48,10 @@ bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayOb
     if (!host || host->name != message.hostName) {
         return true; // which the library sees as well
     }
+    const std::set<std::string> ports = RecordedPorts(message);
     for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
         for (const std::string& initiator : objects.Initiators(kind, message.hostId)) {
-            if (initiator != message.iscsiInitiatorName &&
-                message.fcInitiatorName.find(initiator) == std::string::npos) {
+            if (initiator != message.iscsiInitiatorName && ports.count(initiator) == 0) {
                 Report::Tell("host " + message.hostId + " stays: it has " + std::string(kind.words) + " " + initiator +
                              ", which this node did not put there");
                 return false;

@@ -268,6 +268,17 @@ TEST_F(ZavctlLeftoversTest, CleanupLeavesAHostThatHasSomebodyElsesInitiator)
     EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
 }
 
+TEST_F(ZavctlLeftoversTest, CleanupTakesNoPartOfAPortsNameForThatPort)
+{
+    SetFcPorts({"0x21000024ff4b8c1a"});
+    m_array.SetFcPortOnline("21000024ff4b8c1a", true);
+    ASSERT_EQ(0, Init().status);
+    Fault(
+        R"("kind": "answer", "answer": {"data": [{"ID": "24ff4b8c1a"}], "error": {"code": 0, "description": "0"}}, "method": "GET", "target": "/fc_initiator.PARENTID=1")");
+    EXPECT_THAT(RunZavctl({"cleanup", "--env", m_env, "--dry-run"}).errors,
+                HasSubstr("host 1 stays: it has FC initiator 24ff4b8c1a, which this node did not put there"));
+}
+
 TEST_F(ZavctlLeftoversTest, JournalThatCannotBeKeptIsToldBeforeAnythingIsMade)
 {
     boost::filesystem::create_directory(ProductPath("conf/san-journal"));
