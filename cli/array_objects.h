@@ -23,6 +23,9 @@ struct ObjectKind {
     int goneCode;              ///< how the array says that there is none of the id; 0: by any refusal
 
     bool operator==(const ObjectKind& other) const { return resource == other.resource; }
+
+    /// "host group 7".
+    std::string Naming(const std::string& id) const { return std::string(words) + " " + id; }
 };
 
 inline constexpr ObjectKind LUN = {"LUN", "lun", ObjectType::LUN, 0};

@@ -52,7 +52,7 @@ bool DeletesHost(const CleanupOptions& options, const ArrayLogin& login, ArrayOb
     for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
         for (const std::string& initiator : objects.Initiators(kind, message.hostId)) {
             if (initiator != message.iscsiInitiatorName && ports.count(initiator) == 0) {
-                Report::Tell("host " + message.hostId + " stays: it has " + std::string(kind.words) + " " + initiator +
+                Report::Tell("host " + message.hostId + " stays: it has " + kind.Naming(initiator) +
                              ", which this node did not put there");
                 return false;
             }

@@ -20,11 +20,6 @@ struct Placed {
     std::string hostId;
 };
 
-std::string Naming(const ObjectKind& kind, const std::string& id)
-{
-    return std::string(kind.words) + " " + id;
-}
-
 std::vector<Placed> InitiatorsToPlace()
 {
     const std::vector<NodeInitiators::Name> names = NodeInitiators::Read().All();
@@ -40,9 +35,9 @@ void RequireOwnHost(const Placed& placed, const ArrayLogin& login, ArrayObjects&
 {
     const auto host = objects.Find(HOST, placed.hostId);
     if (host && !OwnJournal::Names(HOST, login.DeviceId(), host->id, host->name)) {
-        throw Failure(ExitCode::Foreign, login.Device().url + ": this node's " +
-                                             Naming(*placed.kind, placed.initiator) + " is on host " + host->id + " (" +
-                                             host->name + "), which was not made here; nothing was changed");
+        throw Failure(ExitCode::Foreign, login.Device().url + ": this node's " + placed.kind->Naming(placed.initiator) +
+                                             " is on host " + host->id + " (" + host->name +
+                                             "), which was not made here; nothing was changed");
     }
 }
 
@@ -54,8 +49,8 @@ void RequireNoOthers(const Placed& placed, const std::vector<Placed>& own, const
             const bool isOwn = std::any_of(own.begin(), own.end(),
                                            [&each](const Placed& initiator) { return initiator.initiator == each; });
             if (!isOwn) {
-                throw Failure(ExitCode::Foreign, url + ": " + Naming(*placed.kind, placed.initiator) + " is on host " +
-                                                     placed.hostId + ", which holds " + Naming(kind, each) +
+                throw Failure(ExitCode::Foreign, url + ": " + placed.kind->Naming(placed.initiator) + " is on host " +
+                                                     placed.hostId + ", which holds " + kind.Naming(each) +
                                                      " as well, which is not this node's; nothing was changed");
             }
         }

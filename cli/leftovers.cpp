@@ -155,7 +155,7 @@ std::vector<Leftovers::Object> Leftovers::OfThisNodesInitiators()
 
 std::string Leftovers::UrlAnd(const ObjectKind& kind, const std::string& id) const
 {
-    return m_login.Device().url + ": " + std::string(kind.words) + " " + id;
+    return m_login.Device().url + ": " + kind.Naming(id);
 }
 
 Leftovers::Object Leftovers::OneOfOthers(const ObjectKind& kind, const std::string& id)
@@ -163,7 +163,7 @@ Leftovers::Object Leftovers::OneOfOthers(const ObjectKind& kind, const std::stri
     const std::string naming = UrlAnd(kind, id);
     const auto object = m_array.Find(kind, id);
     if (!object || object->id != id) { // an array may read "07" as 7
-        throw Failure(ExitCode::NotFound, m_login.Device().url + ": there is no " + std::string(kind.words) + " " + id);
+        throw Failure(ExitCode::NotFound, m_login.Device().url + ": there is no " + kind.Naming(id));
     }
     if (IsRecorded(kind, id, object->name)) {
         throw Failure(ExitCode::Foreign, naming + " (" + object->name + ") is this node's record's: it is in use here");

@@ -21,6 +21,9 @@ public:
         std::string id;
         std::string name;
         std::vector<std::string> inUse; ///< why it is not taken apart unasked: "holds LUN 3"
+
+        /// "host 1 (its name)".
+        std::string Naming() const { return kind->Naming(id) + " (" + name + ")"; }
     };
 
     enum class Gone {

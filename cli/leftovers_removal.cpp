@@ -19,7 +19,7 @@ struct Leftovers::Removal {
     {
         for (Member each : members) {
             if (*each.kind == kind) {
-                require(remove(each.id), "take " + std::string(kind.words) + " " + each.id + " out of");
+                require(remove(each.id), "take " + kind.Naming(each.id) + " out of");
             }
         }
     }
@@ -125,7 +125,7 @@ void Leftovers::RemoveHost(const Removal& removal)
         if (std::find(there.begin(), there.end(), id) != there.end()) {
             removal.require(*kind == ISCSI_INITIATOR ? m_api->RemoveIscsiInitiator(id, removal.errorText)
                                                      : m_api->RemoveFCInitiator(id, removal.errorText),
-                            "take " + std::string(kind->words) + " " + id + " out of");
+                            "take " + kind->Naming(id) + " out of");
         }
     }
     removal.require(m_api->DeleteHost(removal.id, removal.errorText), "delete");

@@ -6,7 +6,7 @@
 
 std::string Leftovers::HoldingOf(const ObjectKind& member, const std::string& id)
 {
-    return "holds " + std::string(member.words) + " " + id;
+    return "holds " + member.Naming(id);
 }
 
 bool Leftovers::IsOwnGroup(const std::string& hostGroupId) const
@@ -112,7 +112,7 @@ std::vector<std::string> Leftovers::TiesOf(const ObjectKind& kind, const std::st
     std::vector<std::string> ties;
     const auto add = [&](const ObjectKind& other, const std::vector<std::string>& ids, const char* verb) {
         for (const std::string& each : ids) {
-            ties.push_back(verb + std::string(other.words) + " " + each);
+            ties.push_back(verb + other.Naming(each));
         }
     };
     const auto addAssociated = [&](const ObjectKind& other, const char* verb) {

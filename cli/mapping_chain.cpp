@@ -23,11 +23,6 @@ struct ManagerReleaser {
     void operator()(CDeviceManager* manager) const { CDeviceManager::releaseInstance(manager); }
 };
 
-std::string Naming(const ObjectKind& kind, const std::string& id)
-{
-    return std::string(kind.words) + " " + id;
-}
-
 template <typename Handler>
 Handler& HandlerOf(CDeviceManager& manager, HANDLERTYPE type)
 {
@@ -140,16 +135,16 @@ void MappingChain::CheckObject(const ObjectKind& kind, const std::string& id, co
     }
     const auto object = m_objects.Find(kind, id);
     if (!object) {
-        Break(Naming(kind, id) + " (" + name + ") does not stand");
+        Break(kind.Naming(id) + " (" + name + ") does not stand");
     } else if (object->name != name) {
-        Break(Naming(kind, id) + " is called \"" + object->name + "\" and not " + name);
+        Break(kind.Naming(id) + " is called \"" + object->name + "\" and not " + name);
     }
 }
 
 void MappingChain::CheckMember(const ObjectKind& container, const std::string& containerId, const ObjectKind& member,
                                const std::string& memberId, const ChainMender::Join& join)
 {
-    const std::string link = Naming(member, memberId) + " in " + Naming(container, containerId);
+    const std::string link = member.Naming(memberId) + " in " + container.Naming(containerId);
     const std::vector<std::string> members = m_objects.Associated(container, containerId, member);
     if (std::find(members.begin(), members.end(), memberId) == members.end()) {
         Mend(link, join);
@@ -164,7 +159,7 @@ void MappingChain::RequireOwnHost()
     for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
         for (const std::string& each : m_objects.Initiators(kind, m_record.hostId)) {
             if (own.count(each) == 0) {
-                throw std::runtime_error("the host holds " + Naming(kind, each) + " as well, which is not this node's");
+                throw std::runtime_error("the host holds " + kind.Naming(each) + " as well, which is not this node's");
             }
         }
     }
@@ -197,11 +192,11 @@ void MappingChain::TellWhatIsNotOurs(const std::set<std::string>& recordedPorts,
 {
     for (const std::string& port : recordedPorts) {
         if (std::find(ports.begin(), ports.end(), port) == ports.end()) {
-            Report::Tell("recorded, and not this node's any more: " + Naming(FC_INITIATOR, port));
+            Report::Tell("recorded, and not this node's any more: " + FC_INITIATOR.Naming(port));
         }
     }
     if (!m_record.iscsiInitiatorName.empty() && m_record.iscsiInitiatorName != iqn) {
-        Report::Tell("recorded, and not this node's any more: " + Naming(ISCSI_INITIATOR, m_record.iscsiInitiatorName));
+        Report::Tell("recorded, and not this node's any more: " + ISCSI_INITIATOR.Naming(m_record.iscsiInitiatorName));
     }
 }
 
@@ -212,12 +207,12 @@ void MappingChain::CheckInitiator(const ObjectKind& kind, const std::string& id)
         if (initiator->parentId == m_record.hostId || IsInGroup(initiator->parentId)) {
             ++m_initiatorsInPlace;
         } else {
-            Break(Naming(kind, id) + " belongs to host " + initiator->parentId + ", which is not in host group " +
+            Break(kind.Naming(id) + " belongs to host " + initiator->parentId + ", which is not in host group " +
                   m_record.hostGroupId);
         }
         return;
     }
-    Mend(Naming(kind, id) + " on host " + m_record.hostId, [&](CDeviceManager& manager) {
+    Mend(kind.Naming(id) + " on host " + m_record.hostId, [&](CDeviceManager& manager) {
         if (kind == ISCSI_INITIATOR) {
             PutOntoHost<CIscsiInitiatorHandler, IscsiInitiatorMO>(manager, HANDLER_ISCSI_INITIATOR, id,
                                                                   m_record.hostId);

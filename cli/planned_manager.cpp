@@ -29,7 +29,7 @@ public:
     {
         const auto object = m_manager.Remember([&] { return m_manager.Planned().Find(m_kind, id); });
         if (!object) {
-            throw std::runtime_error("there is no " + std::string(m_kind.words) + " " + id);
+            throw std::runtime_error("there is no " + m_kind.Naming(id));
         }
         Record record;
         record.id = object->id;
@@ -96,7 +96,7 @@ public:
     {
         const auto initiator = m_manager.Remember([&] { return m_manager.Planned().Find(m_kind, id); });
         if (!initiator) {
-            throw std::runtime_error("there is no " + std::string(m_kind.words) + " " + id);
+            throw std::runtime_error("there is no " + m_kind.Naming(id));
         }
         return ToRecord(*initiator);
     }

@@ -23,7 +23,7 @@ void RemoveIdleLeftovers(const ArrayLogin& login)
     try {
         Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message());
         for (const Leftovers::Object& object : leftovers.Objects()) {
-            const std::string naming = std::string(object.kind->words) + " " + object.id + " (" + object.name + ")";
+            const std::string naming = object.Naming();
             if (object.inUse.empty()) {
                 leftovers.Remove(object);
                 Report::Step("removed what an earlier run left: " + naming);

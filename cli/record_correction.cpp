@@ -74,8 +74,8 @@ std::vector<RecordCorrection> CorrectionsOf(DeviceMessage record, ArrayObjects& 
             record.*object.id = found->id;
             record.*object.name = found->name;
             corrections.push_back({{{object.idKey, found->id}, {object.nameKey, found->name}},
-                                   "the record did not name " + std::string(row.held->words) + " " + found->id + " (" +
-                                       found->name + "), which mapping view " + record.mapViewId + " has"});
+                                   "the record did not name " + row.held->Naming(found->id) + " (" + found->name +
+                                       "), which mapping view " + record.mapViewId + " has"});
         }
     }
     return corrections;

@@ -13,11 +13,6 @@ namespace {
 
 using Side = DiffLine::Side;
 
-std::string Naming(const ObjectKind& kind, const std::string& id)
-{
-    return std::string(kind.words) + " " + id;
-}
-
 class Comparison {
 public:
     explicit Comparison(const ArrayLogin& login)
@@ -52,11 +47,11 @@ private:
         if (id.empty()) {
             return;
         }
-        const std::string recorded = Naming(kind, id) + " (" + name + ")";
+        const std::string recorded = kind.Naming(id) + " (" + name + ")";
         const auto object = m_array.Find(kind, id);
         Add(object && object->name == name ? Side::Both : Side::Record, recorded);
         if (object && object->name != name) {
-            Add(Side::Array, Naming(kind, id) + " (" + object->name + ")");
+            Add(Side::Array, kind.Naming(id) + " (" + object->name + ")");
         }
     }
 
@@ -67,18 +62,18 @@ private:
         if (containerId.empty()) {
             return;
         }
-        const std::string place = " in " + Naming(container, containerId);
+        const std::string place = " in " + container.Naming(containerId);
         std::vector<std::string> members;
         if (m_array.Find(container, containerId)) {
             members = m_array.Associated(container, containerId, member);
         }
         if (!memberId.empty()) {
             const bool isThere = std::find(members.begin(), members.end(), memberId) != members.end();
-            Add(isThere ? Side::Both : Side::Record, Naming(member, memberId) + place);
+            Add(isThere ? Side::Both : Side::Record, member.Naming(memberId) + place);
         }
         for (const std::string& id : members) {
             if (id != memberId) {
-                Add(Side::Array, Naming(member, id) + place);
+                Add(Side::Array, member.Naming(id) + place);
             }
         }
     }
@@ -99,7 +94,7 @@ private:
         for (const ObjectKind* const kind : {&FC_INITIATOR, &ISCSI_INITIATOR}) {
             for (const std::string& id : m_array.Initiators(*kind, m_record.hostId)) {
                 if (recorded.count(id) == 0) {
-                    Add(Side::Array, Naming(*kind, id) + " on host " + m_record.hostId);
+                    Add(Side::Array, kind->Naming(id) + " on host " + m_record.hostId);
                 }
             }
         }
@@ -113,12 +108,12 @@ private:
         const bool isRight = !host.empty() && (host == m_record.hostId ||
                                                std::find(m_hosts.begin(), m_hosts.end(), host) != m_hosts.end());
         if (isRight) {
-            Add(Side::Both, Naming(kind, id) + " on host " + host);
+            Add(Side::Both, kind.Naming(id) + " on host " + host);
             return;
         }
-        Add(Side::Record, Naming(kind, id) + " on host " + m_record.hostId);
+        Add(Side::Record, kind.Naming(id) + " on host " + m_record.hostId);
         if (initiator) {
-            Add(Side::Array, Naming(kind, id) + (host.empty() ? " on no host" : " on host " + host));
+            Add(Side::Array, kind.Naming(id) + (host.empty() ? " on no host" : " on host " + host));
         }
     }
 

@@ -15,7 +15,7 @@ struct RecordedObject {
     std::string name;
 
     /// "host 1 (its name)".
-    std::string Naming() const { return std::string(kind->words) + " " + id + " (" + name + ")"; }
+    std::string Naming() const { return kind->Naming(id) + " (" + name + ")"; }
 };
 
 /// The FC port names that a record has.

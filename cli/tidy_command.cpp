@@ -30,10 +30,9 @@ struct TidyOptions {
 
 constexpr std::array<const ObjectKind*, 4> KINDS = {&MAPPING_VIEW, &HOST_GROUP, &LUN_GROUP, &HOST};
 
-std::string Naming(const Leftovers::Object& object)
+std::string NamingAndUses(const Leftovers::Object& object)
 {
-    return std::string(object.kind->words) + " " + object.id + " (" + object.name + ")" +
-           (object.inUse.empty() ? "" : ", which " + boost::join(object.inUse, ", "));
+    return object.Naming() + (object.inUse.empty() ? "" : ", which " + boost::join(object.inUse, ", "));
 }
 
 const ObjectKind* KindOf(const std::string& named)
@@ -64,8 +63,9 @@ Leftovers::Object Named(Leftovers& leftovers, const std::string& named)
     }
     Leftovers::Object object = leftovers.OneOfOthers(kind, id);
     if (!object.inUse.empty()) {
-        throw Failure(ExitCode::Foreign, Naming(object) + ": it is in use, and not ours by the journal; nothing was "
-                                                          "changed");
+        throw Failure(ExitCode::Foreign, NamingAndUses(object) +
+                                             ": it is in use, and not ours by the journal; nothing was "
+                                             "changed");
     }
     return object;
 }
@@ -76,7 +76,7 @@ std::vector<Leftovers::Object> Chosen(Leftovers& leftovers, const TidyOptions& o
         return {Named(leftovers, options.named)};
     }
     for (const Leftovers::Object& object : leftovers.OfOthers()) {
-        Report::Tell("not ours by the journal, and left: " + Naming(object));
+        Report::Tell("not ours by the journal, and left: " + NamingAndUses(object));
     }
     return leftovers.Objects();
 }
@@ -99,12 +99,12 @@ void TakeApart(Leftovers& now, const std::vector<Leftovers::Object>& objects)
     std::optional<Failure> first;
     for (const Leftovers::Object& object : objects) {
         if (!now.Has(object)) {
-            Report::Step("not left over any more: " + Naming(object));
+            Report::Step("not left over any more: " + NamingAndUses(object));
             continue;
         }
         try {
             now.Remove(object);
-            Report::Step("removed " + Naming(object));
+            Report::Step("removed " + NamingAndUses(object));
         } catch (const Failure& failure) {
             if (first) {
                 Report::Tell(failure.what());
@@ -131,7 +131,7 @@ ExitCode RunTidy(const TidyOptions& options)
         return ExitCode::Done;
     }
     for (const Leftovers::Object& object : objects) {
-        Report::Tell((leftovers.Has(object) ? "left over: " : "not ours by the journal: ") + Naming(object));
+        Report::Tell((leftovers.Has(object) ? "left over: " : "not ours by the journal: ") + NamingAndUses(object));
     }
     if (options.isDry) {
         return ExitCode::Done;
@@ -147,7 +147,7 @@ ExitCode RunTidy(const TidyOptions& options)
         TakeApart(now, objects);
     } else { // the one that was named
         now.RemoveIdleOneOfOthers(objects.front());
-        Report::Step("removed " + Naming(objects.front()));
+        Report::Step("removed " + NamingAndUses(objects.front()));
     }
     return ExitCode::Done;
 }

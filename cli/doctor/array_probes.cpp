@@ -44,7 +44,7 @@ std::vector<std::string> StrangersOn(ArrayObjects& objects, const std::string& h
     for (const ObjectKind* const kind : {&FC_INITIATOR, &ISCSI_INITIATOR}) {
         for (const std::string& id : objects.Initiators(*kind, hostId)) {
             if (!node.Has(id) && id != record.iscsiInitiatorName && formerPorts.count(id) == 0) {
-                strangers.push_back(std::string(kind->words) + " " + id);
+                strangers.push_back(kind->Naming(id));
             }
         }
     }
@@ -216,7 +216,7 @@ Findings LookAtHostsOfInitiators(const Patient& patient, const std::string& /*pa
             findings.push_back(
                 {Severity::Error,
                  "host " + initiator->parentId + " of " + login->Device().url + " has this node's " +
-                     std::string(name.kind->words) + " " + name.id + ", and " + boost::join(strangers, ", ") +
+                     name.kind->Naming(name.id) + ", and " + boost::join(strangers, ", ") +
                      ", which is not this node's: this node is a clone of another, or the other way round, and both "
                      "write to the same LUNs",
                  !uses.empty()
