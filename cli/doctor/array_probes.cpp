@@ -101,7 +101,7 @@ struct FcPort {
     std::string Naming() const { return "FC port " + wwpn + " (" + host + ")"; }
 };
 
-std::string FolderOf(const std::string& host)
+std::string FcHostFolder(const std::string& host)
 {
     return "/sys/class/fc_host/" + host;
 }
@@ -110,8 +110,8 @@ std::vector<FcPort> FcPorts()
 {
     std::vector<FcPort> ports;
     for (const std::string& host : NodeShell::Ask("ls /sys/class/fc_host").output) {
-        const NodeShell::Answer name = NodeShell::Ask("cat '?'", {FolderOf(host) + "/port_name"});
-        const NodeShell::Answer state = NodeShell::Ask("cat '?'", {FolderOf(host) + "/port_state"});
+        const NodeShell::Answer name = NodeShell::Ask("cat '?'", {FcHostFolder(host) + "/port_name"});
+        const NodeShell::Answer state = NodeShell::Ask("cat '?'", {FcHostFolder(host) + "/port_state"});
         if (!name.output.empty()) {
             ports.push_back({host, boost::erase_all_copy(name.output.front(), "0x"),
                              state.output.empty() ? "" : state.output.front()});
@@ -167,7 +167,7 @@ Findings LookAtFcPorts(const Patient& /*patient*/, const std::string& /*part*/)
         if (!port.state.empty() && port.state != ONLINE) {
             findings.push_back({Severity::Warning, port.Naming() + " is " + port.state + ", says the kernel",
                                 "look at its cable and the switch's port, then have it log into its fabric anew",
-                                "echo 1 >" + FolderOf(port.host) + "/issue_lip", ExitCode::Drift});
+                                "echo 1 >" + FcHostFolder(port.host) + "/issue_lip", ExitCode::Drift});
         }
     }
     return findings;
