@@ -25,8 +25,6 @@ namespace {
 constexpr int LOGOUT_TRIES = 4;
 constexpr boost::chrono::milliseconds LOGOUT_PAUSE(250);
 
-constexpr int SESSION_LIMIT_REACHED = 1090519042;
-
 // Ends the session, and asks again for a second when the array did not do it: one that is left counts against the
 // array's limit for long.
 void EndSession(ZavRestApi& api)
@@ -56,7 +54,7 @@ ExitCode ExitCodeOfLogin(int code)
     case ArrayCode::INTERNAL_ERROR:
     case ArrayCode::SYSTEM_BUSY:
     case ArrayCode::SYSTEM_NOT_READY:
-    case SESSION_LIMIT_REACHED:
+    case ArrayCode::SESSION_LIMIT_REACHED:
         return ExitCode::Refused;
     default:
         const ExitCode exit = ExitCodeOf(code);
@@ -101,13 +99,13 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         }
         int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
         const std::string reason = ReasonOf(errorText, code); // of the first address
-        const bool isFull = code == SESSION_LIMIT_REACHED;
+        const bool isFull = code == ArrayCode::SESSION_LIMIT_REACHED;
         if (keeper.CheckIfNeedToRetry(code)) {
             const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
             code = others == ResultCode::FAILED ? code : others; // there was none
         }
         if (isFull && api == nullptr) { // it is the same array, at an address that is dead or as full
-            code = SESSION_LIMIT_REACHED;
+            code = ArrayCode::SESSION_LIMIT_REACHED;
         }
         m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
         if (api != nullptr) {
@@ -115,7 +113,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         }
         unsigned char chance = 0;
         getRandBytes(&chance, sizeof chance);
-        const auto pause = code == SESSION_LIMIT_REACHED ? wait.Next(chance) : std::nullopt;
+        const auto pause = code == ArrayCode::SESSION_LIMIT_REACHED ? wait.Next(chance) : std::nullopt;
         if (!pause) {
             throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
                                    ExitCodeOfLogin(code));

@@ -10,6 +10,7 @@
 #include "cli/options.h"
 #include "cli/password_prompt.h"
 #include "cli/report.h"
+#include "common/environment.h"
 #include "common/framework/security.h"
 
 #include <boost/algorithm/string/classification.hpp>
@@ -28,7 +29,6 @@ namespace {
 
 constexpr int STANDARD_PORT = 8088;
 constexpr const char* STANDARD_PROTOCOL = "https";
-constexpr int HTTP = 1;
 
 /// What an environment is made of. Without an address or a user, what is not given is asked for on a terminal.
 struct NewOptions {
@@ -129,7 +129,7 @@ EnvironmentPath Compose(const NewOptions& options, const std::string& cipher)
     env.add_encrypted_passwords(cipher);
     env.add_certificates("array"); // any: that of another management address is verified before it is used
     env.add_ports(options.port.value_or(STANDARD_PORT));
-    env.add_protocols(options.protocol == "http" ? HTTP : 0);
+    env.add_protocols(options.protocol == "http" ? Environment::PROTOCOL_HTTP : Environment::PROTOCOL_HTTPS);
     return env;
 }
 

@@ -15,8 +15,6 @@
 namespace {
 
 constexpr std::uint64_t LAST_PORT = 65535;
-constexpr int HTTPS = 0;
-constexpr int HTTP = 1;
 
 using Texts = google::protobuf::RepeatedPtrField<std::string>;
 using Names = std::set<std::string>;
@@ -179,9 +177,9 @@ private:
     {
         for (int i = 0; i < m_env.protocols_size(); ++i) {
             const int protocol = m_env.protocols(i);
-            if (protocol == HTTP) {
+            if (protocol == Environment::PROTOCOL_HTTP) {
                 Warning(Entry("protocols", i) + " is 1: http sends the password in the clear");
-            } else if (protocol != HTTPS) {
+            } else if (protocol != Environment::PROTOCOL_HTTPS) {
                 Warning(Entry("protocols", i) + " is " + std::to_string(protocol) +
                         ": anything else than 1 means https, and with 0 alone is the certificate of another "
                         "management address verified before it is used");
@@ -199,7 +197,7 @@ private:
         if (!first.empty() && std::find(all.begin(), all.end(), first) == all.end()) {
             Warning("managementIps[0], " + first + ", is not among allManagementIps");
         }
-        const bool isVerified = m_env.protocols().empty() || m_env.protocols(0) != HTTPS ||
+        const bool isVerified = m_env.protocols().empty() || m_env.protocols(0) != Environment::PROTOCOL_HTTPS ||
                                 !m_env.certificates().empty() || m_unreadable.count("certificates") != 0;
         if (!Environment::OtherManagementIps(m_env).empty() && !isVerified) {
             Warning("certificates is missing: the certificate of another management address is not verified before it "

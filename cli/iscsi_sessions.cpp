@@ -61,7 +61,7 @@ std::vector<std::string> DisksOf(int session)
 
 std::string IscsiSession::Naming() const
 {
-    return "iSCSI session with " + target + " at " + portal;
+    return std::string(KIND) + " with " + target + " at " + portal;
 }
 
 bool IscsiSession::IsAt(const std::string& address) const

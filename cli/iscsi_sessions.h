@@ -6,6 +6,9 @@
 
 /// A session of this node's iSCSI initiator, as iscsiadm names it.
 struct IscsiSession {
+    /// What one is called in journal and plan.
+    static constexpr const char* KIND = "iSCSI session";
+
     int number = 0; ///< the kernel's
     std::string target;
     std::string portal; ///< "10.0.0.5:3260", "[fd00::5]:3260"
@@ -21,6 +24,9 @@ struct IscsiSession {
 };
 
 namespace IscsiSessions {
+
+/// Of the service addresses, which bear none.
+inline constexpr unsigned int PORT = 3260;
 
 /// Those that stand; none where iscsiadm says so, or is not installed. Throws Failure with its words where it tells
 /// nothing: what is not known is not taken for gone.

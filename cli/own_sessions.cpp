@@ -11,8 +11,6 @@ namespace OwnSessions {
 
 namespace {
 
-const std::string KIND = "iSCSI session"; // in the journal; the target is its name, the portal its id
-
 bool AreSame(const IscsiSession& one, const IscsiSession& other)
 {
     return one.target == other.target && one.portal == other.portal;
@@ -24,9 +22,10 @@ bool Has(const std::vector<IscsiSession>& sessions, const IscsiSession& session)
                        [&session](const IscsiSession& each) { return AreSame(each, session); });
 }
 
+// The target is its name, the portal its id.
 OwnJournal::Entry EntryOf(const ArrayLogin& login, const IscsiSession& session)
 {
-    return {login.DeviceId(), KIND, session.target, session.portal};
+    return {login.DeviceId(), IscsiSession::KIND, session.target, session.portal};
 }
 
 void TellUnknown(const char* why)
@@ -70,7 +69,7 @@ std::vector<IscsiSession> Standing(const ArrayLogin& login, bool isForgotten)
     const std::vector<IscsiSession> all = IscsiSessions::Standing();
     std::vector<IscsiSession> own;
     for (const OwnJournal::Entry& entry : OwnJournal::Standing(login.DeviceId())) {
-        if (entry.kind != KIND) {
+        if (entry.kind != IscsiSession::KIND) {
             continue;
         }
         const auto session = std::find_if(all.begin(), all.end(), [&entry](const IscsiSession& each) {

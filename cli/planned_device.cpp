@@ -9,15 +9,15 @@
 
 namespace {
 
-const std::string KIND = "iSCSI session";
-
 // Whether the portal takes a connection, as the library sees it before it logs in.
 bool IsReached(DeviceOperate& device, const std::string& targetIp)
 {
     try {
         const boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
         const int timeout = ConfigReader::getInt("BackupNode", "TestNetTimeOut", true);
-        return client != nullptr && client->TestConnection("http://" + device.FormatUrl(targetIp + ":3260"), timeout);
+        return client != nullptr &&
+               client->TestConnection(
+                   "http://" + device.FormatUrl(targetIp + ":" + std::to_string(IscsiSessions::PORT)), timeout);
     } catch (const std::exception&) {
         return false;
     }
@@ -53,7 +53,7 @@ int PlannedDevice::LoginIscsiTarget(const std::string& iqn, const std::string& t
     constexpr int NOT_DONE = 1;
     PlanStep step;
     step.place = PlanStep::Place::Node;
-    step.kind = KIND;
+    step.kind = IscsiSession::KIND;
     step.id = targetIp;
     const auto session = std::find_if(m_sessions.begin(), m_sessions.end(),
                                       [&targetIp](const IscsiSession& each) { return each.IsAt(targetIp); });

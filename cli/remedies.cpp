@@ -61,7 +61,7 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
     {ArrayCode::MAP_VIEW_GONE, MADE_ANEW},
     // those of the simulated array
     {1090519041, WRONG_USER},
-    {1090519042, TOO_MANY_SESSIONS},
+    {ArrayCode::SESSION_LIMIT_REACHED, TOO_MANY_SESSIONS},
     {1090519043, "another array answers at this address by now: check the address in the environment"},
     {1090519044, ANOTHER_KIND}, // no such resource
     {1090519045, ANOTHER_KIND}, // a parameter that it does not know

@@ -1,11 +1,5 @@
 #include "common/environment.h"
 
-namespace {
-
-constexpr int PROTOCOL_HTTP = 1;
-
-} // namespace
-
 namespace Environment {
 
 const char* MissingList(const EnvironmentPath& env)

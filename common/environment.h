@@ -10,6 +10,10 @@
 /// What an EnvironmentPath says of its array. Of each list the first entry counts.
 namespace Environment {
 
+/// Of the protocols that an environment names; whatever is not http means https.
+constexpr int PROTOCOL_HTTPS = 0;
+constexpr int PROTOCOL_HTTP = 1;
+
 /// The name of the first list that must have an entry and has none (management IPs, user names, encrypted passwords,
 /// ports, protocols); null when every one has.
 const char* MissingList(const EnvironmentPath& env);

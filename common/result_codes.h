@@ -14,7 +14,7 @@ constexpr int CLUSTER_TRANSPORT_ERROR = 200000; ///< the same in the distributed
 
 } // namespace ResultCode
 
-/// The array's error codes that the library treats specially, as the array sends them in decimal.
+/// The array's error codes that the library or zavctl treat specially, as the array sends them in decimal.
 namespace ArrayCode {
 
 constexpr int SESSION_LAPSED = -401;
@@ -32,6 +32,7 @@ constexpr int SYSTEM_BUSY = 1077949006;                // 0x4040324E
 constexpr int SYSTEM_NOT_READY = 1077949067;           // 0x4040328B
 constexpr int INITIATOR_NOT_ON_HOST = 1077950342;      // 0x40403786
 constexpr int MAP_VIEW_GONE = 1077951819;              // 0x40403D4B
+constexpr int SESSION_LIMIT_REACHED = 1090519042;      // 0x41000002
 
 } // namespace ArrayCode
 

@@ -74,8 +74,6 @@ private:
 
     void AddProblem(const ServerLook& look)
     {
-        constexpr int HTTP = 1;
-        constexpr int HTTPS = 0;
         if (look.stage == ServerLook::Stage::Connected &&
             Look(!m_isTls, LIMIT_OF_THE_LOOK_OTHERWISE).stage == ServerLook::Stage::Answered) {
             Add(Severity::Error,
@@ -83,7 +81,8 @@ private:
                         : "the environment says http, and the port speaks https",
                 m_isTls ? "have the array's administrator switch https on; http sends the password in the clear"
                         : "have https in the environment",
-                m_isTls ? "" : Edit::WithNumber(m_patient, "protocols", m_isTls ? HTTP : HTTPS), ExitCode::Unreachable);
+                m_isTls ? "" : Edit::WithNumber(m_patient, "protocols", Environment::PROTOCOL_HTTPS),
+                ExitCode::Unreachable);
             return;
         }
         const std::string command = Edit::WithoutAddress(m_patient, m_address);

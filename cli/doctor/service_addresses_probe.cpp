@@ -12,7 +12,6 @@ namespace Doctor {
 namespace {
 
 constexpr int SECONDS_TO_CONNECT = 3;
-constexpr unsigned int ISCSI_PORT = 3260;
 
 /// A service address from this node.
 struct Portal {
@@ -41,7 +40,7 @@ std::vector<Portal> LookAtAll(const std::vector<std::string>& addresses)
     const boost::shared_ptr<QEN::IHttpClient> client = QEN::IHttpClient::CreateClient();
     std::vector<std::future<bool>> connections;
     for (const std::string& address : addresses) {
-        const std::string url = "http://" + Base::HostAndPort(address, ISCSI_PORT); // nothing is sent
+        const std::string url = "http://" + Base::HostAndPort(address, IscsiSessions::PORT); // nothing is sent
         connections.push_back(std::async(std::launch::async, [client, url] {
             return client != nullptr && client->TestConnection(url, SECONDS_TO_CONNECT);
         }));
@@ -57,7 +56,7 @@ std::vector<Portal> LookAtAll(const std::vector<std::string>& addresses)
 Finding DeadPortal(const Portal& portal, Severity severity)
 {
     return {severity,
-            "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) + " takes no connection; " +
+            "service address " + Base::HostAndPort(portal.address, IscsiSessions::PORT) + " takes no connection; " +
                 (portal.hasSession ? "a session that stands there is lost with the next failure"
                                    : "no session stands with it"),
             "check the way there from this node, and that the array's iSCSI service runs; ip route get " +
@@ -69,7 +68,7 @@ Finding LostSession(const Portal& portal)
 {
     return {
         Severity::Warning,
-        "service address " + Base::HostAndPort(portal.address, ISCSI_PORT) +
+        "service address " + Base::HostAndPort(portal.address, IscsiSessions::PORT) +
             " takes connections, and the kernel has the session with it as " + portal.lost,
         "iscsid logs in again within seconds; where it stays so, see by journalctl -u iscsid what the array's target "
         "says to that",
