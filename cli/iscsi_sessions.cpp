@@ -105,6 +105,11 @@ std::string StateOf(const IscsiSession& session)
     return ReadKernelFile("/sys/class/iscsi_session/session" + std::to_string(session.number) + "/state");
 }
 
+bool IsUp(const std::string& state)
+{
+    return state.empty() || state == "LOGGED_IN";
+}
+
 std::vector<std::string> UsesOf(const IscsiSession& session)
 {
     std::vector<std::string> uses;

@@ -35,6 +35,9 @@ std::vector<IscsiSession> Standing();
 /// What the kernel says of it: "LOGGED_IN", "FAILED"; empty where it does not say.
 std::string StateOf(const IscsiSession& session);
 
+/// Whether a session in that state carries what is sent by it; one of which the kernel does not say is taken for it.
+bool IsUp(const std::string& state);
+
 /// Why each of the session's disks may not be taken away: "disk sdb is mounted at /mnt", "… is open in process 71
 /// (dd)", "… is held by dm-0". Processes of other users are seen by root alone.
 std::vector<std::string> UsesOf(const IscsiSession& session);

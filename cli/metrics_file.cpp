@@ -37,8 +37,7 @@ RoundMetrics::ArrayResult::Array Describe(const ArrayLogin& login, const Standin
     RoundMetrics::ArrayResult::Array::Sessions counts;
     for (const IscsiSession& session : *sessions) {
         if (session.IsWithOneOf(login.Device().storageIps)) {
-            const std::string state = IscsiSessions::StateOf(session);
-            ++(state.empty() || state == "LOGGED_IN" ? counts.up : counts.down);
+            ++(IscsiSessions::IsUp(IscsiSessions::StateOf(session)) ? counts.up : counts.down);
         }
     }
     array.sessions = counts;

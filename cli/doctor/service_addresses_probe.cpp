@@ -28,7 +28,7 @@ Portal PortalOf(const std::string& address, bool takesConnections, const std::ve
         if (session.IsAt(address)) {
             const std::string state = IscsiSessions::StateOf(session);
             portal.hasSession = true;
-            portal.lost = state.empty() || state == "LOGGED_IN" ? portal.lost : state;
+            portal.lost = IscsiSessions::IsUp(state) ? portal.lost : state;
         }
     }
     return portal;
