@@ -4,19 +4,6 @@
 #include "cli/report.h"
 #include "rest/zav_rest_api.h"
 
-namespace {
-
-Json::Value ToJson(const std::vector<std::string>& texts)
-{
-    Json::Value list(Json::arrayValue);
-    for (const std::string& text : texts) {
-        list.append(text);
-    }
-    return list;
-}
-
-} // namespace
-
 void ArrayInventory::Require(int code, const std::string& what, const std::string& errorText) const
 {
     if (code != 0) {
@@ -89,8 +76,8 @@ Json::Value ToJson(const ArrayInventory::System& system)
     Json::Value value;
     value["serial_number"] = system.serial;
     value["product_model"] = system.productMode;
-    value["management_ips"] = ToJson(system.managementIps);
-    value["service_ips"] = ToJson(system.serviceIps);
+    value["management_ips"] = Report::JsonList(system.managementIps);
+    value["service_ips"] = Report::JsonList(system.serviceIps);
     value["lun_count"] = Json::UInt64(system.lunCount);
     return value;
 }

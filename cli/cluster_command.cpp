@@ -54,10 +54,7 @@ void PrintJson(const std::string& url, const ClusterFacts& facts)
     value["version"] = facts.version;
     value["serial_number"] = facts.serial;
     value["product_model"] = facts.productModel;
-    value["management_ips"] = Json::Value(Json::arrayValue);
-    for (const std::string& address : facts.managementIps) {
-        value["management_ips"].append(address);
-    }
+    value["management_ips"] = Report::JsonList(facts.managementIps);
     value["schema"] = Report::SCHEMA;
     Report::Json(value);
 }

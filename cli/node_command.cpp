@@ -56,10 +56,7 @@ void PrintJson(const NodeFacts& facts)
     value["key_file"] = facts.keyFile;
     value["key_state"] = facts.keyState;
     value["record_folder"] = facts.recordFolder;
-    value["records"] = Json::Value(Json::arrayValue);
-    for (const std::string& record : facts.records) {
-        value["records"].append(record);
-    }
+    value["records"] = Report::JsonList(facts.records);
     Report::Json(value);
 }
 

@@ -202,10 +202,7 @@ Json::Value PictureOutput::ToJson(const NodePicture& picture)
     Json::Value answer;
     answer["schema"] = Report::SCHEMA;
     answer["prepared"] = picture.faults.empty();
-    answer["faults"] = Json::Value(Json::arrayValue);
-    for (const std::string& fault : picture.faults) {
-        answer["faults"].append(fault);
-    }
+    answer["faults"] = Report::JsonList(picture.faults);
     answer["node"] = ItemToJson(picture.root);
     return answer;
 }

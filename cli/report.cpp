@@ -318,6 +318,15 @@ void Json(const ::Json::Value& value)
     std::cout << Base::WriteJson(builder, value) << std::endl;
 }
 
+::Json::Value JsonList(const std::vector<std::string>& texts)
+{
+    ::Json::Value list(::Json::arrayValue);
+    for (const std::string& text : texts) {
+        list.append(text);
+    }
+    return list;
+}
+
 void RequireWrittenOutput()
 {
     std::cout.flush();

@@ -76,6 +76,9 @@ void Table(const std::vector<Row>& rows, std::vector<std::size_t>& widths);
 void Table(const std::vector<Row>& rows, const std::vector<Look>& looks);
 void Json(const ::Json::Value& value);
 
+/// Texts as JSON has them: [] where there are none.
+::Json::Value JsonList(const std::vector<std::string>& texts);
+
 /// Standard output has no reader any more, as behind "| head". Who printed is to end, with a word to nobody.
 class NoReader : public std::exception {
 public:
