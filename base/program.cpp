@@ -1,23 +1,26 @@
 #include "base/program.h"
 
 #include "base/files.h"
+#include "base/process.h"
 #include "base/spawn.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <limits>
 #include <stdexcept>
 
 namespace Base {
 
 namespace {
+
+constexpr std::chrono::milliseconds LONGEST_WAIT = std::chrono::minutes(1); // what poll counts in has an end
+constexpr std::chrono::milliseconds LOOK_EVERY{10};                         // at what no descriptor tells
 
 Descriptor MakeMemoryFile(const char* name)
 {
@@ -106,6 +109,7 @@ Program::Program(const std::vector<std::string>& words, const std::vector<std::s
         m_pid = -1;
         throw std::runtime_error("cannot start " + words.front() + ": " + ErrorText(error));
     }
+    m_process = OpenProcess(m_pid);
 }
 
 Program::~Program()
@@ -118,45 +122,51 @@ Program::~Program()
 
 void Program::Signal(int number) const
 {
-    if (!m_status) { // its number is its own until it was waited for
+    if (m_process.IsOpen()) {
+        SignalProcess(m_process, number);
+        return;
+    }
+    const std::lock_guard<std::mutex> guard(m_reaping);
+    if (!m_status) {
         ::kill(m_pid, number);
     }
 }
 
 bool Program::HasEnded()
 {
-    int status = 0;
-    if (!m_status && ::waitpid(m_pid, &status, WNOHANG) == m_pid) {
-        m_status = ExitStatus(status);
+    if (!m_status) {
+        const std::lock_guard<std::mutex> guard(m_reaping);
+        int status = 0;
+        const pid_t ended = ::waitpid(m_pid, &status, WNOHANG);
+        if (ended == m_pid) {
+            m_status = ExitStatus(status);
+        } else if (ended < 0 && errno == ECHILD) {
+            m_status = -1; // somebody else has waited for it
+        }
     }
     return m_status.has_value();
 }
 
 std::optional<int> Program::WaitFor(std::chrono::milliseconds limit)
 {
-    // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
-    const Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
-    pollfd waiting{process.Get(), POLLIN, 0};
+    pollfd waiting{m_process.Get(), POLLIN, 0};
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!HasEnded()) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (left.count() <= 0) {
             return std::nullopt;
         }
-        ::poll(&waiting, 1, static_cast<int>(left.count()) + 1);
+        const std::chrono::milliseconds step = m_process.IsOpen() ? LONGEST_WAIT : LOOK_EVERY;
+        ::poll(&waiting, 1, static_cast<int>(std::min(left, step).count()) + 1);
     }
     return m_status;
 }
 
 int Program::Wait()
 {
-    int status = 0;
-    while (!m_status) {
-        if (::waitpid(m_pid, &status, 0) == m_pid) {
-            m_status = ExitStatus(status);
-        } else if (errno != EINTR) {
-            m_status = -1; // somebody else has waited for it
-        }
+    while (!HasEnded()) {
+        siginfo_t ended = {};
+        ::waitid(P_PID, static_cast<id_t>(m_pid), &ended, WEXITED | WNOWAIT); // HasEnded takes the status
     }
     return *m_status;
 }

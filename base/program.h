@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,14 +25,17 @@ int ExitStatus(int waitStatus);
 
 /// What a program did.
 struct ProgramResult {
-    int status = -1; ///< see ExitStatus
+    int status = -1; ///< see ExitStatus; -1 when it was lost, see Program
     std::string output;
     std::string errors;
 };
 
 /// A program that was started by the words of a command line, the first found on the search path. Its standard output
 /// and error go into memory, where they can be read while it runs; every signal is at its default and none is blocked.
-/// One thread at a time.
+/// One thread at a time, but for Signal.
+///
+/// Its status is -1 where it ended and somebody else took the status away: this process ignores SIGCHLD, which it may
+/// have been started with, or waits for children that it does not know.
 class Program {
 public:
     /// `settings` stand in for variables of the same names. `input` is what it reads from its standard input. Throws
@@ -45,7 +49,11 @@ public:
     ~Program();
 
     pid_t Pid() const { return m_pid; }
+
+    /// Any thread may call, also while another waits. Nothing is sent once the program was waited for, when its number
+    /// may be another's.
     void Signal(int number) const;
+
     bool HasEnded();
 
     /// Waits for its end, or so long at the most; nothing when it has not ended by then.
@@ -61,7 +69,9 @@ private:
     Descriptor m_output;
     Descriptor m_errors;
     pid_t m_pid = -1;
-    std::optional<int> m_status; // once it was waited for
+    Descriptor m_process;         // not open where the system has no such thing
+    mutable std::mutex m_reaping; // keeps its number its own while it is signalled by that
+    std::optional<int> m_status;  // once it was waited for; changed under m_reaping
 };
 
 /// Runs a program to its end. With a limit, one that does not end within it is killed, and std::runtime_error says so.

@@ -1,13 +1,9 @@
 #include "standin/process_identity.h"
 
-#include "base/descriptor.h"
 #include "base/files.h"
+#include "base/process.h"
 
 #include <poll.h>
-
-extern "C" { // this header of glibc 2.36 forgets to say so itself
-#include <sys/pidfd.h>
-}
 
 #include <csignal>
 #include <optional>
@@ -68,16 +64,16 @@ bool ProcessIdentity::IsAlive() const
 
 bool EndProcess(const ProcessIdentity& process, std::chrono::milliseconds patience)
 {
-    const Base::Descriptor descriptor(::pidfd_open(process.pid, 0));
+    const Base::Descriptor descriptor = Base::OpenProcess(process.pid);
     // Asked after the descriptor is had: from here on it cannot come to mean another process.
     if (!descriptor.IsOpen() || !process.IsAlive()) {
         return true;
     }
-    ::pidfd_send_signal(descriptor.Get(), SIGTERM, nullptr, 0);
+    Base::SignalProcess(descriptor, SIGTERM);
     if (WaitEnd(descriptor.Get(), patience)) {
         return true;
     }
-    ::pidfd_send_signal(descriptor.Get(), SIGKILL, nullptr, 0);
+    Base::SignalProcess(descriptor, SIGKILL);
     return WaitEnd(descriptor.Get(), patience);
 }
 

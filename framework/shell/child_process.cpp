@@ -1,12 +1,12 @@
 #include "framework/shell/child_process.h"
 
+#include "base/process.h"
 #include "base/program.h"
 #include "base/spawn.h"
 #include "framework/shell/command_groups.h"
 #include "framework/support/immortal.h"
 
 #include <fcntl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,8 +88,7 @@ int ChildProcess::Start(const std::string& command, const std::vector<std::strin
     });
     if (result == 0) {
         m_group = pid;
-        // By its number: glibc 2.36 declares the function for C only. It is closed on exec by its nature.
-        m_pipes.ended = Base::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+        m_pipes.ended = Base::OpenProcess(pid);
     }
     return result;
 }
@@ -130,10 +129,7 @@ int ChildProcess::Reap()
         result = ::waitpid(m_group, &status, 0);
     } while (result == -1 && errno == EINTR);
     m_isReaped = true;
-    if (result != m_group) {
-        return -1;
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return result == m_group ? Base::ExitStatus(status) : -1;
 }
 
 } // namespace Framework

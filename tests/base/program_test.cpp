@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <thread>
 
 using ::testing::Contains;
 using ::testing::Not;
@@ -74,6 +76,31 @@ TEST(ProgramTest, ProgramStartsWithoutItsParentsBlockedSignals)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     program.Signal(SIGTERM);
     EXPECT_EQ(128 + SIGTERM, program.Wait());
+}
+
+TEST(ProgramTest, ProgramEndsForWhoIgnoresSigchldWithItsStatusLost)
+{
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    Base::Program program({"echo", "said"});
+    EXPECT_EQ(-1, program.WaitFor(std::chrono::seconds(30)));
+    EXPECT_TRUE(program.HasEnded());
+    EXPECT_EQ("said\n", program.Output());
+    EXPECT_EQ(-1, Base::RunProgram({"true"}, {}, std::chrono::seconds(30)).status);
+    std::signal(SIGCHLD, before);
+}
+
+TEST(ProgramTest, SignalIsTakenFromAnotherThreadWhileOneWaits)
+{
+    Base::Program program({"sleep", "60"});
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) { // also just when it is waited for
+            program.Signal(SIGTERM);
+        }
+    });
+    EXPECT_EQ(128 + SIGTERM, program.Wait());
+    isOver = true;
+    other.join();
 }
 
 TEST(ProgramTest, EnvironmentWithReplacesWhatIsThere)
