@@ -22,9 +22,13 @@ namespace {
 constexpr std::chrono::milliseconds LONGEST_WAIT = std::chrono::minutes(1); // what poll counts in has an end
 constexpr std::chrono::milliseconds LOOK_EVERY{10};                         // at what no descriptor tells
 
+// Never among the first three, which the child's are made of one by one: it would be lost before its turn.
 Descriptor MakeMemoryFile(const char* name)
 {
     Descriptor file(::memfd_create(name, MFD_CLOEXEC));
+    if (file.IsOpen() && file.Get() <= STDERR_FILENO) {
+        file = Descriptor(::fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
     if (!file.IsOpen()) {
         ThrowErrno("cannot make a file in memory for", name);
     }
@@ -33,9 +37,6 @@ Descriptor MakeMemoryFile(const char* name)
 
 Descriptor InputFile(const std::string& input)
 {
-    if (input.empty()) {
-        return Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    }
     Descriptor file = MakeMemoryFile("input");
     if (WriteWhole(file.Get(), input) != 0 || ::lseek(file.Get(), 0, SEEK_SET) != 0) {
         ThrowErrno("cannot write", "a program's input");
@@ -52,6 +53,21 @@ std::string ReadFromBegin(const Descriptor& file)
         text.append(buffer, static_cast<std::size_t>(count));
     }
     return text;
+}
+
+// 0, or the error number. Without input the child opens /dev/null itself: that takes no descriptor of ours.
+int SetActions(SpawnActions& actions, const Descriptor& input, const Descriptor& output, const Descriptor& errors)
+{
+    int error = input.IsOpen()
+                    ? posix_spawn_file_actions_adddup2(actions.Get(), input.Get(), STDIN_FILENO)
+                    : posix_spawn_file_actions_addopen(actions.Get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (error == 0) {
+        error = posix_spawn_file_actions_adddup2(actions.Get(), output.Get(), STDOUT_FILENO);
+    }
+    if (error == 0) {
+        error = posix_spawn_file_actions_adddup2(actions.Get(), errors.Get(), STDERR_FILENO);
+    }
+    return error;
 }
 
 } // namespace
@@ -95,16 +111,16 @@ Program::Program(const std::vector<std::string>& words, const std::vector<std::s
     : m_output(MakeMemoryFile("output"))
     , m_errors(MakeMemoryFile("errors"))
 {
-    const Descriptor inputFile = InputFile(input);
+    const Descriptor inputFile = input.empty() ? Descriptor() : InputFile(input);
     SpawnActions actions;
-    posix_spawn_file_actions_adddup2(actions.Get(), inputFile.Get(), STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(actions.Get(), m_output.Get(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(actions.Get(), m_errors.Get(), STDERR_FILENO);
+    int error = SetActions(actions, inputFile, m_output, m_errors);
     const SpawnAttributes attributes(ProcessGroup::Parents);
     std::vector<std::string> arguments = words;
     std::vector<std::string> environment = EnvironmentWith(settings);
-    const int error = ::posix_spawnp(&m_pid, words.front().c_str(), actions.Get(), attributes.Get(),
-                                     CTexts(arguments).data(), CTexts(environment).data());
+    if (error == 0) {
+        error = ::posix_spawnp(&m_pid, words.front().c_str(), actions.Get(), attributes.Get(), CTexts(arguments).data(),
+                               CTexts(environment).data());
+    }
     if (error != 0) {
         m_pid = -1;
         throw std::runtime_error("cannot start " + words.front() + ": " + ErrorText(error));

@@ -5,8 +5,8 @@
 
 namespace Base {
 
-/// The list of what is done with a child's descriptors between fork and exec. Functions that add to it fail for want of
-/// memory only.
+/// The list of what is done with a child's descriptors between fork and exec. Functions that add to it give an error
+/// number for want of memory, and for a descriptor that can be none; what they were to add is missing then.
 class SpawnActions {
 public:
     SpawnActions() { posix_spawn_file_actions_init(&m_actions); }

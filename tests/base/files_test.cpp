@@ -78,7 +78,6 @@ protected:
 
     static unsigned int ModeOf(const std::string& path) { return StatusOf(path).st_mode & 07777U; }
 
-    /// What `work` gives in a process of its own, whose rights and limits it may change; below 256.
     TemporaryFolder m_folder;
     const std::string m_path = m_folder.File("file");
 };

@@ -1,8 +1,15 @@
 #include "base/program.h"
 
+#include "base/files.h"
+#include "tests/support/process.h"
+
 #include <gmock/gmock.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
@@ -76,6 +83,47 @@ TEST(ProgramTest, ProgramStartsWithoutItsParentsBlockedSignals)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     program.Signal(SIGTERM);
     EXPECT_EQ(128 + SIGTERM, program.Wait());
+}
+
+TEST(ProgramTest, ProgramFindsItsInputAndOutputsWhereItsParentHasNoneItself)
+{
+    EXPECT_EQ(0, InChild([] {
+                  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                      ::close(stream);
+                  }
+                  Base::Program program({"sh", "-c", "cat; echo wrong >&2"}, {}, "a line\n");
+                  const bool isRight =
+                      program.Wait() == 0 && program.Output() == "a line\n" && program.Errors() == "wrong\n";
+                  return isRight ? 0 : 1;
+              }));
+}
+
+TEST(ProgramTest, ProgramReadsNothingOfItsParentsInputWhereNoDescriptorIsLeft)
+{
+    EXPECT_EQ(0, InChild([] {
+                  int ends[2] = {-1, -1};
+                  if (::pipe(ends) != 0 || Base::WriteWhole(ends[1], "the parent's\n") != 0) {
+                      return 1;
+                  }
+                  ::dup2(ends[0], STDIN_FILENO);
+                  ::close(ends[0]);
+                  ::close(ends[1]);
+                  const int outputs[] = {::dup(STDIN_FILENO), ::dup(STDIN_FILENO)}; // the lowest that are free
+                  const rlim_t most = static_cast<rlim_t>(outputs[1]) + 1;
+                  const rlimit limit = {most, most};
+                  ::close(outputs[0]);
+                  ::close(outputs[1]);
+                  if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+                      return 2;
+                  }
+                  constexpr std::chrono::seconds LIMIT(20);
+                  const auto start = std::chrono::steady_clock::now();
+                  Base::Program program({"cat"});
+                  if (program.WaitFor(LIMIT) != 0 || !program.Output().empty()) {
+                      return 3;
+                  }
+                  return std::chrono::steady_clock::now() - start < LIMIT ? 0 : 4; // its end was seen by itself
+              }));
 }
 
 TEST(ProgramTest, ProgramEndsForWhoIgnoresSigchldWithItsStatusLost)

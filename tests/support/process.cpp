@@ -77,15 +77,20 @@ Base::ProgramResult Process::Finish()
 
 int InChild(const std::function<int()>& work)
 {
+    constexpr int THROWN = 127;
     const pid_t child = ::fork();
     if (child == 0) {
-        ::_exit(work());
+        try {
+            ::_exit(work());
+        } catch (const std::exception&) {
+            ::_exit(THROWN);
+        }
     }
     int status = -1;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        throw std::runtime_error("a child did not exit");
+    if (child < 0 || ::waitpid(child, &status, 0) != child) {
+        throw std::runtime_error("a test's child was lost");
     }
-    return WEXITSTATUS(status);
+    return Base::ExitStatus(status);
 }
 
 Base::ProgramResult RunToEnd(const Process::Arguments& words, const Process::Arguments& settings,

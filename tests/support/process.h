@@ -45,8 +45,7 @@ private:
     Base::Program m_program;
 };
 
-/// The exit status of a child of this process that does `work`, which gives it. Throws std::runtime_error where it ends
-/// in another way.
+/// What `work` gives in a process of its own, whose rights, limits and descriptors it may change; below 128.
 int InChild(const std::function<int()>& work);
 
 /// Runs a program to its end.
