@@ -59,6 +59,16 @@ const char* Explain(LoginResult result)
     return "";
 }
 
+/// Ends a session that was not recorded, as far as it can be.
+void EndUnknown(const SessionRecord& session)
+{
+    try {
+        EndProcess(session.keeper, LOGOUT_PATIENCE);
+    } catch (const std::exception&) {
+        // Why it was not recorded counts.
+    }
+}
+
 /// One login with its lines; 0 or iscsiadm's code.
 int LoginTo(const NodeStore& store, const std::string& initiator, const NodeRecord& node)
 {
@@ -68,7 +78,7 @@ int LoginTo(const NodeStore& store, const std::string& initiator, const NodeReco
         try {
             store.AddSession(session);
         } catch (const std::exception&) {
-            EndProcess(session.keeper, LOGOUT_PATIENCE); // a session that nothing knows of could never be ended
+            EndUnknown(session); // which nobody could ever end
             throw;
         }
         std::cout << "Login to [iface: default, " << Describe(node) << "] successful." << std::endl;

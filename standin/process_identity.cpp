@@ -5,7 +5,9 @@
 
 #include <poll.h>
 
+#include <cerrno>
 #include <csignal>
+#include <limits>
 #include <optional>
 #include <sstream>
 
@@ -18,15 +20,28 @@ struct ProcessStat {
     std::uint64_t start = 0;
 };
 
+// Nothing when there is no such process.
+std::optional<std::string> ReadStatText(pid_t pid)
+{
+    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+    std::string text;
+    const Base::Descriptor file = Base::OpenForReading(path);
+    const int error =
+        file.IsOpen() ? Base::ReadToEnd(file.Get(), std::numeric_limits<std::size_t>::max(), text) : errno;
+    if (error == ENOENT || error == ESRCH) { // the latter when it ended while its file was read
+        return std::nullopt;
+    }
+    if (error != 0) {
+        errno = error;
+        Base::ThrowErrno("cannot read", path);
+    }
+    return text;
+}
+
 ProcessStat ReadStat(pid_t pid)
 {
     ProcessStat stat;
-    std::optional<std::string> text;
-    try {
-        text = Base::ReadFileIfThere("/proc/" + std::to_string(pid) + "/stat");
-    } catch (const std::exception&) {
-        return stat; // the process ended while its file was read
-    }
+    const std::optional<std::string> text = ReadStatText(pid);
     // The command's name stands in parentheses and may hold anything, so what follows counts from the last of them.
     const std::size_t name = text ? text->rfind(')') : std::string::npos;
     if (name == std::string::npos) {
@@ -65,9 +80,11 @@ bool ProcessIdentity::IsAlive() const
 bool EndProcess(const ProcessIdentity& process, std::chrono::milliseconds patience)
 {
     const Base::Descriptor descriptor = Base::OpenProcess(process.pid);
-    // Asked after the descriptor is had: from here on it cannot come to mean another process.
-    if (!descriptor.IsOpen() || !process.IsAlive()) {
-        return true;
+    // Asked after the descriptor is had: from here on it cannot come to mean another process. Without one the process
+    // may be there all the same, and is left alone.
+    const bool isAlive = process.IsAlive();
+    if (!descriptor.IsOpen() || !isAlive) {
+        return !isAlive;
     }
     Base::SignalProcess(descriptor, SIGTERM);
     if (WaitEnd(descriptor.Get(), patience)) {

@@ -9,7 +9,8 @@
 
 namespace ZavSimNode {
 
-/// One process, told apart from a later one of the same number by the time of its start.
+/// One process, told apart from a later one of the same number by the time of its start. Operations throw
+/// std::runtime_error where the system does not tell whether it is there, as when no descriptor is left.
 struct ProcessIdentity {
     pid_t pid = 0;
     std::uint64_t start = 0; ///< clock ticks after boot, as /proc has it
@@ -22,7 +23,8 @@ struct ProcessIdentity {
 };
 
 /// Asks the process to end (SIGTERM), waits, and ends it the hard way (SIGKILL) when it did not within the time.
-/// Another process that has its number by now is left alone. True when it has ended.
+/// Another process that has its number by now is left alone, and so is every one where the system gives no descriptor
+/// of it. True when it has ended. Throws as ProcessIdentity does.
 bool EndProcess(const ProcessIdentity& process, std::chrono::milliseconds patience);
 
 } // namespace ZavSimNode

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -135,6 +136,24 @@ TEST_F(NodeStoreTest, EndProcessEndsOneThatWillNotListen)
     deaf.AwaitOutput("ready");
     EXPECT_TRUE(EndProcess(ProcessIdentity::Of(deaf.Pid()), std::chrono::milliseconds(2000)));
     EXPECT_EQ(128 + SIGKILL, deaf.Wait());
+}
+
+TEST_F(NodeStoreTest, ProcessThatCannotBeLookedAtIsNotTakenForEnded)
+{
+    Process other({"sleep", "1000"});
+    const ProcessIdentity child = ProcessIdentity::Of(other.Pid());
+    EXPECT_EQ(0, InChild([&child] {
+                  const rlimit none = {0, 0};
+                  if (::setrlimit(RLIMIT_NOFILE, &none) != 0) {
+                      return 1;
+                  }
+                  try {
+                      return EndProcess(child, std::chrono::milliseconds(0)) ? 2 : 0;
+                  } catch (const std::runtime_error& error) {
+                      return std::string(error.what()).find("Too many open files") != std::string::npos ? 0 : 3;
+                  }
+              }));
+    EXPECT_TRUE(child.IsAlive());
 }
 
 TEST_F(NodeStoreTest, FolderThatOthersCouldChangeIsRefused)
