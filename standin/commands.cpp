@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds CONNECT_LIMIT{1000};
 constexpr std::chrono::milliseconds PAUSE{100};
 constexpr std::chrono::milliseconds LOGOUT_PATIENCE{8000};
 
-/// 0 when the portal accepts a connection, else an error number; every failed try is told as iscsiadm tells it.
+/// Whether the portal accepts a connection; every failed try is told as iscsiadm tells it.
 bool Reach(const Portal& portal)
 {
     for (int i = 0; i < CONNECT_TRIES; ++i) {
