@@ -4,6 +4,7 @@
 #include "base/printable_text.h"
 #include "simulator/dataplane/config_tree.h"
 #include "simulator/dataplane/fc_fabric.h"
+#include "simulator/dataplane/first_failure.h"
 
 #include <iostream>
 #include <stdexcept>
@@ -59,7 +60,7 @@ LioPlane::LioPlane(const LioOptions& options, const LunFiles& files)
             target.Open();
         }
     } catch (const std::exception&) {
-        Close();
+        TakeBack([this] { Close(); });
         throw;
     }
 }
@@ -112,7 +113,7 @@ std::string LioPlane::OpenStore(std::uint64_t lun) const
         ConfigTree::Write(folder + "/wwn/company_id", "0x" + backed.wwn.substr(1, COMPANY_DIGITS));
         ConfigTree::Write(folder + "/wwn/vpd_unit_serial", backed.wwn.substr(1 + COMPANY_DIGITS));
     } catch (const std::exception&) {
-        ConfigTree::RemoveFolder(folder); // a half-made one must not be found the next time
+        TakeBack([&folder] { ConfigTree::RemoveFolder(folder); }); // a half-made one must not be found the next time
         throw;
     }
     return folder;
@@ -135,10 +136,12 @@ void LioPlane::ShrinkStores(const Exports& exports) const
 
 void LioPlane::Close() const
 {
+    FirstFailure failure;
     for (const LioTarget& target : m_targets) {
-        target.Close();
+        failure.Try([&target] { target.Close(); });
     }
-    ShrinkStores({});
+    failure.Try([this] { ShrinkStores({}); });
+    failure.Throw();
 }
 
 } // namespace ZavSim

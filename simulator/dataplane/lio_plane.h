@@ -37,6 +37,8 @@ private:
     /// Makes the backing store of a LUN when it is missing and returns its folder.
     std::string OpenStore(std::uint64_t lun) const;
     void ShrinkStores(const Exports& exports) const;
+
+    /// Takes all apart that can be: what stays keeps nothing else from going. Throws the first failure.
     void Close() const;
 
     std::string m_stores;      ///< folder of the backing stores

@@ -1,6 +1,7 @@
 #include "simulator/dataplane/tgt_daemon.h"
 
 #include "base/program.h"
+#include "simulator/dataplane/first_failure.h"
 
 #include <sstream>
 #include <stdexcept>
@@ -67,7 +68,7 @@ void TgtDaemon::AddLun(int target, LunNumber number, const BackedLun& lun) const
         administer({"--op", "update", "--params",
                     "vendor_id=ZAVSIM,product_id=LUN,scsi_id=" + lun.wwn + ",scsi_sn=" + lun.wwn});
     } catch (const std::exception&) {
-        RemoveLun(target, number);
+        TakeBack([&] { RemoveLun(target, number); });
         throw;
     }
 }

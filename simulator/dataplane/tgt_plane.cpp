@@ -1,6 +1,7 @@
 #include "simulator/dataplane/tgt_plane.h"
 
 #include "base/printable_text.h"
+#include "simulator/dataplane/first_failure.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -37,31 +38,45 @@ TgtPlane::TgtPlane(const std::vector<TgtPortal>& portals, const LunFiles& files)
         m_portals.push_back({portal.address, TgtDaemon(portal.socket), {}, 0});
         RemoveOurs(m_portals.back());
     }
-    for (Portal& portal : m_portals) { // not before all have answered
-        AddAnchor(portal);
+    try {
+        for (Portal& portal : m_portals) { // not before all have answered
+            AddAnchor(portal);
+        }
+    } catch (const std::exception&) {
+        TakeBack([this] { RemoveAllOurs(); });
+        throw;
     }
 }
 
 TgtPlane::~TgtPlane()
 {
     try {
-        for (Portal& portal : m_portals) {
-            RemoveOurs(portal);
-        }
+        RemoveAllOurs();
     } catch (const std::exception& error) {
         std::cerr << "zavsim: targets stay behind: " << Base::Printable(error.what()) << std::endl;
     }
 }
 
+void TgtPlane::RemoveAllOurs()
+{
+    FirstFailure failure;
+    for (Portal& portal : m_portals) {
+        failure.Try([&portal] { RemoveOurs(portal); });
+    }
+    failure.Throw();
+}
+
 void TgtPlane::RemoveOurs(Portal& portal)
 {
+    FirstFailure failure;
     const std::string begin = TargetName(portal.address) + ":";
     for (const auto& [number, name] : portal.daemon.ListTargets()) {
         if (name.rfind(begin, 0) == 0) {
-            portal.daemon.RemoveTarget(number);
+            failure.Try([&portal, target = number] { portal.daemon.RemoveTarget(target); });
         }
         portal.lastNumber = std::max(portal.lastNumber, number);
     }
+    failure.Throw();
 }
 
 /// A tgtd without any target lets nobody in who asks what there is, so there is always one, which nobody sees.
@@ -106,7 +121,7 @@ TgtPlane::Target& TgtPlane::OpenTarget(Portal& portal, const Initiator& initiato
     try {
         portal.daemon.Bind(number, initiator.id);
     } catch (const std::exception&) {
-        portal.daemon.RemoveTarget(number);
+        TakeBack([&] { portal.daemon.RemoveTarget(number); });
         throw;
     }
     portal.lastNumber = number;

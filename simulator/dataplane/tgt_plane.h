@@ -39,7 +39,10 @@ private:
         int lastNumber = 0;
     };
 
+    /// Each as far as it goes: what cannot be removed keeps no other from it. Throw the first failure.
+    void RemoveAllOurs();
     static void RemoveOurs(Portal& portal);
+
     static void AddAnchor(Portal& portal);
     static void RemoveTargets(Portal& portal, const Exports& wanted);
     Target& OpenTarget(Portal& portal, const Initiator& initiator) const;

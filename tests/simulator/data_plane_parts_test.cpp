@@ -183,6 +183,19 @@ TEST_F(LioPlaneTest, FolderThatMayNotBeWrittenIsNamedAndWhy)
                 HasSubstr("cannot make " + folder.File("config/target/core/fileio_0") + ": No such file"));
 }
 
+TEST_F(LioPlaneTest, TargetThatCannotBeRemovedIsNamedAndKeepsNoOtherFromIt)
+{
+    const std::string targets = folder.File("config/target/iscsi");
+    const std::string stays = targets + "/" + TargetName("127.0.0.5");
+    fs::create_directories(stays + "/tpgt_1/of-somebody-else");
+    fs::create_directories(targets + "/" + TargetName("127.0.0.6") + "/tpgt_1");
+    EXPECT_THAT(MessageOf([&] {
+                    LioPlane plane({folder.File("config"), "S1", {"127.0.0.5", "127.0.0.6"}, {}}, files);
+                }),
+                HasSubstr("cannot remove " + stays));
+    EXPECT_FALSE(fs::exists(targets + "/" + TargetName("127.0.0.6")));
+}
+
 /// One target, whose attribute folders are there as the kernel would have them.
 class LioTargetTest : public ::testing::Test {
 protected:
