@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <stdexcept>
 
 namespace Base {
 
@@ -123,7 +122,7 @@ Program::Program(const std::vector<std::string>& words, const std::vector<std::s
     }
     if (error != 0) {
         m_pid = -1;
-        throw std::runtime_error("cannot start " + words.front() + ": " + ErrorText(error));
+        throw NotStarted("cannot start " + words.front() + ": " + ErrorText(error));
     }
     m_process = OpenProcess(m_pid);
 }

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,12 @@ struct ProgramResult {
     std::string errors;
 };
 
+/// A program could not be started; what() names it and why.
+class NotStarted : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// A program that was started by the words of a command line, the first found on the search path. Its standard output
 /// and error go into memory, where they can be read while it runs; every signal is at its default and none is blocked.
 /// One thread at a time, but for Signal.
@@ -39,7 +46,7 @@ struct ProgramResult {
 class Program {
 public:
     /// `settings` stand in for variables of the same names. `input` is what it reads from its standard input. Throws
-    /// std::runtime_error naming the program when it cannot be started.
+    /// NotStarted, and std::runtime_error when there is no room for its output.
     explicit Program(const std::vector<std::string>& words, const std::vector<std::string>& settings = {},
                      const std::string& input = {});
     Program(const Program&) = delete;
@@ -75,6 +82,7 @@ private:
 };
 
 /// Runs a program to its end. With a limit, one that does not end within it is killed, and std::runtime_error says so.
+/// Throws as Program does.
 ProgramResult RunProgram(const std::vector<std::string>& words, const std::vector<std::string>& settings = {},
                          std::optional<std::chrono::milliseconds> limit = std::nullopt);
 

@@ -86,8 +86,10 @@ std::string TgtDaemon::Administer(const std::vector<std::string>& words) const
     Base::ProgramResult result;
     try {
         result = Base::RunProgram(all, {m_setting}, PATIENCE);
-    } catch (const std::exception& error) {
+    } catch (const Base::NotStarted& error) {
         throw std::runtime_error("the tgtd at " + m_socket + ": " + error.what() + " (Debian: package tgt)");
+    } catch (const std::exception& error) {
+        throw std::runtime_error("the tgtd at " + m_socket + ": " + error.what());
     }
     if (result.status == 0) {
         return result.output;

@@ -50,6 +50,7 @@ TEST(ProgramTest, RunProgramNamesAProgramThatIsNotThere)
 {
     EXPECT_EQ("cannot start no-such-program: No such file or directory",
               MessageOf([] { Base::RunProgram({"no-such-program"}); }));
+    EXPECT_THROW(Base::RunProgram({"no-such-program"}), Base::NotStarted);
 }
 
 TEST(ProgramTest, RunProgramEndsOneThatIsTooLate)

@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 // A tgtadm that keeps the targets of each control socket in a folder beside it, as N/name and N/lun-M. A file
 // "refuse-OP-MODE" there, or "refuse-OP-MODE-N" for one target, has it refuse that; "late-OP-MODE" has it do it once
@@ -160,6 +161,15 @@ TEST_F(TgtPlaneTest, TargetThatCannotBeRemovedKeepsNoOtherFromIt)
     }
     EXPECT_THAT(Targets(1), ElementsAre("2"));
     EXPECT_THAT(Targets(2), IsEmpty());
+}
+
+TEST_F(TgtPlaneTest, PackageIsNamedWhereThereIsNoTgtadmAndNowhereElse)
+{
+    Plant("control.1/refuse-show-target");
+    EXPECT_THAT(FailureOf([this] { TgtPlane(portals, files); }), Not(HasSubstr("Debian")));
+    ::setenv("PATH", folder.File("control.1").c_str(), 1);
+    EXPECT_THAT(FailureOf([this] { TgtPlane(portals, files); }),
+                HasSubstr("cannot start tgtadm: No such file or directory (Debian: package tgt)"));
 }
 
 TEST_F(TgtPlaneTest, WhatFailedFirstIsToldWhereTakingItBackFailsToo)
