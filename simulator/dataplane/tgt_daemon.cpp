@@ -26,15 +26,20 @@ TgtDaemon::TgtDaemon(const std::string& socket)
     m_port = socket.substr(point + 1);
 }
 
-std::map<int, std::string> TgtDaemon::ListTargets() const
+std::map<int, TgtDaemon::ListedTarget> TgtDaemon::ListTargets() const
 {
-    std::map<int, std::string> targets;
+    std::map<int, ListedTarget> targets;
     std::istringstream lines(Administer({"--op", "show", "--mode", "target"}));
-    const std::string begin = "Target ";
+    const std::string targetBegin = "Target ";
+    const std::string lunBegin = "        LUN: ";
+    ListedTarget* last = nullptr;
     for (std::string line; std::getline(lines, line);) {
         const std::size_t colon = line.find(": "); // "Target 1: iqn…"
-        if (line.rfind(begin, 0) == 0 && colon != std::string::npos) {
-            targets[std::stoi(line.substr(begin.size(), colon - begin.size()))] = line.substr(colon + 2);
+        if (line.rfind(targetBegin, 0) == 0 && colon != std::string::npos) {
+            last = &targets[std::stoi(line.substr(targetBegin.size(), colon - targetBegin.size()))];
+            last->name = line.substr(colon + 2);
+        } else if (line.rfind(lunBegin, 0) == 0 && last != nullptr) {
+            last->luns.insert(static_cast<LunNumber>(std::stoul(line.substr(lunBegin.size()))));
         }
     }
     return targets;

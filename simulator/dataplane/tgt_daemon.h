@@ -5,6 +5,7 @@
 #include "simulator/dataplane/lun_files.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,13 @@ public:
     /// control port. Throws std::invalid_argument when it does not have that form.
     explicit TgtDaemon(const std::string& socket);
 
-    /// The targets that are there: number and name.
-    std::map<int, std::string> ListTargets() const;
+    struct ListedTarget {
+        std::string name;
+        std::set<LunNumber> luns; ///< 0, the target's own, among them
+    };
+
+    /// The targets that are there, by their numbers.
+    std::map<int, ListedTarget> ListTargets() const;
 
     /// A target that nobody sees yet.
     void AddTarget(int target, const std::string& name) const;

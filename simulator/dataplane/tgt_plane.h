@@ -4,6 +4,7 @@
 #include "simulator/dataplane/data_plane.h"
 #include "simulator/dataplane/tgt_daemon.h"
 
+#include <set>
 #include <vector>
 
 namespace ZavSim {
@@ -31,12 +32,14 @@ private:
     struct Target {
         int number = 0; ///< tgtd's
         LunTable luns;
+        std::set<LunNumber> unsure; ///< that were to be added or removed, which failed
     };
     struct Portal {
         std::string address;
         TgtDaemon daemon;
         std::map<Initiator, Target> targets; ///< what is there, as it was told to the daemon
         int lastNumber = 0;
+        bool isUnsure = false; ///< a change failed: the daemon may have made it all the same, in whole or in part
     };
 
     /// Each as far as it goes: what cannot be removed keeps no other from it. Throw the first failure.
@@ -44,6 +47,10 @@ private:
     static void RemoveOurs(Portal& portal);
 
     static void AddAnchor(Portal& portal);
+
+    /// Brings what we know of a portal and what its daemon has together again.
+    static void LookAgain(Portal& portal);
+    static void RemoveUnsureLuns(const Portal& portal, Target& target, const std::set<LunNumber>& there);
     static void RemoveTargets(Portal& portal, const Exports& wanted);
     Target& OpenTarget(Portal& portal, const Initiator& initiator) const;
     void ApplyLuns(const Portal& portal, Target& target, const LunTable& wanted) const;

@@ -181,5 +181,58 @@ TEST_F(TgtPlaneTest, WhatFailedFirstIsToldWhereTakingItBackFailsToo)
     fs::remove(folder.File("control.1/refuse-delete-target"));
 }
 
+/// A step of tgtadm that was done although tgtadm failed, and what the initiators saw before and are to see then.
+struct LateStep {
+    std::string step;
+    Exports before;
+    Exports wanted;
+    std::vector<std::string> targets; ///< once the change was asked for again
+};
+
+void PrintTo(const LateStep& late, std::ostream* stream)
+{
+    *stream << late.step;
+}
+
+const Initiator NODE{Kind::IscsiInitiator, "iqn.2020-01.example.node:1"};
+const Initiator OTHER{Kind::IscsiInitiator, "iqn.2020-01.example.node:2"};
+
+class LateTgtPlaneTest : public TgtPlaneTest, public ::testing::WithParamInterface<LateStep> {};
+
+TEST_P(LateTgtPlaneTest, ChangeIsMadeWhenItIsAskedForAgain)
+{
+    const LateStep& late = GetParam();
+    TgtPlane plane(portals, files);
+    plane.Apply(late.before);
+    Plant("control.1/late-" + late.step);
+    EXPECT_THAT(FailureOf([&] { plane.Apply(late.wanted); }), HasSubstr("ended with 1"));
+    plane.Apply(late.wanted);
+    EXPECT_EQ(late.targets, Targets(1));
+}
+
+// The second target stays as it is, with its sessions.
+INSTANTIATE_TEST_SUITE_P(
+    All, LateTgtPlaneTest,
+    ::testing::Values(
+        LateStep{"new-target", {{OTHER, {}}}, {{OTHER, {}}, {NODE, {}}}, {"1 anchor", "2", "4"}},
+        LateStep{"bind-target", {{OTHER, {}}}, {{OTHER, {}}, {NODE, {}}}, {"1 anchor", "2", "4"}},
+        LateStep{"delete-target", {{OTHER, {}}, {NODE, {}}}, {{OTHER, {}}}, {"1 anchor", "3"}},
+        LateStep{"new-logicalunit", {{NODE, {{1, 7}}}}, {{NODE, {{1, 7}, {2, 8}}}}, {"1 anchor", "2 LUN 1 LUN 2"}},
+        LateStep{"update-logicalunit", {{NODE, {{1, 7}}}}, {{NODE, {{1, 7}, {2, 8}}}}, {"1 anchor", "2 LUN 1 LUN 2"}},
+        LateStep{"delete-logicalunit", {{NODE, {{1, 7}, {2, 8}}}}, {{NODE, {{2, 8}}}}, {"1 anchor", "2 LUN 2"}}));
+
+TEST_F(TgtPlaneTest, DaemonThatBeganAnewIsServedAgainOnceAChangeFailed)
+{
+    TgtPlane plane(portals, files);
+    plane.Apply({{node, {{1, 7}}}});
+    for (const auto& entry : fs::directory_iterator(folder.File("control.1"))) {
+        fs::remove_all(entry.path());
+    }
+    const Exports wanted = {{node, {{1, 7}, {2, 8}}}};
+    EXPECT_THAT(FailureOf([&] { plane.Apply(wanted); }), HasSubstr("can't find the target"));
+    plane.Apply(wanted);
+    EXPECT_THAT(Targets(1), ElementsAre("3 anchor", "4 LUN 1 LUN 2"));
+}
+
 } // namespace
 } // namespace ZavSim
