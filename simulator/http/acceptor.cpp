@@ -119,31 +119,45 @@ void Acceptor::TellThatMoreWait(const std::string& cause, const std::string& rem
 void Acceptor::OnAccepted(const boost::system::error_code& error, Tcp::socket socket)
 {
     std::shared_ptr<Connection> connection;
-    if (!error) {
-        connection = Connection::Make(std::move(socket), m_tls ? &*m_tls : nullptr, shared_from_this());
+    std::string problem;
+    const char* remedy = "ulimit -n allows more files";
+    try {
+        if (!error) {
+            connection = Take(std::move(socket));
+        } else if (error != asio::error::connection_aborted) { // no descriptor is left, for one
+            problem = error.message();
+        }
+    } catch (const std::exception& failure) { // the client is let go, the address stays
+        problem = failure.what();
+        remedy = "it takes more memory";
     }
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_isClosed) {
             return;
         }
-        if (connection) {
-            m_connections.emplace(connection.get(), connection);
-        }
-        if (error && error != asio::error::connection_aborted) { // no descriptor is left, for one
-            TellThatMoreWait(error.message(), "ulimit -n allows more files");
+        if (problem.empty()) {
+            AcceptNext();
+        } else {
             m_rest->expires_after(REST_AFTER_FAILURE);
             m_rest->async_wait([self = shared_from_this()](const auto&) {
                 const std::lock_guard<std::mutex> again(self->m_lock);
                 self->AcceptNext();
             });
-        } else {
-            AcceptNext();
+            TellThatMoreWait(problem, remedy);
         }
     }
     if (connection) {
         connection->Run();
     }
+}
+
+std::shared_ptr<Connection> Acceptor::Take(Tcp::socket socket)
+{
+    auto connection = Connection::Make(std::move(socket), m_tls ? &*m_tls : nullptr, shared_from_this());
+    const std::lock_guard<std::mutex> guard(m_lock); // given back before the connection, which comes to Forget
+    m_connections.emplace(connection.get(), connection);
+    return connection;
 }
 
 } // namespace ZavSim

@@ -65,6 +65,9 @@ private:
     void TellThatMoreWait(const std::string& cause, const std::string& remedy); // requires m_lock
     void OnAccepted(const boost::system::error_code& error, Tcp::socket socket);
 
+    /// Makes a connection of it that Close finds. Throws where there is no memory for one, or OpenSSL refuses.
+    std::shared_ptr<Connection> Take(Tcp::socket socket);
+
     IoThreads& m_threads;
     const std::string m_url;
     Dispatcher& m_dispatcher;
