@@ -27,6 +27,7 @@ struct Look {
     std::optional<std::pair<uid_t, gid_t>> owner;
 };
 
+// No file that was there is touched, and on failure none is left.
 int WriteNewFile(const std::string& path, std::string_view text, const Look& look)
 {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, look.isMasked ? look.mode : 0600));
@@ -42,6 +43,9 @@ int WriteNewFile(const std::string& path, std::string_view text, const Look& loo
     if (::close(file.Release()) != 0 && error == 0) {
         error = errno;
     }
+    if (error != 0) {
+        ::unlink(path.c_str());
+    }
     return error;
 }
 
@@ -53,9 +57,6 @@ int WriteTemporary(const std::string& path, std::string_view text, const Look& l
     for (int i = 0; i <= MOST_NAMES && error == EEXIST; ++i) { // left by a process with our number that was killed
         temporary = TemporaryName(path);
         error = WriteNewFile(temporary, text, look);
-    }
-    if (error != 0 && error != EEXIST) {
-        ::unlink(temporary.c_str());
     }
     return error;
 }

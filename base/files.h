@@ -60,7 +60,9 @@ void MakeParentDirectory(const std::string& path);
 /// Makes the entries of `path`'s directory last through a power failure, as far as the file system does.
 void SyncParentDirectory(const std::string& path);
 
-/// A name beside `path` that no other thread or process uses.
+/// A name beside `path` that was not given before. Each product that links this counts for itself, and a process of the
+/// same number that was killed may have left a file of that name: who makes it asks for a new one (O_EXCL), and takes
+/// the next name where it is there.
 std::string TemporaryName(const std::string& path);
 
 /// The system's text for an error number, such as "Permission denied".

@@ -78,6 +78,15 @@ protected:
 
     static unsigned int ModeOf(const std::string& path) { return StatusOf(path).st_mode & 07777U; }
 
+    /// The one that comes after those that were given until now.
+    std::string NextTemporaryName() const
+    {
+        const std::string last = Base::TemporaryName(m_path);
+        const std::size_t dash = last.rfind('-');
+        const int next = std::stoi(last.substr(dash + 1)) + 1;
+        return last.substr(0, dash + 1) + std::to_string(next) + ".tmp";
+    }
+
     TemporaryFolder m_folder;
     const std::string m_path = m_folder.File("file");
 };
@@ -257,14 +266,22 @@ TEST_F(FilesTest, RewriteFileWritesInPlaceWhereTheFolderMayGainNoFiles)
 TEST_F(FilesTest, RewriteFileIsNotHinderedByWhatAKilledProcessLeft)
 {
     m_folder.Write("file", "old");
-    const std::string mine = Base::TemporaryName(m_path);
-    const std::size_t dash = mine.rfind('-');
-    const int next = std::stoi(mine.substr(dash + 1)) + 1;
-    const std::string stale = mine.substr(0, dash + 1) + std::to_string(next) + ".tmp";
+    const std::string stale = NextTemporaryName();
     std::ofstream(stale) << "half";
     EXPECT_EQ(0, Base::RewriteFile(m_path, "new", 0600));
     EXPECT_EQ("new", m_folder.Read("file"));
     EXPECT_TRUE(fs::exists(stale));
+}
+
+TEST_F(FilesTest, ReplaceFileTouchesNothingThatItDidNotMakeWhereNoDescriptorIsLeft)
+{
+    EXPECT_EQ(EMFILE, InChild([this] {
+                  std::ofstream(NextTemporaryName()) << "somebody's";
+                  const rlimit none = {0, 0};
+                  ::setrlimit(RLIMIT_NOFILE, &none);
+                  return Base::ReplaceFile(m_path, "new", 0600);
+              }));
+    EXPECT_EQ(1U, Names().size());
 }
 
 TEST_F(FilesTest, RewriteFileWritesAMountedFileInPlace)

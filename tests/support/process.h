@@ -45,7 +45,7 @@ private:
     Base::Program m_program;
 };
 
-/// What `work` gives in a process of its own, whose rights, limits and descriptors it may change; below 128.
+/// What `work` gives in a process of its own, whose rights, limits and descriptors it may change; below 256.
 int InChild(const std::function<int()>& work);
 
 /// Runs a program to its end.
