@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_BASE_OPENSSL_HANDLES_H
 #define PRODUCT_STORAGE_BASE_OPENSSL_HANDLES_H
 
+#include "base/free_by.h"
+
 #include <openssl/bio.h>
 #include <openssl/bn.h>
 #include <openssl/crypto.h>
@@ -13,16 +15,6 @@
 #include <string>
 
 namespace Base {
-
-/// Gives an object of a C library back by its own function.
-template <auto Function>
-struct FreeBy {
-    template <typename Type>
-    void operator()(Type* object) const noexcept
-    {
-        Function(object);
-    }
-};
 
 inline void FreeOpensslText(char* text) noexcept
 {

@@ -2,6 +2,7 @@
 
 #include "base/descriptor.h"
 #include "base/files.h"
+#include "base/free_by.h"
 #include "base/host_port.h"
 #include "base/openssl_handles.h"
 

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
 #define PRODUCT_STORAGE_FRAMEWORK_HTTP_CURL_LIBRARY_H
 
-#include "base/openssl_handles.h"
+#include "base/free_by.h"
 
 #include <curl/curl.h>
 

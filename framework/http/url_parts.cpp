@@ -1,5 +1,6 @@
 #include "framework/http/url_parts.h"
 
+#include "base/free_by.h"
 #include "framework/http/curl_library.h"
 
 #include <algorithm>
