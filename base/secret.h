@@ -6,12 +6,13 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// Passwords and session tokens leave no trace in memory that their holder gives back.
 namespace Secret {
 
 /// Overwrites `size` bytes with zero bytes three times, by stores that no optimiser may remove.
-inline void WipeBytes(char* bytes, std::size_t size) noexcept
+inline void WipeBytes(void* bytes, std::size_t size) noexcept
 {
     constexpr int PASSES = 3;
     for (int pass = 0; pass < PASSES; ++pass) {
@@ -39,6 +40,14 @@ inline void Wipe(std::set<std::string>& texts) noexcept
 {
     while (!texts.empty()) {
         Wipe(texts.extract(texts.begin()).value());
+    }
+}
+
+/// Wipes the second text of each pair, such as a header's value; the first is a name.
+inline void Wipe(std::set<std::pair<std::string, std::string>>& pairs) noexcept
+{
+    while (!pairs.empty()) {
+        Wipe(pairs.extract(pairs.begin()).value().second);
     }
 }
 

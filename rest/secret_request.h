@@ -26,9 +26,7 @@ struct SecretRequest : TMSHttpRequest {
     ~SecretRequest()
     {
         Secret::Wipe(body);
-        while (!headers.empty()) {
-            Secret::Wipe(headers.extract(headers.begin()).value().second);
-        }
+        Secret::Wipe(headers);
     }
 };
 

@@ -41,12 +41,7 @@ struct SessionRequest : TMSHttpRequest {
     SessionRequest(const SessionRequest&) = delete;
     SessionRequest& operator=(const SessionRequest&) = delete;
 
-    ~SessionRequest()
-    {
-        while (!headers.empty()) {
-            Secret::Wipe(headers.extract(headers.begin()).value().second);
-        }
-    }
+    ~SessionRequest() { Secret::Wipe(headers); }
 };
 
 std::string ToJson(const ArraySession::Members& members)

@@ -4,8 +4,6 @@
 #include "base/secret.h"
 #include "common/framework/random_bytes.h"
 
-#include <openssl/crypto.h>
-
 #include <boost/algorithm/hex.hpp>
 
 #include <sys/stat.h>
@@ -99,7 +97,7 @@ bool Generate(std::string& text)
 
 Key::~Key()
 {
-    OPENSSL_cleanse(m_bytes.data(), m_bytes.size());
+    Secret::WipeBytes(m_bytes.data(), m_bytes.size());
 }
 
 KeyResult ReadKey(const std::string& path, Key& key, std::string& problem)

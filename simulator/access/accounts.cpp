@@ -1,5 +1,7 @@
 #include "simulator/access/accounts.h"
 
+#include "base/secret.h"
+
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 
@@ -23,10 +25,9 @@ Accounts::Digest Accounts::DigestOf(const std::string& user, const std::string& 
 {
     // The user's name as salt: equal passwords do not show as equal.
     std::string text = user + '\0' + password;
+    const Secret::ScopedWipe wipeText(text);
     Digest digest{};
-    const int done = EVP_Digest(text.data(), text.size(), digest.data(), nullptr, EVP_sha256(), nullptr);
-    OPENSSL_cleanse(text.data(), text.size());
-    if (done != 1) {
+    if (EVP_Digest(text.data(), text.size(), digest.data(), nullptr, EVP_sha256(), nullptr) != 1) {
         throw std::runtime_error("SHA-256 is not available");
     }
     return digest;

@@ -1,5 +1,7 @@
 #include "simulator/access/sessions.h"
 
+#include "base/secret.h"
+
 #include <openssl/crypto.h>
 #include <openssl/rand.h>
 
@@ -20,11 +22,12 @@ std::string DrawSecret()
     }
     static const char DIGITS[] = "0123456789abcdef";
     std::string text;
+    text.reserve(2 * SECRET_BYTES); // no shorter piece of it stays behind
     for (const unsigned char byte : bytes) {
         text += DIGITS[byte >> 4];
         text += DIGITS[byte & 15];
     }
-    OPENSSL_cleanse(bytes, sizeof bytes);
+    Secret::WipeBytes(bytes, sizeof bytes);
     return text;
 }
 
@@ -46,8 +49,8 @@ Session::Session(std::uint64_t theNumber, std::string theUser, SteadyTime now)
 
 Session::~Session()
 {
-    OPENSSL_cleanse(token.data(), token.size());
-    OPENSSL_cleanse(cookie.data(), cookie.size());
+    Secret::Wipe(token);
+    Secret::Wipe(cookie);
 }
 
 SessionTable::SessionTable(const SessionLimits& limits, Clock clock)

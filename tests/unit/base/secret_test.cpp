@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -130,6 +131,19 @@ TEST_F(SecretBytesTest, WipeBytesTouchesExactlyItsBytes)
     const Overwrites overwrites;
     Secret::WipeBytes(bytes, 2);
     EXPECT_THAT(overwrites.Passes(), ElementsAre(Pair(bytes, 2U), Pair(bytes, 2U), Pair(bytes, 2U)));
+}
+
+TEST_F(SecretBytesTest, WipeOfPairsOverwritesTheSecondTextOfEach)
+{
+    std::set<std::pair<std::string, std::string>> pairs = {{"a name", "short"}, {"another", std::string(40, 's')}};
+    const std::string& first = pairs.begin()->second;
+    const std::string& last = pairs.rbegin()->second;
+    const auto firstPass = Pair(static_cast<const void*>(first.data()), first.capacity());
+    const auto lastPass = Pair(static_cast<const void*>(last.data()), last.capacity());
+    const Overwrites overwrites;
+    Secret::Wipe(pairs);
+    EXPECT_TRUE(pairs.empty());
+    EXPECT_THAT(overwrites.Passes(), ElementsAre(firstPass, firstPass, firstPass, lastPass, lastPass, lastPass));
 }
 
 TEST_F(SecretBytesTest, ReplaceTakesThePieceOfAnotherText)
