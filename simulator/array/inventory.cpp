@@ -1,6 +1,7 @@
 #include "simulator/array/inventory.h"
 
 #include "simulator/array/kinds.h"
+#include "simulator/array/stable_hash.h"
 
 #include <cstdio>
 
@@ -29,16 +30,6 @@ std::uint64_t LunSectorSize(std::uint64_t lun)
     return lun % LARGE_SECTOR_EVERY == LARGE_SECTOR_EVERY - 1 ? LARGE_SECTOR : SMALL_SECTOR;
 }
 
-// FNV-1a: LUNs of arrays with different serial numbers get different world wide names.
-std::uint64_t Hash(const std::string& text)
-{
-    std::uint64_t hash = 14695981039346656037ULL;
-    for (const char c : text) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
-    return hash;
-}
-
 std::string FormatNumber(const char* format, std::uint64_t number)
 {
     char text[32];
@@ -50,7 +41,7 @@ std::string FormatNumber(const char* format, std::uint64_t number)
 
 Inventory::Inventory(ArrayShape shape)
     : m_shape(std::move(shape))
-    , m_serialHash(Hash(m_shape.serial))
+    , m_serialHash(StableHash(m_shape.serial))
     , m_consumed(m_shape.pools, 0)
 {
     for (std::uint64_t lun = 0; lun < m_shape.luns && m_shape.pools > 0; ++lun) {

@@ -42,7 +42,7 @@ private:
     std::uint64_t PoolOf(std::uint64_t lun) const noexcept { return lun % m_shape.pools; }
 
     ArrayShape m_shape;
-    std::uint64_t m_serialHash;
+    std::uint64_t m_serialHash; ///< gives the LUNs of arrays with different serial numbers different world wide names
     std::vector<std::uint64_t> m_consumed; ///< bytes by pool
 };
 

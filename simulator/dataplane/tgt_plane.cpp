@@ -1,6 +1,7 @@
 #include "simulator/dataplane/tgt_plane.h"
 
 #include "base/printable_text.h"
+#include "simulator/array/stable_hash.h"
 #include "simulator/dataplane/first_failure.h"
 
 #include <algorithm>
@@ -11,15 +12,11 @@ namespace ZavSim {
 
 namespace {
 
-// FNV-1a of the initiator's name: the target keeps its name over a restart, so that node records stay good.
+// The target keeps its name over a restart, so that node records stay good.
 std::string NameFor(const std::string& address, const std::string& initiator)
 {
-    std::uint64_t hash = 14695981039346656037ULL;
-    for (const char c : initiator) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
     char text[17];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(StableHash(initiator)));
     return TargetName(address) + ":" + text;
 }
 
