@@ -65,7 +65,6 @@ public:
     const IdSet& MembersOf(Kind container, const std::string& containerId, Kind member) const;
     const IdSet& ContainersOf(Kind member, const std::string& memberId, Kind container) const;
 
-    std::uint64_t LunTotal() const noexcept { return m_lunCount; }
     std::uint64_t LunCount() const noexcept { return m_lunCount - m_deletedLuns.size(); }
 
     /// The LUNs at places begin … end - 1 of the list of those that exist, in ascending order.

@@ -17,8 +17,6 @@ public:
     /// iSCSI, empty for FC.
     LioTarget(Kind initiators, std::string folder, std::string portal);
 
-    Kind Initiators() const noexcept { return m_initiators; }
-
     /// Makes the target; it serves nobody yet.
     void Open() const;
 
