@@ -37,16 +37,13 @@ std::atomic<std::uint64_t> lastConnection{0};
 
 HttpAnswer RefusalOf(const Error& error)
 {
-    HttpAnswer answer;
-    answer.status = 400;
+    int status = 400;
     if (error == http::error::body_limit) {
-        answer.status = 413;
+        status = 413;
     } else if (error == http::error::header_limit) {
-        answer.status = 431;
+        status = 431;
     }
-    answer.contentType = "text/plain";
-    answer.body = error.message() + "\n";
-    return answer;
+    return PlainAnswer(status, error.message());
 }
 
 /// A connection over one kind of stream. What it is doing shows in which operation is under way: there is one at a
