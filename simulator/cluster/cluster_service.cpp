@@ -90,7 +90,7 @@ HttpAnswer ClusterService::Refuse(const HttpRequest& request, const Fault& fault
 
 HttpAnswer ClusterService::Login(const HttpRequest& request)
 {
-    const Json::Value body = request.json.value_or(Json::Value());
+    const Json::Value& body = request.json ? *request.json : Json::Value::nullSingleton(); // it holds a password
     std::string password = RequireText(body, "password");
     const Secret::ScopedWipe wipePassword(password);
     const Session session = m_cluster.Login(RequireText(body, "user_name"), password);
