@@ -2,8 +2,8 @@
 #define ZAVSIM_DATAPLANE_EXPORT_KEEPER_H
 
 #include "simulator/array/array_system.h"
+#include "simulator/dataplane/data_plane.h"
 #include "simulator/dataplane/lun_files.h"
-#include "simulator/options/data_plane_arguments.h"
 
 #include <memory>
 
