@@ -105,13 +105,13 @@ ChildProcess::~ChildProcess()
 void ChildProcess::SignalGroup(int signal) const
 {
     if (m_group > 0) {
-        ::kill(-m_group, signal);
+        Framework::SignalGroup(m_group, signal);
     }
 }
 
 bool ChildProcess::HasGroup() const
 {
-    return m_group > 0 && (::kill(-m_group, 0) == 0 || errno == EPERM);
+    return m_group > 0 && Framework::SignalGroup(m_group, 0);
 }
 
 bool ChildProcess::HasEnded() const

@@ -6,11 +6,14 @@
 #include <chrono>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
 namespace Framework {
+
+/// Sends a signal to all processes of the group that this one may send it to; 0 sends none. Whether the group has any
+/// process, also one that has ended and was not waited for.
+bool SignalGroup(pid_t group, int signal);
 
 /// The process groups of the commands that run now. Any thread may call.
 class CommandGroups {
@@ -37,7 +40,8 @@ public:
     void EndAll(std::chrono::milliseconds grace);
 
 private:
-    std::set<pid_t> Signal(int signal);
+    bool SignalAll(int signal);
+    bool AwaitEnd(std::chrono::milliseconds limit);
 
     std::mutex m_mutex;
     bool m_isEnding = false;               // guarded by m_mutex

@@ -1,4 +1,5 @@
 #include "tests/framework/support/framework_test.h"
+#include "tests/framework/support/probe.h"
 #include "tests/framework/support/shell.h"
 
 #include <signal.h>
@@ -137,6 +138,11 @@ TEST_F(ShellLimitsTest, BackgroundProcessThatWritesWithoutAnEndIsNotWaitedFor)
     ASSERT_FALSE(result.out.empty());
     EXPECT_EQ("y", result.out.front());
     EXPECT_LT(Elapsed(), std::chrono::seconds(30));
+}
+
+TEST_F(ShellLimitsTest, CommandsThatAProgramEndsAreGoneWhenItGoesOn)
+{
+    EXPECT_EQ("gone, none follows\n", RunToEnd({ProbePath(), "shell-ended-commands", InRoot("marker")}).output);
 }
 
 TEST_F(ShellLimitsTest, OutputBeyondTheLimitIsDroppedAndSaid)

@@ -50,6 +50,7 @@ const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
     {"secrets", Probe::Secrets},
     {"secrets-without-cookie", Probe::SecretsWithoutCookie},
     {"shell-closed-descriptors", Probe::ShellClosedDescriptors},
+    {"shell-ended-commands", Probe::ShellEndedCommands},
     {"shell-ignored-children", Probe::ShellIgnoredChildren},
     {"shell-reaped-children", Probe::ShellReapedChildren},
     {"shell-signals", Probe::ShellSignals},

@@ -23,6 +23,7 @@ int ShellIgnoredChildren(const Words& words);
 int ShellReapedChildren(const Words& words);
 int ShellSignals(const Words& words);
 int ShellClosedDescriptors(const Words& words);
+int ShellEndedCommands(const Words& words); ///< MARKER: whether a command that takes no interrupt is gone when ended
 
 } // namespace Probe
 

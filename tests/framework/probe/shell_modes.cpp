@@ -1,12 +1,17 @@
 #include "tests/framework/probe/modes.h"
 
+#include "framework/public/running_commands.h"
 #include "tests/framework/support/shell.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <fstream>
 #include <iostream>
+#include <thread>
 
 namespace {
 
@@ -68,4 +73,23 @@ int Probe::ShellClosedDescriptors(const Words& /*words*/)
     const bool isRight = result.status == 7 && result.out == std::vector<std::string>{"out"} &&
                          result.err == std::vector<std::string>{"err"};
     return isRight ? 0 : 1;
+}
+
+int Probe::ShellEndedCommands(const Words& words)
+{
+    const std::string& marker = words.front(); // receives the group's number once the command is about to stay
+    std::thread running([&marker] {
+        Shell("trap '' INT; echo $$ >?.new; mv ?.new ?; exec sleep 1000", {marker, marker, marker});
+    });
+    pid_t group = 0;
+    while (group == 0) {
+        std::this_thread::yield();
+        std::ifstream(marker) >> group;
+    }
+    OpenFramework::EndRunningCommands(std::chrono::milliseconds(10));
+    const bool isGone = ::kill(-group, 0) != 0 && errno == ESRCH;
+    running.join();
+    const bool isRefused = Shell("echo out").out.empty();
+    std::cout << (isGone ? "gone" : "there") << (isRefused ? ", none follows" : ", one follows") << "\n";
+    return 0;
 }
