@@ -207,6 +207,7 @@ bool EndCheckThread()
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away must not keep the command from logging out
+    std::signal(SIGCHLD, SIG_DFL); // ignored from the start, it would take away how the programs that it runs ended
     ExitCode code = ExitCode::OurFault;
     try {
         code = Main(argc, argv);

@@ -18,6 +18,7 @@ sigset_t BlockEndSignals()
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // a client that hangs up shows as a failed write
+    std::signal(SIGCHLD, SIG_DFL); // ignored from the start, it would take away how tgtadm ended
     return signals;
 }
 

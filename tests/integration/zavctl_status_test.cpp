@@ -328,6 +328,9 @@ TEST_F(ZavctlStatusTest, DrawingIsMadeByGraphviz)
     EXPECT_EQ(0, drawn.status) << drawn.errors;
     EXPECT_THAT(drawn.output, StartsWith("<?xml"));
     EXPECT_THAT(drawn.output, HasSubstr(">LUN 3</text>"));
+    Process::Arguments fromAnother = {"env", "--ignore-signal=CHLD"}; // a parent that ignores its children's ends
+    fromAnother.insert(fromAnother.end(), command.begin(), command.end());
+    EXPECT_EQ(drawn.output, RunToEnd(fromAnother).output);
 }
 
 TEST_F(ZavctlStatusTest, PagesAndDrawingsHoldNoTextAsItCame)

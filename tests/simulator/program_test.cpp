@@ -9,6 +9,8 @@
 #include <boost/asio/ip/tcp.hpp>
 
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 
@@ -55,6 +57,19 @@ TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnBothSignals)
                                                   "authority .*/ca\\.pem\\)\nzavsim: listening on "
                                                   "http://\\[::1\\]:[0-9]+\n"));
     }
+}
+
+TEST_F(ProgramTest, KnowsHowTgtadmEndedWhoeverStartedIt)
+{
+    folder.Write("tools/tgtadm", "#!/bin/sh\n"); // of a daemon that has no targets, and takes all
+    std::filesystem::permissions(folder.File("tools/tgtadm"), std::filesystem::perms::owner_all);
+    Process zavsim({"env", "--ignore-signal=CHLD", ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen",
+                    "http://127.0.0.1:0", "--service", "127.0.0.5", "--data-plane", "tgt", "--data-dir",
+                    folder.File("data"), "--tgt-socket", folder.File("control.1")},
+                   {"PATH=" + folder.File("tools") + ":" + std::getenv("PATH")});
+    zavsim.AwaitOutput("listening");
+    zavsim.Signal(SIGTERM);
+    EXPECT_EQ(0, zavsim.Finish().status);
 }
 
 TEST_F(ProgramTest, ServesWithTheOptionsGiven)
