@@ -7,6 +7,7 @@
 #include <exception>
 #include <iostream>
 #include <regex>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -19,6 +20,21 @@ Topics AllTopics()
         all.insert(all.end(), some.begin(), some.end());
     }
     return all;
+}
+
+Topics MatchingTopics(const std::string& pattern)
+{
+    const std::regex wanted(pattern);
+    Topics matching;
+    for (const Topic& topic : AllTopics()) {
+        if (std::regex_search(topic.name, wanted)) {
+            matching.push_back(topic);
+        }
+    }
+    if (matching.empty()) {
+        throw std::runtime_error("no topic's name matches '" + pattern + "'");
+    }
+    return matching;
 }
 
 // Google Benchmark's own arguments: a side's repetitions are not run in one go, but in turn with the others'.
@@ -41,17 +57,15 @@ int main(int argc, char** argv)
             return 2;
         }
         const Accepted accepted(argv[1]);
-        const std::regex pattern(argc == 4 ? argv[3] : "");
         InitialiseInTurn(argv[0]);
         const Stage& stage = Stage::Get();
+        const Topics topics = MatchingTopics(argc == 4 ? argv[3] : "");
         Report report(accepted);
-        for (const Topic& topic : AllTopics()) {
-            if (std::regex_search(topic.name, pattern)) {
-                stage.SetLogLevel(topic.logLevel);
-                const Medians first = Compare(topic);
-                // The machine may have been busy: what fails is measured once more, and that counts.
-                report.Add(topic, report.Passes(topic, first) ? first : Compare(topic));
-            }
+        for (const Topic& topic : topics) {
+            stage.SetLogLevel(topic.logLevel);
+            const Medians first = Compare(topic);
+            // The machine may have been busy: what fails is measured once more, and that counts.
+            report.Add(topic, report.Passes(topic, first) ? first : Compare(topic));
         }
         report.PrintGrowth();
         report.Write(argv[2]);
