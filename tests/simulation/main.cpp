@@ -13,9 +13,11 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -204,6 +206,10 @@ int Search(const Options& options, const World::Wishes& wishes)
             std::cout << std::flush;
             ::_exit(0);
         }
+        if (pid == -1) { // those that run come to their end
+            std::cerr << "simulation: a worker cannot be started: " << std::strerror(errno) << "\n";
+            break;
+        }
         workers.push_back(pid);
     }
     bool areWhole = true;
@@ -218,6 +224,11 @@ int Search(const Options& options, const World::Wishes& wishes)
               << " a second\n";
     if (!areWhole) {
         std::cerr << "simulation: a worker died\n";
+    }
+    const bool hasEndedAtFirst = options.endsAtFirst && counts.broken != 0;
+    if (counts.played != options.count && !hasEndedAtFirst) {
+        std::cerr << "simulation: not all schedules were played\n";
+        areWhole = false;
     }
     return areWhole && counts.broken == 0 ? 0 : 1;
 }
