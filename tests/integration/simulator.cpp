@@ -45,6 +45,11 @@ void Simulator::ClearFaults() const
     Admin("DELETE", "faults");
 }
 
+void Simulator::AwaitFaultsHit() const
+{
+    WaitUntil("each fault to hit", [this] { return Admin("GET", "faults").empty(); });
+}
+
 void Simulator::EndSessions() const
 {
     Admin("DELETE", "sessions");

@@ -29,6 +29,10 @@ public:
     void ClearJournal() const;
     void AddFault(const std::string& json) const;
     void ClearFaults() const;
+
+    /// Waits until each fault has hit as often as it is to. One that goes on for ever never has.
+    void AwaitFaultsHit() const;
+
     void EndSessions() const;
     std::size_t SessionCount() const;
 

@@ -146,11 +146,7 @@ TEST_F(ZavctlServiceTest, StopInTheMiddleOfARoundIsToldToo)
     const auto zavctl = StartService(EnvironmentFileOf(array), "1");
     m_socket.ReceiveUntil("READY=1");
     array.AddFault(R"({"kind": "silent", "method": "GET", "target": "/hostgroup/"})");
-    array.ClearJournal();
-    WaitUntil("the round", [&] {
-        const std::vector<std::string> requests = array.Requests();
-        return !requests.empty() && requests.back().rfind("GET hostgroup/", 0) == 0;
-    });
+    array.AwaitFaultsHit();
     zavctl->Signal(SIGTERM);
     m_socket.ReceiveUntil("STOPPING=1");
     EXPECT_EQ(128 + SIGTERM, zavctl->Wait());
