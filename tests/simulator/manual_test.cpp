@@ -94,7 +94,9 @@ TEST(ManualTest, FaultsAreThoseOfTheManual)
 
 TEST(ManualTest, OptionsAreThoseOfTheProgram)
 {
-    const std::string help = RunToEnd({ZAVSIM_PROGRAM, "--help"}).output;
+    const Base::ProgramResult outcome = RunToEnd({ZAVSIM_PROGRAM, "--help"});
+    EXPECT_EQ(0, outcome.status);
+    const std::string& help = outcome.output;
     std::set<std::string> offered;
     const std::regex option("--[a-z-]+");
     for (std::sregex_iterator each(help.begin(), help.end(), option), end; each != end; ++each) {

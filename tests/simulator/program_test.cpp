@@ -295,17 +295,5 @@ TEST_F(ProgramTest, StateSurvivesTheEndByForce)
     EXPECT_EQ("kept", client.Get("host/1").Data()["NAME"].asString());
 }
 
-TEST_F(ProgramTest, HelpTellsEveryOption)
-{
-    const Base::ProgramResult help = RunToEnd({ZAVSIM_PROGRAM, "--help"});
-    EXPECT_EQ(0, help.status);
-    for (const char* const option :
-         {"--listen", "--service", "--luns", "--pools", "--serial", "--product-mode", "--user", "--password-file",
-          "--ca", "--state", "--session-limit", "--session-idle", "--connections", "--journal", "--fc-online", "--seed",
-          "--fault", "--reuse-ids"}) {
-        EXPECT_THAT(help.output, HasSubstr(option));
-    }
-}
-
 } // namespace
 } // namespace ZavSimTest
