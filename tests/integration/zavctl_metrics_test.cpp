@@ -112,20 +112,32 @@ TEST_F(ZavctlMetricsTest, EnvironmentThatCannotBeReadIsAFailureOfAll)
 
 TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
 {
-    const Array& array = StartArray();
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)};
+    const Array& array = StartArray(options);
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
+    WriteText(env, boost::replace_all_copy(ReadText(env), ", \"" + Address(1) + "\"", "")); // which is the test's own
     const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
     Await("prepared", env, 1);
     EXPECT_EQ(1, Read().Value("product_storage_watch_interval_seconds"));
     AwaitRounds(2);
+
+    array.SetListening(0, false);
+    Await("unprepared", env, 1, {{"cause", "unreachable"}});
+    EXPECT_EQ(0, Of(Read(), "prepared", env));
+    array.SetListening(0, true);
+    Await("unprepared", env, 0, {{"cause", "unreachable"}});
+    EXPECT_EQ(1, Of(Read(), "prepared", env));
+    EXPECT_LE(1, Of(Read(), "failures_total", env, {{"cause", "unreachable"}}));
+    EXPECT_EQ(0, Of(Read(), "rebuilds_total", env));
 
     array.DeleteBehindBack("mappingview", array.Ids("mappingview").at(0));
     Await("rebuilds_total", env, 1);
     EXPECT_EQ(1, Of(Read(), "prepared", env));
 
     zavctl->Signal(SIGTERM);
-    zavctl->Wait();
+    EXPECT_EQ(0, zavctl->Wait());
     EXPECT_EQ(1, Of(Read(), "prepared", env)) << "the last round's stays";
 }
 
@@ -191,7 +203,10 @@ TEST_F(ZavctlMetricsTest, FileIsOnlyWrittenWhereItIsAskedFor)
 {
     const Array& array = StartArray();
     StartTargets(array.Options().serviceIps);
-    const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array), "--metrics", ""});
+    const std::string env = EnvironmentFileOf(array);
+    EXPECT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    const Base::ProgramResult outcome = RunZavctl({"init", "--env", env, "--metrics", ""});
+    EXPECT_TRUE(boost::filesystem::is_empty(Directory() + "/metrics"));
     EXPECT_EQ(2, outcome.status);
     EXPECT_THAT(outcome.errors, HasSubstr("--metrics: names no file"));
 }
