@@ -183,10 +183,14 @@ TEST_F(BadInputTest, TwoArraysWithOneDeviceIdAreNamedAndPrepared)
     const Array& other = StartArray(options);
     StartTargets({one.Options().serviceIps.at(0), other.Options().serviceIps.at(0)});
     const Base::ProgramResult twins = RunZavctl({"init", "--env", envOfOne, "--env", EnvironmentFileOf(other)});
+    EXPECT_EQ(0, twins.status);
+    EXPECT_EQ(1U, one.Ids("mappingview").size());
+    EXPECT_EQ(1U, other.Ids("mappingview").size());
     EXPECT_THAT(twins.errors,
                 HasSubstr("warning: the arrays of " + envOfOne + " (" + one.Url() + ") and " +
                           EnvironmentFileOf(other) + " (" + other.Url() + ") have one device id, 210twins"));
     const Base::ProgramResult same = RunZavctl({"init", "--env", envOfOne, "--env", envOfOne});
+    EXPECT_EQ(0, same.status);
     EXPECT_THAT(same.errors, Not(HasSubstr("warning")));
 }
 
