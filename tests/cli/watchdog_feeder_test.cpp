@@ -29,6 +29,19 @@ protected:
         unsetenv("WATCHDOG_USEC");
     }
 
+    /// Lets as much time pass as another feeder takes to feed five times.
+    void LetIntervalsPass() const
+    {
+        const NotifySocket socket(m_folder.File("another"));
+        setenv("NOTIFY_SOCKET", socket.Address().c_str(), 1);
+        const Base::ServiceManager manager;
+        WatchdogFeeder feeder(manager);
+        feeder.Promise(std::chrono::hours(1), "a pause");
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_EQ("WATCHDOG=1", socket.Receive());
+        }
+    }
+
     const TemporaryFolder m_folder;
     const NotifySocket m_socket{m_folder.File("notify")};
 };
@@ -48,6 +61,7 @@ TEST_F(WatchdogFeederTest, NothingIsToldBeforeAnythingIsPromised)
     const Base::ServiceManager manager;
     {
         const WatchdogFeeder feeder(manager);
+        LetIntervalsPass();
     }
     manager.Tell("END");
     EXPECT_EQ("END", m_socket.Receive());
@@ -61,6 +75,7 @@ TEST_F(WatchdogFeederTest, WorkThatHangsIsToldOnceAndFedNoMore)
         WatchdogFeeder feeder(manager);
         feeder.Promise(std::chrono::milliseconds(0), "a round");
         EXPECT_THAT(m_socket.Receive(), StartsWith("STATUS=this watch hangs: a round takes longer than it may"));
+        LetIntervalsPass();
     }
     manager.Tell("END");
     EXPECT_EQ("END", m_socket.Receive());
