@@ -65,7 +65,11 @@ class Array:
         log = self.folder / "zavsim.log"
         with log.open("w") as output:
             self.process = subprocess.Popen(self.command, stdout=output, stderr=subprocess.STDOUT)
-        until("zavsim listens", lambda: self.page in log.read_text())
+        try:
+            until("zavsim listens", lambda: self.page in log.read_text())
+        except BaseException: # nobody else could end it
+            self.end()
+            raise
         self.session = {}
 
     def send(self, method, path, body=None, headers=None):
