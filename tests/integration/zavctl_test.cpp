@@ -1,7 +1,5 @@
 #include "tests/integration/stage.h"
 
-#include <json/reader.h>
-
 #include <gmock/gmock.h>
 
 #include <boost/algorithm/string/classification.hpp>
@@ -23,15 +21,6 @@ using ::testing::StartsWith;
 namespace fs = boost::filesystem;
 
 namespace {
-
-Json::Value ParseJson(const std::string& text)
-{
-    Json::Value value;
-    std::string errors;
-    std::istringstream stream(text);
-    EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors)) << errors << text;
-    return value;
-}
 
 class ZavctlTest : public Stage {};
 
@@ -62,7 +51,7 @@ TEST_F(ZavctlTest, InitOfSeveralEnvironmentsPrintsAColumnOrObjectEach)
     const Base::ProgramResult outcome =
         RunZavctl({"init", "--env", EnvironmentFileOf(first), "--env", EnvironmentFileOf(second), "-o", "json"});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
-    const Json::Value answer = ParseJson(outcome.output);
+    const Json::Value answer = ParseJsonText(outcome.output);
     EXPECT_EQ("zavctl/1", answer["schema"].asString());
     EXPECT_FALSE(answer.isMember("errors"));
     const Json::Value& arrays = answer["arrays"];
@@ -84,7 +73,7 @@ TEST_F(ZavctlTest, InitOfSeveralEnvironmentsDoesAllThatItCan)
         const Base::ProgramResult outcome = RunZavctl({"init", "--env", order[0], "--env", order[1], "-o", "json"});
         EXPECT_EQ(3, outcome.status);
         EXPECT_THAT(outcome.errors, HasSubstr("(libcurl 7)\nzavctl: remedy: nothing listens there"));
-        const Json::Value answer = ParseJson(outcome.output);
+        const Json::Value answer = ParseJsonText(outcome.output);
         ASSERT_EQ(1U, answer["arrays"].size());
         EXPECT_EQ(good.Options().serial, answer["arrays"][0]["device_key"].asString());
         ASSERT_EQ(1U, answer["errors"].size());
@@ -96,7 +85,7 @@ TEST_F(ZavctlTest, FailureIsToldAsJsonToWhoeverWantsJson)
 {
     const Base::ProgramResult outcome = RunZavctl({"inventory", "--env", "/no/such.json", "-o", "json"});
     EXPECT_EQ(7, outcome.status);
-    const Json::Value answer = ParseJson(outcome.output);
+    const Json::Value answer = ParseJsonText(outcome.output);
     EXPECT_EQ("zavctl/1", answer["schema"].asString());
     EXPECT_EQ("environment /no/such.json: No such file or directory", answer["error"]["cause"].asString());
     EXPECT_THAT(answer["error"]["remedy"].asString(), HasSubstr("name a file that is there"));
@@ -271,7 +260,7 @@ TEST_F(ZavctlTest, InventoryPrintsSystemPortsPoolsAndEveryLun)
 
     const Base::ProgramResult json = RunZavctl({"inventory", "--env", EnvironmentFileOf(array), "-o", "json"});
     ASSERT_EQ(0, json.status) << json.errors;
-    const Json::Value inventory = ParseJson(json.output);
+    const Json::Value inventory = ParseJsonText(json.output);
     EXPECT_EQ(3U, inventory["pools"].size());
     ASSERT_EQ(1234U, inventory["luns"].size());
     for (Json::ArrayIndex i = 1; i < inventory["luns"].size(); ++i) {
@@ -406,7 +395,7 @@ TEST_F(ZavctlTest, CleanupLeavesTheRecordsOfOtherArraysInTheFile)
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
     ASSERT_EQ(0, cleanup.status) << cleanup.errors;
-    const Json::Value records = ParseJson(ReadText(ZavctlRecordPath(array)));
+    const Json::Value records = ParseJsonText(ReadText(ZavctlRecordPath(array)));
     EXPECT_THAT(records.getMemberNames(), ElementsAre("another array"));
     EXPECT_EQ("12", records["another array"]["HOSTID"].asString());
 }
