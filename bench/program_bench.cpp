@@ -75,10 +75,9 @@ constexpr const char* NODE_PORT = "21000024ff000001"; // of the node's one FC ad
 const SimulatedArray& ArrayOfPreparedNode()
 {
     static const std::unique_ptr<SimulatedArray> array = [] {
-        const std::string cat = Stage::Get().Folder() + "/bin/cat";
-        WriteText(cat, std::string("#!/bin/sh\ncase $1 in\n    /sys/class/fc_host/*) echo 0x") + NODE_PORT +
-                           " ;;\n    *) echo InitiatorName=iqn.2020-01.local.node:01 ;;\nesac\n");
-        fs::permissions(cat, fs::perms::owner_all);
+        WriteProgram(Stage::Get().Folder() + "/bin/cat",
+                     std::string("case $1 in\n    /sys/class/fc_host/*) echo 0x") + NODE_PORT +
+                         " ;;\n    *) echo InitiatorName=iqn.2020-01.local.node:01 ;;\nesac\n");
         auto started = Stage::Get().StartArray(1, {"--service", "127.0.0.1", "--fc-online", NODE_PORT});
         RunChild({Zavctl(), "init", "--env", Stage::Get().EnvironmentFileOf(*started)});
         return started;

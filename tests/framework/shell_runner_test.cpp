@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -116,8 +115,7 @@ TEST_F(ShellRunnerTest, ToolsSpeakTheLanguageTheyAreReadIn)
 
 TEST_F(ShellRunnerTest, ConfiguredFoldersAreSearchedFirst)
 {
-    WriteText(InRoot("tools/cat"), "#!/bin/sh\necho own cat\n");
-    std::filesystem::permissions(InRoot("tools/cat"), std::filesystem::perms::owner_all);
+    WriteProgram(InRoot("tools/cat"), "echo own cat\n");
     Configure({{"Shell", {{"Path", "no_such_folder:tools"}}}});
     EXPECT_THAT(Shell("cat /dev/null; true").out, ElementsAre("own cat"));
     EXPECT_THAT(Shell("echo \"$PATH\"").out,

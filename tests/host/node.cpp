@@ -78,7 +78,5 @@ std::vector<std::string> Node::Run(const std::string& command)
 
 void Node::MakeProgram(const std::string& name, const std::string& script) const
 {
-    const std::string path = m_folder.File("bin/" + name);
-    WriteText(path, "#!/bin/sh\n" + script);
-    fs::permissions(path, fs::owner_all);
+    WriteProgram(m_folder.File("bin/" + name), script);
 }

@@ -1,8 +1,6 @@
 #include "tests/integration/failure_stage.h"
 #include "tests/support/slowness.h"
 
-#include <boost/filesystem/operations.hpp>
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -82,9 +80,7 @@ void FailureStage::Change(const std::string& file, const std::string& from, cons
 
 void FailureStage::MakeCommand(const std::string& name, const std::string& script) const
 {
-    const std::string path = Directory() + "/node/bin/" + name;
-    WriteText(path, "#!/bin/sh\n" + script);
-    boost::filesystem::permissions(path, boost::filesystem::owner_all);
+    WriteProgram(Directory() + "/node/bin/" + name, script);
 }
 
 void FailureStage::AwaitRequest(const Array& array, const std::string& start)

@@ -32,12 +32,6 @@ std::string ProgramFolder()
     return fs::read_symlink("/proc/self/exe").parent_path().string();
 }
 
-void MakeScript(const std::string& path, const std::string& content)
-{
-    WriteText(path, content);
-    fs::permissions(path, fs::owner_all);
-}
-
 } // namespace
 
 std::string ProgramPath(const std::string& name)
@@ -252,9 +246,9 @@ void Stage::MakeNode() const
     SetInitiatorFile("## DO NOT EDIT OR REMOVE THIS FILE!\nInitiatorName=" + std::string(NODE_IQN) + "\n");
     WriteText(m_folder.File("node/unix_sockets"),
               "0000000000000000: 00000002 00000000 00010000 0001 01 20480 @ISCSIADM_ABSTRACT_NAMESPACE\n");
-    MakeScript(m_folder.File("node/bin/iscsid"), "#!/bin/sh\necho 'iscsid version 2.1.8'\n");
+    WriteProgram(m_folder.File("node/bin/iscsid"), "echo 'iscsid version 2.1.8'\n");
     for (const std::string name : {"cat", "ls", "stat"}) {
-        MakeScript(m_folder.File("node/bin/" + name), "#!/bin/sh\nnode='" + Directory() + "/node'\n" + R"(
+        WriteProgram(m_folder.File("node/bin/" + name), "node='" + Directory() + "/node'\n" + R"(
 for word do
     shift
     case $word in

@@ -176,8 +176,7 @@ TEST_F(ZavctlDoctorBundleTest, LogThatIsADeviceIsNotRead)
 
 TEST_F(ZavctlDoctorBundleTest, ToolThatHangsKeepsNoBundleFromBeingMade)
 {
-    WriteText(Directory() + "/node/bin/iscsiadm", "#!/bin/sh\nexec sleep 60\n");
-    ASSERT_EQ(0, ::chmod((Directory() + "/node/bin/iscsiadm").c_str(), 0700));
+    WriteProgram(Directory() + "/node/bin/iscsiadm", "exec sleep 60\n");
     EXPECT_EQ(8, Pack().status);
     EXPECT_THAT(Packed("versions.txt"),
                 AllOf(HasSubstr("\n$ uname -srvm\nLinux "), HasSubstr("\n$ iscsiadm --version\nno end within 5 s\n"),

@@ -110,8 +110,7 @@ public:
 
     void MakeProgram(const std::string& name, const std::string& script) const
     {
-        WriteText(Node(name), "#!/bin/sh\n" + script + "\n");
-        fs::permissions(Node(name), fs::owner_all);
+        WriteProgram(Node(name), script + "\n");
     }
 
     static void CutEndOfLine(const std::string& file)

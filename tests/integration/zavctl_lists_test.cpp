@@ -221,9 +221,7 @@ TEST_F(ZavctlListsTest, NodeTellsWhatItIsAndAsksNoArray)
 {
     SetFcPorts({"0x2100001122334455"});
     for (const std::string program : {"iscsiadm", "iscsid"}) {
-        const std::string path = Directory() + "/node/bin/" + program;
-        WriteText(path, "#!/bin/sh\necho " + program + " version 7.1.8-rc\n");
-        boost::filesystem::permissions(path, boost::filesystem::owner_all);
+        WriteProgram(Directory() + "/node/bin/" + program, "echo " + program + " version 7.1.8-rc\n");
     }
     m_array.ClearJournal();
     const Base::ProgramResult node = RunZavctl({"node"});

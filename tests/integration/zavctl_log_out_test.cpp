@@ -2,13 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include <boost/filesystem/operations.hpp>
-
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-namespace fs = boost::filesystem;
 
 namespace {
 
@@ -36,13 +32,12 @@ protected:
     /// From now on iscsiadm does not tell the sessions, once or always.
     void LoseSessions(bool isOnce) const
     {
-        const std::string path = Directory() + "/node/bin/iscsiadm";
         const std::string lost = Directory() + "/lost";
         WriteText(lost, "");
-        WriteText(path, "#!/bin/sh\nif [ \"$*\" = '-m session' ] && " + std::string(isOnce ? "rm " : "cat ") + lost +
-                            " 2>/dev/null; then\n  echo 'iscsiadm: database busy' >&2\n  exit 10\nfi\nexec " +
-                            ProgramPath("node/iscsiadm") + " \"$@\"\n");
-        fs::permissions(path, fs::owner_all);
+        WriteProgram(Directory() + "/node/bin/iscsiadm",
+                     "if [ \"$*\" = '-m session' ] && " + std::string(isOnce ? "rm " : "cat ") + lost +
+                         " 2>/dev/null; then\n  echo 'iscsiadm: database busy' >&2\n  exit 10\nfi\nexec " +
+                         ProgramPath("node/iscsiadm") + " \"$@\"\n");
     }
 
     std::string Journal() const { return ReadText(ProductPath("conf/san-journal")); }

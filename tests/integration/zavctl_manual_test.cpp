@@ -155,9 +155,7 @@ protected:
     /// A node with a command of its own in front of the stage's.
     void MakeNode(const std::string& name, const std::string& command, const std::string& script) const
     {
-        const std::string path = Directory() + "/" + name + "/" + command;
-        WriteText(path, "#!/bin/sh\n" + script + "\n");
-        boost::filesystem::permissions(path, boost::filesystem::owner_all);
+        WriteProgram(Directory() + "/" + name + "/" + command, script + "\n");
         MakeConfiguration(name + ".ini", "Path = ", "Path = " + Directory() + "/" + name + ":");
     }
 

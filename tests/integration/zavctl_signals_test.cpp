@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <boost/filesystem/operations.hpp>
-
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -51,12 +49,7 @@ protected:
                "\nzavctl: remedy: run the command again; it goes on from what was done\n";
     }
 
-    void MakeIscsiadm(const std::string& script) const
-    {
-        const std::string path = Directory() + "/node/bin/iscsiadm";
-        WriteText(path, "#!/bin/sh\n" + script);
-        boost::filesystem::permissions(path, boost::filesystem::owner_all);
-    }
+    void MakeIscsiadm(const std::string& script) const { WriteProgram(Directory() + "/node/bin/iscsiadm", script); }
 };
 
 TEST_F(ZavctlSignalsTest, SignalInTheLoginEndsItAtOnce)

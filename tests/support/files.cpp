@@ -26,6 +26,12 @@ void WriteText(const std::string& path, const std::string& text)
     }
 }
 
+void WriteProgram(const std::string& path, const std::string& script)
+{
+    WriteText(path, "#!/bin/sh\n" + script);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+}
+
 TemporaryFolder::TemporaryFolder()
     : m_path((std::filesystem::temp_directory_path() / "product-storage-test-XXXXXX").string())
 {

@@ -9,6 +9,9 @@ std::string ReadText(const std::string& path);
 /// Writes a file in place, with the directories above it. Throws std::runtime_error when it cannot.
 void WriteText(const std::string& path, const std::string& text);
 
+/// Writes a program that sh runs, in the same way; `script` is what follows its first line.
+void WriteProgram(const std::string& path, const std::string& script);
+
 /// A new empty folder, removed with all that is in it.
 class TemporaryFolder {
 public:
