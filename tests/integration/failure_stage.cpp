@@ -7,7 +7,6 @@
 #include <chrono>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
 
 namespace {
 
@@ -66,16 +65,6 @@ void FailureStage::RunWithoutRightsOverFiles()
     if (::geteuid() == 0) {
         RunBehind({"setpriv", "--bounding-set=-dac_override,-dac_read_search"});
     }
-}
-
-void FailureStage::Change(const std::string& file, const std::string& from, const std::string& to)
-{
-    std::string text = ReadText(file);
-    const std::size_t place = text.find(from);
-    if (place == std::string::npos) {
-        throw std::runtime_error(file + " has no " + from);
-    }
-    WriteText(file, text.replace(place, from.size(), to));
 }
 
 void FailureStage::MakeCommand(const std::string& name, const std::string& script) const

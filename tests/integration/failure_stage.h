@@ -32,9 +32,6 @@ protected:
     /// Without the rights that root has over files of anybody.
     void RunWithoutRightsOverFiles();
 
-    /// An environment file in which a piece of text is another.
-    static void Change(const std::string& file, const std::string& from, const std::string& to);
-
     /// An executable for the node's commands, which is found before the stand-in.
     void MakeCommand(const std::string& name, const std::string& script) const;
 

@@ -169,6 +169,16 @@ std::string Stage::EnvironmentFileOf(const Array& array) const
     return path;
 }
 
+void Stage::Change(const std::string& file, const std::string& from, const std::string& to)
+{
+    std::string text = ReadText(file);
+    const std::size_t place = text.find(from);
+    if (place == std::string::npos) {
+        throw std::runtime_error(file + " has no " + from);
+    }
+    WriteText(file, text.replace(place, from.size(), to));
+}
+
 void Stage::SetFcPorts(const std::vector<std::string>& portNames) const
 {
     const fs::path folder = fs::path(Directory()) / "node/fc_host";

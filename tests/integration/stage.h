@@ -51,6 +51,10 @@ protected:
     /// The same in a file, for zavctl.
     std::string EnvironmentFileOf(const Array& array) const;
 
+    /// Lets a piece of an environment file's text be another. Throws std::runtime_error when the file has no such
+    /// piece.
+    static void Change(const std::string& file, const std::string& from, const std::string& to);
+
     /// The password as an environment has it.
     std::string EncryptedPassword() const;
 

@@ -120,12 +120,7 @@ public:
         WriteText(file, text.substr(0, text.size() - 1));
     }
 
-    void ChangeEnv(const std::string& from, const std::string& to) const
-    {
-        const std::string text = ReadText(m_env);
-        ASSERT_THAT(text, HasSubstr(from));
-        WriteText(m_env, boost::replace_all_copy(text, from, to));
-    }
+    void ChangeEnv(const std::string& from, const std::string& to) const { Change(m_env, from, to); }
 
     /// An iSCSI initiator that another machine has, on the host of this node.
     void PutStrangerOnHost() const

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include <sys/stat.h>
@@ -86,7 +85,7 @@ TEST_F(ZavctlMetricsTest, OneOfTwoArraysThatFailsIsToldWithItsCause)
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     const std::string other = EnvironmentFileOf(StartArray());
-    WriteText(other, boost::replace_all_copy(ReadText(other), "\"admin\"", "\"nobody\""));
+    Change(other, "\"admin\"", "\"nobody\"");
     EXPECT_EQ(3, RunZavctl({"init", "--env", env, "--env", other, "--metrics", Path()}).status);
     const ExpositionReader metrics = Read();
     EXPECT_EQ(1, Of(metrics, "prepared", env));
@@ -117,7 +116,7 @@ TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
     const Array& array = StartArray(options);
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
-    WriteText(env, boost::replace_all_copy(ReadText(env), ", \"" + Address(1) + "\"", "")); // which is the test's own
+    Change(env, ", \"" + Address(1) + "\"", ""); // which is the test's own
     const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
     Await("prepared", env, 1);
     EXPECT_EQ(1, Read().Value("product_storage_watch_interval_seconds"));
@@ -147,7 +146,7 @@ TEST_F(ZavctlMetricsTest, WatchTellsARefusedLoginUntilItIsPutRight)
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
-    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    Change(env, "\"admin\"", "\"nobody\"");
     const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
     Await("unprepared", env, 1, {{"cause", "login_refused"}});
     WriteText(env, right);

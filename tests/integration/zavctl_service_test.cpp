@@ -90,7 +90,7 @@ TEST_F(ZavctlServiceTest, ReadyIsToldBehindTheFirstRoundWhateverCameOfIt)
     const Array& array = StartArray(options);
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
-    WriteText(env, boost::replace_all_copy(ReadText(env), ", \"" + Address(1) + "\"", "")); // which is the test's own
+    Change(env, ", \"" + Address(1) + "\"", ""); // which is the test's own
     array.SetListening(0, false);
     const auto zavctl = StartService(env, "1");
     EXPECT_EQ("EXTEND_TIMEOUT_USEC=900000000", m_socket.ReceiveUntil("EXTEND_TIMEOUT_USEC=900000000"))
@@ -112,7 +112,7 @@ TEST_F(ZavctlServiceTest, WatchWhoseLoginWasRefusedIsReadySoThatNobodyStartsItAn
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
-    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    Change(env, "\"admin\"", "\"nobody\"");
     const auto zavctl = StartService(env, "1");
     EXPECT_THAT(m_socket.ReceiveUntil("READY=1"), HasSubstr("STATUS=prepared on 0 of 1 arrays; "));
     WriteText(env, right);

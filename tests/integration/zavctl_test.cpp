@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/replace.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/filesystem/operations.hpp>
 
@@ -171,7 +170,7 @@ TEST_F(ZavctlTest, WatchGoesOnWithTheOthersWhileOneRefusesItsLogin)
     StartTargets({good.Options().serviceIps[0], other.Options().serviceIps[0]});
     const std::string env = EnvironmentFileOf(other);
     const std::string right = ReadText(env);
-    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    Change(env, "\"admin\"", "\"nobody\"");
     const std::unique_ptr<Process> zavctl =
         StartZavctl({"init", "--env", EnvironmentFileOf(good), "--env", env, "--watch", "1"});
     zavctl->AwaitError("waiting for another environment or configuration");
@@ -196,7 +195,7 @@ TEST_F(ZavctlTest, WatchWaitsForAnEnvironmentThatIsBeingWritten)
     StartTargets(array.Options().serviceIps);
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
-    WriteText(env, boost::replace_all_copy(right, "\"admin\"", "\"nobody\""));
+    Change(env, "\"admin\"", "\"nobody\"");
     const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
     zavctl->AwaitError("waiting for another environment or configuration");
     WriteText(env, "");
