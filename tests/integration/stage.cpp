@@ -191,6 +191,13 @@ void Stage::SetFcPorts(const std::vector<std::string>& portNames) const
     }
 }
 
+void Stage::SetFcPort(const Array& array, const std::string& state, bool isSeenByTheArray) const
+{
+    SetFcPorts({std::string("0x") + WWPN});
+    WriteText(m_folder.File("node/fc_host/host0/port_state"), state + "\n");
+    array.SetFcPortOnline(WWPN, isSeenByTheArray);
+}
+
 void Stage::SetInitiatorFile(const std::string& content) const
 {
     WriteText(m_folder.File("node/initiatorname.iscsi"), content);

@@ -28,6 +28,7 @@ class Stage : public ::testing::Test {
 protected:
     static constexpr const char* NODE_IQN = "iqn.2020-01.local.node:01";
     static constexpr const char* PASSWORD = "zavsim-admin";
+    static constexpr const char* WWPN = "2100000000000001"; ///< of the node's FC port, where it has one
 
     Stage();
     ~Stage() override;
@@ -60,6 +61,10 @@ protected:
 
     /// The node has these FC port names from now on, as sysfs tells them.
     void SetFcPorts(const std::vector<std::string>& portNames) const;
+
+    /// The node has one FC port from now on, in this state, and the array sees it or not.
+    void SetFcPort(const Array& array, const std::string& state, bool isSeenByTheArray) const;
+
     void SetInitiatorFile(const std::string& content) const;
 
     /// Rewrites the configuration with "section.key" set to a value each; nothing else of the stage's changes.

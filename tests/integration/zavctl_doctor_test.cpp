@@ -36,8 +36,6 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-constexpr const char* WWPN = "2100000000000001";
-
 /// A node whose programs and files are the test's, prepared on an array with two management addresses and a service
 /// address, and the programs that an administrator has: those that change what a container must not are stand-ins.
 class DoctorStage : public Stage {
@@ -137,9 +135,7 @@ public:
 
     void PlantFcPort(const std::string& state, bool isSeenByTheArray) const
     {
-        SetFcPorts({std::string("0x") + WWPN});
-        WriteText(Node("fc_host/host0/port_state"), state + "\n");
-        m_array->SetFcPortOnline(WWPN, isSeenByTheArray);
+        SetFcPort(*m_array, state, isSeenByTheArray);
     }
 
     void RegisterFcPort() const
@@ -791,8 +787,7 @@ TEST_F(ZavctlDoctorTest, AddressesOfAnArrayThatIsReachedByFcNeedNoSession)
     options.serviceIps = {Address(8), Address(9)};
     const Array& array = StartArray(options);
     StartTargets(options.serviceIps);
-    SetFcPorts({std::string("0x") + WWPN});
-    array.SetFcPortOnline(WWPN, true);
+    SetFcPort(array, "Online", true);
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     EXPECT_EQ("all well\n", RunZavctl({"doctor", "--env", env}).output);

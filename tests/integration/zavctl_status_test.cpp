@@ -15,7 +15,6 @@ using ::testing::StartsWith;
 
 namespace {
 
-constexpr const char* WWPN = "2100000000000001";
 constexpr int FIRST_OF_TWO = 10; // service addresses of another array
 
 /// How a node hangs on its array, looked at from both ends.
@@ -45,13 +44,6 @@ protected:
         const Base::ProgramResult init = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
         EXPECT_EQ(0, init.status) << init.errors;
         return array;
-    }
-
-    void PlugFcPort(const std::string& state, bool isSeenByTheArray) const
-    {
-        SetFcPorts({std::string("0x") + WWPN});
-        WriteText(Directory() + "/node/fc_host/host0/port_state", state + "\n");
-        m_array.SetFcPortOnline(WWPN, isSeenByTheArray);
     }
 
     Base::ProgramResult Status(const std::string& form) { return RunZavctl({"status", "--env", m_env, "-o", form}); }
@@ -177,7 +169,7 @@ TEST_F(ZavctlStatusTest, AddressWithoutASessionIsMissedWhereNoneStands)
 
 TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoSession)
 {
-    PlugFcPort("Online", true);
+    SetFcPort(m_array, "Online", true);
     Prepare();
     const Base::ProgramResult status = Status("table");
     EXPECT_EQ(0, status.status) << status.errors;
@@ -186,14 +178,14 @@ TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoSession)
 
 TEST_F(ZavctlStatusTest, FcPortIsToldAsTheKernelAndTheArrayHaveIt)
 {
-    PlugFcPort("Online", true);
+    SetFcPort(m_array, "Online", true);
     Prepare();
     const std::string port = std::string("├─ FC initiator ") + WWPN;
     const Base::ProgramResult online = Status("table");
     EXPECT_EQ(0, online.status) << online.errors;
     EXPECT_THAT(online.output, HasSubstr(port + "  Online here, on host 1\n"));
 
-    PlugFcPort("Linkdown", false);
+    SetFcPort(m_array, "Linkdown", false);
     const Base::ProgramResult offline = Status("table");
     EXPECT_EQ(10, offline.status) << "no path is left";
     EXPECT_THAT(offline.output,
@@ -203,7 +195,7 @@ TEST_F(ZavctlStatusTest, FcPortIsToldAsTheKernelAndTheArrayHaveIt)
 TEST_F(ZavctlStatusTest, FcPortThatTheArrayDoesNotHaveIsNotDownThere)
 {
     Prepare();
-    PlugFcPort("Linkdown", false);
+    SetFcPort(m_array, "Linkdown", false);
     const Base::ProgramResult status = Status("table");
     EXPECT_EQ(0, status.status) << status.errors;
     EXPECT_THAT(status.output,
