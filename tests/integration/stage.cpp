@@ -104,6 +104,13 @@ Array& Stage::StartArray(ArrayOptions options)
     return *m_arrays.back();
 }
 
+Array& Stage::StartServedArray(const ArrayOptions& options)
+{
+    Array& array = StartArray(options);
+    StartTargets(array.Options().serviceIps);
+    return array;
+}
+
 Cluster& Stage::StartCluster(ClusterOptions options)
 {
     constexpr int FIRST_ADDRESS = 12;

@@ -40,6 +40,9 @@ protected:
     /// other test uses. Lives as long as the test.
     Array& StartArray(ArrayOptions options = {});
 
+    /// The same with a target on each of its service addresses.
+    Array& StartServedArray(const ArrayOptions& options = {});
+
     /// A cluster with two addresses, unless told otherwise. Lives as long as the test.
     Cluster& StartCluster(ClusterOptions options = {});
 

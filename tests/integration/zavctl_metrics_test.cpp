@@ -50,8 +50,7 @@ protected:
 
 TEST_F(ZavctlMetricsTest, OneInitTellsWhatItCameTo)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::time_t before = std::time(nullptr);
     const mode_t mask = ::umask(077);
@@ -81,8 +80,7 @@ TEST_F(ZavctlMetricsTest, OneInitTellsWhatItCameTo)
 
 TEST_F(ZavctlMetricsTest, OneOfTwoArraysThatFailsIsToldWithItsCause)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::string other = EnvironmentFileOf(StartArray());
     Change(other, "\"admin\"", "\"nobody\"");
@@ -113,8 +111,7 @@ TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
 {
     ArrayOptions options;
     options.managementIps = {Address(0), Address(1)};
-    const Array& array = StartArray(options);
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray(options);
     const std::string env = EnvironmentFileOf(array);
     Change(env, ", \"" + Address(1) + "\"", ""); // which is the test's own
     const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1", "--metrics", Path()});
@@ -142,8 +139,7 @@ TEST_F(ZavctlMetricsTest, WatchTellsEachRoundLossRecoveryAndRebuild)
 
 TEST_F(ZavctlMetricsTest, WatchTellsARefusedLoginUntilItIsPutRight)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
     Change(env, "\"admin\"", "\"nobody\"");
@@ -159,8 +155,7 @@ TEST_F(ZavctlMetricsTest, WatchTellsARefusedLoginUntilItIsPutRight)
 
 TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string folder = Directory() + "/gone";
     const std::string path = folder + "/product_storage.prom";
     const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1", "--metrics", path});
@@ -188,8 +183,7 @@ TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
 
 TEST_F(ZavctlMetricsTest, NothingButAFileIsReplaced)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     ASSERT_EQ(0, ::mkfifo(Path().c_str(), 0600));
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array), "--metrics", Path()});
     EXPECT_EQ(0, outcome.status);
@@ -200,8 +194,7 @@ TEST_F(ZavctlMetricsTest, NothingButAFileIsReplaced)
 
 TEST_F(ZavctlMetricsTest, FileIsOnlyWrittenWhereItIsAskedFor)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     EXPECT_EQ(0, RunZavctl({"init", "--env", env}).status);
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", env, "--metrics", ""});

@@ -87,8 +87,7 @@ TEST_F(ZavctlServiceTest, ReadyIsToldBehindTheFirstRoundWhateverCameOfIt)
 {
     ArrayOptions options;
     options.managementIps = {Address(0), Address(1)};
-    const Array& array = StartArray(options);
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray(options);
     const std::string env = EnvironmentFileOf(array);
     Change(env, ", \"" + Address(1) + "\"", ""); // which is the test's own
     array.SetListening(0, false);
@@ -108,8 +107,7 @@ TEST_F(ZavctlServiceTest, ReadyIsToldBehindTheFirstRoundWhateverCameOfIt)
 
 TEST_F(ZavctlServiceTest, WatchWhoseLoginWasRefusedIsReadySoThatNobodyStartsItAnew)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
     Change(env, "\"admin\"", "\"nobody\"");
@@ -128,8 +126,7 @@ TEST_F(ZavctlServiceTest, WatchWhoseLoginWasRefusedIsReadySoThatNobodyStartsItAn
 
 TEST_F(ZavctlServiceTest, WatchdogIsFedWhileTheWatchPauses)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const auto zavctl = StartService(EnvironmentFileOf(array), "3600", "20000");
     m_socket.ReceiveUntil("READY=1");
     for (int i = 0; i < 20; ++i) {
@@ -141,8 +138,7 @@ TEST_F(ZavctlServiceTest, WatchdogIsFedWhileTheWatchPauses)
 
 TEST_F(ZavctlServiceTest, StopInTheMiddleOfARoundIsToldToo)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const auto zavctl = StartService(EnvironmentFileOf(array), "1");
     m_socket.ReceiveUntil("READY=1");
     array.AddFault(R"({"kind": "silent", "method": "GET", "target": "/hostgroup/"})");
@@ -159,8 +155,7 @@ TEST_F(ZavctlServiceTest, EachLineOfTheJournalStandsForItself)
     options.serviceIps = {Address(8)};
     options.serial = "21service" + std::to_string(::getpid());
     options.further = {"--state", Directory() + "/state.json"};
-    Array& array = StartArray(options);
-    StartTargets(array.Options().serviceIps);
+    Array& array = StartServedArray(options);
     const std::string env = EnvironmentFileOf(array);
     const std::vector<std::string> lines = JournalOf(array, [&](const auto& await) {
         await("mapping view 1");
@@ -190,8 +185,7 @@ TEST_F(ZavctlServiceTest, EachLineOfTheJournalStandsForItself)
 
 TEST_F(ZavctlServiceTest, StandardErrorThatIsElsewhereReadsAsAlways)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const Base::ProgramResult outcome = RunToEnd({ProductPath("bin/zavctl"), "init", "--env", EnvironmentFileOf(array)},
                                                  {"JOURNAL_STREAM=1:2", "NOTIFY_SOCKET=" + m_socket.Address()});
     EXPECT_EQ(0, outcome.status);

@@ -25,8 +25,7 @@ class ZavctlTest : public Stage {};
 
 TEST_F(ZavctlTest, InitPrintsTheNineFieldsAsATable)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
     ASSERT_EQ(0, outcome.status) << outcome.errors;
     std::vector<std::string> titles;
@@ -93,8 +92,7 @@ TEST_F(ZavctlTest, FailureIsToldAsJsonToWhoeverWantsJson)
 
 TEST_F(ZavctlTest, CauseIsWhatTheArraySaidFirstOfAll)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     array.AddFault(R"({"kind": "code", "code": 1090519046, "description": "the name is in use", "method": "POST", )"
                    R"("target": "mappingview$", "count": 0})");
     const Base::ProgramResult outcome = RunZavctl({"init", "--env", EnvironmentFileOf(array)});
@@ -108,8 +106,7 @@ TEST_F(ZavctlTest, WatchSurvivesAnArrayThatIsDownAtItsStartAndTellsLossAndRecove
 {
     ArrayOptions options;
     options.managementIps = {Address(0), Address(1)}; // the second is for the test alone
-    const Array& array = StartArray(options);
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray(options);
     const std::string env = EnvironmentFileOf(array);
     const std::string text = ReadText(env);
     const std::string second = ", \"" + Address(1) + "\"";
@@ -128,8 +125,7 @@ TEST_F(ZavctlTest, WatchSurvivesAnArrayThatIsDownAtItsStartAndTellsLossAndRecove
 
 TEST_F(ZavctlTest, WatchDoesNotRepeatARefusedLoginAsItIs)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
     std::string wrong = right;
@@ -191,8 +187,7 @@ TEST_F(ZavctlTest, WatchGoesOnWithTheOthersWhileOneRefusesItsLogin)
 
 TEST_F(ZavctlTest, WatchWaitsForAnEnvironmentThatIsBeingWritten)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     const std::string right = ReadText(env);
     Change(env, "\"admin\"", "\"nobody\"");
@@ -213,8 +208,7 @@ TEST_F(ZavctlTest, WatchWaitsForAnEnvironmentThatIsBeingWritten)
 
 TEST_F(ZavctlTest, WatchPreparesTheNodeAnewWhenAnObjectIsGoneAndStopsOnSignal)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
     zavctl->AwaitLine("MAPPING VIEW NAME");
     const std::string firstView = array.Ids("mappingview").at(0);
@@ -234,8 +228,7 @@ TEST_F(ZavctlTest, WatchPreparesTheNodeAnewWhenAnObjectIsGoneAndStopsOnSignal)
 
 TEST_F(ZavctlTest, WatchLogsInAnewAfterTheArrayDroppedTheSession)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::unique_ptr<Process> zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "1"});
     zavctl->AwaitLine("MAPPING VIEW NAME");
     array.EndSessions();
@@ -326,8 +319,7 @@ TEST_F(ZavctlTest, VerbosityMayStandBehindTheCommand)
 
 TEST_F(ZavctlTest, DryCleanupTellsAndChangesNothing)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     array.ClearJournal();
@@ -342,8 +334,7 @@ TEST_F(ZavctlTest, DryCleanupTellsAndChangesNothing)
 
 TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env});
@@ -360,8 +351,7 @@ TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
 
 TEST_F(ZavctlTest, CleanupKeepsAHostThatASecondInitFoundUnlessItIsToldToRemoveIt)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
@@ -372,8 +362,7 @@ TEST_F(ZavctlTest, CleanupKeepsAHostThatASecondInitFoundUnlessItIsToldToRemoveIt
 
 TEST_F(ZavctlTest, CleanupLeavesAHostThatASecondInitFound)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
@@ -387,8 +376,7 @@ TEST_F(ZavctlTest, CleanupLeavesAHostThatASecondInitFound)
 
 TEST_F(ZavctlTest, CleanupLeavesTheRecordsOfOtherArraysInTheFile)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     WriteText(ZavctlRecordPath(array), R"({"another array": {"HOSTID": "12"}})");
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
@@ -401,8 +389,7 @@ TEST_F(ZavctlTest, CleanupLeavesTheRecordsOfOtherArraysInTheFile)
 
 TEST_F(ZavctlTest, CleanupKeepsTheRecordOfWhatItCouldNotRemove)
 {
-    const Array& array = StartArray();
-    StartTargets(array.Options().serviceIps);
+    const Array& array = StartServedArray();
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     const std::string record = ReadText(ZavctlRecordPath(array));
