@@ -1,15 +1,15 @@
-#include "cli/commands.h"
+#include "cli/commands/commands.h"
 
+#include "cli/array/environment_file.h"
+#include "cli/commands/options.h"
+#include "cli/console/explanation.h"
+#include "cli/console/failure.h"
+#include "cli/console/farewell.h"
+#include "cli/console/report.h"
+#include "cli/console/within.h"
 #include "cli/doctor/bundle.h"
 #include "cli/doctor/probes.h"
 #include "cli/doctor/report_json.h"
-#include "cli/environment_file.h"
-#include "cli/explanation.h"
-#include "cli/failure.h"
-#include "cli/farewell.h"
-#include "cli/options.h"
-#include "cli/report.h"
-#include "cli/within.h"
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
 #include "framework/public/running_commands.h"
 #endif
@@ -31,7 +31,7 @@ using Doctor::Told;
 
 constexpr std::chrono::milliseconds TIME_TO_WAIT{4700}; // of a probe for another; less than a probe may take
 constexpr std::chrono::milliseconds TIME_TO_LEAVE{700}; // for a logout that nobody answers
-constexpr std::chrono::milliseconds GRACE_OF_COMMANDS{100};
+constexpr std::chrono::milliseconds GRACE_OF_QUESTIONS{100};
 
 struct DoctorOptions {
     std::string environmentPath;
@@ -88,7 +88,7 @@ public:
     {
         if (DoesAnyGoOn()) {
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
-            OpenFramework::EndRunningCommands(GRACE_OF_COMMANDS);
+            OpenFramework::EndRunningCommands(GRACE_OF_QUESTIONS);
 #endif
             Farewell::SayAll(TIME_TO_LEAVE);
             // Behind the farewell nobody may destroy a login any more: one holder stays, within reach, to the end.

@@ -1,10 +1,10 @@
 #include "cli/doctor/environment_edits.h"
 
 #include "base/files.h"
-#include "cli/environment_check.h"
-#include "cli/environment_file.h"
-#include "cli/node_key.h"
-#include "cli/node_shell.h"
+#include "cli/array/environment_check.h"
+#include "cli/array/environment_file.h"
+#include "cli/node/node_key.h"
+#include "cli/node/node_shell.h"
 #include "common/framework/config_reader.h"
 
 #include <boost/algorithm/string/classification.hpp>

@@ -1,9 +1,9 @@
+#include "cli/array/environment_check.h"
+#include "cli/array/environment_file.h"
+#include "cli/console/remedies.h"
 #include "cli/doctor/environment_edits.h"
 #include "cli/doctor/probes.h"
-#include "cli/environment_check.h"
-#include "cli/environment_file.h"
-#include "cli/node_key.h"
-#include "cli/remedies.h"
+#include "cli/node/node_key.h"
 
 namespace Doctor {
 

@@ -1,7 +1,7 @@
 #ifndef PRODUCT_STORAGE_CLI_DOCTOR_FINDING_H
 #define PRODUCT_STORAGE_CLI_DOCTOR_FINDING_H
 
-#include "cli/exit_code.h"
+#include "cli/console/exit_code.h"
 
 #include <string>
 #include <vector>

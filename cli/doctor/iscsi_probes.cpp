@@ -1,6 +1,6 @@
 #include "cli/doctor/probes.h"
-#include "cli/node_initiators.h"
-#include "cli/node_shell.h"
+#include "cli/node/node_initiators.h"
+#include "cli/node/node_shell.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,7 @@
 #include "cli/doctor/logins.h"
 
 #include "base/secret.h"
-#include "cli/failure.h"
+#include "cli/console/failure.h"
 #include "common/environment.h"
 #include "common/framework/security.h"
 #include "common/result_codes.h"

@@ -1,8 +1,8 @@
 #ifndef PRODUCT_STORAGE_CLI_DOCTOR_LOGINS_H
 #define PRODUCT_STORAGE_CLI_DOCTOR_LOGINS_H
 
-#include "cli/array_login.h"
-#include "cli/exit_code.h"
+#include "cli/array/array_login.h"
+#include "cli/console/exit_code.h"
 
 #include <chrono>
 #include <condition_variable>

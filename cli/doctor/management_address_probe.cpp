@@ -1,8 +1,8 @@
 #include "base/host_port.h"
+#include "cli/console/remedies.h"
 #include "cli/doctor/environment_edits.h"
 #include "cli/doctor/probes.h"
 #include "cli/doctor/server_look.h"
-#include "cli/remedies.h"
 #include "common/environment.h"
 
 #include <array>

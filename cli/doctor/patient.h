@@ -1,8 +1,8 @@
 #ifndef PRODUCT_STORAGE_CLI_DOCTOR_PATIENT_H
 #define PRODUCT_STORAGE_CLI_DOCTOR_PATIENT_H
 
+#include "cli/array/environment_file.h"
 #include "cli/doctor/logins.h"
-#include "cli/environment_file.h"
 #include "common/framework/product_messages.pb.h"
 
 #include <memory>

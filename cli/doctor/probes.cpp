@@ -1,9 +1,9 @@
 #include "cli/doctor/probes.h"
 
-#include "cli/explanation.h"
-#include "cli/failure.h"
-#include "cli/log_tail.h"
-#include "cli/within.h"
+#include "cli/console/explanation.h"
+#include "cli/console/failure.h"
+#include "cli/console/log_tail.h"
+#include "cli/console/within.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "cli/doctor/report_json.h"
 
-#include "cli/report.h"
+#include "cli/console/report.h"
 
 namespace Doctor {
 

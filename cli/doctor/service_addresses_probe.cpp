@@ -1,6 +1,6 @@
 #include "base/host_port.h"
 #include "cli/doctor/probes.h"
-#include "cli/iscsi_sessions.h"
+#include "cli/node/iscsi_sessions.h"
 #include "common/framework/http_client.h"
 
 #include <algorithm>

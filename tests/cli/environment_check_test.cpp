@@ -1,6 +1,6 @@
-#include "cli/environment_check.h"
+#include "cli/array/environment_check.h"
 
-#include "cli/environment_file.h"
+#include "cli/array/environment_file.h"
 #include "tests/support/named_row.h"
 
 #include <google/protobuf/util/json_util.h>

@@ -1,4 +1,4 @@
-#include "cli/kernel_file.h"
+#include "cli/node/kernel_file.h"
 #include "tests/support/files.h"
 
 #include <gmock/gmock.h>

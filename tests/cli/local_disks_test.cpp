@@ -1,4 +1,4 @@
-#include "cli/local_disks.h"
+#include "cli/node/local_disks.h"
 #include "tests/support/files.h"
 
 #include <gmock/gmock.h>

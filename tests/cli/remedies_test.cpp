@@ -1,4 +1,4 @@
-#include "cli/remedies.h"
+#include "cli/console/remedies.h"
 #include "simulator/array/codes.h"
 #include "simulator/cluster/cluster_codes.h"
 #include "tests/support/files.h"
@@ -64,7 +64,7 @@ TEST(RemediesTest, EachCodeOfTheSimulatorsHasOne)
 TEST(RemediesTest, EachExitCodeOfAFailureHasOneOfItsOwn)
 {
     std::map<std::string, std::string> names;
-    const auto codes = NumbersIn(Header("cli/exit_code.h"));
+    const auto codes = NumbersIn(Header("cli/console/exit_code.h"));
     ASSERT_GT(codes.size(), 10U);
     for (const auto& [name, code] : codes) {
         if (code != 0) {

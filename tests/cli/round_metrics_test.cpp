@@ -1,4 +1,4 @@
-#include "cli/round_metrics.h"
+#include "cli/watch/round_metrics.h"
 #include "tests/support/exposition_reader.h"
 
 #include <gmock/gmock.h>

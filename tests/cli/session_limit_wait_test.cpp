@@ -1,4 +1,4 @@
-#include "cli/session_limit_wait.h"
+#include "cli/array/session_limit_wait.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "cli/watchdog_feeder.h"
+#include "cli/watch/watchdog_feeder.h"
 
-#include "cli/report.h"
+#include "cli/console/report.h"
 #include "tests/support/files.h"
 #include "tests/support/notify_socket.h"
 

@@ -1,7 +1,7 @@
 // Parts of the system that are left out when the simulation is to show that it would miss them. The linker sends all
 // calls of these operations here.
 
-#include "cli/mapping_chain.h"
+#include "cli/preparation/mapping_chain.h"
 #include "framework/san/array_session.h"
 #include "tests/simulation/process.h"
 

@@ -3,9 +3,9 @@
 
 #include "tests/simulation/process.h"
 
-#include "cli/commands.h"
-#include "cli/failure.h"
-#include "cli/report.h"
+#include "cli/commands/commands.h"
+#include "cli/console/failure.h"
+#include "cli/console/report.h"
 #include "disklib/zav_storage_disk_lib.h"
 
 #include <CLI/Config.hpp>

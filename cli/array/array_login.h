@@ -1,0 +1,53 @@
+#ifndef PRODUCT_STORAGE_CLI_ARRAY_ARRAY_LOGIN_H
+#define PRODUCT_STORAGE_CLI_ARRAY_ARRAY_LOGIN_H
+
+#include "base/secret.h"
+#include "cli/console/exit_code.h"
+#include "cli/console/farewell.h"
+#include "common/framework/product_messages.pb.h"
+#include "common/records.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <atomic>
+#include <string>
+
+class ZavRestApi;
+
+/// What a login ends with that the array answered with `code`, or that got no answer. An answer that can be read and is
+/// no session is a refusal of user and password, unless it is known to be about something else. What passes by itself
+/// must not be that: a watch waits for another environment then.
+ExitCode ExitCodeOfLogin(int code);
+
+/// A login into an environment's array for the length of a command: logged out, and its password wiped, at the end.
+class ArrayLogin {
+public:
+    /// Logs in and says where. Throws Failure when no management address takes the login; `name` names the environment.
+    ArrayLogin(const std::string& name, const EnvironmentPath& env);
+    ArrayLogin(const ArrayLogin&) = delete;
+    ArrayLogin& operator=(const ArrayLogin&) = delete;
+    ~ArrayLogin();
+
+    /// The id under which the array's record is kept.
+    const std::string& DeviceId() const noexcept { return m_deviceId; }
+    const Zav::DeviceInfo& Device() const noexcept { return m_device; }
+
+    /// The session, from the library's cache. Hold it no longer than needed: one that is held never expires.
+    boost::shared_ptr<ZavRestApi> Api() const;
+
+private:
+    enum class State { LoggedOut, LoggingIn, LoggedIn, LoggingOut, Ended };
+
+    boost::shared_ptr<ZavRestApi> LogIn(const std::string& name, const EnvironmentPath& env);
+    void ReadDevice(const std::string& name, ZavRestApi& api);
+    void LogOut();
+    void LogOutAtTheEnd();
+
+    Zav::DeviceInfo m_device;
+    const Secret::ScopedWipe m_wipePassword{m_device.password};
+    std::string m_deviceId;
+    std::atomic<State> m_state = State::LoggedOut;
+    const Farewell m_farewell{[this] { LogOutAtTheEnd(); }}; // last: it uses the others
+};
+
+#endif

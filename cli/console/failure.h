@@ -1,0 +1,48 @@
+#ifndef PRODUCT_STORAGE_CLI_CONSOLE_FAILURE_H
+#define PRODUCT_STORAGE_CLI_CONSOLE_FAILURE_H
+
+#include "cli/console/exit_code.h"
+
+#include <stdexcept>
+#include <string>
+
+/// Ends a command: the text names what failed and where, and is printed behind "zavctl: ".
+class Failure : public std::runtime_error {
+public:
+    Failure(ExitCode code, const std::string& text)
+        : std::runtime_error(text)
+        , m_code(code)
+    {
+    }
+
+    /// Of an operation of the library that tells no more than that it failed: why is in what it logged. Where that says
+    /// more than `code` being Refused, it counts.
+    static Failure OfLibrary(const std::string& text, ExitCode code = ExitCode::Refused)
+    {
+        Failure failure(code, text);
+        failure.m_isCauseLogged = true;
+        return failure;
+    }
+
+    /// Of a login that came to nothing at several addresses: `text` tells of the first, the library logged the others.
+    static Failure OfLogin(const std::string& text, ExitCode code)
+    {
+        Failure failure(code, text);
+        failure.m_areOthersLogged = true;
+        return failure;
+    }
+
+    ExitCode Code() const noexcept { return m_code; }
+    bool IsCauseLogged() const noexcept { return m_isCauseLogged; }
+    bool AreOthersLogged() const noexcept { return m_areOthersLogged; }
+
+private:
+    ExitCode m_code;
+    bool m_isCauseLogged = false;
+    bool m_areOthersLogged = false;
+};
+
+/// What a failed request adds to its cause: ": text (code)", without a code that says nothing more than the text.
+std::string ReasonOf(const std::string& errorText, int requestCode);
+
+#endif

@@ -1,0 +1,122 @@
+#include "cli/preparation/preparation.h"
+
+#include "cli/console/failure.h"
+#include "cli/console/report.h"
+#include "cli/node/node_lock.h"
+#include "cli/preparation/host_adoption.h"
+#include "cli/preparation/leftovers.h"
+#include "cli/preparation/mapping_chain.h"
+#include "cli/preparation/node_check.h"
+#include "cli/record/device_record.h"
+#include "cli/record/own_sessions.h"
+#include "cli/record/provenance.h"
+#include "cli/record/record_correction.h"
+#include "disklib/zav_storage_disk_lib.h"
+
+namespace Preparation {
+
+namespace {
+
+// What earlier runs left behind goes, as long as nobody uses it. The node is prepared whatever becomes of it.
+void RemoveIdleLeftovers(const ArrayLogin& login)
+{
+    try {
+        Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message());
+        for (const Leftovers::Object& object : leftovers.Objects()) {
+            const std::string naming = object.Naming();
+            if (object.inUse.empty()) {
+                leftovers.Remove(object);
+                Report::Step("removed what an earlier run left: " + naming);
+            } else {
+                Report::Tell("left by an earlier run, and in use: " + naming + ": " + object.inUse.front() +
+                             "; zavctl tidy takes it apart");
+            }
+        }
+    } catch (const Failure& failure) {
+        Report::Tell(failure.what());
+    }
+}
+
+// What the library made is in `info`, also where the node is not rightly prepared.
+void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
+{
+    const ArrayLogin& login = *target.login;
+    NodeCheck::RequireUsableRecord(login);
+    RequireHostToUse(login, wishes.adopts);
+    const Provenance provenance(login.DeviceId());
+    const bool isDone = [&] {
+        const OwnSessions::Begin sessions(login);
+        return ZavStorageDiskLib::GetInstance()->Init(target.env, info);
+    }();
+    const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
+    try {
+        if (!isDone) {
+            throw Failure::OfLibrary(target.name + ": this node could not be prepared on " + login.Device().url);
+        }
+        CorrectRecord(login);
+        MappingChain(login, DeviceRecord(login.DeviceId()).Message()).MendOrFail();
+        NodeCheck::RequireConnectedNode(login);
+    } catch (const Failure&) {
+        RemoveIdleLeftovers(login); // what was made, and not recorded because it failed, is not left to pile up
+        throw;
+    }
+    provenance.Tell(wishes.tellsUnchanged);
+    RemoveIdleLeftovers(login);
+}
+
+template <typename Work>
+void Try(const Target& target, LogTail& log, Outcome& outcome, const Work& work)
+{
+    const Report::About about(target.name);
+    log.Take(); // of what went before
+    try {
+        work();
+    } catch (const Failure& failure) {
+        outcome.failures.emplace(&target, Explain(failure, log.Take()));
+    }
+}
+
+} // namespace
+
+ExitCode Outcome::Code(std::size_t targets) const
+{
+    return failures.empty()             ? ExitCode::Done
+           : failures.size() == targets ? failures.begin()->second.exit
+                                        : ExitCode::Partly;
+}
+
+Outcome LogIntoAll(std::vector<Target>& targets, LogTail& log)
+{
+    Outcome outcome;
+    for (Target& target : targets) {
+        if (target.refusal) {
+            outcome.failures.emplace(&target, *target.refusal);
+        } else if (target.login == nullptr) {
+            Try(target, log, outcome,
+                [&target] { target.login = std::make_unique<ArrayLogin>(target.name, target.env); });
+        }
+    }
+    return outcome;
+}
+
+void PrepareAll(const std::vector<Target>& targets, const Wishes& wishes, LogTail& log, Outcome& outcome)
+{
+    for (const Target& target : targets) {
+        if (target.login != nullptr && !target.refusal) {
+            Try(target, log, outcome, [&] {
+                ZavMapInfo info;
+                try {
+                    Prepare(target, wishes, info);
+                } catch (const Failure& failure) {
+                    if (failure.Code() == ExitCode::Drift) {
+                        outcome.infos.push_back(info);
+                    }
+                    throw;
+                }
+                outcome.infos.push_back(info);
+            });
+        }
+    }
+}
+
+} // namespace Preparation
