@@ -204,7 +204,7 @@ TEST_F(ZavctlStatusTest, FcPortThatTheArrayDoesNotHaveIsNotDownThere)
 
 TEST_F(ZavctlStatusTest, FcPortOfWhichTheArrayDoesNotSayWhetherItSeesItIsNotToldAsDown)
 {
-    PlugFcPort("Online", true);
+    SetFcPort(m_array, "Online", true);
     Prepare();
     const std::string port = std::string("fc_initiator/") + WWPN;
     const auto ending = [&](const char* command, const std::string& letThrough) {
