@@ -34,7 +34,7 @@ using Substitutions = std::vector<Substitution>;
 // match is long, is sure to bear, nothing is tried, and no command comes of it.
 std::string Changed(const Patient& patient, const Substitutions& substitutions)
 {
-    constexpr std::size_t LONGEST_LINE = 16384;
+    constexpr std::size_t LONGEST_LINE = 8192;
     std::vector<std::string> lines;
     boost::split(lines, patient.environmentText, boost::is_any_of("\n"));
     if (std::any_of(lines.begin(), lines.end(), [](const std::string& line) { return line.size() > LONGEST_LINE; })) {
