@@ -43,7 +43,12 @@ bool DeviceOperate::GetHandler(CDeviceManager* manager, CHandler** handler, HAND
         PS_LOG(4) << "devicemanager pointer is null.";
         return false;
     }
-    *handler = manager->GetHandler(type);
+    try {
+        *handler = manager->GetHandler(type);
+    } catch (const std::exception& error) {
+        PS_LOG(4) << "get handler failed. oLib ex:" << error.what();
+        return false;
+    }
     if (*handler == nullptr) {
         PS_LOG(4) << "get handler failed, handler is null.";
         return false;

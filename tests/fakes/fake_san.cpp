@@ -297,6 +297,9 @@ bool FakeSan::Connect(const Connection& connection)
 bool FakeSan::HasHandler(HANDLERTYPE type) const
 {
     const std::lock_guard<std::mutex> guard(m_lock);
+    if (const auto failure = m_failures.find("get handler " + std::to_string(type)); failure != m_failures.end()) {
+        throw SanError(failure->second);
+    }
     return m_missingHandlers.count(type) == 0;
 }
 

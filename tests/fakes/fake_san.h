@@ -15,7 +15,8 @@
 ///
 /// The list's words are also those by which a test makes an operation fail: "create LUN group", "create host",
 /// "create host group", "create mapping view", "create iSCSI initiator", "create FC initiator", "add host",
-/// "add host group", "add LUN group", "add initiator".
+/// "add host group", "add LUN group", "add initiator", and "get handler 3" by the number
+/// of the type, which is not listed.
 class FakeSan {
 public:
     // The ids that created objects get.
@@ -64,6 +65,7 @@ public:
     CDeviceManager* MakeManager(unsigned int mode, unsigned int limit);
     void CountRelease();
     bool Connect(const Connection& connection);
+    /// Throws where it is to fail.
     bool HasHandler(HANDLERTYPE type) const;
     void Perform(const std::string& operation, const std::string& details);
     std::string ParentOf(const std::string& initiatorId) const;

@@ -416,6 +416,17 @@ TEST_F(DeviceSetOperatorInitTest, InitDeviceManagerKeepsAnExceptionOfTheLibraryT
                             "1 begin connect device.", "4 connect device failed.", "4 The cause: no socket left"));
 }
 
+TEST_F(DeviceSetOperatorInitTest, InitDeviceSetGoesOnToTheGroupsWhereTheLibraryThrowsForTheInitiators)
+{
+    HaveIscsiNode();
+    m_san.Fail("get handler 7", "no memory left");
+    EXPECT_TRUE(Init());
+    EXPECT_THAT(LinesOf("InitDeviceSet"),
+                Contains("3 The node's initiators could not be set up. Going on to the groups."));
+    EXPECT_THAT(m_san.Calls(), Contains(StartsWith("create mapping view ")));
+    ExpectManagerReleased();
+}
+
 TEST_F(DeviceSetOperatorInitTest, InitDeviceSetWithoutAHandleFailsAndReleasesNone)
 {
     m_san.HaveNoManager();

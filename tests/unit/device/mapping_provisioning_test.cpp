@@ -48,6 +48,15 @@ TEST_F(DeviceOperateHandlerTest, GetHandlerFailsWhenTheManagerHasNone)
     EXPECT_THAT(LinesOf("GetHandler"), ElementsAre("1 begin get handler.", "4 get handler failed, handler is null."));
 }
 
+TEST_F(DeviceOperateHandlerTest, GetHandlerKeepsAnExceptionOfTheLibraryToItself)
+{
+    m_san.Fail("get handler 3", "no memory left");
+    EXPECT_FALSE(m_device.GetHandler(m_manager, &m_handler, HANDLER_LUN_GROUP));
+    EXPECT_EQ(m_untouched, m_handler);
+    EXPECT_THAT(LinesOf("GetHandler"),
+                ElementsAre("1 begin get handler.", "4 get handler failed. oLib ex:no memory left"));
+}
+
 // One operation of the creation family. All make an object called "name".
 struct CreationRow : NamedRow {
     bool (*create)(DeviceOperate& device, CDeviceManager* manager, std::string& id);
