@@ -122,13 +122,15 @@ bool DeviceSetOperator::InitLockedDeviceSet(const Zav::SessionInfo& session, con
         return true;
     }
     auto device = boost::make_shared<DeviceOperate>();
-    const ManagerHandle handle(GetDeviceManager());
+    ManagerHandle handle(GetDeviceManager());
     CDeviceManager* manager = handle.get();
     SecretSession current(session);
     if (isKnown) {
         TakeNewTexts(*api, current);
     }
     bool result = InitDeviceManager(current, &manager);
+    static_cast<void>(handle.release()); // a derived class may have put another in its place
+    handle.reset(manager);
     if (!result) {
         PS_LOG_AS("InitDeviceSet", 4) << "init device manager failed.";
         return false;

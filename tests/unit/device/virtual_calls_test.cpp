@@ -261,4 +261,30 @@ TEST_F(DeviceSetOperatorVirtualCallsTest, InitDeviceSetConnectsThroughTheSlot)
     EXPECT_EQ(1, m_san.ManagersReleased());
 }
 
+// An operator that works with a handle of its own.
+class ReconnectingOperator : public DeviceSetOperator {
+public:
+    bool InitDeviceManager(const Zav::SessionInfo& /*session*/, CDeviceManager** manager) override
+    {
+        CDeviceManager::releaseInstance(*manager);
+        *manager = m_gives ? GetDeviceManager() : nullptr;
+        return false;
+    }
+
+    bool m_gives = true;
+};
+
+TEST_F(DeviceSetOperatorVirtualCallsTest, InitDeviceSetReleasesTheHandleThatTheSlotPutInPlace)
+{
+    for (const bool gives : {true, false}) {
+        m_san.Clear();
+        ReconnectingOperator reconnecting;
+        reconnecting.m_gives = gives;
+        ZavMapInfo mapInfo;
+        EXPECT_FALSE(reconnecting.InitDeviceSet(Session(), {}, boost::make_shared<FakeArray>(), mapInfo));
+        EXPECT_EQ(gives ? 2 : 1, m_san.ManagersMade());
+        EXPECT_EQ(m_san.ManagersMade(), m_san.ManagersReleased());
+    }
+}
+
 } // namespace
