@@ -70,12 +70,12 @@ void DeviceOperate::UpdateConfigFile(std::string key, const boost::shared_ptr<Za
             hostName = m_deviceMessage.hostName; // what was known of this very host is right still
         }
     }
-    std::map<std::string, std::string> info = {{DeviceKey::HOST_ID, hostId},
-                                               {DeviceKey::HOST_NAME, hostName},
-                                               {DeviceKey::DO_NOT_DELETE_HOST, DeviceWord::NOT}};
+    const DeviceInfoRecord::Object& host = DeviceInfoRecord::ObjectOf(DeviceInfoRecord::Kind::Host);
+    std::map<std::string, std::string> info = {
+        {host.idKey, hostId}, {host.nameKey, hostName}, {DeviceKey::DO_NOT_DELETE_HOST, DeviceWord::NOT}};
     WriteInfoToJson(key, info);
-    m_deviceMessage.hostId = hostId;
-    m_deviceMessage.hostName = hostName;
+    m_deviceMessage.*host.id = hostId;
+    m_deviceMessage.*host.name = hostName;
     m_deviceMessage.doNotDeleteHost = DeviceWord::NOT;
     PS_LOG(1) << "Host Already Exist, No Need To Create. ID: " << hostId << " Name: " << hostName;
 }

@@ -9,11 +9,11 @@
 #include "cli/node/node_lock.h"
 #include "cli/preparation/leftovers.h"
 #include "cli/record/device_record.h"
+#include "cli/record/recorded_objects.h"
 
 #include <boost/algorithm/string/join.hpp>
 
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +28,6 @@ struct TidyOptions {
     bool isDry = false;
 };
 
-constexpr std::array<const ObjectKind*, 4> KINDS = {&MAPPING_VIEW, &HOST_GROUP, &LUN_GROUP, &HOST};
-
 std::string NamingAndUses(const Leftovers::Object& object)
 {
     return object.Naming() + (object.inUse.empty() ? "" : ", which " + boost::join(object.inUse, ", "));
@@ -37,10 +35,11 @@ std::string NamingAndUses(const Leftovers::Object& object)
 
 const ObjectKind* KindOf(const std::string& named)
 {
-    const auto* const kind = std::find_if(KINDS.begin(), KINDS.end(), [&named](const ObjectKind* each) {
-        return named.compare(0, named.find(':'), each->resource) == 0;
+    const auto& kinds = RecordedKinds();
+    const auto* const found = std::find_if(kinds.begin(), kinds.end(), [&named](const RecordedKind& each) {
+        return named.compare(0, named.find(':'), each.kind->resource) == 0;
     });
-    return kind == KINDS.end() || named.find(':') + 1 >= named.size() ? nullptr : *kind;
+    return found == kinds.end() || named.find(':') + 1 >= named.size() ? nullptr : found->kind;
 }
 
 // For the command line: why it names nothing; empty when it does.

@@ -2,6 +2,7 @@
 
 #include "cli/console/failure.h"
 #include "cli/node/node_initiators.h"
+#include "cli/record/recorded_objects.h"
 
 #include <algorithm>
 #include <array>
@@ -14,20 +15,8 @@ namespace {
 constexpr std::string_view GENERATED_PREFIX = "Vendrix_";
 constexpr std::int64_t MAY_STILL_COME = 600; // seconds that a request may be on its way to the array or within it
 
-/// A kind that this node makes, and where the record names its one.
-struct MadeKind {
-    const ObjectKind* kind;
-    std::string DeviceMessage::*id;
-    std::string DeviceMessage::*name;
-};
-
-// In the order in which they can be taken apart.
-const std::array<MadeKind, 4> MADE_KINDS = {{
-    {&MAPPING_VIEW, &DeviceMessage::mapViewId, &DeviceMessage::mapViewName},
-    {&HOST_GROUP, &DeviceMessage::hostGroupId, &DeviceMessage::hostGroupName},
-    {&LUN_GROUP, &DeviceMessage::lunGroupId, &DeviceMessage::lunGroupName},
-    {&HOST, &DeviceMessage::hostId, &DeviceMessage::hostName},
-}};
+// In an order in which they can be taken apart, the host last, as it may stay.
+constexpr std::array<const ObjectKind*, 4> KINDS = {&MAPPING_VIEW, &HOST_GROUP, &LUN_GROUP, &HOST};
 
 } // namespace
 
@@ -54,14 +43,14 @@ Leftovers::Leftovers(const ArrayLogin& login, DeviceMessage record, ArrayObjects
 
 void Leftovers::LookFor(Gone gone)
 {
-    for (const MadeKind& made : MADE_KINDS) {
+    for (const ObjectKind* const kind : KINDS) {
         for (const OwnJournal::Entry& entry : m_entries) {
-            if (entry.kind != made.kind->words || IsRecorded(*made.kind, entry.id, entry.name)) {
+            if (entry.kind != kind->words || IsRecorded(*kind, entry.id, entry.name)) {
                 continue;
             }
             std::string id = entry.id;
             if (id.empty()) { // nobody learned it
-                const auto all = m_array.All(*made.kind);
+                const auto all = m_array.All(*kind);
                 if (!all) {
                     continue; // the array does not list them: the entry stands until it does
                 }
@@ -72,9 +61,9 @@ void Leftovers::LookFor(Gone gone)
                 }
                 id = found == all->end() ? "" : found->id;
             }
-            const auto object = id.empty() ? std::nullopt : m_array.Find(*made.kind, id);
+            const auto object = id.empty() ? std::nullopt : m_array.Find(*kind, id);
             if (object && object->name == entry.name) {
-                m_objects.push_back({made.kind, id, entry.name, UsesOrDoubt(*made.kind, id)});
+                m_objects.push_back({kind, id, entry.name, UsesOrDoubt(*kind, id)});
             } else if (gone == Gone::Forgotten) {
                 OwnJournal::Drop(entry); // gone, or somebody else's since
             }
@@ -84,8 +73,9 @@ void Leftovers::LookFor(Gone gone)
 
 bool Leftovers::IsRecorded(const ObjectKind& kind, const std::string& id, const std::string& name) const
 {
-    return std::any_of(MADE_KINDS.begin(), MADE_KINDS.end(), [&](const MadeKind& made) {
-        return *made.kind == kind && m_record.*made.name == name && (id.empty() || m_record.*made.id == id);
+    return std::any_of(RecordedKinds().begin(), RecordedKinds().end(), [&](const RecordedKind& made) {
+        return *made.kind == kind && m_record.*made.members.name == name &&
+               (id.empty() || m_record.*made.members.id == id);
     });
 }
 
@@ -107,11 +97,10 @@ bool Leftovers::IsMine(const ObjectKind& kind, const std::string& id) const
 std::vector<Leftovers::Object> Leftovers::OfOthers()
 {
     std::vector<Object> others;
-    for (const MadeKind& made : MADE_KINDS) {
-        for (const ArrayObject& each : m_array.Listed(*made.kind)) {
-            const Object object = {made.kind, each.id, each.name, {}};
-            if (each.name.rfind(GENERATED_PREFIX, 0) == 0 && !Has(object) &&
-                !IsRecorded(*made.kind, each.id, each.name)) {
+    for (const ObjectKind* const kind : KINDS) {
+        for (const ArrayObject& each : m_array.Listed(*kind)) {
+            const Object object = {kind, each.id, each.name, {}};
+            if (each.name.rfind(GENERATED_PREFIX, 0) == 0 && !Has(object) && !IsRecorded(*kind, each.id, each.name)) {
                 others.push_back(object);
             }
         }

@@ -5,6 +5,18 @@
 
 #include <vector>
 
+const std::array<RecordedKind, 4>& RecordedKinds()
+{
+    using DeviceInfoRecord::Kind;
+    static const std::array<RecordedKind, 4> kinds = {{
+        {&MAPPING_VIEW, DeviceInfoRecord::ObjectOf(Kind::MapView)},
+        {&HOST_GROUP, DeviceInfoRecord::ObjectOf(Kind::HostGroup)},
+        {&HOST, DeviceInfoRecord::ObjectOf(Kind::Host)},
+        {&LUN_GROUP, DeviceInfoRecord::ObjectOf(Kind::LunGroup)},
+    }};
+    return kinds;
+}
+
 std::set<std::string> RecordedPorts(const DeviceMessage& record)
 {
     std::vector<std::string> pieces;
@@ -16,8 +28,6 @@ std::set<std::string> RecordedPorts(const DeviceMessage& record)
 
 std::array<RecordedObject, 4> RecordedObjects(const DeviceMessage& record)
 {
-    return {{{&MAPPING_VIEW, record.mapViewId, record.mapViewName},
-             {&HOST_GROUP, record.hostGroupId, record.hostGroupName},
-             {&HOST, record.hostId, record.hostName},
-             {&LUN_GROUP, record.lunGroupId, record.lunGroupName}}};
+    const auto& kinds = RecordedKinds();
+    return {kinds[0].In(record), kinds[1].In(record), kinds[2].In(record), kinds[3].In(record)};
 }

@@ -3,6 +3,7 @@
 
 #include "cli/array/array_objects.h"
 #include "common/records.h"
+#include "device/device_info_record.h"
 
 #include <array>
 #include <set>
@@ -18,10 +19,21 @@ struct RecordedObject {
     std::string Naming() const { return kind->Naming(id) + " (" + name + ")"; }
 };
 
+/// A kind that this node makes, and where a record has its one.
+struct RecordedKind {
+    const ObjectKind* kind;
+    const DeviceInfoRecord::Object& members;
+
+    RecordedObject In(const DeviceMessage& record) const { return {kind, record.*members.id, record.*members.name}; }
+};
+
+/// In the order in which they are taken apart: mapping view, host group, host, LUN group.
+const std::array<RecordedKind, 4>& RecordedKinds();
+
 /// The FC port names that a record has.
 std::set<std::string> RecordedPorts(const DeviceMessage& record);
 
-/// In the order in which they are taken apart: mapping view, host group, host, LUN group.
+/// Of each kind, in that order.
 std::array<RecordedObject, 4> RecordedObjects(const DeviceMessage& record);
 
 #endif
