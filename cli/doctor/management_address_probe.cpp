@@ -1,11 +1,11 @@
 #include "base/host_port.h"
+#include "base/utc_text.h"
 #include "cli/console/remedies.h"
 #include "cli/doctor/environment_edits.h"
 #include "cli/doctor/probes.h"
 #include "cli/doctor/server_look.h"
 #include "common/environment.h"
 
-#include <array>
 #include <cstdlib>
 
 namespace Doctor {
@@ -21,11 +21,8 @@ constexpr std::int64_t MOST_SECONDS_OFF = 60; // of the clocks: records and logs
 
 std::string DayOf(std::time_t time)
 {
-    std::tm parts = {};
-    ::gmtime_r(&time, &parts);
-    std::array<char, sizeof "2026-01-31"> text = {};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d", &parts);
-    return text.data();
+    const std::string text = Base::UtcText(time);
+    return text.substr(0, text.find('T'));
 }
 
 /// One address, and what is found there.

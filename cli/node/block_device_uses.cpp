@@ -1,5 +1,6 @@
 #include "cli/node/block_device_uses.h"
 
+#include "base/descriptor.h"
 #include "cli/node/kernel_file.h"
 
 #include <boost/filesystem.hpp>
@@ -110,10 +111,8 @@ void AddProcesses(const std::vector<Device>& devices, std::vector<std::string>& 
 // Whatever else claims it for itself alone.
 void AddClaim(const std::string& disk, std::vector<std::string>& uses)
 {
-    const int file = ::open(("/dev/" + disk).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
-    if (file >= 0) {
-        ::close(file);
-    } else if (errno == EBUSY) {
+    const Base::Descriptor claim(::open(("/dev/" + disk).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC));
+    if (!claim.IsOpen() && errno == EBUSY) {
         uses.emplace_back("is claimed by the kernel");
     }
 }

@@ -1,6 +1,5 @@
 #include "cli/picture/node_look.h"
 
-#include "base/host_port.h"
 #include "cli/array/array_objects.h"
 #include "cli/console/failure.h"
 #include "cli/console/report.h"
@@ -36,13 +35,6 @@ PictureItem ItemOf(const ObjectKind& kind, const std::string& id, const std::str
 bool Contains(const std::vector<std::string>& texts, const std::string& text)
 {
     return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
-// Without port and brackets.
-std::string HostIn(const std::string& text)
-{
-    const auto parts = Base::SplitHostPort(text);
-    return parts ? parts->host : text;
 }
 
 /// One look; what it finds goes into the picture.
@@ -194,7 +186,7 @@ private:
         for (const std::string& address : m_login.Device().storageIps) {
             bool hasSession = false;
             for (const IscsiSession& session : m_sessions) {
-                if (HostIn(session.portal) == HostIn(address)) {
+                if (session.IsAt(address)) {
                     hasSession = true;
                     PictureItem& item = initiator.parts.emplace_back();
                     item.kind = "session";

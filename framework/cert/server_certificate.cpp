@@ -7,7 +7,6 @@
 
 #include <openssl/x509_vfy.h>
 
-#include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -41,17 +40,11 @@ std::string LoadTrust(SSL_CTX* context, const TrustStore& trust)
                          : "the trust store " + trust.path + " cannot be read: " + Base::TakeOpensslError();
 }
 
-bool IsAddress(const std::string& host)
-{
-    in_addr ipv4 = {};
-    return Base::IsIpv6Address(host) || ::inet_pton(AF_INET, host.c_str(), &ipv4) == 1;
-}
-
 // Has the handshake check that the certificate is made out to `host`, and tell the server a name that it goes by.
 bool ExpectHost(SSL* tls, const std::string& host)
 {
     return RequireServerName(SSL_get0_param(tls), host) &&
-           (IsAddress(host) || SSL_set_tlsext_host_name(tls, host.c_str()) == 1);
+           (Base::IsNumericAddress(host) || SSL_set_tlsext_host_name(tls, host.c_str()) == 1);
 }
 
 /// The handshake over a non-blocking socket. The bytes go through memory, because the TLS library's own writing to a

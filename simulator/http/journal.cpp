@@ -1,10 +1,10 @@
 #include "simulator/http/journal.h"
 
+#include "base/utc_text.h"
 #include "simulator/http/masking.h"
 #include "simulator/json/json_io.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 
 namespace ZavSim {
@@ -16,16 +16,12 @@ std::int64_t Milliseconds(std::chrono::nanoseconds duration)
     return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
 }
 
-std::string UtcText(std::chrono::system_clock::time_point time)
+std::string TextOf(std::chrono::system_clock::time_point time)
 {
     const std::int64_t milliseconds = Milliseconds(time.time_since_epoch());
-    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm parts{};
-    ::gmtime_r(&seconds, &parts);
-    char text[32];
-    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-    std::snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(milliseconds % 1000));
-    return text;
+    std::string text = Base::UtcText(static_cast<std::time_t>(milliseconds / 1000));
+    const std::string fraction = std::to_string(1000 + milliseconds % 1000);
+    return text.replace(text.size() - 1, 1, "." + fraction.substr(1) + "Z");
 }
 
 void AddAnswer(Json::Value& record, std::chrono::nanoseconds duration, const HttpAnswer& answer,
@@ -47,7 +43,8 @@ void AddAnswer(Json::Value& record, std::chrono::nanoseconds duration, const Htt
     }
 }
 
-/// The record with its body in it; not under the lock, as it takes a while.
+/// The record with its body in it; not under the lock, as it takes a while. Parsed, not pasted in: the client's text
+/// may have line ends, which an event must not.
 void AddBody(Json::Value& record, const std::string& body)
 {
     if (!body.empty()) {
@@ -62,7 +59,7 @@ std::uint64_t Journal::Begin(const HttpRequest& request)
 {
     const auto begin = std::chrono::steady_clock::now();
     Json::Value record(Json::objectValue);
-    record["time"] = UtcText(std::chrono::system_clock::now());
+    record["time"] = TextOf(std::chrono::system_clock::now());
     record["monotonicMs"] = Json::Int64(Milliseconds(begin.time_since_epoch()));
     record["listener"] = request.listener;
     record["peer"] = request.peer;
