@@ -34,12 +34,7 @@ bool FindVerdict(const Json::Value& root, const char* member, Verdict& verdict)
     if (code == nullptr || !code->isInt() || description == nullptr) {
         return false;
     }
-    Verdict decoded;
-    decoded.code = code->asInt();
-    if (!JsonText::ToText(*description, decoded.description)) {
-        return false;
-    }
-    verdict = decoded;
+    verdict = {code->asInt(), description};
     return true;
 }
 

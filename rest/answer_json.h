@@ -15,11 +15,10 @@ namespace AnswerJson {
 /// The verdict that an answer carries.
 struct Verdict {
     int code = 0;
-    std::string description;
+    const Json::Value* description = nullptr; ///< the answer's own, of any type
 };
 
-/// False, with `verdict` unchanged, when `root` has no object `member` with an integer code and a description that has
-/// a text.
+/// False, with `verdict` unchanged, when `root` has no object `member` with an integer code and a description.
 bool FindVerdict(const Json::Value& root, const char* member, Verdict& verdict);
 
 /// True, with `text` set, when `data` is an object whose member `name` has a text.

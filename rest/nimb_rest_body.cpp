@@ -23,28 +23,28 @@ struct Refusal {
     int code = 0;
 };
 
-bool DecodeText(const Json::Value& object, const char* name, std::string& text)
+bool FindText(const Json::Value& object, const char* name, std::string& text)
 {
     const Json::Value* const member = JsonText::FindMember(object, name);
     return member == nullptr || JsonText::ToText(*member, text);
 }
 
 // An element of a V1 body's detail list, whose code is a number.
-bool DecodeDetail(const Json::Value& element, Refusal& refusal)
+bool FindDetail(const Json::Value& element, Refusal& refusal)
 {
     const Json::Value* const code = JsonText::FindMember(element, "errorCode");
     if (!element.isObject() || (code != nullptr && !code->isInt() && !code->isNull())) {
         return false;
     }
     refusal.code = code != nullptr ? code->asInt() : 0;
-    return DecodeText(element, "description", refusal.description);
+    return FindText(element, "description", refusal.description);
 }
 
 // A V1 body's own refusal, whose code is a text; one that is no number counts as 0.
-bool DecodeTopLevel(const Json::Value& root, Refusal& refusal)
+bool FindTopLevel(const Json::Value& root, Refusal& refusal)
 {
     std::string code;
-    if (!DecodeText(root, "description", refusal.description) || !DecodeText(root, "errorCode", code)) {
+    if (!FindText(root, "description", refusal.description) || !FindText(root, "errorCode", code)) {
         return false;
     }
     std::istringstream(code) >> refusal.code;
@@ -93,7 +93,7 @@ int NimbRestApi::ParseBodyV1(const std::string& body, Json::Value& data, std::st
         }
         for (const Json::Value& element : details) { // the last one's values remain
             Refusal refusal;
-            if (!DecodeDetail(element, refusal)) {
+            if (!FindDetail(element, refusal)) {
                 return FailToDecode(__func__, malformed, errorText);
             }
             Refuse(__func__, refusal, errorText, errorCode);
@@ -102,7 +102,7 @@ int NimbRestApi::ParseBodyV1(const std::string& body, Json::Value& data, std::st
     }
     if (verdict->asInt() == V1_FAILED) {
         Refusal refusal;
-        if (!DecodeTopLevel(root, refusal)) {
+        if (!FindTopLevel(root, refusal)) {
             return FailToDecode(__func__, malformed, errorText);
         }
         Refuse(__func__, refusal, errorText, errorCode);
@@ -123,10 +123,11 @@ int NimbRestApi::ParseBodyV2(const std::string& body, Json::Value& data, std::st
     }
     // The same envelope as the array's, under another name.
     AnswerJson::Verdict verdict;
-    if (!AnswerJson::FindVerdict(root, "result", verdict)) {
+    std::string description;
+    if (!AnswerJson::FindVerdict(root, "result", verdict) || !JsonText::ToText(*verdict.description, description)) {
         return FailToDecode(__func__, "Json object error. ", errorText); // with a blank at its end, unlike V1
     }
-    errorText = verdict.description;
+    errorText = description;
     errorCode = verdict.code;
     if (errorCode != 0) {
         PS_LOG(4) << "code : " << errorCode << ", Describe : " << errorText;

@@ -207,14 +207,16 @@ int ZavRestApi::ParseRsp(const std::string& body, Json::Value& data, std::string
         return ResultCode::FAILED;
     }
     AnswerJson::Verdict error;
-    if (!AnswerJson::FindVerdict(root, "error", error)) {
+    std::string description; // which is nobody's business where nothing failed
+    if (!AnswerJson::FindVerdict(root, "error", error) ||
+        (error.code != 0 && !JsonText::ToText(*error.description, description))) {
         errorText = "Json object format is error. ";
         PS_LOG(4) << "Json object error.";
         return ResultCode::FAILED;
     }
     if (error.code != 0) {
-        PS_LOG(4) << "code : " << error.code << ", Describe : " << error.description;
-        errorText = error.description;
+        PS_LOG(4) << "code : " << error.code << ", Describe : " << description;
+        errorText = description;
         return error.code;
     }
     if (root.isMember("data")) {

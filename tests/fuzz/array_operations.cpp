@@ -21,7 +21,7 @@ bool IsUntouched(const Outputs& out)
 void CheckOutcome(const RestOperation& operation, const std::string& body, int result, const std::string& errorText)
 {
     const std::optional<Json::Value> root = ParseJson(body);
-    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "error") : std::nullopt;
+    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "error", Described::Refusals) : std::nullopt;
     if (!envelope) {
         Require(result == -1, "an answer without an envelope is a failure of ours");
     } else if (envelope->code != 0) {

@@ -10,7 +10,7 @@ ParsedBody Expect(const std::string& body)
 {
     ParsedBody expected;
     const std::optional<Json::Value> root = ParseJson(body);
-    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "result") : std::nullopt;
+    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "result", Described::Each) : std::nullopt;
     if (!envelope) {
         expected.errorText = root ? "Json object format is error. " : "Parse json string failed";
         return expected;

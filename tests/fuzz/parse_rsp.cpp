@@ -16,7 +16,7 @@ Outcome Expect(const std::string& body)
 {
     Outcome outcome;
     const std::optional<Json::Value> root = ParseJson(body);
-    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "error") : std::nullopt;
+    const std::optional<Envelope> envelope = root ? FindEnvelope(*root, "error", Described::Refusals) : std::nullopt;
     if (!envelope) {
         outcome.errorText = root ? "Json object format is error. " : "Parse json string failed";
         return outcome;

@@ -56,17 +56,23 @@ std::optional<std::uint64_t> ToNumber(const std::string& text, std::uint64_t max
     return text.front() == '-' && number != 0 ? max - number + 1 : number;
 }
 
-std::optional<Envelope> FindEnvelope(const Json::Value& root, const std::string& member)
+std::optional<Envelope> FindEnvelope(const Json::Value& root, const std::string& member, Described described)
 {
     if (!root.isObject() || !root[member].isObject()) {
         return std::nullopt;
     }
     const Json::Value& verdict = root[member];
-    if (!verdict.isMember("code") || !verdict["code"].isInt() || !verdict.isMember("description") ||
-        !HasText(verdict["description"])) {
+    if (!verdict.isMember("code") || !verdict["code"].isInt() || !verdict.isMember("description")) {
         return std::nullopt;
     }
-    return Envelope{verdict["code"].asInt(), verdict["description"].asString()};
+    Envelope envelope{verdict["code"].asInt(), ""};
+    if (described == Described::Each || envelope.code != 0) {
+        if (!HasText(verdict["description"])) {
+            return std::nullopt;
+        }
+        envelope.description = verdict["description"].asString();
+    }
+    return envelope;
 }
 
 } // namespace Fuzz

@@ -26,11 +26,14 @@ std::optional<std::uint64_t> ToNumber(const std::string& text, std::uint64_t max
 /// The verdict of an answer.
 struct Envelope {
     int code = 0;
-    std::string description;
+    std::string description; ///< empty where it is not read
 };
 
+/// Which verdicts' descriptions must have a text; they are not read otherwise.
+enum class Described { Each, Refusals };
+
 /// Nothing when `root` has no well-formed verdict under that name.
-std::optional<Envelope> FindEnvelope(const Json::Value& root, const std::string& member);
+std::optional<Envelope> FindEnvelope(const Json::Value& root, const std::string& member, Described described);
 
 } // namespace Fuzz
 

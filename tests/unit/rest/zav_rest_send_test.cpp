@@ -348,6 +348,8 @@ INSTANTIATE_TEST_SUITE_P(
         Envelope{"NoData", R"({"error": {"code": 0, "description": "0"}})", 0, UNCHANGED, "untouched", nullptr},
         Envelope{"DescriptionIsANumber", R"({"data": [], "error": {"code": 0, "description": 0}})", 0, "[]",
                  "untouched", nullptr},
+        Envelope{"DescriptionIsAnObject", R"({"data": [1], "error": {"code": 0, "description": {}}})", 0, "[1]",
+                 "untouched", nullptr},
         Envelope{"WholeReal", R"({"data": [], "error": {"code": 0.0, "description": "0"}})", 0, "[]", "untouched",
                  nullptr}),
     [](const auto& row) { return row.param.name; });
@@ -389,6 +391,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Malformed("CodeIsTooLarge", R"({"error": {"code": 4294967296, "description": "0"}})"),
                       Malformed("CodeIsAFraction", R"({"error": {"code": 0.5, "description": "0"}})"),
                       Malformed("DescriptionIsAnObject", R"({"error": {"code": 1, "description": {}}})"),
+                      Malformed("DescriptionIsAList", R"({"data": [1], "error": {"code": -1, "description": []}})"),
                       Malformed("RootIsAList", R"([{"error": {"code": 0, "description": "0"}}])"),
                       Malformed("RootIsAText", "\"error\""), Malformed("RootIsNull", "null")),
     [](const auto& row) { return row.param.name; });
