@@ -1,6 +1,7 @@
 #include "disklib/zav_storage_disk_lib.h"
 
 #include "base/caught_text.h"
+#include "common/environment.h"
 #include "common/framework/cert.h"
 #include "common/log.h"
 
@@ -16,7 +17,6 @@ const std::string LOG_MODULE = "ZavStorageDiskLib";
 
 constexpr std::string_view OPERATION = "CheckEnvCertForNewMgmtIP";
 const std::string CERT_ROLE = "BackupNode";
-constexpr int PROTOCOL_HTTPS = 0;
 constexpr std::size_t SLASHES = 2; // in front of the address, in the URL's second ':'-separated piece
 
 bool VerifyCert(const EnvironmentPath& env, unsigned long requestId)
@@ -47,7 +47,7 @@ void ResumeAlert(const std::string& address, unsigned long requestId)
 
 void ZavStorageDiskLib::CheckEnvCertForNewMgmtIP(const EnvironmentPath& env, const Zav::DeviceInfo& info)
 {
-    if (env.protocols().empty() || env.protocols(0) != PROTOCOL_HTTPS || env.certificates().empty()) {
+    if (env.protocols().empty() || env.protocols(0) != Environment::PROTOCOL_HTTPS || env.certificates().empty()) {
         return; // nothing to verify, and so nothing to say, not even that it was asked
     }
     PS_TRACE();
