@@ -3,6 +3,7 @@
 #include "base/files.h"
 
 #include <malloc.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -47,12 +48,22 @@ void InitialiseOnce()
                    CopyText, std::calloc);
 }
 
+// libcurl's own would be inherited by every program that the process starts, and keep the connection open.
+curl_socket_t OpenSocket(void* /*unused*/, curlsocktype /*purpose*/, curl_sockaddr* address)
+{
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 } // namespace
 
 CurlHandle MakeCurlHandle()
 {
     InitialiseOnce();
-    return CurlHandle(curl_easy_init());
+    CurlHandle handle(curl_easy_init());
+    if (handle != nullptr) {
+        curl_easy_setopt(handle.get(), CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
+    }
+    return handle;
 }
 
 CurlMultiHandle MakeCurlMultiHandle()

@@ -3,8 +3,13 @@
 #include "tests/framework/support/raw_server.h"
 #include "tests/framework/support/web_server.h"
 
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/socket.h>
+
 #include <atomic>
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -41,6 +46,33 @@ TEST_F(HttpConnectionsTest, ClientsOfOneServerShareItsConnection)
         EXPECT_TRUE(IsAnswered(*second, server.Url("/a")));
     }
     EXPECT_EQ(1U, server.ConnectionCount());
+}
+
+// The descriptors of this process that are connected to the server.
+std::vector<int> ConnectedTo(int port)
+{
+    std::vector<int> connected;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const int descriptor = std::stoi(entry.path().filename().string());
+        sockaddr_in peer = {};
+        socklen_t size = sizeof(peer);
+        if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 && peer.sin_family == AF_INET &&
+            ntohs(peer.sin_port) == port) {
+            connected.push_back(descriptor);
+        }
+    }
+    return connected;
+}
+
+TEST_F(HttpConnectionsTest, ConnectionIsNotLeftOpenToOtherPrograms)
+{
+    WebServer server;
+    server.Answer("GET", "/a", "{}");
+    const auto client = QEN::IHttpClient::CreateClient();
+    EXPECT_TRUE(IsAnswered(*client, server.Url("/a")));
+    const std::vector<int> connected = ConnectedTo(server.Port());
+    ASSERT_EQ(1U, connected.size());
+    EXPECT_EQ(FD_CLOEXEC, ::fcntl(connected.front(), F_GETFD));
 }
 
 TEST_F(HttpConnectionsTest, ConnectionEndsWithTheLastClientThatSentOverIt)
