@@ -44,6 +44,8 @@ bool Patience::Wait()
         return false;
     }
     ++m_tries;
+    // The handlers promise to fail by standard exceptions alone; an interruption waits for one who can take it.
+    const boost::this_thread::disable_interruption whole;
     boost::this_thread::sleep_for(boost::chrono::milliseconds(pause.count()));
     return true;
 }

@@ -10,8 +10,8 @@ namespace Framework {
 /// or less, and a minute in all from the first failure.
 class Patience {
 public:
-    /// Waits before the next try; false, without a wait, when there is to be none. Ended by an interruption of the
-    /// thread, as boost::thread_interrupted.
+    /// Waits before the next try; false, without a wait, when there is to be none. An interruption of the thread does
+    /// not end it, and is there still afterwards.
     bool Wait();
 
     /// When the minute is over; before the first Wait it has not begun, and there is no end.

@@ -1,6 +1,8 @@
 #include "framework/public/san_journal.h"
 #include "tests/framework/support/san_test.h"
 
+#include <boost/thread/thread.hpp>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -310,6 +312,22 @@ TEST_F(SanSettleTest, InitiatorWhoseCreationIsInDoubtIsFetchedOrMade)
     Script("iscsi_initiator/iqn.x", {Refusal(1077948996, "There is none.")});
     EXPECT_EQ("iqn.x", Initiators().Create({"iqn.x", "", ""}).id);
     EXPECT_EQ(3U, Sent().size());
+}
+
+TEST_F(SanSettleTest, InterruptionOfTheThreadWaitsForTheEndOfTheOperation)
+{
+    Script("iscsi_initiator", {BUSY, Data(R"("ID":"iqn.x","PARENTID":"")")});
+    Script("iscsi_initiator/iqn.x", {Refusal(1077948996, "There is none.")});
+    std::string id;
+    bool isStillAsked = false;
+    boost::thread caller([&] {
+        id = Initiators().Create({"iqn.x", "", ""}).id;
+        isStillAsked = boost::this_thread::interruption_requested();
+    });
+    caller.interrupt();
+    caller.join();
+    EXPECT_EQ("iqn.x", id);
+    EXPECT_TRUE(isStillAsked);
 }
 
 } // namespace
