@@ -62,7 +62,9 @@ void HttpResponse::TakeHeadLine(std::string_view line)
         Secret::Wipe(m_cookies);
         m_reason = Reason(line);
     } else if (IsSameHeader(line.substr(0, SET_COOKIE.size()), SET_COOKIE)) {
-        m_cookies.emplace(Trim(line.substr(SET_COOKIE.size())));
+        std::string cookie(Trim(line.substr(SET_COOKIE.size())));
+        const Secret::ScopedWipe wipe(cookie);
+        m_cookies.insert(std::move(cookie)); // which moves it only where it is a new one; emplace would leave a copy
     }
 }
 

@@ -27,7 +27,9 @@ protected:
             response.status =
                 request.body == m_body.Reveal() && request.Header("iBaseToken") == m_token.Reveal() ? 200 : 400;
             if (m_isCookieSet) {
-                response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+                for (int time = 0; time < m_cookieTimes; ++time) {
+                    response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+                }
             }
             if (m_isAnswerInHead) {
                 response.headers.emplace("X-Session", m_answer.Reveal());
@@ -49,6 +51,7 @@ protected:
     std::size_t m_paddingSize = 0; ///< around the answer's secret
     bool m_isAnswerInHead = false; ///< as well
     bool m_isCookieSet = true;
+    int m_cookieTimes = 1; ///< in one answer
 
 private:
     const HiddenText m_body = HiddenText::Random("body-");
@@ -70,6 +73,14 @@ TEST_F(HttpSecretsTest, NothingOfAnHttpExchangeStaysInMemory)
 TEST_F(HttpSecretsTest, NothingOfALongAnswerStaysInMemory)
 {
     m_paddingSize = 100'000; // it arrives in several pieces
+    WebServer server;
+    ServeSecrets(server);
+    EXPECT_EQ(NOTHING, WhatStays(server));
+}
+
+TEST_F(HttpSecretsTest, NothingOfARepeatedCookieStaysInMemory)
+{
+    m_cookieTimes = 3;
     WebServer server;
     ServeSecrets(server);
     EXPECT_EQ(NOTHING, WhatStays(server));
