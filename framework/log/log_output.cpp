@@ -103,6 +103,9 @@ void LogOutput::Write(const LogRecord& record) noexcept
 {
     try {
         Listeners::Tell(record);
+        if (generation.load(std::memory_order_relaxed) == 0) {
+            Look(); // another thread reads the configuration for the first time; where lines go is not known before
+        }
         if (record.level < threshold.load(std::memory_order_relaxed)) {
             return; // nobody else wants it
         }

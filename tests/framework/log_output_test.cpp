@@ -244,6 +244,20 @@ TEST_F(LogOutputTest, PipeWithoutAReaderAsTheFileEndsNobody)
               testing::internal::GetCapturedStderr());
 }
 
+// A large file takes a while to read.
+TEST_F(LogOutputTest, NoLineIsLostWhileAnotherThreadReadsTheConfigurationForTheFirstTime)
+{
+    std::string config = "[Product]\nRoot = " + InRoot("") + "\n[Log]\nFile = log/test.log\nLevel = 1\n";
+    while (config.size() < 900'000) {
+        config += "; " + std::string(100, '.') + "\n";
+    }
+    WriteConfig(config);
+    for (std::size_t round = 1; round <= 10; ++round) {
+        EXPECT_EQ(0, Probe({"log-at-once"}).status);
+        EXPECT_THAT(Texts(LogPath()), SizeIs(8 * round));
+    }
+}
+
 TEST_F(LogOutputTest, FileIsNotLeftOpenToOtherPrograms)
 {
     Log(1, "open");

@@ -43,6 +43,7 @@ const std::map<std::string, std::function<int(const Probe::Words&)>> MODES = {
     {"int", Int},
     {"log", Probe::Log},
     {"log-at-exit", Probe::LogAtExit},
+    {"log-at-once", Probe::LogAtOnce},
     {"log-through-link", Probe::LogThroughLink},
     {"root", Root},
     {"san-secrets", Probe::SanSecrets},

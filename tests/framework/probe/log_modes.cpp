@@ -4,10 +4,13 @@
 #include "common/framework/log_proxy.h"
 #include "tests/framework/probe/movable_clock.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <new>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -75,6 +78,25 @@ int Probe::LogThroughLink(const Words& words)
         } else {
             Say(1, step);
         }
+    }
+    return 0;
+}
+
+int Probe::LogAtOnce(const Words& /*words*/)
+{
+    constexpr int THREADS = 8;
+    std::atomic<int> ready = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < THREADS; ++thread) {
+        threads.emplace_back([&ready, thread] {
+            for (++ready; ready < THREADS;) {
+                std::this_thread::yield();
+            }
+            Say(4, "from thread " + std::to_string(thread));
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
     }
     return 0;
 }

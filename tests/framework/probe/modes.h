@@ -10,6 +10,7 @@ namespace Probe {
 using Words = std::vector<std::string>;
 
 int Log(const Words& words);                  ///< LEVEL TEXT…: one line for each text
+int LogAtOnce(const Words& words);            ///< a line from each of eight threads that begin together
 int LogThroughLink(const Words& words);       ///< LINK STEP…: >TARGET turns the link after 11 seconds, else a line
 int LogAtExit(const Words& words);            ///< a line from main and one from a static object's destructor
 int SilentLines(const Words& words);          ///< how many allocations lines below the level cost
