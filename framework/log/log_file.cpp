@@ -29,6 +29,14 @@ int OpenForAppending(const std::string& path)
     return file;
 }
 
+// Whether the file ends in the middle of a line, which its writer could not finish on a full disk.
+bool EndsWithinALine(const std::string& path, off_t size)
+{
+    const Base::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    char last = '\n';
+    return size > 0 && file.IsOpen() && ::pread(file.Get(), &last, 1, size - 1) == 1 && last != '\n';
+}
+
 std::string Numbered(const std::string& path, std::uint64_t number)
 {
     fs::path name = path;
@@ -54,6 +62,9 @@ LogFile::LogFile(const std::string& path)
     m_id = Id(status.st_dev, status.st_ino);
     m_isRegular = S_ISREG(status.st_mode);
     m_bytes = static_cast<std::uint64_t>(status.st_size);
+    if (m_isRegular && EndsWithinALine(path, status.st_size)) {
+        Append("\n");
+    }
 }
 
 void LogFile::Append(std::string_view lines)

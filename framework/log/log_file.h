@@ -16,7 +16,7 @@ namespace Framework {
 /// meanwhile. What it throws, std::system_error, tells the reason alone. One thread at a time.
 class LogFile {
 public:
-    /// Opens the file, which is made when it is missing, as is its folder.
+    /// Opens the file, which is made when it is missing, as is its folder; a line that is not finished ends there.
     explicit LogFile(const std::string& path);
 
     /// Appends `lines` as they are. They are in the file when this returns, whatever becomes of the process; after an

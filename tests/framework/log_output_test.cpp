@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -242,6 +243,18 @@ TEST_F(LogOutputTest, PipeWithoutAReaderAsTheFileEndsNobody)
     Log(1, "lost");
     EXPECT_EQ("The log file " + LogPath() + " cannot be written, lines are lost: Broken pipe\n",
               testing::internal::GetCapturedStderr());
+}
+
+TEST_F(LogOutputTest, LineBehindAnUnfinishedOneBeginsAnew)
+{
+    std::filesystem::create_directories(InRoot("log"));
+    WriteText(LogPath(), "whole\nhalf of");
+    Log(1, "after the disk was full");
+    Log(1, "and on");
+    const std::string text = ReadText(LogPath());
+    EXPECT_EQ(0U, text.find("whole\nhalf of\n")) << text;
+    EXPECT_EQ(4, std::count(text.begin(), text.end(), '\n')) << text;
+    EXPECT_THAT(text, testing::EndsWith("|and on\n"));
 }
 
 // A large file takes a while to read.
