@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_TESTS_SUPPORT_FULL_LISTENER_H
 #define PRODUCT_STORAGE_TESTS_SUPPORT_FULL_LISTENER_H
 
+#include "base/descriptor.h"
+
 #include <string>
 #include <vector>
 
@@ -11,16 +13,13 @@ public:
 
     /// Port 0: any that is free.
     explicit FullListener(const std::string& address = "127.0.0.1", int port = 0, Queue queue = Queue::Full);
-    FullListener(const FullListener&) = delete;
-    FullListener& operator=(const FullListener&) = delete;
-    ~FullListener();
 
     std::string Url() const { return "http://127.0.0.1:" + std::to_string(m_port); }
 
 private:
-    int m_listener = -1;
+    Base::Descriptor m_listener;
     int m_port = 0;
-    std::vector<int> m_waiting; // connections that fill the queue
+    std::vector<Base::Descriptor> m_waiting; // connections that fill the queue
 };
 
 #endif

@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <stdexcept>
@@ -18,11 +17,15 @@ RawServer::RawServer(const Handler& handler)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
-    if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(m_listener, 16) != 0 ||
-        ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
-        ::pipe2(m_stopPipe, O_CLOEXEC) != 0) {
+    int ends[2] = {};
+    if (::bind(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+        ::listen(m_listener.Get(), 16) != 0 ||
+        ::getsockname(m_listener.Get(), reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
+        ::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::runtime_error("no port to listen on");
     }
+    m_toldToStop = Base::Descriptor(ends[0]);
+    m_stop = Base::Descriptor(ends[1]);
     m_port = ntohs(address.sin_port);
     m_thread = std::thread([this] { Serve(); });
 }
@@ -41,30 +44,28 @@ RawServer::RawServer(const std::string& answer)
 
 RawServer::~RawServer()
 {
-    ::close(m_stopPipe[1]);
+    m_stop.Close();
     m_thread.join();
-    ::close(m_stopPipe[0]);
-    ::close(m_listener);
 }
 
 void RawServer::Serve()
 {
     for (;;) {
-        std::array<pollfd, 2> waits = {{{m_listener, POLLIN, 0}, {m_stopPipe[0], POLLIN, 0}}};
+        std::array<pollfd, 2> waits = {{{m_listener.Get(), POLLIN, 0}, {m_toldToStop.Get(), POLLIN, 0}}};
         ::poll(waits.data(), waits.size(), -1);
         if (waits[0].revents == 0) {
             return; // all who came before are served
         }
-        const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0) {
+        Base::Descriptor socket(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (!socket.IsOpen()) {
             continue;
         }
         {
             const std::lock_guard<std::mutex> guard(m_mutex);
             ++m_connectionCount;
         }
-        m_handler(socket);
-        ::close(socket);
+        m_handler(socket.Get());
+        socket.Close();
         const std::lock_guard<std::mutex> closing(m_mutex);
         ++m_closedCount;
         m_closed.notify_all();

@@ -1,6 +1,8 @@
 #ifndef PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_RAW_SERVER_H
 #define PRODUCT_STORAGE_TESTS_FRAMEWORK_SUPPORT_RAW_SERVER_H
 
+#include "base/descriptor.h"
+
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -36,8 +38,9 @@ private:
     void Serve();
 
     const Handler m_handler;
-    int m_listener = -1;
-    int m_stopPipe[2] = {-1, -1};
+    Base::Descriptor m_listener;
+    Base::Descriptor m_stop; ///< closed when it is to stop
+    Base::Descriptor m_toldToStop;
     int m_port = 0;
     mutable std::mutex m_mutex;
     std::size_t m_connectionCount = 0;   // guarded by m_mutex
