@@ -67,6 +67,12 @@ StopSignals::~StopSignals()
     m_thread.join();
 }
 
+void StopSignals::EndByItself()
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_endsByItself = true;
+}
+
 bool StopSignals::WaitFor(const boost::chrono::seconds& duration)
 {
     std::unique_lock<std::mutex> guard(m_mutex);

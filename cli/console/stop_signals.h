@@ -25,8 +25,11 @@ public:
     /// From then on no signal ends the process: it is about to end.
     ~StopSignals();
 
-    /// True as soon as a signal came, false when none did for `duration`. From the first call on the command has a
-    /// second after a signal to come back here and end.
+    /// From now on the command has a second after a signal to come to WaitFor and end.
+    void EndByItself();
+
+    /// True as soon as a signal came, false when none did for `duration`. The command ends by itself from the first
+    /// call on.
     bool WaitFor(const boost::chrono::seconds& duration);
 
 private:

@@ -37,6 +37,7 @@ ExitCode Watch::Run(Preparation::Outcome outcome)
 {
     for (;;) {
         Preparation::PrepareAll(m_targets, m_ways.wishes, m_log, outcome);
+        m_signals.EndByItself();              // the round is over: what it came to is the end's code
         m_ways.wishes.tellsUnchanged = false; // it was told once
         TellChanges(outcome);
         PrintChanges(outcome);

@@ -144,6 +144,29 @@ TEST_F(ZavctlSignalsTest, WatchThatPausesEndsAtOnceWithTheCodeOfItsLastRound)
     EXPECT_EQ(0U, array.SessionCount());
 }
 
+TEST_F(ZavctlSignalsTest, WatchWhoseFirstRoundIsOverEndsWithItsCodeBeforeItPauses)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const std::string table = Directory() + "/table";
+    const std::string asked = Directory() + "/asked";
+    const std::string answer = Directory() + "/answer";
+    ASSERT_EQ(0, ::mkfifo(answer.c_str(), 0600));
+    const Base::Descriptor answering(::open(answer.c_str(), O_RDWR | O_CLOEXEC));
+    // Who asks behind the table is monitoring, at the round's end.
+    MakeIscsiadm("if grep -q 'MAPPING VIEW NAME' " + table + "; then echo >" + asked + "; read -r _ <" + answer +
+                 "; fi\nexec " + ProgramPath("node/iscsiadm") + " \"$@\"\n");
+    Process zavctl({"/bin/sh", "-c",
+                    "exec " + ProductPath("bin/zavctl") + " init --watch 3600 --metrics " + Directory() +
+                        "/metrics.prom --env " + EnvironmentFileOf(array) + " >" + table});
+    WaitUntil("the end of the round", [&asked] { return !ReadText(asked).empty(); });
+    zavctl.Signal(SIGTERM);
+    ASSERT_EQ(1, ::write(answering.Get(), "\n", 1));
+    EXPECT_EQ(0, zavctl.Wait()) << zavctl.Errors();
+    EXPECT_THAT(zavctl.Errors(), EndsWith("zavctl: stopped\n"));
+    EXPECT_EQ(0U, array.SessionCount());
+}
+
 TEST_F(ZavctlSignalsTest, SignalInTheLogoutWaitsForIt)
 {
     const Array& array = StartArray();

@@ -22,6 +22,8 @@ StopSignals::StopSignals(std::optional<std::chrono::seconds> limit)
 
 StopSignals::~StopSignals() = default;
 
+void StopSignals::EndByItself() {}
+
 bool StopSignals::WaitFor(const boost::chrono::seconds& duration)
 {
     const auto wait = std::chrono::nanoseconds(std::chrono::seconds(duration.count()));
