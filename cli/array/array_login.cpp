@@ -107,6 +107,10 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         if (isFull && api == nullptr) { // it is the same array, at an address that is dead or as full
             code = ArrayCode::SESSION_LIMIT_REACHED;
         }
+        if (api != nullptr) {
+            const std::lock_guard<std::mutex> guard(m_sessionLock);
+            m_session = api;
+        }
         m_state = api == nullptr ? State::LoggedOut : State::LoggedIn;
         if (api != nullptr) {
             return api;
@@ -147,7 +151,15 @@ void ArrayLogin::ReadDevice(const std::string& name, ZavRestApi& api)
                  (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
 }
 
-// Once, by whoever comes first: the command, or a signal that ends it.
+// Null where the library ended it meanwhile, as one that lay idle. Waits for one that is being taken.
+boost::shared_ptr<ZavRestApi> ArrayLogin::LastSession() const
+{
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
+    return m_session.lock();
+}
+
+// Once, by whoever comes first: the command, or a signal that ends it. Nobody logs in to log out: the array may be gone
+// by now, or refuse the password.
 void ArrayLogin::LogOut()
 {
     State expected = State::LoggedIn;
@@ -155,7 +167,9 @@ void ArrayLogin::LogOut()
         return;
     }
     try {
-        EndSession(*Api());
+        if (const boost::shared_ptr<ZavRestApi> api = LastSession()) {
+            EndSession(*api);
+        }
     } catch (const std::exception& error) {
         Report::Tell(std::string("no logout: ") + error.what());
     }
@@ -186,9 +200,11 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
 {
     boost::shared_ptr<ZavRestApi> api;
     std::string errorText;
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
         throw Failure(ExitCodeOfLogin(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
     }
+    m_session = api;
     return api;
 }

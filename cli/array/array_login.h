@@ -8,8 +8,10 @@
 #include "common/records.h"
 
 #include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include <atomic>
+#include <mutex>
 #include <string>
 
 class ZavRestApi;
@@ -42,11 +44,14 @@ private:
     void ReadDevice(const std::string& name, ZavRestApi& api);
     void LogOut();
     void LogOutAtTheEnd();
+    boost::shared_ptr<ZavRestApi> LastSession() const;
 
     Zav::DeviceInfo m_device;
     const Secret::ScopedWipe m_wipePassword{m_device.password};
     std::string m_deviceId;
     std::atomic<State> m_state = State::LoggedOut;
+    mutable std::mutex m_sessionLock;              // held while a session is taken, too
+    mutable boost::weak_ptr<ZavRestApi> m_session; // guarded by m_sessionLock; the last, which the library may end
     const Farewell m_farewell{[this] { LogOutAtTheEnd(); }}; // last: it uses the others
 };
 

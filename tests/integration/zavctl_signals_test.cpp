@@ -167,6 +167,20 @@ TEST_F(ZavctlSignalsTest, WatchWhoseFirstRoundIsOverEndsWithItsCodeBeforeItPause
     EXPECT_EQ(0U, array.SessionCount());
 }
 
+TEST_F(ZavctlSignalsTest, WatchWhoseSessionLayIdleEndsWithoutAnotherLogin)
+{
+    const Array& array = StartArray();
+    StartTargets(array.Options().serviceIps);
+    const auto zavctl = StartZavctl({"init", "--env", EnvironmentFileOf(array), "--watch", "3600"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    WaitUntil("the idle session's end", [&array] { return array.SessionCount() == 0; });
+    array.AddFault(R"({"kind": "silent", "method": "POST", "target": "sessions", "count": 0})");
+    array.ClearJournal();
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 0), 2.0 * SLOWNESS);
+    EXPECT_THAT(zavctl->Errors(), EndsWith("zavctl: stopped\n"));
+    EXPECT_THAT(array.Requests(), ::testing::IsEmpty());
+}
+
 TEST_F(ZavctlSignalsTest, SignalInTheLogoutWaitsForIt)
 {
     const Array& array = StartArray();
