@@ -44,6 +44,21 @@ void EndSession(ZavRestApi& api)
     }
 }
 
+// The library ends a session that lay idle.
+bool IsLoggedInStill(const boost::weak_ptr<ZavRestApi>& last)
+{
+    const boost::shared_ptr<ZavRestApi> api = last.lock();
+    SecretSession session;
+    return api != nullptr && api->GetSession(session);
+}
+
+// The limit of sessions is the array's, and a refusal is nothing to be repeated: it might lock the user.
+bool IsWorthAnotherAddress(int code)
+{
+    return code != ArrayCode::SESSION_LIMIT_REACHED && ExitCodeOfLogin(code) != ExitCode::LoginRefused &&
+           ZavStorageDiskLib::GetInstance()->CheckIfNeedToRetry(code);
+}
+
 } // namespace
 
 ExitCode ExitCodeOfLogin(int code)
@@ -204,6 +219,38 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
         throw Failure(ExitCodeOfLogin(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
+    }
+    m_session = api;
+    return api;
+}
+
+boost::shared_ptr<ZavRestApi> ArrayLogin::Renew(const std::string& name, const EnvironmentPath& env)
+{
+    ZavStorageDiskLib& keeper = *ZavStorageDiskLib::GetInstance();
+    const std::lock_guard<std::mutex> guard(m_sessionLock);
+    if (m_state != State::LoggedIn) {
+        throw Failure(ExitCode::Unreachable, name + ": no login: the process is about to end");
+    }
+    Zav::DeviceInfo device = m_device;
+    const Secret::ScopedWipe wipePassword(device.password);
+    if (!IsLoggedInStill(m_session)) {
+        Environment::FillDeviceInfo(env, device); // from the first address on, as the library does
+    }
+    boost::shared_ptr<ZavRestApi> api;
+    std::string errorText;
+    int code = keeper.GetLoginedZavRestApi(device, api, errorText);
+    const std::string reason = ReasonOf(errorText, code); // of the first address
+    if (api == nullptr && IsWorthAnotherAddress(code)) {
+        const int others = keeper.TryToGetAValidMgmtIP(env, device, api, errorText);
+        code = others == ResultCode::FAILED ? code : others; // there was none
+    }
+    if (api == nullptr) {
+        throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
+                               ExitCodeOfLogin(code));
+    }
+    if (device.url != m_device.url) {
+        m_device.url = device.url;
+        Report::Step(name + ": logged in at " + device.url + " from now on");
     }
     m_session = api;
     return api;

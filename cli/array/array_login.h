@@ -37,6 +37,11 @@ public:
     /// The session, from the library's cache. Hold it no longer than needed: one that is held never expires.
     boost::shared_ptr<ZavRestApi> Api() const;
 
+    /// The same, for work that the library logs in for as well: where the session has ended, another one at the first
+    /// of the environment's addresses that bears one, which Device() tells from then on. Where the first refuses user
+    /// and password, no other is asked. Throws Failure. No other thread may ask Device() meanwhile.
+    boost::shared_ptr<ZavRestApi> Renew(const std::string& name, const EnvironmentPath& env);
+
 private:
     enum class State { LoggedOut, LoggingIn, LoggedIn, LoggingOut, Ended };
 

@@ -41,6 +41,8 @@ void RemoveIdleLeftovers(const ArrayLogin& login)
 void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
 {
     const ArrayLogin& login = *target.login;
+    // Held, so that Init finds it, which does not tell a refused login from other failures.
+    const boost::shared_ptr<ZavRestApi> session = target.login->Renew(target.name, target.env);
     NodeCheck::RequireUsableRecord(login);
     RequireHostToUse(login, wishes.adopts);
     const Provenance provenance(login.DeviceId());

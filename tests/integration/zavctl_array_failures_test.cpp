@@ -147,6 +147,22 @@ TEST_F(ZavctlArrayFailuresTest, ArrayThatIsDownWhenAWatchBegins)
     EXPECT_THAT(Told(*zavctl, "zavctl: stopped\n"), HasSubstr("\nzavctl: remedy: " + remedy + "\n"));
 }
 
+TEST_F(ZavctlArrayFailuresTest, AddressThatGoesDownUnderAWatchIsLeftForTheNext)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)};
+    const Array& array = StartServedArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "1"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    array.SetListening(0, false);
+    zavctl->AwaitError(" lost: ");
+    zavctl->AwaitError(" recovered: " + env);
+    EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: " + env + ": logged in at " + array.Url(1) + " from now on\n"));
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+}
+
 TEST_F(ZavctlArrayFailuresTest, ArrayThatIsRestartedUnderAWatch)
 {
     ArrayOptions options;

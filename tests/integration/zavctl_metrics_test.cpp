@@ -153,6 +153,31 @@ TEST_F(ZavctlMetricsTest, WatchTellsARefusedLoginUntilItIsPutRight)
     EXPECT_EQ(0, zavctl->Wait());
 }
 
+TEST_F(ZavctlMetricsTest, PasswordThatChangesUnderAWatchIsTriedOnceAndToldAsRefused)
+{
+    ArrayOptions options;
+    options.managementIps = {Address(0), Address(1)};
+    const Array& array = StartServedArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    // Longer than the library keeps a session that lies idle.
+    const auto zavctl = StartZavctl({"init", "--env", env, "--watch", "8", "--metrics", Path()});
+    Await("prepared", env, 1);
+    array.AddFault(R"({"kind": "code", "code": 1090519041, "description": "wrong", "method": "POST", )"
+                   R"("target": "sessions", "count": 0})");
+    array.ClearJournal();
+    Await("unprepared", env, 1, {{"cause", "login_refused"}});
+    zavctl->AwaitError("waiting for another environment or configuration");
+    array.ClearFaults();
+    WriteText(env, ReadText(env) + "\n"); // which says as much as before: the array has the password again
+    Await("prepared", env, 1);
+    EXPECT_EQ(1, Of(Read(), "failures_total", env, {{"cause", "login_refused"}}));
+    zavctl->Signal(SIGTERM);
+    EXPECT_EQ(0, zavctl->Wait());
+    const std::vector<std::string> requests = array.Requests();
+    EXPECT_EQ(2, std::count(requests.begin(), requests.end(), "POST sessions"))
+        << "one that was refused, one that was not";
+}
+
 TEST_F(ZavctlMetricsTest, FileThatCannotBeWrittenIsToldOnceAndStopsNothing)
 {
     const Array& array = StartServedArray();
