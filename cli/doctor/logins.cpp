@@ -63,10 +63,15 @@ bool Logins::MayTry(const std::string& address)
     if (address != m_env.management_ips(0)) {
         m_changed.wait_for(guard, TURN_OF_THE_FIRST, [this] { return m_isFirstOver; });
     }
-    // One at a time: before one of them was answered nobody knows whether the next is a wrong password once more.
-    m_changed.wait_for(guard, TURN_OF_THE_FIRST, [this] { return !m_isTrying || m_isRefused; });
-    m_isTrying = !m_isRefused;
-    return !m_isRefused;
+    m_changed.wait_for(guard, TURN_OF_THE_FIRST, [this] { return m_trying.empty() || m_isRefused; }); // one at a time
+    // Until one of them was answered nobody knows whether the next is a wrong password once more.
+    const bool isAnswered = m_changed.wait_until(
+        guard, m_deadline, [this] { return m_trying.empty() || !m_deviceIds.empty() || m_isRefused; });
+    if (!isAnswered || m_isRefused) {
+        return false;
+    }
+    m_trying = address;
+    return true;
 }
 
 std::optional<Logins::Failed> Logins::LogInAt(const std::string& address, const std::string& password)
@@ -90,6 +95,7 @@ std::optional<Logins::Failed> Logins::LogInAt(const std::string& address, const 
     {
         const std::lock_guard<std::mutex> guard(m_lock);
         m_deviceIds[address] = session.deviceId;
+        m_changed.notify_all();
         if (m_login != nullptr || std::exchange(m_isKeeping, true)) {
             return std::nullopt;
         }
@@ -120,7 +126,9 @@ void Logins::CountOff(const std::string& address)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     --m_left;
-    m_isTrying = false;
+    if (m_trying == address) {
+        m_trying.clear();
+    }
     m_isFirstOver = m_isFirstOver || address == m_env.management_ips(0);
     m_changed.notify_all();
 }

@@ -25,7 +25,8 @@ public:
 };
 
 /// Logs in at each management address, and keeps a login at the first that bears it for all who ask the array. An array
-/// that refuses user and password is not tried again at another address: it might lock the user. Any thread may call.
+/// that refuses user and password is not tried again at another address, nor is one that does not answer: it might lock
+/// the user. Any thread may call.
 class Logins {
 public:
     using Clock = std::chrono::steady_clock;
@@ -67,7 +68,7 @@ private:
     mutable std::condition_variable m_changed;
     std::size_t m_left;                             // guarded by m_lock; addresses that are neither tried nor given up
     bool m_isFirstOver = false;                     // guarded by m_lock
-    bool m_isTrying = false;                        // guarded by m_lock; a login is under way
+    std::string m_trying;                           // guarded by m_lock; the address of a login that is under way
     bool m_isRefused = false;                       // guarded by m_lock
     bool m_isKeeping = false;                       // guarded by m_lock; somebody is at the login that is kept
     std::shared_ptr<const ArrayLogin> m_login;      // guarded by m_lock

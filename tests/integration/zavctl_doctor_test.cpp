@@ -18,6 +18,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -729,6 +730,16 @@ TEST_F(ZavctlDoctorTest, WrongPasswordIsTriedAtOneAddressOnly)
         logins += entry.method == "POST" ? 1 : 0;
     }
     EXPECT_EQ(1U, logins);
+}
+
+TEST_F(ZavctlDoctorTest, PasswordThatIsNotAnsweredIsTriedAtOneAddressOnly)
+{
+    Prepare();
+    TheArray().AddFault(R"({"kind": "silent", "method": "POST", "target": "sessions", "count": 0})");
+    TheArray().ClearJournal();
+    EXPECT_EQ(8, Doctor().status);
+    const std::vector<std::string> requests = TheArray().Requests();
+    EXPECT_EQ(1, std::count(requests.begin(), requests.end(), "POST sessions"));
 }
 
 TEST_F(ZavctlDoctorTest, CertificateThatEndsSoonIsToldUntilItIsRenewed)
