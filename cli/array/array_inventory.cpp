@@ -7,7 +7,7 @@
 void ArrayInventory::Require(int code, const std::string& what, const std::string& errorText) const
 {
     if (code != 0) {
-        throw Failure(ExitCodeOf(code), m_login.Device().url + ": cannot read " + what + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code), m_login.Device().url + ": cannot read " + what, errorText, code);
     }
 }
 

@@ -113,7 +113,8 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
             throw Failure(ExitCode::Unreachable, name + ": no login: the process is about to end");
         }
         int code = keeper.GetLoginedZavRestApi(m_device, api, errorText);
-        const std::string reason = ReasonOf(errorText, code); // of the first address
+        const std::string reason = ReasonOf(errorText, code);    // of the first address
+        const std::string number = NumberGiven(errorText, code); // likewise
         const bool isFull = code == ArrayCode::SESSION_LIMIT_REACHED;
         if (keeper.CheckIfNeedToRetry(code)) {
             const int others = keeper.TryToGetAValidMgmtIP(env, m_device, api, errorText);
@@ -135,7 +136,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::LogIn(const std::string& name, const E
         const auto pause = code == ArrayCode::SESSION_LIMIT_REACHED ? wait.Next(chance) : std::nullopt;
         if (!pause) {
             throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
-                                   ExitCodeOfLogin(code));
+                                   ExitCodeOfLogin(code), number);
         }
         if (!isTold) {
             Report::Step(name + ": as many sessions as the array takes stand on it: waiting for one to end");
@@ -159,8 +160,9 @@ void ArrayLogin::ReadDevice(const std::string& name, ZavRestApi& api)
     }
     const int code = api.GetStorageIP(m_device.storageIps, errorText);
     if (code != ResultCode::OK) {
-        throw Failure(ExitCodeOf(code), name + ": the array at " + m_device.url +
-                                            " does not tell its service addresses" + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code),
+                                 name + ": the array at " + m_device.url + " does not tell its service addresses",
+                                 errorText, code);
     }
     Report::Step(name + ": logged in at " + m_device.url + ", service addresses " +
                  (m_device.storageIps.empty() ? "none" : boost::join(m_device.storageIps, ", ")));
@@ -218,7 +220,7 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Api() const
     const std::lock_guard<std::mutex> guard(m_sessionLock);
     const int code = ZavStorageDiskLib::GetInstance()->GetLoginedZavRestApi(m_device, api, errorText);
     if (code != 0) {
-        throw Failure(ExitCodeOfLogin(code), m_device.url + ": login refused" + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOfLogin(code), m_device.url + ": login refused", errorText, code);
     }
     m_session = api;
     return api;
@@ -240,13 +242,14 @@ boost::shared_ptr<ZavRestApi> ArrayLogin::Renew(const std::string& name, const E
     std::string errorText;
     int code = keeper.GetLoginedZavRestApi(device, api, errorText);
     const std::string reason = ReasonOf(errorText, code); // of the first address
+    const std::string number = NumberGiven(errorText, code);
     if (api == nullptr && IsWorthAnotherAddress(code)) {
         const int others = keeper.TryToGetAValidMgmtIP(env, device, api, errorText);
         code = others == ResultCode::FAILED ? code : others; // there was none
     }
     if (api == nullptr) {
         throw Failure::OfLogin(name + ": cannot log into the array at " + env.management_ips(0) + reason,
-                               ExitCodeOfLogin(code));
+                               ExitCodeOfLogin(code), number);
     }
     if (device.url != m_device.url) {
         m_device.url = device.url;

@@ -52,8 +52,10 @@ bool ArraySeesOnline(ZavRestApi& api, const std::string& url, const std::string&
     const int code = api.IsOnlineFCInitiator(wwpn, errorText);
     // An answer that was read, and says that the port is not online, fails without a text.
     if (code != ResultCode::OK && (code != ResultCode::FAILED || !errorText.empty())) {
-        throw Failure(ExitCodeOf(code), url + ": cannot read whether " + std::string(FC_INITIATOR.words) + " " + wwpn +
-                                            " is online" + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code),
+                                 url + ": cannot read whether " + std::string(FC_INITIATOR.words) + " " + wwpn +
+                                     " is online",
+                                 errorText, code);
     }
     return code == ResultCode::OK;
 }
@@ -73,8 +75,8 @@ ArrayObjects::Answer ArrayObjects::Get(const std::string& resource)
 
 void ArrayObjects::Fail(const std::string& resource, const Answer& answer) const
 {
-    throw Failure(ExitCodeOf(answer.code),
-                  m_url + ": cannot read " + resource + ReasonOf(answer.errorText, answer.code));
+    throw Failure::OfRequest(ExitCodeOf(answer.code), m_url + ": cannot read " + resource, answer.errorText,
+                             answer.code);
 }
 
 // Of an answer that is none to what was asked for; the array gave no code.

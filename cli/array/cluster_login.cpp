@@ -4,6 +4,7 @@
 #include "cli/console/failure.h"
 #include "cli/console/report.h"
 #include "common/framework/http_client.h"
+#include "common/result_codes.h"
 
 #include <chrono>
 #include <thread>
@@ -75,8 +76,9 @@ void ClusterLogin::Login(const std::string& user, const std::string& password)
     const bool isLoggedIn = m_client->Login(m_host, m_port, user, password, errorText) == LOGGED_IN;
     m_state = isLoggedIn ? State::LoggedIn : State::LoggedOut;
     if (!isLoggedIn) {
-        throw Failure(errorText.find("(libcurl ") != std::string::npos ? ExitCode::Unreachable : ExitCode::LoginRefused,
-                      m_url + ": cannot log in: " + errorText);
+        throw Failure::OfRequest(errorText.find("(libcurl ") != std::string::npos ? ExitCode::Unreachable
+                                                                                  : ExitCode::LoginRefused,
+                                 m_url + ": cannot log in", errorText, ResultCode::FAILED);
     }
     Report::Step(m_url + ": logged in");
 }
@@ -123,7 +125,7 @@ std::string ClusterLogin::QueryText(const std::string& what, TextQuery query)
 void ClusterLogin::Require(const std::string& what, int code, const std::string& errorText) const
 {
     if (code != 0) {
-        throw Failure(ExitCodeOf(code), m_url + ": cannot read the " + what + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code), m_url + ": cannot read the " + what, errorText, code);
     }
     if (!errorText.empty()) {
         throw Failure(ExitCode::Refused, m_url + ": the cluster refuses to tell the " + what + ": " + errorText);

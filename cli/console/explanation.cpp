@@ -21,6 +21,7 @@ using LogLines = std::vector<LogTail::Line>;
 struct Cause {
     std::string text;
     ExitCode exit;
+    std::string number = {}; // as NumberGiven has it
 };
 
 std::string Quoted(std::string_view text)
@@ -46,9 +47,9 @@ std::optional<Cause> RefusalOfSan(const LogTail::Line& line)
     }
     const std::string_view until(line.text.data(), line.text.find(MARK));
     const std::string operation(Behind(until, "oLib ex:").value_or(until));
-    return Cause{"the array refused to " + operation + ": " + Quoted(rest->substr(colon + 2)) + " (" +
-                     std::string(rest->substr(0, colon)) + ")",
-                 ExitCode::Refused};
+    const std::string number(rest->substr(0, colon));
+    return Cause{"the array refused to " + operation + ": " + Quoted(rest->substr(colon + 2)) + " (" + number + ")",
+                 ExitCode::Refused, number};
 }
 
 // What a request of the SAN library or the library itself met on the way, as libcurl says it.
@@ -58,7 +59,8 @@ std::optional<Cause> NetworkFailure(const LogTail::Line& line)
         return std::nullopt;
     }
     const auto rest = Behind(line.text, "Error  is ");
-    return Cause{std::string(rest.value_or(line.text)), ExitCode::Unreachable};
+    return Cause{std::string(rest.value_or(line.text)), ExitCode::Unreachable,
+                 NumberGiven(line.text, ResultCode::FAILED)};
 }
 
 std::optional<Cause> WordsOfIscsiadm(const LogTail::Line& line)
@@ -120,9 +122,9 @@ std::optional<Cause> RefusalOfRest(const LogTail::Line& line)
     if (line.operation != "ParseRsp" || comma == std::string_view::npos) {
         return std::nullopt;
     }
-    return Cause{"the array refused: " + Quoted(rest->substr(comma + 13)) + " (" + std::string(rest->substr(0, comma)) +
-                     ")",
-                 ExitCode::Refused};
+    const std::string number(rest->substr(0, comma));
+    return Cause{"the array refused: " + Quoted(rest->substr(comma + 13)) + " (" + number + ")", ExitCode::Refused,
+                 number};
 }
 
 // The first line that says why. A query without an id, which each fresh run sends for what the record lacks, is refused
@@ -156,14 +158,20 @@ std::optional<Cause> CauseIn(const LogLines& lines)
     return std::nullopt;
 }
 
-// Why no session came about at further addresses: "; nor at https://10.0.0.2:8088: why", for each; of several tries the
-// last counts.
-std::string OtherAddresses(const LogLines& lines)
+// Why no session came about at a further address.
+struct OtherAddress {
+    std::string url;
+    std::string reason;
+    std::string number; // as NumberGiven has it
+};
+
+// Of several tries at one address the last counts.
+std::vector<OtherAddress> OtherAddresses(const LogLines& lines)
 {
     constexpr std::string_view BEFORE_URL = "Login Zav device failed using this mgmt IP:  ";
     constexpr std::string_view BEFORE_WHY = ", error msg is ";
     constexpr std::string_view BEFORE_CODE = ", error code is ";
-    std::vector<std::pair<std::string, std::string>> reasons; // by url
+    std::vector<OtherAddress> others;
     const std::string transport = std::to_string(ResultCode::TRANSPORT_ERROR);
     for (const LogTail::Line& line : lines) {
         const auto rest = Behind(line.text, BEFORE_URL);
@@ -172,40 +180,26 @@ std::string OtherAddresses(const LogLines& lines)
         if (why == std::string_view::npos || code == std::string_view::npos || code < why) {
             continue;
         }
-        const std::string url(rest->substr(0, why));
         const std::size_t start = why + BEFORE_WHY.size();
-        const auto known =
-            std::find_if(reasons.begin(), reasons.end(), [&url](const auto& each) { return each.first == url; });
         const std::string number(rest->substr(code + BEFORE_CODE.size()));
-        std::string reason(rest->substr(start, code - start));
+        OtherAddress other = {std::string(rest->substr(0, why)), std::string(rest->substr(start, code - start)), ""};
         if (number == std::to_string(ResultCode::FAILED)) { // whose text may be that of the address before
-            reason = "the answer is of no use";
-        } else if (number != transport) { // which says nothing more than the text
-            reason += " (" + number + ")";
-        }
-        if (known == reasons.end()) {
-            reasons.emplace_back(url, reason);
+            other.reason = "the answer is of no use";
+        } else if (number == transport) { // which says nothing more than the text
+            other.number = NumberGiven(other.reason, ResultCode::FAILED);
         } else {
-            known->second = reason;
+            other.reason += " (" + number + ")";
+            other.number = number;
+        }
+        const auto known = std::find_if(others.begin(), others.end(),
+                                        [&other](const OtherAddress& each) { return each.url == other.url; });
+        if (known == others.end()) {
+            others.push_back(std::move(other));
+        } else {
+            *known = std::move(other);
         }
     }
-    std::string text;
-    for (const auto& [url, reason] : reasons) {
-        text.append("; nor at ").append(url).append(": ").append(reason);
-    }
-    return text;
-}
-
-// The last number in parentheses that somebody gave the failure: "1077949006" is an array's or cluster's, "libcurl 7"
-// the HTTP library's.
-std::string CodeIn(const std::string& cause)
-{
-    static const std::regex code("\\((-?[0-9]{1,10}|libcurl [0-9]{1,3})\\)");
-    std::string last;
-    for (std::sregex_iterator each(cause.begin(), cause.end(), code), end; each != end; ++each) {
-        last = (*each)[1];
-    }
-    return last;
+    return others;
 }
 
 // The first url of the cause, else the first path. The library's matcher goes as deep as a match is long, and a cause
@@ -239,15 +233,19 @@ bool IsForbidden(const std::string& cause)
 
 Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& logged)
 {
-    Explanation explanation = {failure.what(), "", failure.Code()};
+    Explanation explanation = {failure.what(), "", failure.Code(), failure.Number()};
     if (failure.IsCauseLogged()) {
         if (const auto cause = CauseIn(logged)) {
             explanation.cause += ": " + cause->text;
+            explanation.number = cause->number;
             explanation.exit = failure.Code() == ExitCode::Refused ? cause->exit : failure.Code();
         }
     }
     if (failure.AreOthersLogged()) {
-        explanation.cause += OtherAddresses(logged);
+        for (const OtherAddress& other : OtherAddresses(logged)) {
+            explanation.cause += "; nor at " + other.url + ": " + other.reason;
+            explanation.number = other.number.empty() ? explanation.number : other.number;
+        }
     }
     if (explanation.exit == ExitCode::Unusable && IsForbidden(explanation.cause)) {
         explanation.exit = ExitCode::NoPermission;
@@ -272,7 +270,7 @@ Json::Value ToJson(const Explanation& explanation)
             value[name] = text;
         }
     };
-    enter("code", CodeIn(explanation.cause));
+    enter("code", explanation.number);
     enter("where", PlaceIn(explanation.cause));
     return value;
 }

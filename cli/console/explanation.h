@@ -14,6 +14,7 @@ struct Explanation {
     std::string cause;
     std::string remedy;
     ExitCode exit;
+    std::string number; ///< as NumberGiven has it
 };
 
 /// `logged` is what the library logged of the operation that failed, oldest first. Where the failure does not say why,
@@ -24,7 +25,7 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
 /// Prints it, `when` in front of the cause.
 void Tell(const Explanation& explanation, const std::string& when = {});
 
-/// {"cause", "remedy", "exit"}, and "code" and "where" as far as the cause tells them.
+/// {"cause", "remedy", "exit"}, and "code" and "where" as far as they are known.
 Json::Value ToJson(const Explanation& explanation);
 
 #endif

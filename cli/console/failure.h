@@ -15,6 +15,9 @@ public:
     {
     }
 
+    /// Of a request that failed: ReasonOf stands behind `text`, and its number is the failure's.
+    static Failure OfRequest(ExitCode code, const std::string& text, const std::string& errorText, int requestCode);
+
     /// Of an operation of the library that tells no more than that it failed: why is in what it logged. Where that says
     /// more than `code` being Refused, it counts.
     static Failure OfLibrary(const std::string& text, ExitCode code = ExitCode::Refused)
@@ -24,25 +27,36 @@ public:
         return failure;
     }
 
-    /// Of a login that came to nothing at several addresses: `text` tells of the first, the library logged the others.
-    static Failure OfLogin(const std::string& text, ExitCode code)
+    /// Of a login that came to nothing at several addresses: `text` and `number` tell of the first, the library logged
+    /// the others.
+    static Failure OfLogin(const std::string& text, ExitCode code, const std::string& number)
     {
         Failure failure(code, text);
+        failure.m_number = number;
         failure.m_areOthersLogged = true;
         return failure;
     }
 
     ExitCode Code() const noexcept { return m_code; }
+
+    /// As NumberGiven has it. The text may hold other numbers: names, and what this node's tools ended with.
+    const std::string& Number() const noexcept { return m_number; }
+
     bool IsCauseLogged() const noexcept { return m_isCauseLogged; }
     bool AreOthersLogged() const noexcept { return m_areOthersLogged; }
 
 private:
     ExitCode m_code;
+    std::string m_number;
     bool m_isCauseLogged = false;
     bool m_areOthersLogged = false;
 };
 
 /// What a failed request adds to its cause: ": text (code)", without a code that says nothing more than the text.
 std::string ReasonOf(const std::string& errorText, int requestCode);
+
+/// The number that an array, a cluster or the HTTP library gave a failed request: "1077949006", "libcurl 7"; empty
+/// where none of them did.
+std::string NumberGiven(const std::string& errorText, int requestCode);
 
 #endif

@@ -43,7 +43,7 @@ void Leftovers::RemoveIdleOneOfOthers(const Object& object)
                      : *object.kind == LUN_GROUP  ? m_api->DeleteLunGroup(object.id, errorText)
                                                   : m_api->DeleteHost(object.id, errorText);
     if (code != ResultCode::OK) {
-        throw Failure(ExitCodeOf(code), naming + " cannot be deleted" + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code), naming + " cannot be deleted", errorText, code);
     }
 }
 
@@ -66,8 +66,8 @@ void Leftovers::Remove(const Object& object)
     const std::string naming = entry.kind + " " + object.id;
     const auto require = [&](int code, const std::string& what) {
         if (code != ResultCode::OK) {
-            throw Failure(ExitCodeOf(code),
-                          m_login.Device().url + ": cannot " + what + " " + naming + ReasonOf(errorText, code));
+            throw Failure::OfRequest(ExitCodeOf(code), m_login.Device().url + ": cannot " + what + " " + naming,
+                                     errorText, code);
         }
     };
     const Removal removal = {object.id, members, errorText, require};

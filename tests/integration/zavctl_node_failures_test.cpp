@@ -76,6 +76,10 @@ TEST_F(ZavctlNodeFailuresTest, DeadIscsid)
     ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
                  {10, Unconnected(array, "iscsiadm said \"iscsiadm: can not connect to iSCSI daemon (111)!\""),
                   "start iscsid (systemctl start iscsid), or bring an FC port online; then run the command again"});
+    const Base::ProgramResult init = RunZavctl({"init", "--env", EnvironmentFileOf(array), "-o", "json"});
+    const Json::Value error = ParseJsonText(init.output)["errors"][0];
+    EXPECT_EQ(10, error["exit"].asInt());
+    EXPECT_FALSE(error.isMember("code")) << "no array gave that number";
 }
 
 TEST_F(ZavctlNodeFailuresTest, TargetThatDoesNotLetThisInitiatorIn)
