@@ -6,6 +6,7 @@
 #include "cli/commands/options.h"
 #include "cli/console/consent.h"
 #include "cli/console/failure.h"
+#include "cli/console/log_tail.h"
 #include "cli/node/node_lock.h"
 #include "cli/record/device_record.h"
 #include "cli/record/own_journal.h"
@@ -153,15 +154,17 @@ bool AreSame(const Plan& one, const Plan& other)
     return ids(one) == ids(other);
 }
 
-void TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan, const DeviceRecord& record)
+void TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan, const DeviceRecord& record,
+               LogTail& log)
 {
     DeleteResource cleanup;
     cleanup.m_deleteHost = plan.deletesHost;
+    log.Take(); // an address at which nobody was, for one, is no cause of what follows
     const int code = cleanup.DeleteCreatedResource(plan.message, Zav::SessionInfo(), login.Api());
     if (code != 0) {
-        throw Failure::OfLibrary(login.Device().url + ": cleanup stopped with code " + std::to_string(code) +
-                                     "; the record stays in " + record.Path(),
-                                 ExitCodeOf(code));
+        throw Failure::OfLibraryRequest(login.Device().url + ": cleanup stopped with code " + std::to_string(code) +
+                                            "; the record stays in " + record.Path(),
+                                        ExitCodeOf(code), code);
     }
     if (!TellWhatIsGone(login, objects, plan.message, plan.deletesHost)) {
         throw Failure(ExitCode::Partly, login.Device().url + ": not all is gone; the record stays in " + record.Path());
@@ -170,7 +173,7 @@ void TakeApart(const ArrayLogin& login, ArrayObjects& objects, const Plan& plan,
     Report::Step(record.Path() + ": record removed");
 }
 
-ExitCode RunCleanup(const CleanupOptions& options)
+ExitCode RunCleanup(const CleanupOptions& options, LogTail& log)
 {
     const ArrayLogin login(NameOfEnvironment(options.environmentPath), ReadEnvironment(options.environmentPath));
     const boost::shared_ptr<ZavRestApi> api = login.Api();
@@ -202,7 +205,7 @@ ExitCode RunCleanup(const CleanupOptions& options)
         }
     }
     if (!record->IsEmpty()) {
-        TakeApart(login, objects, plan, *record);
+        TakeApart(login, objects, plan, *record, log);
     }
     OwnSessions::End(login, plan.sessions);
     return ExitCode::Done;
@@ -231,6 +234,6 @@ void AddCleanupCommand(CLI::App& app, Run& run)
         *command, {"zavctl cleanup --env env.json --dry-run", "zavctl cleanup --env env.json --delete-host --yes"});
     command->callback([options, &run] {
         Options::CompleteEnvironment(options->environmentPath);
-        run = [options](LogTail& /*log*/, StopSignals& /*signals*/) { return RunCleanup(*options); };
+        run = [options](LogTail& log, StopSignals& /*signals*/) { return RunCleanup(*options, log); };
     });
 }

@@ -158,6 +158,26 @@ std::optional<Cause> CauseIn(const LogLines& lines)
     return std::nullopt;
 }
 
+// What was said to the last request that gave `code`; where that is FAILED, which many an operation makes of any other,
+// to the last that failed.
+std::optional<Cause> CauseOfRequest(const LogLines& lines, int code)
+{
+    const bool isAny = code == ResultCode::FAILED;
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        auto cause = isAny || code == ResultCode::TRANSPORT_ERROR ? NetworkFailure(*line) : std::nullopt;
+        if (!cause) {
+            cause = RefusalOfRest(*line);
+            if (cause && !isAny && cause->number != std::to_string(code)) {
+                cause.reset();
+            }
+        }
+        if (cause) {
+            return cause;
+        }
+    }
+    return std::nullopt;
+}
+
 // Why no session came about at a further address.
 struct OtherAddress {
     std::string url;
@@ -235,7 +255,8 @@ Explanation Explain(const Failure& failure, const std::vector<LogTail::Line>& lo
 {
     Explanation explanation = {failure.what(), "", failure.Code(), failure.Number()};
     if (failure.IsCauseLogged()) {
-        if (const auto cause = CauseIn(logged)) {
+        const auto& requestCode = failure.RequestCode();
+        if (const auto cause = requestCode ? CauseOfRequest(logged, *requestCode) : CauseIn(logged)) {
             explanation.cause += ": " + cause->text;
             explanation.number = cause->number;
             explanation.exit = failure.Code() == ExitCode::Refused ? cause->exit : failure.Code();

@@ -17,6 +17,14 @@ Failure Failure::OfRequest(ExitCode code, const std::string& text, const std::st
     return failure;
 }
 
+Failure Failure::OfLibraryRequest(const std::string& text, ExitCode code, int requestCode)
+{
+    Failure failure = OfLibrary(text, code);
+    failure.m_number = NumberGiven("", requestCode);
+    failure.m_requestCode = requestCode;
+    return failure;
+}
+
 std::string ReasonOf(const std::string& errorText, int requestCode)
 {
     if (requestCode == ResultCode::FAILED) {

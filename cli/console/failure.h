@@ -3,6 +3,7 @@
 
 #include "cli/console/exit_code.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -27,6 +28,10 @@ public:
         return failure;
     }
 
+    /// The same of one that gives the code of the request that it ended at: only what was said to that one counts.
+    /// Others before it may have been refused without harm.
+    static Failure OfLibraryRequest(const std::string& text, ExitCode code, int requestCode);
+
     /// Of a login that came to nothing at several addresses: `text` and `number` tell of the first, the library logged
     /// the others.
     static Failure OfLogin(const std::string& text, ExitCode code, const std::string& number)
@@ -45,9 +50,13 @@ public:
     bool IsCauseLogged() const noexcept { return m_isCauseLogged; }
     bool AreOthersLogged() const noexcept { return m_areOthersLogged; }
 
+    /// Of the request whose cause is logged; nothing where none is known.
+    const std::optional<int>& RequestCode() const noexcept { return m_requestCode; }
+
 private:
     ExitCode m_code;
     std::string m_number;
+    std::optional<int> m_requestCode;
     bool m_isCauseLogged = false;
     bool m_areOthersLogged = false;
 };

@@ -63,6 +63,28 @@ TEST(ExplanationTest, CodeOfWhatTheLibraryLogged)
                                              "(libcurl 7)"}}));
 }
 
+TEST(ExplanationTest, CauseOfARequestIsWhatWasSaidToIt)
+{
+    const LogTail::Line dead = {WARNING, "SendAndParseRsp",
+                                "Send http request occur network error. Error  is Connection refused (libcurl 7)"};
+    const LogTail::Line gone = {WARNING, "ParseRsp", "code : 1077951819, Describe : gone"};
+    const LogTail::Line mapped = {WARNING, "ParseRsp", "code : 1090519057, Describe : mapped"};
+    const auto causeOf = [](int code, const std::vector<LogTail::Line>& logged) {
+        const Failure failure = Failure::OfLibraryRequest("it stopped", ExitCode::Refused, code);
+        const Explanation explanation = Explain(failure, logged);
+        return explanation.cause + " " + std::to_string(static_cast<int>(explanation.exit)) + " " + explanation.number;
+    };
+    EXPECT_EQ("it stopped: the array refused: \"mapped\" (1090519057) 9 1090519057",
+              causeOf(1090519057, {dead, gone, mapped}));
+    EXPECT_EQ("it stopped 9 1090519057", causeOf(1090519057, {dead, gone})) << "rather nothing than another's words";
+    EXPECT_EQ("it stopped: the array refused: \"mapped\" (1090519057) 9 1090519057",
+              causeOf(ResultCode::FAILED, {dead, gone, mapped}));
+    EXPECT_EQ("it stopped: Connection refused (libcurl 7) 8 libcurl 7", causeOf(ResultCode::FAILED, {gone, dead}));
+    EXPECT_EQ("it stopped: Connection refused (libcurl 7) 8 libcurl 7",
+              causeOf(ResultCode::TRANSPORT_ERROR, {mapped, dead, gone}));
+    EXPECT_EQ("it stopped 9 ", causeOf(ResultCode::FAILED, {}));
+}
+
 TEST(ExplanationTest, OfSeveralAddressesTheLastThatGaveANumberHasIt)
 {
     const Failure failure =
