@@ -44,6 +44,15 @@ bool IsNoAnswer(int code)
            std::find(RETRYABLE_CODES.begin(), RETRYABLE_CODES.end(), code) != RETRYABLE_CODES.end();
 }
 
+// Takes all of a list.
+ArrayObjects::PageTaker AddingTo(std::vector<ArrayObject>& objects)
+{
+    return [&objects](const std::vector<ArrayObject>& page) {
+        objects.insert(objects.end(), page.begin(), page.end());
+        return true;
+    };
+}
+
 } // namespace
 
 bool ArraySeesOnline(ZavRestApi& api, const std::string& url, const std::string& wwpn)
@@ -76,6 +85,13 @@ ArrayObjects::Answer ArrayObjects::Get(const std::string& resource)
 void ArrayObjects::Fail(const std::string& resource, const Answer& answer) const
 {
     throw Failure::OfRequest(ExitCodeOf(answer.code), m_url + ": cannot read " + resource, answer.errorText,
+                             answer.code);
+}
+
+void ArrayObjects::FailOfList(const ObjectKind& kind, const Answer& answer) const
+{
+    throw Failure::OfRequest(ExitCode::Refused,
+                             m_url + ": the array does not list its " + std::string(kind.words) + "s", answer.errorText,
                              answer.code);
 }
 
@@ -157,23 +173,27 @@ std::vector<std::string> ArrayObjects::Initiators(const ObjectKind& kind, const 
 std::optional<std::vector<ArrayObject>> ArrayObjects::All(const ObjectKind& kind)
 {
     std::vector<ArrayObject> objects;
-    const bool areListed = EachPage(kind, [&objects](const std::vector<ArrayObject>& page) {
-        objects.insert(objects.end(), page.begin(), page.end());
-        return true;
-    });
-    return areListed ? std::optional(std::move(objects)) : std::nullopt;
+    const Answer last = ReadPages(kind, AddingTo(objects));
+    return last.code == ResultCode::OK ? std::optional(std::move(objects)) : std::nullopt;
 }
 
 std::vector<ArrayObject> ArrayObjects::Listed(const ObjectKind& kind)
 {
-    auto objects = All(kind);
-    if (!objects) {
-        throw Failure(ExitCode::Refused, m_url + ": the array does not list its " + std::string(kind.words) + "s");
-    }
-    return std::move(*objects);
+    std::vector<ArrayObject> objects;
+    EachPage(kind, AddingTo(objects));
+    return objects;
 }
 
-bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take)
+void ArrayObjects::EachPage(const ObjectKind& kind, const PageTaker& take)
+{
+    const Answer last = ReadPages(kind, take);
+    if (last.code != ResultCode::OK) {
+        FailOfList(kind, last);
+    }
+}
+
+// Gives the last answer: a refusal, where the array does not list them.
+ArrayObjects::Answer ArrayObjects::ReadPages(const ObjectKind& kind, const PageTaker& take)
 {
     std::string lastFirst; // of the page before
     for (std::size_t begin = 0;; begin += PAGE) {
@@ -181,7 +201,7 @@ bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(con
             std::string(kind.resource) + "?range=[" + std::to_string(begin) + "-" + std::to_string(begin + PAGE) + "]";
         const Answer answer = Get(resource);
         if (answer.code != ResultCode::OK) {
-            return false;
+            return answer;
         }
         std::vector<ArrayObject> page;
         for (const Json::Value& each : answer.data) {
@@ -192,7 +212,7 @@ bool ArrayObjects::EachPage(const ObjectKind& kind, const std::function<bool(con
             FailOfContent(resource, "the array gives the same page of its list again and again");
         }
         if (!take(page) || isLast) {
-            return true;
+            return answer;
         }
         lastFirst = page.front().id;
     }

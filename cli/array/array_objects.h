@@ -73,6 +73,9 @@ public:
     ArrayObjects& operator=(const ArrayObjects&) = delete;
     virtual ~ArrayObjects() = default;
 
+    /// Takes a page of a list, and gives false when it has enough.
+    using PageTaker = std::function<bool(const std::vector<ArrayObject>&)>;
+
     /// Nothing when the array says that there is none of the id.
     virtual std::optional<ArrayObject> Find(const ObjectKind& kind, const std::string& id);
 
@@ -88,11 +91,12 @@ public:
     /// All objects of a kind; nothing when the array does not list them.
     std::optional<std::vector<ArrayObject>> All(const ObjectKind& kind);
 
-    /// The same for whom a list that is refused is not an empty one: throws Failure, Refused, naming it.
+    /// The same for whom a list that is refused is not an empty one: throws Failure, Refused, naming it and why.
     std::vector<ArrayObject> Listed(const ObjectKind& kind);
 
-    /// Hands them on page by page, until `take` has enough and gives false. False when the array does not list them.
-    bool EachPage(const ObjectKind& kind, const std::function<bool(const std::vector<ArrayObject>&)>& take);
+    /// Hands them on page by page, until `take` has enough and gives false. Where the array does not list them, as
+    /// Listed.
+    void EachPage(const ObjectKind& kind, const PageTaker& take);
 
 private:
     struct Answer {
@@ -102,10 +106,12 @@ private:
     };
     Answer Get(const std::string& resource);
     [[noreturn]] void Fail(const std::string& resource, const Answer& answer) const;
+    [[noreturn]] void FailOfList(const ObjectKind& kind, const Answer& answer) const;
     [[noreturn]] void FailOfContent(const std::string& resource, const std::string& problem) const;
     ArrayObject ToObject(const std::string& resource, const Json::Value& data) const;
     Json::Value List(const std::string& resource);
     std::vector<std::string> Ids(const std::string& resource);
+    Answer ReadPages(const ObjectKind& kind, const PageTaker& take);
 
     ZavRestApi& m_api;
     const std::string m_url;

@@ -7,7 +7,6 @@
 #include "cli/commands/list_filter.h"
 #include "cli/commands/list_output.h"
 #include "cli/commands/options.h"
-#include "cli/console/failure.h"
 #include "cli/node/node_initiators.h"
 
 #include <boost/algorithm/string/join.hpp>
@@ -168,7 +167,7 @@ void ReadHosts(const ArrayLogin& login, const Wanted& wanted)
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     ArrayObjects objects(*api, login.Device().url);
     const std::vector<std::string> ofThisNode = HostsOfThisNode(objects);
-    const bool areListed = objects.EachPage(HOST, [&](const std::vector<ArrayObject>& page) {
+    objects.EachPage(HOST, [&](const std::vector<ArrayObject>& page) {
         Objects hosts;
         for (const ArrayObject& host : page) {
             Json::Value& value = hosts.emplace_back(HostToJson(host, ofThisNode));
@@ -178,9 +177,6 @@ void ReadHosts(const ArrayLogin& login, const Wanted& wanted)
         }
         return wanted.take(hosts);
     });
-    if (!areListed) {
-        throw Failure(ExitCode::Refused, login.Device().url + ": the array does not list its hosts");
-    }
 }
 
 std::vector<ListKind> Kinds()

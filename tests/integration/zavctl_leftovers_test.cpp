@@ -325,7 +325,7 @@ TEST_F(ZavctlLeftoversTest, OrphansAreToldApartAndLeft)
 TEST_F(ZavctlLeftoversTest, ListThatTheArrayRefusesIsNotTakenForAnEmptyOne)
 {
     ASSERT_EQ(0, Init().status);
-    const std::string cause = m_array.Url() + ": the array does not list its mapping views\n";
+    const std::string cause = m_array.Url() + ": the array does not list its mapping views: licence (42)\n";
     Fault(
         R"("kind": "code", "code": 42, "description": "licence", "method": "GET", "target": "mappingview.range", "count": 0)");
     const Base::ProgramResult orphans = RunZavctl({"orphans", "--env", m_env});

@@ -217,6 +217,19 @@ TEST_F(ZavctlListsTest, HostsTellWhichIsThisNodes)
     ExpectOnlyReadingRequests();
 }
 
+TEST_F(ZavctlListsTest, HostsThatTheArrayDoesNotListAreToldWithItsReason)
+{
+    m_array.AddFault(
+        R"({"kind": "code", "code": 1090519044, "description": "no such thing", "target": "host\\?range"})");
+    const Base::ProgramResult hosts = List("hosts", {"-o", "json"});
+    EXPECT_EQ(9, hosts.status);
+    const Json::Value error = ParseJsonText(hosts.output)["error"];
+    EXPECT_EQ(m_array.Url() + ": the array does not list its hosts: no such thing (1090519044)",
+              error["cause"].asString());
+    EXPECT_EQ("1090519044", error["code"].asString());
+    EXPECT_THAT(error["remedy"].asString(), StartsWith("the array speaks another version of the interface"));
+}
+
 TEST_F(ZavctlListsTest, NodeTellsWhatItIsAndAsksNoArray)
 {
     SetFcPorts({"0x2100001122334455"});
