@@ -4,6 +4,46 @@
 #include "cli/console/report.h"
 #include "rest/zav_rest_api.h"
 
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+namespace {
+
+/// Ids that were seen. Those that follow each other take the memory of one, so that there may be any number of them.
+class SeenIds {
+public:
+    // False when it is there already.
+    bool Add(std::uint64_t id)
+    {
+        const auto behind = m_runs.upper_bound(id);
+        const auto before = behind == m_runs.begin() ? m_runs.end() : std::prev(behind);
+        if (before != m_runs.end() && id <= before->second) {
+            return false;
+        }
+        ++m_count;
+        const bool isJoined = behind != m_runs.end() && id + 1 == behind->first;
+        const std::uint64_t last = isJoined ? behind->second : id;
+        if (isJoined) {
+            m_runs.erase(behind);
+        }
+        if (before != m_runs.end() && before->second + 1 == id) {
+            before->second = last;
+        } else {
+            m_runs[id] = last;
+        }
+        return true;
+    }
+
+    std::uint64_t Count() const noexcept { return m_count; }
+
+private:
+    std::map<std::uint64_t, std::uint64_t> m_runs; // from each first id to the last
+    std::uint64_t m_count = 0;
+};
+
+} // namespace
+
 void ArrayInventory::Require(int code, const std::string& what, const std::string& errorText) const
 {
     if (code != 0) {
@@ -55,20 +95,42 @@ std::uint64_t ArrayInventory::LunCount()
     return count;
 }
 
-void ArrayInventory::EachLunPage(std::uint64_t count, std::uint64_t pageSize,
+// The next page begins behind what came: an array may give fewer at once than it is asked for. Rows move when a LUN is
+// made or deleted meanwhile, so that some come twice and others never do; what came twice counts once. A page on which
+// nothing is new ends the list, whatever was counted.
+bool ArrayInventory::EachLunPage(std::uint64_t count, std::uint64_t pageSize,
                                  const std::function<bool(const std::vector<Zav::LunInfo>&)>& take)
 {
-    const Report::ProgressBar bar("LUNs", count);
-    for (std::uint64_t offset = 0; offset < count; offset += pageSize) {
-        std::vector<Zav::LunInfo> luns;
-        std::string errorText;
-        Require(m_api->GetLunListByPage(offset, pageSize, luns, errorText), "the LUNs from " + std::to_string(offset),
-                errorText);
-        if (!take(luns)) {
-            return;
+    SeenIds seen;
+    bool isFull = false; // the last page
+    // The bar is gone before anything is told.
+    {
+        const Report::ProgressBar bar("LUNs", count);
+        for (std::uint64_t offset = 0; seen.Count() < count;) {
+            std::vector<Zav::LunInfo> luns;
+            std::string errorText;
+            Require(m_api->GetLunListByPage(offset, pageSize, luns, errorText),
+                    "the LUNs from " + std::to_string(offset), errorText);
+            offset += luns.size();
+            isFull = luns.size() >= pageSize;
+            const auto isKnown = [&seen](const Zav::LunInfo& lun) { return !seen.Add(lun.id); };
+            luns.erase(std::remove_if(luns.begin(), luns.end(), isKnown), luns.end());
+            if (luns.empty()) {
+                break;
+            }
+            if (!take(luns)) {
+                return true;
+            }
+            bar.Show(seen.Count());
         }
-        bar.Show(offset + luns.size());
     }
+    if (seen.Count() == count || (seen.Count() > count && !isFull)) {
+        return true;
+    }
+    Report::Tell("warning: " + m_login.Device().url + ": the array counts " + std::to_string(count) +
+                     " LUNs and gave " + std::to_string(seen.Count()) + ": the list may lack some",
+                 Report::Look::Warning);
+    return false;
 }
 
 Json::Value ToJson(const ArrayInventory::System& system)

@@ -39,8 +39,10 @@ public:
     std::vector<Zav::StoragePool> Pools();
     std::uint64_t LunCount();
 
-    /// Reads `count` LUNs page by page, and hands each page on, until `take` has enough and gives false.
-    void EachLunPage(std::uint64_t count, std::uint64_t pageSize,
+    /// Reads the LUNs, of which the array counted `count`, page by page, and hands each on once, until `take` has
+    /// enough and gives false. False, and said, where that may not be all: the array gave fewer than it counted, or
+    /// more than that and a last page that was full.
+    bool EachLunPage(std::uint64_t count, std::uint64_t pageSize,
                      const std::function<bool(const std::vector<Zav::LunInfo>&)>& take);
 
 private:

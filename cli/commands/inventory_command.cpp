@@ -83,11 +83,10 @@ ExitCode PrintJson(ArrayInventory& array, const std::string& url, const Inventor
     }
     ListOutput output(Report::Format::Json, head, "luns", {});
     const auto readLuns = [&] {
-        array.EachLunPage(system.lunCount, options.pageSize, [&output](const std::vector<Zav::LunInfo>& luns) {
+        return array.EachLunPage(system.lunCount, options.pageSize, [&output](const std::vector<Zav::LunInfo>& luns) {
             output.Print(ToJsonList(luns));
             return true;
         });
-        return true;
     };
     return output.PrintAll(readLuns, log);
 }

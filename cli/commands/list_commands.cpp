@@ -50,7 +50,7 @@ struct ListKind {
     std::vector<ListOutput::Column> columns;
     const char* detail; ///< the member that Wanted::hasDetails is about; null: none
     bool isLong;        ///< a table of it ends after a hundred, unless more is asked for
-    void (*read)(const ArrayLogin& login, const Wanted& wanted);
+    bool (*read)(const ArrayLogin& login, const Wanted& wanted); ///< false when the array kept something back
     std::vector<std::string> examples;
 
     std::vector<std::string> Members() const
@@ -102,19 +102,21 @@ private:
     bool m_isCut = false;
 };
 
-void ReadPools(const ArrayLogin& login, const Wanted& wanted)
+bool ReadPools(const ArrayLogin& login, const Wanted& wanted)
 {
     wanted.take(ToJsonList(ArrayInventory(login).Pools()));
+    return true;
 }
 
-void ReadLuns(const ArrayLogin& login, const Wanted& wanted)
+bool ReadLuns(const ArrayLogin& login, const Wanted& wanted)
 {
     ArrayInventory array(login);
-    array.EachLunPage(array.LunCount(), ArrayInventory::PAGE,
-                      [&wanted](const std::vector<Zav::LunInfo>& luns) { return wanted.take(ToJsonList(luns)); });
+    return array.EachLunPage(array.LunCount(), ArrayInventory::PAGE, [&wanted](const std::vector<Zav::LunInfo>& luns) {
+        return wanted.take(ToJsonList(luns));
+    });
 }
 
-void ReadPorts(const ArrayLogin& login, const Wanted& wanted)
+bool ReadPorts(const ArrayLogin& login, const Wanted& wanted)
 {
     ArrayInventory array(login);
     Objects ports;
@@ -128,6 +130,7 @@ void ReadPorts(const ArrayLogin& login, const Wanted& wanted)
     add("management", array.ManagementIps());
     add("service", array.ServiceIps());
     wanted.take(ports);
+    return true;
 }
 
 // The ids of the hosts that hold an initiator of this node.
@@ -162,7 +165,7 @@ Json::Value InitiatorsOf(ArrayObjects& objects, const std::string& hostId)
     return initiators;
 }
 
-void ReadHosts(const ArrayLogin& login, const Wanted& wanted)
+bool ReadHosts(const ArrayLogin& login, const Wanted& wanted)
 {
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     ArrayObjects objects(*api, login.Device().url);
@@ -177,6 +180,7 @@ void ReadHosts(const ArrayLogin& login, const Wanted& wanted)
         }
         return wanted.take(hosts);
     });
+    return true;
 }
 
 std::vector<ListKind> Kinds()
@@ -245,8 +249,8 @@ ExitCode RunList(const ListKind& kind, const ListOptions& options, LogTail& log)
         options.format != Report::Format::Table || (kind.detail != nullptr && filter.Names(kind.detail));
     const ExitCode code = output.PrintAll(
         [&] {
-            kind.read(login, {hasDetails, [&sieve](const Objects& objects) { return sieve.Take(objects); }});
-            return !sieve.IsCut();
+            const Wanted wanted = {hasDetails, [&sieve](const Objects& objects) { return sieve.Take(objects); }};
+            return kind.read(login, wanted) && !sieve.IsCut();
         },
         log);
     if (code == ExitCode::Done && sieve.IsCut()) {
