@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <set>
 #include <utility>
 
 namespace {
@@ -192,28 +193,32 @@ void ArrayObjects::EachPage(const ObjectKind& kind, const PageTaker& take)
     }
 }
 
-// Gives the last answer: a refusal, where the array does not list them.
+// Gives the last answer: a refusal, where the array does not list them. The next page begins behind what came, and one
+// on which nothing is new ends the list: nothing else tells an array that gives fewer at once than it is asked for from
+// the end.
 ArrayObjects::Answer ArrayObjects::ReadPages(const ObjectKind& kind, const PageTaker& take)
 {
-    std::string lastFirst; // of the page before
-    for (std::size_t begin = 0;; begin += PAGE) {
+    std::set<std::string> seen; // ids: what moved onto this page, because others were made meanwhile, comes again
+    for (std::size_t begin = 0;;) {
         const std::string resource =
             std::string(kind.resource) + "?range=[" + std::to_string(begin) + "-" + std::to_string(begin + PAGE) + "]";
-        const Answer answer = Get(resource);
+        Answer answer = Get(resource);
         if (answer.code != ResultCode::OK) {
             return answer;
         }
         std::vector<ArrayObject> page;
         for (const Json::Value& each : answer.data) {
-            page.push_back(ToObject(resource, each));
+            ArrayObject object = ToObject(resource, each);
+            if (seen.insert(object.id).second) {
+                page.push_back(std::move(object));
+            }
         }
-        const bool isLast = page.size() < PAGE;
-        if (!isLast && page.front().id == lastFirst) {
+        if (page.empty() && answer.data.size() >= PAGE) {
             FailOfContent(resource, "the array gives the same page of its list again and again");
         }
-        if (!take(page) || isLast) {
+        if (page.empty() || !take(page)) {
             return answer;
         }
-        lastFirst = page.front().id;
+        begin += answer.data.size();
     }
 }

@@ -99,6 +99,13 @@ protected:
             requests.begin(), requests.end(), [&start](const std::string& each) { return each.rfind(start, 0) == 0; }));
     }
 
+    void MakeHosts(const std::vector<std::string>& names) const
+    {
+        for (const std::string& name : names) {
+            m_array.Operate("POST", "host", R"({"TYPE": "21", "NAME": ")" + name + "\"}");
+        }
+    }
+
     const Array& m_array;
     const std::string m_env;
 };
@@ -171,6 +178,51 @@ TEST_F(ZavctlPagesTest, LunsThatAreMadeMeanwhileBelongToTheList)
 {
     GiveCount("1200");
     ExpectLuns(Numbers(0, LUNS), true);
+}
+
+TEST_F(ZavctlPagesTest, ArrayThatGivesFewerHostsAtOnceThanItIsAskedForLosesNone)
+{
+    MakeHosts({"one", "two", "six"});
+    GivePage("host", 0, Rows("host", 0, 1));
+    GivePage("host", 1, Rows("host", 1, 2));
+    EXPECT_EQ("HOST  NAME  THIS NODE\n"
+              "1     one   no\n"
+              "2     two   no\n"
+              "3     six   no\n",
+              RunZavctl({"hosts", "--env", m_env, "-q"}).output);
+}
+
+TEST_F(ZavctlPagesTest, ArrayThatDoesNotLookWhichPageIsWantedListsEachHostOnce)
+{
+    MakeHosts({"first", "second"});
+    Give("host\\?range", Rows("host", 0, 2));
+    const Base::ProgramResult hosts = RunZavctl({"hosts", "--env", m_env, "-q"});
+    EXPECT_EQ(0, hosts.status) << hosts.errors;
+    EXPECT_EQ("HOST  NAME    THIS NODE\n"
+              "1     first   no\n"
+              "2     second  no\n",
+              hosts.output);
+}
+
+TEST_F(ZavctlPagesTest, SameFullPageOfHostsAgainAndAgainIsAFailure)
+{
+    Json::Value rows;
+    for (const unsigned int id : Numbers(0, 100)) {
+        Json::Value& row = rows.append(Json::objectValue);
+        row["ID"] = std::to_string(id);
+        row["NAME"] = "host";
+    }
+    Give("host\\?range", rows);
+    const Base::ProgramResult hosts = RunZavctl({"hosts", "--env", m_env, "-q", "--filter", "name=host", "--all"});
+    EXPECT_EQ(9, hosts.status);
+    EXPECT_THAT(hosts.errors, HasSubstr("the array gives the same page of its list again and again\n"));
+}
+
+TEST_F(ZavctlPagesTest, LeftoverOnALaterPageThanTheArrayWasAskedForIsFound)
+{
+    MakeHosts({"an operator's", "Vendrix_AAAAAAAAAAAAAAAAAAAAAA"});
+    GivePage("host", 0, Rows("host", 0, 1));
+    EXPECT_THAT(RunZavctl({"orphans", "--env", m_env, "-q"}).output, HasSubstr("host:2  "));
 }
 
 } // namespace
