@@ -1,4 +1,6 @@
 #include "base/host_port.h"
+#include "cli/console/failure.h"
+#include "cli/console/remedies.h"
 #include "cli/doctor/probes.h"
 #include "cli/node/iscsi_sessions.h"
 #include "common/framework/http_client.h"
@@ -75,15 +77,8 @@ Finding LostSession(const Portal& portal)
         "", ExitCode::Drift};
 }
 
-} // namespace
-
-Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*part*/)
+Findings FindingsOf(const std::vector<Portal>& portals)
 {
-    const auto login = patient.logins.Await();
-    if (login == nullptr) {
-        return {};
-    }
-    const std::vector<Portal> portals = LookAtAll(login->Device().storageIps);
     const bool isAnyReached =
         std::any_of(portals.begin(), portals.end(), [](const Portal& portal) { return portal.takesConnections; });
     Findings findings;
@@ -95,6 +90,21 @@ Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*par
         }
     }
     return findings;
+}
+
+} // namespace
+
+Findings LookAtServiceAddresses(const Patient& patient, const std::string& /*part*/)
+{
+    const auto login = patient.logins.Await();
+    if (login == nullptr) {
+        return {};
+    }
+    try {
+        return FindingsOf(LookAtAll(login->Device().storageIps));
+    } catch (const Failure& failure) { // iscsiadm does not tell
+        return {{SeverityOfIscsi(), failure.what(), RemedyFor(failure.what(), failure.Code()), "", failure.Code()}};
+    }
 }
 
 } // namespace Doctor

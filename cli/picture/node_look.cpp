@@ -76,8 +76,11 @@ public:
         if (!m_isAnyInPlace && m_picture.faults.empty()) {
             m_picture.faults.emplace_back("this node has no initiator on the array");
         }
-        if (!m_hasPath && m_whySessionsAreUnknown.empty()) {
-            m_picture.faults.emplace_back("this node has no online FC port and no iSCSI session with the array");
+        if (!m_hasPath && !m_areSessionsMissed) {
+            m_picture.faults.emplace_back(m_whySessionsAreUnknown.empty()
+                                              ? "this node has no online FC port and no iSCSI session with the array"
+                                              : "this node has no online FC port, and whether it has an iSCSI session "
+                                                "is not known");
         }
         return std::move(m_picture);
     }
@@ -179,7 +182,12 @@ private:
         if (!m_whySessionsAreUnknown.empty()) {
             PictureItem& item = initiator.parts.emplace_back();
             item.kind = "sessions";
-            Fault(item, Standing::Missing, m_whySessionsAreUnknown);
+            m_areSessionsMissed = IsNeeded(initiator.id);
+            if (m_areSessionsMissed) {
+                Fault(item, Standing::Missing, m_whySessionsAreUnknown);
+            } else {
+                item.state = m_whySessionsAreUnknown;
+            }
             return;
         }
         std::vector<PictureItem> without;
@@ -318,6 +326,7 @@ private:
     std::set<std::string_view> m_missing; // the words of the recorded kinds that do not stand
     bool m_isAnyInPlace = false;          // of the initiators
     bool m_hasPath = false;
+    bool m_areSessionsMissed = false; // a fault tells that nobody knows them
     NodePicture m_picture;
 };
 

@@ -175,6 +175,7 @@ private:
                                                                       generatedName, hostIds, position, result);
         PS_LOG(2) << "What was planned ends here.";
         manager.RequireRead();
+        m_device->RequireWantedSessions();
         for (PlanStep& step : m_plan.steps) {
             if (IsNewPort(step)) {
                 step.why += FcPorts::IsLinkUp(step.id) ? "; its link is up: taken for online" : "; its link is down";

@@ -28,8 +28,12 @@ bool IsReached(DeviceOperate& device, const std::string& targetIp)
 PlannedDevice::PlannedDevice(Members& members, std::vector<PlanStep>& steps)
     : m_members(members)
     , m_steps(steps)
-    , m_sessions(IscsiSessions::Standing())
 {
+    try {
+        m_sessions = IscsiSessions::Standing();
+    } catch (const Failure& failure) {
+        m_whySessionsAreUnknown = failure;
+    }
 }
 
 bool PlannedDevice::WriteInfoToJson(const std::string& /*key*/, std::map<std::string, std::string>& info)
@@ -51,6 +55,10 @@ int PlannedDevice::LoginIscsiTarget(const std::string& iqn, const std::string& t
                                     DevChAPInfo& /*chap*/)
 {
     constexpr int NOT_DONE = 1;
+    m_areSessionsWanted = true;
+    if (m_whySessionsAreUnknown) {
+        return NOT_DONE;
+    }
     PlanStep step;
     step.place = PlanStep::Place::Node;
     step.kind = IscsiSession::KIND;
@@ -77,4 +85,11 @@ bool PlannedDevice::GetLoginTargetIP(std::vector<std::string>& ips)
     const bool isAnyThere = DeviceOperate::GetLoginTargetIP(ips);
     ips.insert(ips.end(), m_plannedPortals.begin(), m_plannedPortals.end());
     return isAnyThere || !m_plannedPortals.empty();
+}
+
+void PlannedDevice::RequireWantedSessions() const
+{
+    if (m_areSessionsWanted && m_whySessionsAreUnknown) {
+        throw Failure(*m_whySessionsAreUnknown);
+    }
 }

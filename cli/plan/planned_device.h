@@ -1,11 +1,13 @@
 #ifndef PRODUCT_STORAGE_CLI_PLAN_PLANNED_DEVICE_H
 #define PRODUCT_STORAGE_CLI_PLAN_PLANNED_DEVICE_H
 
+#include "cli/console/failure.h"
 #include "cli/node/iscsi_sessions.h"
 #include "cli/plan/init_plan.h"
 #include "device/device_operate.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,10 +29,16 @@ public:
     /// Those that stand, and those that would.
     bool GetLoginTargetIP(std::vector<std::string>& ips) override;
 
+    /// Throws Failure where a login was to be planned, and iscsiadm does not tell which sessions stand. A node that
+    /// goes by FC needs none.
+    void RequireWantedSessions() const;
+
 private:
     Members& m_members;
     std::vector<PlanStep>& m_steps;
-    const std::vector<IscsiSession> m_sessions;
+    std::vector<IscsiSession> m_sessions;
+    std::optional<Failure> m_whySessionsAreUnknown;
+    bool m_areSessionsWanted = false;
     std::vector<std::string> m_plannedPortals;
 };
 

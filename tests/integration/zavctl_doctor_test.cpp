@@ -802,6 +802,13 @@ TEST_F(ZavctlDoctorTest, AddressesOfAnArrayThatIsReachedByFcNeedNoSession)
     const std::string env = EnvironmentFileOf(array);
     ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
     EXPECT_EQ("all well\n", RunZavctl({"doctor", "--env", env}).output);
+
+    MakeProgram("bin/iscsiadm",
+                "case $* in *session*) exit 141 ;; esac\nexec " + ProgramPath("node/iscsiadm") + " \"$@\"");
+    const Base::ProgramResult untold = RunZavctl({"doctor", "--env", env});
+    EXPECT_THAT(untold.output, StartsWith("warning: this node's iSCSI sessions are not known: iscsiadm said "));
+    EXPECT_THAT(untold.output, Not(HasSubstr("error: ")));
+    EXPECT_EQ(3, untold.status);
 }
 
 TEST_F(ZavctlDoctorTest, SessionThatTheKernelLostIsAWarning)

@@ -335,6 +335,18 @@ TEST_F(ZavctlPlanTest, FcPortThatIsUpIsTakenForOnlineAndNobodyLogsIn)
     ExpectInitDoesAsPlanned(0, 0);
 }
 
+TEST_F(ZavctlPlanTest, IscsiadmThatFailsIsNothingToANodeThatGoesByFc)
+{
+    WriteProgram(Directory() + "/node/bin/iscsiadm", "exit 141\n"); // as for a user who is not root
+    const Base::ProgramResult plan = Run("plan");
+    EXPECT_EQ(9, plan.status) << "without an FC port";
+    EXPECT_THAT(plan.errors, HasSubstr("zavctl: this node's iSCSI sessions are not known: "));
+    SetFcPort(m_array, "Online", true);
+    ExpectInitDoesAsPlanned(11, 0);
+    ExpectInitDoesAsPlanned(11, 0); // the host is left from now on
+    EXPECT_EQ(0, Run("plan").status);
+}
+
 TEST_F(ZavctlPlanTest, FcPortThatIsDownIsMadeKnownAndTheNodeLogsIn)
 {
     SetFcPorts({"0x2100001122334455"});

@@ -176,6 +176,23 @@ TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoSession)
     EXPECT_THAT(status.output, HasSubstr("└─ portal " + m_array.Options().serviceIps[0] + "  no session\n"));
 }
 
+TEST_F(ZavctlStatusTest, NodeThatUsesFcNeedsNoIscsiadm)
+{
+    SetFcPort(m_array, "Online", true);
+    Prepare();
+    WriteProgram(Directory() + "/node/bin/iscsiadm", "exit 141\n"); // as for a user who is not root
+    const Base::ProgramResult status = Status("table");
+    EXPECT_EQ(0, status.status) << status.errors;
+    EXPECT_THAT(status.output, HasSubstr("└─ sessions  this node's iSCSI sessions are not known: iscsiadm said "));
+    EXPECT_EQ(0, Check().status);
+
+    SetFcPort(m_array, "Linkdown", false);
+    const Base::ProgramResult cut = Check();
+    EXPECT_EQ(10, cut.status);
+    EXPECT_THAT(cut.errors, HasSubstr(": this node has no online FC port, and whether it has an iSCSI session is not "
+                                      "known\n"));
+}
+
 TEST_F(ZavctlStatusTest, FcPortIsToldAsTheKernelAndTheArrayHaveIt)
 {
     SetFcPort(m_array, "Online", true);
