@@ -9,6 +9,12 @@ namespace {
 
 constexpr int FAILURE_STATUS = 1;
 
+bool IsIgnored(int signal)
+{
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 /// Keeps the signals that end the program for WaitForEnd, in this thread and all that it starts.
 sigset_t BlockEndSignals()
 {
@@ -16,6 +22,9 @@ sigset_t BlockEndSignals()
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    if (!IsIgnored(SIGHUP)) { // as it is under nohup, which is to outlive its terminal
+        sigaddset(&signals, SIGHUP);
+    }
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN); // a client that hangs up shows as a failed write
     std::signal(SIGCHLD, SIG_DFL); // ignored from the start, it would take away how tgtadm ended

@@ -43,9 +43,9 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnBothSignals)
+TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnEachSignal)
 {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         Process zavsim({ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen", "https://127.0.0.1:0", "--listen",
                         "http://[::1]:0", "--luns", "100000"});
         zavsim.AwaitOutput("http://[::1]");
@@ -57,6 +57,17 @@ TEST_F(ProgramTest, TellsEachAddressWhenReadyAndEndsCleanlyOnBothSignals)
                                                   "authority .*/ca\\.pem\\)\nzavsim: listening on "
                                                   "http://\\[::1\\]:[0-9]+\n"));
     }
+}
+
+TEST_F(ProgramTest, OutlivesItsTerminalUnderNohup)
+{
+    Process zavsim({"nohup", ZAVSIM_PROGRAM, "--ca", folder.File("ca"), "--listen", "http://127.0.0.1:0"});
+    zavsim.AwaitOutput("listening");
+    zavsim.Signal(SIGHUP);
+    ArrayClient client(UrlOf(zavsim));
+    EXPECT_CODE(Code::Success, client.Login());
+    zavsim.Signal(SIGTERM);
+    EXPECT_EQ(0, zavsim.Finish().status);
 }
 
 TEST_F(ProgramTest, KnowsHowTgtadmEndedWhoeverStartedIt)
