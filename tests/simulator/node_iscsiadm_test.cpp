@@ -372,6 +372,20 @@ TEST_F(TargetScriptTest, StartTwiceOrOnATakenAddressLeavesWhatIsThere)
     EXPECT_EQ(0, Discover(here).status);
 }
 
+TEST_F(TargetScriptTest, TargetWhoseRecordCannotBeWrittenIsEnded)
+{
+    const std::string targets = folder.File("other");
+    std::filesystem::create_directory(targets);
+    std::filesystem::create_symlink(folder.File("no/file"), targets + "/" + there + ".record"); // fails as a full disk
+    const Base::ProgramResult refused =
+        RunToEnd({ZAVSIM_TARGET, "start", "--folder", targets, here, there}, environment);
+    EXPECT_EQ(1, refused.status);
+    EXPECT_THAT(refused.errors, HasSubstr("zavsim-target: cannot write " + targets + "/" + there + ".record"));
+    EXPECT_TRUE(std::filesystem::is_empty(targets)) << "what it had begun is undone";
+    EXPECT_EQ(11, Discover(here).status);
+    EXPECT_EQ(11, Discover(there).status);
+}
+
 TEST_F(TargetScriptTest, BadUseIsTold)
 {
     for (const std::vector<std::string>& words :
