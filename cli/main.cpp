@@ -5,6 +5,7 @@
 #include "cli/commands/options.h"
 #include "cli/console/explanation.h"
 #include "cli/console/failure.h"
+#include "cli/console/json_answer.h"
 #include "cli/console/log_tail.h"
 #include "cli/console/remedies.h"
 #include "cli/console/report.h"
@@ -65,6 +66,9 @@ ExitCode RunCommand(const Run& run, const Telling& telling)
     }
     if (telling.isQuiet) {
         Report::BeQuiet();
+    }
+    if (telling.isJson) {
+        JsonAnswer::Expect();
     }
     std::optional<LogTail> log; // behind the stop signals: it may start no thread of its own before them
     try {

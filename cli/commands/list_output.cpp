@@ -3,6 +3,7 @@
 #include "base/json_writing.h"
 #include "cli/console/explanation.h"
 #include "cli/console/failure.h"
+#include "cli/console/json_answer.h"
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -101,6 +102,7 @@ void ListOutput::Begin()
     if (m_format == Report::Format::Json) {
         std::string text = Base::WriteJson(m_compact, m_head);
         text.pop_back(); // the closing brace comes behind the list
+        JsonAnswer::Begin();
         std::cout << text << ",\"" << m_name << "\":[";
     }
 }

@@ -6,6 +6,7 @@
 #include "base/service_manager.h"
 #include "base/utc_text.h"
 #include "cli/console/failure.h"
+#include "cli/console/json_answer.h"
 
 #include <json/writer.h>
 
@@ -315,7 +316,9 @@ void Json(const ::Json::Value& value)
 {
     ::Json::StreamWriterBuilder builder;
     builder["indentation"] = "  ";
-    std::cout << Base::WriteJson(builder, value) << std::endl;
+    const std::string text = Base::WriteJson(builder, value);
+    JsonAnswer::Begin();
+    std::cout << text << std::endl;
 }
 
 ::Json::Value JsonList(const std::vector<std::string>& texts)

@@ -2,6 +2,7 @@
 
 #include "cli/console/exit_code.h"
 #include "cli/console/farewell.h"
+#include "cli/console/json_answer.h"
 #include "cli/console/remedies.h"
 #include "cli/console/report.h"
 #include "cli/console/within.h"
@@ -121,21 +122,32 @@ void StopSignals::Watch()
     Leave(signal);
 }
 
-void StopSignals::Leave(int signal) const
+// Of no signal: the limit was reached.
+void StopSignals::TellWhy(int signal, int status) const
 {
-    EndsWithin(TIME_TO_TELL, [signal, limit = m_limit, program = RunningProgram()] {
+    EndsWithin(TIME_TO_TELL, [signal, status, limit = m_limit, program = RunningProgram()] {
         const std::string place =
             ", at the step: " + Report::LastStep() + (program.empty() ? "" : "; " + program + " was running");
+        std::string cause;
+        std::string remedy;
         if (signal != 0) {
-            Report::LastWords(std::string("ended by SIG") + sigabbrev_np(signal) + place,
-                              "run the command again; it goes on from what was done");
+            cause = std::string("ended by SIG") + sigabbrev_np(signal) + place;
+            remedy = "run the command again; it goes on from what was done";
         } else {
-            const std::string cause = "given up after " + std::to_string(limit->count()) + " s" + place;
-            Report::LastWords(cause, program.empty() ? RemedyFor(cause, ExitCode::Unreachable)
-                                                     : "give more time with --timeout; where it hangs again, see by ps "
-                                                       "what the command waits for, and try it by hand");
+            cause = "given up after " + std::to_string(limit->count()) + " s" + place;
+            remedy = program.empty() ? RemedyFor(cause, ExitCode::Unreachable)
+                                     : "give more time with --timeout; where it hangs again, see by ps what the "
+                                       "command waits for, and try it by hand";
         }
+        Report::LastWords(cause, remedy);
+        JsonAnswer::PrintLast(cause, remedy, status);
     });
+}
+
+void StopSignals::Leave(int signal) const
+{
+    const int status = signal != 0 ? FIRST_SIGNAL_STATUS + signal : static_cast<int>(ExitCode::Unreachable);
+    TellWhy(signal, status);
 #ifdef PRODUCT_STORAGE_OPEN_FRAMEWORK
     std::thread commands([] { OpenFramework::EndRunningCommands(GRACE_OF_COMMANDS); });
 #endif
@@ -144,6 +156,5 @@ void StopSignals::Leave(int signal) const
     commands.join();
 #endif
     EndsWithin(TIME_TO_TELL, [] { std::cout << std::flush; });
-    ::_exit(signal != 0 ? FIRST_SIGNAL_STATUS + signal
-                        : static_cast<int>(ExitCode::Unreachable)); // other threads are in the middle of their work
+    ::_exit(status); // other threads are in the middle of their work
 }

@@ -35,6 +35,7 @@ public:
 private:
     void Watch();
     int Await() const;
+    void TellWhy(int signal, int status) const;
     [[noreturn]] void Leave(int signal) const;
 
     const std::optional<std::chrono::seconds> m_limit;

@@ -13,6 +13,7 @@
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -298,6 +299,44 @@ TEST_F(ZavctlSignalsTest, TimeoutEndsACommandLogsOutAndTellsWhatItWasAbout)
                                          "\nzavctl: remedy: look whether what it waited for answers, or give more time "
                                          "with --timeout\n"));
     EXPECT_EQ(0U, array.SessionCount());
+}
+
+TEST_F(ZavctlSignalsTest, EndOfACommandThatWasToAnswerInJsonIsItsAnswer)
+{
+    const Array& array = StartArray();
+    const std::string env = EnvironmentFileOf(array);
+    const std::string silence = R"({"kind": "silent", "method": "GET", "target": "storagepool"})";
+    array.AddFault(silence);
+    const Base::ProgramResult late = RunZavctl({"pools", "--env", env, "-o", "json", "--timeout", "1"});
+    EXPECT_EQ(8, late.status);
+    const Json::Value given = ParseJsonText(late.output);
+    EXPECT_EQ("zavctl/1", given["schema"].asString());
+    EXPECT_EQ(8, given["error"]["exit"].asInt());
+    const std::string cause = given["error"]["cause"].asString();
+    EXPECT_THAT(cause, StartsWith("given up after 1 s, at the step: "));
+    EXPECT_THAT(late.errors,
+                EndsWith("zavctl: " + cause + "\nzavctl: remedy: " + given["error"]["remedy"].asString() + "\n"));
+
+    array.ClearJournal();
+    array.AddFault(silence);
+    const auto zavctl = StartZavctl({"inventory", "--env", env, "-o", "json"});
+    AwaitRequest(array, "GET storagepool");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0 * SLOWNESS);
+    EXPECT_EQ(128 + SIGTERM, ParseJsonText(zavctl->Output())["error"]["exit"].asInt());
+}
+
+TEST_F(ZavctlSignalsTest, AnswerInJsonThatHasBegunIsLeftAsItStands)
+{
+    ArrayOptions options;
+    options.further = {"--luns", "1203"};
+    const Array& array = StartArray(options);
+    array.AddFault(R"({"kind": "silent", "method": "GET", "target": "lun.range", "skip": 1})");
+    const auto zavctl = StartZavctl({"luns", "--all", "--env", EnvironmentFileOf(array), "-o", "json"});
+    AwaitRequest(array, "GET lun?range=[500-");
+    EXPECT_LT(SecondsToEnd(*zavctl, SIGTERM, 128 + SIGTERM), 2.0 * SLOWNESS);
+    EXPECT_THAT(zavctl->Output(), StartsWith("{"));
+    EXPECT_THAT(zavctl->Output(), ::testing::Not(HasSubstr("ended by")));
+    EXPECT_THAT(zavctl->Errors(), HasSubstr("zavctl: ended by SIGTERM"));
 }
 
 TEST_F(ZavctlSignalsTest, TimeoutThatIsNotReachedChangesNothing)
