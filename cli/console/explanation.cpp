@@ -237,12 +237,13 @@ std::string PlaceIn(const std::string& cause)
     return std::regex_search(front, match, path) ? match[2].str() : "";
 }
 
-// A file that cannot be used because this user may not is told as that, whoever found it.
+// A file that cannot be used because this user may not is told as that, whoever found it, and reassured behind it.
 bool IsForbidden(const std::string& cause)
 {
+    const std::string why = cause.substr(0, cause.rfind("; nothing was changed"));
     for (const int number : {EACCES, EPERM}) {
         const std::string words = ": " + Base::ErrorText(number);
-        if (cause.size() >= words.size() && cause.compare(cause.size() - words.size(), words.size(), words) == 0) {
+        if (why.size() >= words.size() && why.compare(why.size() - words.size(), words.size(), words) == 0) {
             return true;
         }
     }

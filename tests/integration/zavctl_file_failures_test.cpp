@@ -171,6 +171,20 @@ TEST_F(ZavctlFileFailuresTest, RecordThatThisUserMayNotWrite)
                   "run the command as a user who may, root as a rule"});
 }
 
+TEST_F(ZavctlFileFailuresTest, JournalThatThisUserMayNotWrite)
+{
+    const Array& array = StartArray();
+    const std::string journal = ProductPath("conf/san-journal");
+    WriteText(journal, "");
+    ASSERT_EQ(0, ::chmod(journal.c_str(), 0400));
+    RunWithoutRightsOverFiles();
+    ExpectEnding({"init", "--env", EnvironmentFileOf(array)},
+                 {13,
+                  "what is made could not be entered into the journal: cannot write " + journal +
+                      ": Permission denied; nothing was changed",
+                  "run the command as a user who may, root as a rule"});
+}
+
 TEST_F(ZavctlFileFailuresTest, FolderOfTheRecordThatIsMissing)
 {
     const Array& array = StartArray();
