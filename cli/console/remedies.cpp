@@ -93,7 +93,7 @@ constexpr std::array<CodeRow, 43> BY_CODE = {{
 }};
 
 // The first that fits. Numbers in parentheses are libcurl's.
-constexpr std::array<TextRow, 74> BY_TEXT = {{
+constexpr std::array<TextRow, 75> BY_TEXT = {{
     {"cannot start dot", "install graphviz, or take -o html, which needs nothing"},
     {"waiting for one to end", TOO_MANY_SESSIONS},
     {"given up after", "look whether what it waited for answers, or give more time with --timeout"},
@@ -192,6 +192,11 @@ constexpr std::array<TextRow, 74> BY_TEXT = {{
     {"initiatorname.iscsi",
      "give this node an initiator name in /etc/iscsi/initiatorname.iscsi, as open-iscsi does when "
      "it is installed, or bring an FC port online; then run zavctl init again"},
+    {"which is recorded for this node",
+     "take that initiator off the host on the array, where it is nobody's any more or has no business there; else "
+     "leave "
+     "the host to it: take this node's initiator off, run zavctl cleanup, which leaves such a host, and then zavctl "
+     "init, which makes another"},
     {"which is not this node's",
      "see first whether another machine uses this node's initiator name (a clone does): if so, give this node a name "
      "of its own in /etc/iscsi/initiatorname.iscsi and leave that host alone; if none does, have the array's "

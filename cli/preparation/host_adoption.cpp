@@ -5,80 +5,118 @@
 #include "cli/node/node_initiators.h"
 #include "cli/record/device_record.h"
 #include "cli/record/own_journal.h"
+#include "cli/record/recorded_objects.h"
 #include "rest/zav_rest_api.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 #include <string>
-#include <vector>
 
 namespace {
 
-/// One of this node's initiators, and the host that it is on.
-struct Placed {
-    const ObjectKind* kind;
-    std::string initiator;
-    std::string hostId;
-};
-
-std::vector<Placed> InitiatorsToPlace()
-{
-    const std::vector<NodeInitiators::Name> names = NodeInitiators::Read().All();
-    std::vector<Placed> initiators;
-    initiators.reserve(names.size());
-    for (const NodeInitiators::Name& name : names) {
-        initiators.push_back({name.kind, name.id, ""});
+/// The hosts that the library would have this node use.
+class HostsToUse {
+public:
+    HostsToUse(const ArrayLogin& login, ArrayObjects& objects)
+        : m_login(login)
+        , m_objects(objects)
+    {
     }
-    return initiators;
-}
 
-void RequireOwnHost(const Placed& placed, const ArrayLogin& login, ArrayObjects& objects)
-{
-    const auto host = objects.Find(HOST, placed.hostId);
-    if (host && !OwnJournal::Names(HOST, login.DeviceId(), host->id, host->name)) {
-        throw Failure(ExitCode::Foreign, login.Device().url + ": this node's " + placed.kind->Naming(placed.initiator) +
-                                             " is on host " + host->id + " (" + host->name +
-                                             "), which was not made here; nothing was changed");
-    }
-}
-
-void RequireNoOthers(const Placed& placed, const std::vector<Placed>& own, const std::string& url,
-                     ArrayObjects& objects)
-{
-    for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
-        for (const std::string& each : objects.Initiators(kind, placed.hostId)) {
-            const bool isOwn = std::any_of(own.begin(), own.end(),
-                                           [&each](const Placed& initiator) { return initiator.initiator == each; });
-            if (!isOwn) {
-                throw Failure(ExitCode::Foreign, url + ": " + placed.kind->Naming(placed.initiator) + " is on host " +
-                                                     placed.hostId + ", which holds " + kind.Naming(each) +
-                                                     " as well, which is not this node's; nothing was changed");
+    void Require(bool adopts)
+    {
+        std::set<std::string> seen;
+        bool isAnyFree = false;
+        for (const NodeInitiators::Name& name : m_node.All()) {
+            const auto found = m_objects.Find(*name.kind, name.id);
+            if (!found || found->parentId.empty()) {
+                isAnyFree = true;
+            } else if (seen.insert(found->parentId).second) {
+                RequireHostOf(name, found->parentId, adopts);
             }
         }
+        if (isAnyFree && seen.count(m_record.hostId) == 0 && IsRecordUsed()) {
+            RequireRecordedHost(StrangerOn(m_record.hostId));
+        }
     }
-}
+
+private:
+    // The first initiator of a host that is not this node's. On the host that is recorded, a name that is recorded was
+    // this node's once.
+    std::optional<std::string> StrangerOn(const std::string& hostId)
+    {
+        const std::set<std::string> formerPorts = RecordedPorts(m_record);
+        for (const ObjectKind& kind : {ISCSI_INITIATOR, FC_INITIATOR}) {
+            for (const std::string& each : m_objects.Initiators(kind, hostId)) {
+                const bool wasOurs =
+                    hostId == m_record.hostId && (each == m_record.iscsiInitiatorName || formerPorts.count(each) != 0);
+                if (!m_node.Has(each) && !wasOurs) {
+                    return kind.Naming(each);
+                }
+            }
+        }
+        return std::nullopt;
+    }
+
+    void RequireHostOf(const NodeInitiators::Name& name, const std::string& hostId, bool adopts)
+    {
+        if (!adopts) {
+            RequireOwnHost(name, hostId);
+        }
+        const std::optional<std::string> stranger = StrangerOn(hostId);
+        if (hostId == m_record.hostId) {
+            RequireRecordedHost(stranger);
+        } else if (stranger) {
+            Refuse(name.kind->Naming(name.id) + " is on host " + hostId + ", which holds " + *stranger +
+                   " as well, which is not this node's");
+        }
+    }
+
+    void RequireOwnHost(const NodeInitiators::Name& name, const std::string& hostId)
+    {
+        const auto host = m_objects.Find(HOST, hostId);
+        if (host && !OwnJournal::Names(HOST, m_login.DeviceId(), host->id, host->name)) {
+            Refuse("this node's " + name.kind->Naming(name.id) + " is on host " + host->id + " (" + host->name +
+                   "), which was not made here");
+        }
+    }
+
+    void RequireRecordedHost(const std::optional<std::string>& stranger) const
+    {
+        if (stranger) {
+            Refuse(HOST.Naming(m_record.hostId) + " (" + m_record.hostName +
+                   "), which is recorded for this node, holds " + *stranger + ", which is not this node's");
+        }
+    }
+
+    // An initiator that is on no host goes to the recorded one, unless all is made anew.
+    bool IsRecordUsed()
+    {
+        const auto objects = RecordedObjects(m_record);
+        return !m_record.hostId.empty() &&
+               std::all_of(objects.begin(), objects.end(), [this](const RecordedObject& object) {
+                   const auto found = object.id.empty() ? std::nullopt : m_objects.Find(*object.kind, object.id);
+                   return object.id.empty() || (found && found->name == object.name);
+               });
+    }
+
+    [[noreturn]] void Refuse(const std::string& why) const
+    {
+        throw Failure(ExitCode::Foreign, m_login.Device().url + ": " + why + "; nothing was changed");
+    }
+
+    const ArrayLogin& m_login;
+    ArrayObjects& m_objects;
+    const NodeInitiators m_node = NodeInitiators::Read();
+    const DeviceMessage m_record = DeviceRecord(m_login.DeviceId()).Message();
+};
 
 } // namespace
 
 void RequireHostToUse(const ArrayLogin& login, bool adopts)
 {
-    const bool isHostRecorded = !DeviceRecord(login.DeviceId()).Message().hostId.empty(); // it was decided on before
-    if (adopts && isHostRecorded) {
-        return;
-    }
     const boost::shared_ptr<ZavRestApi> api = login.Api();
     ArrayObjects objects(*api, login.Device().url);
-    const std::vector<Placed> own = InitiatorsToPlace();
-    for (Placed placed : own) {
-        const auto found = objects.Find(*placed.kind, placed.initiator);
-        if (!found || found->parentId.empty()) {
-            continue;
-        }
-        placed.hostId = found->parentId;
-        if (!adopts) {
-            RequireOwnHost(placed, login, objects);
-        }
-        if (!isHostRecorded) {
-            RequireNoOthers(placed, own, login.Device().url, objects);
-        }
-    }
+    HostsToUse(login, objects).Require(adopts);
 }

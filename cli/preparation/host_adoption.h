@@ -3,10 +3,10 @@
 
 #include "cli/array/array_login.h"
 
-/// Looks at the hosts on which the array has this node's initiators, for the library would use them. Throws Failure
-/// with Foreign where one may not be used: without `adopts`, when the journal does not name it as made here (without a
-/// journal none is); before any host is recorded, when it holds initiators of others as well, who would see this node's
-/// LUNs.
+/// Looks at the hosts that the library would have this node use: those on which the array has its initiators, and the
+/// recorded one, which an initiator goes to that is on none. Throws Failure with Foreign where one may not be used:
+/// when it holds initiators of others, who would see this node's LUNs, and it theirs; without `adopts` also when it has
+/// this node's initiator, and the journal does not name it as made here (without a journal none is).
 void RequireHostToUse(const ArrayLogin& login, bool adopts);
 
 #endif

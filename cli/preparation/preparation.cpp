@@ -37,6 +37,20 @@ void RemoveIdleLeftovers(const ArrayLogin& login)
     }
 }
 
+// An array that cannot be asked is told as one that the library cannot work with.
+void RequireHost(const Target& target, const Wishes& wishes)
+{
+    try {
+        RequireHostToUse(*target.login, wishes.adopts);
+    } catch (const Failure& failure) {
+        const std::string why = failure.what();
+        if (why.rfind(target.login->Device().url + ": cannot read ", 0) != 0) {
+            throw;
+        }
+        throw Failure(failure.Code(), target.name + ": this node could not be prepared on " + why);
+    }
+}
+
 // What the library made is in `info`, also where the node is not rightly prepared.
 void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
 {
@@ -44,7 +58,7 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
     // Held, so that Init finds it, which does not tell a refused login from other failures.
     const boost::shared_ptr<ZavRestApi> session = target.login->Renew(target.name, target.env);
     NodeCheck::RequireUsableRecord(login);
-    RequireHostToUse(login, wishes.adopts);
+    RequireHost(target, wishes);
     const Provenance provenance(login.DeviceId());
     const bool isDone = [&] {
         const OwnSessions::Begin sessions(login);

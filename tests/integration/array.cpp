@@ -46,10 +46,15 @@ std::vector<std::string> Array::Requests() const
     return requests;
 }
 
+Json::Value Array::Objects() const
+{
+    return Admin("GET", "objects");
+}
+
 std::vector<std::string> Array::Ids(const std::string& kind) const
 {
     std::vector<std::string> ids;
-    const Json::Value objects = Admin("GET", "objects");
+    const Json::Value objects = Objects();
     for (const Json::Value& object : objects[kind]) {
         ids.push_back(object["id"].asString());
     }
@@ -58,7 +63,7 @@ std::vector<std::string> Array::Ids(const std::string& kind) const
 
 Json::Value Array::Object(const std::string& kind, const std::string& id) const
 {
-    const Json::Value objects = Admin("GET", "objects");
+    const Json::Value objects = Objects();
     for (const Json::Value& object : objects[kind]) {
         if (object["id"].asString() == id) {
             return object;

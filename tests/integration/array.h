@@ -30,6 +30,9 @@ public:
     /// "METHOD resource" of each request since the journal was last cleared, without the part up to the device id.
     std::vector<std::string> Requests() const;
 
+    /// All that stands on it, and what holds what.
+    Json::Value Objects() const;
+
     /// Ids of all objects of a kind, by the kind's resource name ("hostgroup").
     std::vector<std::string> Ids(const std::string& kind) const;
     Json::Value Object(const std::string& kind, const std::string& id) const;

@@ -81,6 +81,16 @@ protected:
         PutOntoHost(NODE_IQN, "1");
     }
 
+    /// Onto a second one, which an operator makes.
+    void MoveOntoHostOfOthers() const
+    {
+        m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+        m_array.Operate("PUT", "iscsi_initiator/remove_iscsi_from_host",
+                        std::string(R"({"TYPE":"222","ID":")") + NODE_IQN + R"("})");
+        m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host",
+                        std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":")") + NODE_IQN + R"("})");
+    }
+
     /// The files below the node's folders, with their content, but for the lock that any iscsiadm takes.
     std::map<std::string, std::string> Files() const
     {
@@ -218,6 +228,21 @@ protected:
         return plan;
     }
 
+    void ExpectBothRefuse(const Process::Arguments& further = {}) const
+    {
+        const Json::Value before = m_array.Objects();
+        const Base::ProgramResult plan = Run("plan", further);
+        EXPECT_EQ(5, plan.status);
+        EXPECT_THAT(plan.output, IsEmpty());
+        const Base::ProgramResult init = Run("init", further);
+        EXPECT_EQ(5, init.status);
+        const std::size_t words = plan.errors.find("zavctl: " + m_array.Url());
+        ASSERT_NE(std::string::npos, words) << plan.errors;
+        EXPECT_THAT(plan.errors, HasSubstr("nothing was changed\nzavctl: remedy: "));
+        EXPECT_THAT(init.errors, EndsWith(plan.errors.substr(words)));
+        EXPECT_EQ(before, m_array.Objects());
+    }
+
     static std::vector<std::string> Lines(const Json::Value& plan)
     {
         std::vector<std::string> lines;
@@ -265,16 +290,9 @@ TEST_F(ZavctlPlanTest, HostThatHasThisNodesInitiatorIsAdopted)
 TEST_F(ZavctlPlanTest, WhatInitRefusesPlanRefusesInTheSameWords)
 {
     MakeOperatorsHost();
-    const auto expectBothRefuse = [this](const Process::Arguments& further) {
-        const Base::ProgramResult plan = Run("plan", further);
-        EXPECT_EQ(5, plan.status);
-        EXPECT_THAT(plan.output, IsEmpty());
-        EXPECT_EQ(Run("init", further).status, plan.status);
-        EXPECT_THAT(plan.errors, HasSubstr("nothing was changed\nzavctl: remedy: "));
-    };
-    expectBothRefuse({"--no-adopt"});
+    ExpectBothRefuse({"--no-adopt"});
     PutOntoHost("iqn.2020-01.local.other:01", "1");
-    expectBothRefuse({});
+    ExpectBothRefuse();
     EXPECT_THAT(m_array.Ids("hostgroup"), IsEmpty());
 }
 
@@ -387,15 +405,20 @@ TEST_F(ZavctlPlanTest, LinkThatIsMissingIsMended)
 TEST_F(ZavctlPlanTest, WhatInitDoesNotMendIsToldAsItsEnd)
 {
     Prepare();
-    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
-    for (const char* const request : {"remove_iscsi_from_host", "add_iscsi_to_host"}) {
-        m_array.Operate("PUT", std::string("iscsi_initiator/") + request,
-                        std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"2","ID":")") + NODE_IQN + R"("})");
-    }
-    PutOntoHost("iqn.2020-01.local.other:01", "2");
+    SetFcPorts({"0x2100001122334455"}); // by which the node is reached from now on
+    m_array.SetFcPortOnline("2100001122334455", true);
+    MoveOntoHostOfOthers();
     const Json::Value plan = ExpectInitDoesAsPlanned(10, 10);
     EXPECT_EQ(10, plan["error"]["exit"].asInt());
     EXPECT_THAT(plan["error"]["cause"].asString(), HasSubstr("this node is not rightly prepared: "));
+}
+
+TEST_F(ZavctlPlanTest, WhatInitRefusesAPreparedNodePlanRefusesToo)
+{
+    Prepare();
+    MoveOntoHostOfOthers();
+    PutOntoHost("iqn.2020-01.local.other:01", "2");
+    ExpectBothRefuse();
 }
 
 TEST_F(ZavctlPlanTest, NodeWithoutAnInitiatorIsToldWhatWouldBeLacking)
