@@ -5,6 +5,7 @@
 #include "cli/node/node_lock.h"
 #include "cli/preparation/host_adoption.h"
 #include "cli/preparation/leftovers.h"
+#include "cli/preparation/library_check.h"
 #include "cli/preparation/mapping_chain.h"
 #include "cli/preparation/node_check.h"
 #include "cli/record/device_record.h"
@@ -38,10 +39,11 @@ void RemoveIdleLeftovers(const ArrayLogin& login)
 }
 
 // An array that cannot be asked is told as one that the library cannot work with.
-void RequireHost(const Target& target, const Wishes& wishes)
+template <typename Ask>
+auto AskArray(const Target& target, const Ask& ask)
 {
     try {
-        RequireHostToUse(*target.login, wishes.adopts);
+        return ask();
     } catch (const Failure& failure) {
         const std::string why = failure.what();
         if (why.rfind(target.login->Device().url + ": cannot read ", 0) != 0) {
@@ -51,6 +53,18 @@ void RequireHost(const Target& target, const Wishes& wishes)
     }
 }
 
+// False where the library could not do its work.
+bool FindOrMake(const Target& target, ZavMapInfo& info)
+{
+    const ArrayLogin& login = *target.login;
+    const OwnSessions::Begin sessions(login);
+    if (AskArray(target, [&] { return LibraryCheck::FindsPrepared(login, info); })) {
+        return true;
+    }
+    LibraryCheck::Forget(login);
+    return ZavStorageDiskLib::GetInstance()->Init(target.env, info);
+}
+
 // What the library made is in `info`, also where the node is not rightly prepared.
 void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
 {
@@ -58,12 +72,9 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
     // Held, so that Init finds it, which does not tell a refused login from other failures.
     const boost::shared_ptr<ZavRestApi> session = target.login->Renew(target.name, target.env);
     NodeCheck::RequireUsableRecord(login);
-    RequireHost(target, wishes);
+    AskArray(target, [&] { RequireHostToUse(login, wishes.adopts); });
     const Provenance provenance(login.DeviceId());
-    const bool isDone = [&] {
-        const OwnSessions::Begin sessions(login);
-        return ZavStorageDiskLib::GetInstance()->Init(target.env, info);
-    }();
+    const bool isDone = FindOrMake(target, info);
     const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
     try {
         if (!isDone) {

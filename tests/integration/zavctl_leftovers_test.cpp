@@ -4,6 +4,9 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <algorithm>
+#include <csignal>
+
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -30,6 +33,16 @@ protected:
     Base::ProgramResult Cleanup() { return RunZavctl({"cleanup", "--env", m_env}); }
 
     void Fault(const std::string& members) const { m_array.AddFault("{" + members + "}"); }
+
+    void LetTheRecordLackItsLunGroup() const
+    {
+        std::string record = ReadText(ZavctlRecordPath(m_array));
+        for (const char* const key : {"LUNGROUPID", "LUNGROUPNAME"}) {
+            const std::size_t begin = record.find(std::string("\"") + key + "\"");
+            record.erase(begin, record.find('\n', begin) + 1 - begin);
+        }
+        WriteText(ZavctlRecordPath(m_array), record);
+    }
 
     /// Exactly one of each kind, tied to each other.
     void ExpectWholeChain() const
@@ -204,12 +217,7 @@ TEST_F(ZavctlLeftoversTest, GroupWhoseViewMapsLunsIsNotTakenApartUnasked)
 TEST_F(ZavctlLeftoversTest, RecordThatLacksWhatItsViewHoldsIsCorrected)
 {
     ASSERT_EQ(0, Init().status);
-    std::string record = ReadText(ZavctlRecordPath(m_array));
-    for (const char* const key : {"LUNGROUPID", "LUNGROUPNAME"}) {
-        const std::size_t begin = record.find(std::string("\"") + key + "\"");
-        record.erase(begin, record.find('\n', begin) + 1 - begin);
-    }
-    WriteText(ZavctlRecordPath(m_array), record);
+    LetTheRecordLackItsLunGroup();
     const Base::ProgramResult init = Init();
     EXPECT_EQ(0, init.status) << init.errors;
     EXPECT_THAT(init.errors, HasSubstr("the record did not name LUN group 1"));
@@ -486,6 +494,55 @@ TEST_F(ZavctlLeftoversTest, InitiatorThatComesOntoAHostWhileThatIsTakenApartStay
     EXPECT_EQ(9, tidy.status) << tidy.errors;
     EXPECT_THAT(tidy.errors, HasSubstr("cannot delete host 1"));
     EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre("iqn.2020-01.another.node"));
+}
+
+TEST_F(ZavctlLeftoversTest, WatchThatMakesAllAnewLeavesWhatOthersUse)
+{
+    const std::string ofNode =
+        std::string(R"({"TYPE":"222","PARENTTYPE":"21","PARENTID":"1","ID":")") + NODE_IQN + R"("})";
+    m_array.Operate("POST", "host", R"({"NAME":"operators-host","TYPE":"21"})");
+    m_array.Operate("POST", "iscsi_initiator", ofNode);
+    m_array.Operate("PUT", "iscsi_initiator/add_iscsi_to_host", ofNode);
+    const auto zavctl = StartZavctl({"init", "--env", m_env, "--watch", "1"});
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    m_array.Operate("POST", "host", R"({"NAME":"other","TYPE":"21"})");
+    m_array.Operate("POST", "host/associate", R"({"TYPE":"14","ID":"1","ASSOCIATEOBJTYPE":"21","ASSOCIATEOBJID":"2"})");
+    m_array.Operate("POST", "lungroup/associate",
+                    R"({"TYPE":"256","ID":"1","ASSOCIATEOBJTYPE":"11","ASSOCIATEOBJID":"3"})");
+    m_array.DeleteBehindBack("mappingview", "1");
+    zavctl->AwaitError("left by an earlier run, and in use: host group 1 ");
+    zavctl->AwaitError("left by an earlier run, and in use: LUN group 1 ");
+    zavctl->Signal(SIGTERM);
+    zavctl->Wait();
+
+    EXPECT_EQ("operators-host", m_array.Object("host", "1")["name"].asString());
+    EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre(NODE_IQN));
+    EXPECT_THAT(m_array.Members("hostgroup", "1", "host"), UnorderedElementsAre("1", "2"));
+    EXPECT_THAT(m_array.Members("lungroup", "1", "lun"), ElementsAre("3"));
+    EXPECT_THAT(m_array.Ids("mappingview"), ElementsAre("2"));
+    EXPECT_THAT(m_array.Members("mappingview", "2", "hostgroup"), ElementsAre("2"));
+    EXPECT_THAT(m_array.Members("hostgroup", "2", "host"), ElementsAre("1"));
+}
+
+TEST_F(ZavctlLeftoversTest, WatchKeepsTheViewWhoseGroupItEnteredIntoTheRecord)
+{
+    ASSERT_EQ(0, Init().status);
+    LetTheRecordLackItsLunGroup();
+    const auto zavctl = StartZavctl({"init", "--env", m_env, "--watch", "1"});
+    zavctl->AwaitError("the record did not name LUN group 1"); // for which the library had made another
+    zavctl->AwaitLine("MAPPING VIEW NAME");
+    const auto countOf = [this](const std::string& start) {
+        const std::vector<std::string> requests = m_array.Requests();
+        return std::count_if(requests.begin(), requests.end(),
+                             [&start](const std::string& each) { return each.rfind(start, 0) == 0; });
+    };
+    m_array.ClearJournal();
+    WaitUntil("further rounds", [&countOf] { return countOf("GET mappingview/") > 8; });
+    zavctl->Signal(SIGTERM);
+    zavctl->Wait();
+    EXPECT_EQ(0, countOf("DELETE mappingview"));
+    EXPECT_THAT(m_array.Ids("mappingview"), ElementsAre("1"));
+    ExpectWholeChain();
 }
 
 TEST_F(ZavctlLeftoversTest, SeveralAtOnceMakeNothingTwice)
