@@ -105,7 +105,8 @@ bool TellWhatIsGone(const ArrayLogin& login, ArrayObjects& objects, const Device
             isDone = isDone && row.kind == &HOST; // which may stay because others use it
         }
     }
-    if (deletesHost && objects.Find(HOST, message.hostId)) {
+    const auto host = deletesHost ? objects.Find(HOST, message.hostId) : std::nullopt;
+    if (host && host->name == message.hostName) { // another's may bear its id by now
         Report::Tell("host " + message.hostId +
                      " is in a host group that is not this node's: zavctl tidy takes it away "
                      "once it is in none");

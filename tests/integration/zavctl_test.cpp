@@ -333,6 +333,22 @@ TEST_F(ZavctlTest, DryCleanupTellsAndChangesNothing)
     EXPECT_THAT(array.Ids("mappingview"), SizeIs(1));
 }
 
+TEST_F(ZavctlTest, CleanupTellsNothingOfAnothersHostThatBearsTheIdOfThisNodes)
+{
+    ArrayOptions options;
+    options.further = {"--reuse-ids"};
+    const Array& array = StartServedArray(options);
+    const std::string env = EnvironmentFileOf(array);
+    ASSERT_EQ(0, RunZavctl({"init", "--env", env}).status);
+    array.DeleteBehindBack("host", "1");
+    ASSERT_EQ("1", array.Operate("POST", "host", R"({"NAME":"theirs","TYPE":"21"})")["ID"].asString());
+    const Base::ProgramResult cleanup = RunZavctl({"cleanup", "--env", env, "--delete-host"});
+    EXPECT_EQ(0, cleanup.status) << cleanup.errors;
+    EXPECT_THAT(cleanup.errors, AllOf(::testing::ContainsRegex("zavctl: host 1 .Vendrix_[^)]*. is gone\n"),
+                                      Not(HasSubstr("is in a host group that is not this node's"))));
+    EXPECT_EQ("theirs", array.Object("host", "1")["name"].asString());
+}
+
 TEST_F(ZavctlTest, CleanupRemovesWhatInitMadeAndItsRecord)
 {
     const Array& array = StartServedArray();
