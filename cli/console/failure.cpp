@@ -25,6 +25,16 @@ Failure Failure::OfLibraryRequest(const std::string& text, ExitCode code, int re
     return failure;
 }
 
+Failure Failure::Behind(const std::string& words) const
+{
+    Failure failure(m_code, words + what());
+    failure.m_number = m_number;
+    failure.m_requestCode = m_requestCode;
+    failure.m_isCauseLogged = m_isCauseLogged;
+    failure.m_areOthersLogged = m_areOthersLogged;
+    return failure;
+}
+
 std::string ReasonOf(const std::string& errorText, int requestCode)
 {
     if (requestCode == ResultCode::FAILED) {

@@ -42,6 +42,9 @@ public:
         return failure;
     }
 
+    /// The same, its text behind `words`.
+    Failure Behind(const std::string& words) const;
+
     ExitCode Code() const noexcept { return m_code; }
 
     /// As NumberGiven has it. The text may hold other numbers: names, and what this node's tools ended with.

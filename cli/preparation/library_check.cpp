@@ -43,8 +43,8 @@ bool LibraryCheck::FindsPrepared(const ArrayLogin& login, ZavMapInfo& info)
     std::string errorText;
     const int code = api->GetStorageIP(portals, errorText);
     if (code != ResultCode::OK) {
-        throw Failure(ExitCodeOf(code),
-                      login.Device().url + ": cannot read the service addresses" + ReasonOf(errorText, code));
+        throw Failure::OfRequest(ExitCodeOf(code), login.Device().url + ": cannot read the service addresses",
+                                 errorText, code);
     }
     SecretSession session;
     api->GetSession(session);

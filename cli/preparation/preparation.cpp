@@ -49,7 +49,7 @@ auto AskArray(const Target& target, const Ask& ask)
         if (why.rfind(target.login->Device().url + ": cannot read ", 0) != 0) {
             throw;
         }
-        throw Failure(failure.Code(), target.name + ": this node could not be prepared on " + why);
+        throw failure.Behind(target.name + ": this node could not be prepared on ");
     }
 }
 
