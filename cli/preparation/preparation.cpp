@@ -18,8 +18,9 @@ namespace Preparation {
 
 namespace {
 
-// What earlier runs left behind goes, as long as nobody uses it. The node is prepared whatever becomes of it.
-void RemoveIdleLeftovers(const ArrayLogin& login)
+// What earlier runs left behind goes, as long as nobody uses it; what somebody uses is told, unless a round before did
+// that. The node is prepared whatever becomes of it.
+void RemoveIdleLeftovers(const ArrayLogin& login, bool tellsUsed)
 {
     try {
         Leftovers leftovers(login, DeviceRecord(login.DeviceId()).Message());
@@ -28,7 +29,7 @@ void RemoveIdleLeftovers(const ArrayLogin& login)
             if (object.inUse.empty()) {
                 leftovers.Remove(object);
                 Report::Step("removed what an earlier run left: " + naming);
-            } else {
+            } else if (tellsUsed) {
                 Report::Tell("left by an earlier run, and in use: " + naming + ": " + object.inUse.front() +
                              "; zavctl tidy takes it apart");
             }
@@ -54,14 +55,10 @@ auto AskArray(const Target& target, const Ask& ask)
 }
 
 // False where the library could not do its work.
-bool FindOrMake(const Target& target, ZavMapInfo& info)
+bool MakeWhatIsMissing(const Target& target, ZavMapInfo& info)
 {
-    const ArrayLogin& login = *target.login;
-    const OwnSessions::Begin sessions(login);
-    if (AskArray(target, [&] { return LibraryCheck::FindsPrepared(login, info); })) {
-        return true;
-    }
-    LibraryCheck::Forget(login);
+    const OwnSessions::Begin sessions(*target.login);
+    LibraryCheck::Forget(*target.login);
     return ZavStorageDiskLib::GetInstance()->Init(target.env, info);
 }
 
@@ -74,7 +71,9 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
     NodeCheck::RequireUsableRecord(login);
     AskArray(target, [&] { RequireHostToUse(login, wishes.adopts); });
     const Provenance provenance(login.DeviceId());
-    const bool isDone = FindOrMake(target, info);
+    const bool isFound = AskArray(target, [&] { return LibraryCheck::FindsPrepared(login, info); });
+    const bool isDone = isFound || MakeWhatIsMissing(target, info);
+    const bool tellsUsed = wishes.tellsUnchanged || !isFound;
     const NodeLock lock(DeviceRecord(login.DeviceId()).Path());
     try {
         if (!isDone) {
@@ -84,11 +83,12 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
         MappingChain(login, DeviceRecord(login.DeviceId()).Message()).MendOrFail();
         NodeCheck::RequireConnectedNode(login);
     } catch (const Failure&) {
-        RemoveIdleLeftovers(login); // what was made, and not recorded because it failed, is not left to pile up
+        RemoveIdleLeftovers(login,
+                            tellsUsed); // what was made, and not recorded because it failed, is not left to pile up
         throw;
     }
     provenance.Tell(wishes.tellsUnchanged);
-    RemoveIdleLeftovers(login);
+    RemoveIdleLeftovers(login, tellsUsed);
 }
 
 template <typename Work>

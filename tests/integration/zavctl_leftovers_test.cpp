@@ -44,6 +44,20 @@ protected:
         WriteText(ZavctlRecordPath(m_array), record);
     }
 
+    std::ptrdiff_t CountOfRequests(const std::string& start) const
+    {
+        const std::vector<std::string> requests = m_array.Requests();
+        return std::count_if(requests.begin(), requests.end(),
+                             [&start](const std::string& each) { return each.rfind(start, 0) == 0; });
+    }
+
+    /// Of a watch, each of which looks at the mapping view a few times.
+    void AwaitFurtherRounds() const
+    {
+        m_array.ClearJournal();
+        WaitUntil("further rounds", [this] { return CountOfRequests("GET mappingview/") > 15; });
+    }
+
     /// Exactly one of each kind, tied to each other.
     void ExpectWholeChain() const
     {
@@ -512,8 +526,11 @@ TEST_F(ZavctlLeftoversTest, WatchThatMakesAllAnewLeavesWhatOthersUse)
     m_array.DeleteBehindBack("mappingview", "1");
     zavctl->AwaitError("left by an earlier run, and in use: host group 1 ");
     zavctl->AwaitError("left by an earlier run, and in use: LUN group 1 ");
+    AwaitFurtherRounds();
     zavctl->Signal(SIGTERM);
     zavctl->Wait();
+    const std::string errors = zavctl->Errors();
+    EXPECT_EQ(errors.find("in use: LUN group 1"), errors.rfind("in use: LUN group 1")) << "told twice: " << errors;
 
     EXPECT_EQ("operators-host", m_array.Object("host", "1")["name"].asString());
     EXPECT_THAT(m_array.Members("host", "1", "iscsi_initiator"), ElementsAre(NODE_IQN));
@@ -531,16 +548,10 @@ TEST_F(ZavctlLeftoversTest, WatchKeepsTheViewWhoseGroupItEnteredIntoTheRecord)
     const auto zavctl = StartZavctl({"init", "--env", m_env, "--watch", "1"});
     zavctl->AwaitError("the record did not name LUN group 1"); // for which the library had made another
     zavctl->AwaitLine("MAPPING VIEW NAME");
-    const auto countOf = [this](const std::string& start) {
-        const std::vector<std::string> requests = m_array.Requests();
-        return std::count_if(requests.begin(), requests.end(),
-                             [&start](const std::string& each) { return each.rfind(start, 0) == 0; });
-    };
-    m_array.ClearJournal();
-    WaitUntil("further rounds", [&countOf] { return countOf("GET mappingview/") > 8; });
+    AwaitFurtherRounds();
     zavctl->Signal(SIGTERM);
     zavctl->Wait();
-    EXPECT_EQ(0, countOf("DELETE mappingview"));
+    EXPECT_EQ(0, CountOfRequests("DELETE mappingview"));
     EXPECT_THAT(m_array.Ids("mappingview"), ElementsAre("1"));
     ExpectWholeChain();
 }
