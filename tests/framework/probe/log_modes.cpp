@@ -14,7 +14,7 @@
 
 namespace {
 
-unsigned long allocationCount = 0;
+std::atomic<unsigned long> allocationCount = 0;
 
 void Say(int level, const std::string& text)
 {
