@@ -28,7 +28,8 @@ protected:
                 request.body == m_body.Reveal() && request.Header("iBaseToken") == m_token.Reveal() ? 200 : 400;
             if (m_isCookieSet) {
                 for (int time = 0; time < m_cookieTimes; ++time) {
-                    response.headers.emplace("Set-Cookie", "session=" + m_cookie.Reveal() + "; path=/");
+                    response.headers.emplace("Set-Cookie", "session=" + std::string(m_cookiePadding, '.') +
+                                                               m_cookie.Reveal() + "; path=/");
                 }
             }
             if (m_isAnswerInHead) {
@@ -52,6 +53,7 @@ protected:
     bool m_isAnswerInHead = false; ///< as well
     bool m_isCookieSet = true;
     int m_cookieTimes = 1; ///< in one answer
+    std::size_t m_cookiePadding = 0;
 
 private:
     const HiddenText m_body = HiddenText::Random("body-");
@@ -81,6 +83,7 @@ TEST_F(HttpSecretsTest, NothingOfALongAnswerStaysInMemory)
 TEST_F(HttpSecretsTest, NothingOfARepeatedCookieStaysInMemory)
 {
     m_cookieTimes = 3;
+    m_cookiePadding = 700; // of a size that is asked for nowhere else, so that what is given back stays as it is
     WebServer server;
     ServeSecrets(server);
     EXPECT_EQ(NOTHING, WhatStays(server));
