@@ -23,7 +23,8 @@ struct Refusal {
     int code = 0;
 };
 
-bool FindText(const Json::Value& object, const char* name, std::string& text)
+// True also where the member is absent: `text` is unchanged then.
+bool FindTextIfThere(const Json::Value& object, const char* name, std::string& text)
 {
     const Json::Value* const member = JsonText::FindMember(object, name);
     return member == nullptr || JsonText::ToText(*member, text);
@@ -37,14 +38,14 @@ bool FindDetail(const Json::Value& element, Refusal& refusal)
         return false;
     }
     refusal.code = code != nullptr ? code->asInt() : 0;
-    return FindText(element, "description", refusal.description);
+    return FindTextIfThere(element, "description", refusal.description);
 }
 
 // A V1 body's own refusal, whose code is a text; one that is no number counts as 0.
 bool FindTopLevel(const Json::Value& root, Refusal& refusal)
 {
     std::string code;
-    if (!FindText(root, "description", refusal.description) || !FindText(root, "errorCode", code)) {
+    if (!FindTextIfThere(root, "description", refusal.description) || !FindTextIfThere(root, "errorCode", code)) {
         return false;
     }
     std::istringstream(code) >> refusal.code;
