@@ -83,8 +83,8 @@ void Prepare(const Target& target, const Wishes& wishes, ZavMapInfo& info)
         MappingChain(login, DeviceRecord(login.DeviceId()).Message()).MendOrFail();
         NodeCheck::RequireConnectedNode(login);
     } catch (const Failure&) {
-        RemoveIdleLeftovers(login,
-                            tellsUsed); // what was made, and not recorded because it failed, is not left to pile up
+        // What was made, and not recorded because it failed, is not left to pile up.
+        RemoveIdleLeftovers(login, tellsUsed);
         throw;
     }
     provenance.Tell(wishes.tellsUnchanged);
